@@ -1,0 +1,23 @@
+# Warnings, optimisation and sanitizers, the same for every target of the project.
+add_library(moldex_compile_options INTERFACE)
+target_include_directories(moldex_compile_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+target_compile_options(moldex_compile_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
+  -Wcast-qual -Wformat=2 -Wundef -Werror
+  $<$<CONFIG:Release>:-O2>)
+
+# 64-bit file positions wherever the system has a choice.
+target_compile_definitions(moldex_compile_options INTERFACE _FILE_OFFSET_BITS=64)
+
+if(MOLDEX_SANITIZE)
+  target_compile_options(moldex_compile_options INTERFACE
+    -O1 -g -fno-omit-frame-pointer -fsanitize=address,undefined -fno-sanitize-recover=all)
+  target_link_options(moldex_compile_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+# The rooms of src/ that call the operating system have one file per system.
+if(WIN32)
+  set(MOLDEX_SYSTEM win32)
+else()
+  set(MOLDEX_SYSTEM posix)
+endif()

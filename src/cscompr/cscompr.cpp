@@ -1,0 +1,108 @@
+// The front end: picks the algorithm on a first call and passes the pieces on. It owns the one
+// encoder and the one decoder of each algorithm that the library-wide interface promises.
+#include "cscompr/cscompr.h"
+
+#include "cscompr/buffers.h"
+#include "cscompr/lzc_decoder.h"
+#include "cscompr/lzc_encoder.h"
+#include "cscompr/lzh_decoder.h"
+#include "cscompr/lzh_encoder.h"
+#include "cscompr/stream_header.h"
+
+namespace cscompr {
+namespace {
+
+LzhEncoder lzh_encoder;
+LzcEncoder lzc_encoder;
+LzhDecoder lzh_decoder;
+LzcDecoder lzc_decoder;
+
+std::int32_t compression_algorithm = kCsLzh;
+std::int32_t decompression_algorithm = 0;
+
+constexpr std::int32_t kDefaultLevel = 2;
+
+std::int32_t LevelOf(std::int32_t option) {
+  const std::int32_t level = option >> kCsLevelShift;
+  return level >= 1 && level <= 9 ? level : kDefaultLevel;
+}
+
+Outcome CompressLzc(std::int32_t original_length, const Buffers& buffers, bool first) {
+  if (buffers.output_length < 0) return {kCsBadOutput};
+  if (buffers.input == nullptr || buffers.output == nullptr) return {kCsNullBuffer};
+  if (buffers.input == buffers.output) return {kCsSameBuffer};
+  if (!first) return lzc_encoder.Resume(buffers);
+  if (original_length <= 0) return {kCsBadLength};
+  if (buffers.output_length < kStreamHeaderBytes) return {kCsBadOutput};
+  return lzc_encoder.Start(original_length, buffers);
+}
+
+Outcome CompressLzh(std::int32_t original_length, const Buffers& buffers, std::int32_t option) {
+  if (buffers.output_length < 0) return {kCsBadOutput};
+  if ((option & kCsFirstCall) == 0) return lzh_encoder.Resume(buffers);
+  if (buffers.output_length < kStreamHeaderBytes) return {kCsBadOutput};
+  if (original_length < 0) return {kCsBadLength};
+  return lzh_encoder.Start(original_length, LevelOf(option), buffers);
+}
+
+Outcome Compress(std::int32_t original_length, const Buffers& buffers, std::int32_t option) {
+  if (buffers.input_length < 0) return {kCsBadInput};
+  if ((option & kCsFirstCall) != 0) compression_algorithm = option & kCsAlgorithmMask;
+  switch (compression_algorithm) {
+    case kCsLzc:
+      return CompressLzc(original_length, buffers, (option & kCsFirstCall) != 0);
+    case kCsLzh:
+      return CompressLzh(original_length, buffers, option);
+    default:
+      return {kCsBadAlgorithm};
+  }
+}
+
+Outcome Decompress(const Buffers& buffers, bool first) {
+  if (first) {
+    if (buffers.input_length < kStreamHeaderBytes) return {kCsBadInput};
+    decompression_algorithm = buffers.input[4] & 0x0F;
+  }
+  if (buffers.input_length < 0) return {kCsBadInput};
+  if (buffers.output_length < 0) return {kCsBadOutput};
+  switch (static_cast<Algorithm>(decompression_algorithm)) {
+    case Algorithm::kLzc:
+      return first ? lzc_decoder.Start(buffers) : lzc_decoder.Resume(buffers);
+    case Algorithm::kLzh:
+      return first ? lzh_decoder.Start(buffers) : lzh_decoder.Resume(buffers);
+  }
+  return {kCsBadAlgorithm};
+}
+
+std::int32_t Report(const Outcome& outcome, std::int32_t* bytes_read, std::int32_t* bytes_written) {
+  *bytes_read = outcome.bytes_read;
+  *bytes_written = outcome.bytes_written;
+  return outcome.code;
+}
+
+}  // namespace
+}  // namespace cscompr
+
+int32_t CsCompr(int32_t original_length, const uint8_t* input, int32_t input_length,
+                uint8_t* output, int32_t output_length, int32_t option, int32_t* bytes_read,
+                int32_t* bytes_written) {
+  const cscompr::Buffers buffers{input, input_length, output, output_length};
+  return cscompr::Report(cscompr::Compress(original_length, buffers, option), bytes_read,
+                         bytes_written);
+}
+
+int32_t CsDecompr(const uint8_t* input, int32_t input_length, uint8_t* output,
+                  int32_t output_length, int32_t option, int32_t* bytes_read,
+                  int32_t* bytes_written) {
+  const cscompr::Buffers buffers{input, input_length, output, output_length};
+  return cscompr::Report(cscompr::Decompress(buffers, (option & kCsFirstCall) != 0), bytes_read,
+                         bytes_written);
+}
+
+int32_t CsCheckHeader(const uint8_t* header) {
+  int32_t bytes_read = 0;
+  int32_t bytes_written = 0;
+  const int32_t code =
+      CsDecompr(header, kCsHeaderBytes, nullptr, 0, kCsFirstCall, &bytes_read, &bytes_written);
+  return code < 0 ? code : 0;
+}
