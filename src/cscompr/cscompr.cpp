@@ -18,13 +18,19 @@ LzhDecoder lzh_decoder;
 LzcDecoder lzc_decoder;
 
 std::int32_t compression_algorithm = kCsLzh;
-std::int32_t decompression_algorithm = 0;
+std::uint8_t decompression_algorithm = 0;
 
 constexpr std::int32_t kDefaultLevel = 2;
 
 std::int32_t LevelOf(std::int32_t option) {
   const std::int32_t level = option >> kCsLevelShift;
   return level >= 1 && level <= 9 ? level : kDefaultLevel;
+}
+
+// A pointer that is null although its length says that something stands there.
+bool HasNullBuffer(const Buffers& buffers) {
+  return (buffers.input == nullptr && buffers.input_length > 0) ||
+         (buffers.output == nullptr && buffers.output_length > 0);
 }
 
 Outcome CompressLzc(std::int32_t original_length, const Buffers& buffers, bool first) {
@@ -39,6 +45,7 @@ Outcome CompressLzc(std::int32_t original_length, const Buffers& buffers, bool f
 
 Outcome CompressLzh(std::int32_t original_length, const Buffers& buffers, std::int32_t option) {
   if (buffers.output_length < 0) return {kCsBadOutput};
+  if (HasNullBuffer(buffers)) return {kCsNullBuffer};
   if ((option & kCsFirstCall) == 0) return lzh_encoder.Resume(buffers);
   if (buffers.output_length < kStreamHeaderBytes) return {kCsBadOutput};
   if (original_length < 0) return {kCsBadLength};
@@ -58,20 +65,36 @@ Outcome Compress(std::int32_t original_length, const Buffers& buffers, std::int3
   }
 }
 
+Outcome DecompressLzc(const Buffers& buffers, bool first) {
+  if (buffers.input == nullptr || buffers.output == nullptr) return {kCsNullBuffer};
+  if (first) return lzc_decoder.Start(buffers);
+  if (buffers.output_length < 1) return {kCsBadOutput};
+  return lzc_decoder.Resume(buffers);
+}
+
+Outcome DecompressLzh(const Buffers& buffers, bool first) {
+  if (first) return lzh_decoder.Start(buffers);
+  if (buffers.input_length == 0 && buffers.output_length == 0) return {kCsNothingToDo};
+  return lzh_decoder.Resume(buffers);
+}
+
 Outcome Decompress(const Buffers& buffers, bool first) {
-  if (first) {
-    if (buffers.input_length < kStreamHeaderBytes) return {kCsBadInput};
-    decompression_algorithm = buffers.input[4] & 0x0F;
-  }
-  if (buffers.input_length < 0) return {kCsBadInput};
+  if (buffers.input_length < (first ? kStreamHeaderBytes : 0)) return {kCsBadInput};
   if (buffers.output_length < 0) return {kCsBadOutput};
-  switch (static_cast<Algorithm>(decompression_algorithm)) {
-    case Algorithm::kLzc:
-      return first ? lzc_decoder.Start(buffers) : lzc_decoder.Resume(buffers);
-    case Algorithm::kLzh:
-      return first ? lzh_decoder.Start(buffers) : lzh_decoder.Resume(buffers);
+  if (HasNullBuffer(buffers)) return {kCsNullBuffer};
+  if (first) {
+    const auto header = ReadStreamHeader(buffers.input);
+    if (!header) return {kCsNotAStream};
+    decompression_algorithm = header->algorithm;
   }
-  return {kCsBadAlgorithm};
+  switch (decompression_algorithm) {
+    case static_cast<std::uint8_t>(Algorithm::kLzc):
+      return DecompressLzc(buffers, first);
+    case static_cast<std::uint8_t>(Algorithm::kLzh):
+      return DecompressLzh(buffers, first);
+    default:
+      return {kCsBadAlgorithm};
+  }
 }
 
 std::int32_t Report(const Outcome& outcome, std::int32_t* bytes_read, std::int32_t* bytes_written) {
