@@ -1,0 +1,32 @@
+// The system's converter between the local code page and UTF-8, and the check of UTF-8 itself.
+#ifndef MOLDEX_CODEPAGE_CODE_PAGE_H_
+#define MOLDEX_CODEPAGE_CODE_PAGE_H_
+
+#include <cstddef>
+#include <span>
+#include <string_view>
+
+namespace moldex {
+
+enum class Direction { kToUtf8, kToLocal };
+
+// How far a conversion came.
+struct Converted {
+  bool complete = false;  // the whole input was converted
+  std::size_t bytes = 0;  // written to the output
+};
+
+// Whether local names are UTF-8, so that nothing needs converting. Fixed at the first call.
+bool LocalIsUtf8();
+
+// Converts through the system, stopping at the first character that is invalid, has no
+// counterpart or does not fit.
+Converted ConvertThroughSystem(Direction direction, std::string_view input, std::span<char> output);
+
+// Length of the longest prefix that is valid UTF-8 (RFC 3629: shortest forms, no surrogates,
+// nothing above U+10FFFF).
+std::size_t ValidUtf8Prefix(std::string_view text);
+
+}  // namespace moldex
+
+#endif  // MOLDEX_CODEPAGE_CODE_PAGE_H_

@@ -1,0 +1,85 @@
+#include "platform/buffered_reader.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace moldex {
+namespace {
+
+// After a skip little is read: the next header, most likely, with another skip behind it. Every
+// read without a skip before it doubles the amount.
+constexpr std::size_t kSmallRead = 4 * 1024;
+constexpr std::size_t kLargeRead = CBufferedReader::kCapacity;
+
+constexpr std::uint64_t kLargestStep = 0x7FFFFFFF;  // what one half of a skip can hold
+
+}  // namespace
+
+CBufferedReader::CBufferedReader(CFileHandle& file)
+    : file_(file), buffer_(kCapacity), read_ahead_(kSmallRead) {
+  const auto status = file_.Status();
+  seekable_ = status && status->kind == FileKind::kRegular;
+  if (seekable_) known_size_ = status->size_bytes;
+}
+
+std::span<const std::uint8_t> CBufferedReader::Take(std::size_t count) {
+  const auto piece = Peek(count);
+  begin_ += piece.size();
+  return piece;
+}
+
+std::span<const std::uint8_t> CBufferedReader::Peek(std::size_t count) {
+  if (Held() < count) Fill(count);
+  return {buffer_.data() + begin_, std::min(count, Held())};
+}
+
+void CBufferedReader::Fill(std::size_t wanted) {
+  if (failed_) return;
+  std::memmove(buffer_.data(), buffer_.data() + begin_, Held());
+  end_ -= begin_;
+  begin_ = 0;
+  const std::size_t missing = wanted - end_;
+  const std::size_t amount = std::min(std::max(missing, read_ahead_), buffer_.size() - end_);
+  const Transfer transfer = file_.Read({buffer_.data() + end_, amount});
+  end_ += transfer.bytes;
+  position_ += transfer.bytes;
+  failed_ = !transfer.ok;
+  read_ahead_ = std::min(read_ahead_ * 2, kLargeRead);
+}
+
+CBufferedReader::SkipResult CBufferedReader::Skip(std::uint64_t distance) {
+  if (distance <= Held()) {
+    begin_ += static_cast<std::size_t>(distance);
+    return SkipResult::kMoved;
+  }
+  if (!seekable_) return SkipByReading(distance);
+  const std::uint64_t rest = distance - Held();
+  if (known_size_ - std::min(position_, known_size_) < rest) {
+    const auto status = file_.Status();  // the file may have grown
+    if (!status) return SkipResult::kFailed;
+    known_size_ = status->size_bytes;
+    if (known_size_ - std::min(position_, known_size_) < rest) return SkipResult::kBeyondEnd;
+  }
+  for (std::uint64_t left = rest; left > 0;) {
+    const std::uint64_t step = std::min(left, kLargestStep);
+    if (!file_.Skip(static_cast<std::int32_t>(step), 0)) return SkipResult::kFailed;
+    left -= step;
+  }
+  position_ += rest;
+  begin_ = end_ = 0;
+  read_ahead_ = kSmallRead;
+  return SkipResult::kMoved;
+}
+
+CBufferedReader::SkipResult CBufferedReader::SkipByReading(std::uint64_t distance) {
+  while (distance > 0) {
+    const std::size_t piece =
+        Take(static_cast<std::size_t>(std::min<std::uint64_t>(distance, kCapacity))).size();
+    if (failed_) return SkipResult::kFailed;
+    if (piece == 0) return SkipResult::kBeyondEnd;
+    distance -= piece;
+  }
+  return SkipResult::kMoved;
+}
+
+}  // namespace moldex

@@ -1,0 +1,53 @@
+// Reads a file front to back through one buffer, with cheap skips.
+#ifndef MOLDEX_PLATFORM_BUFFERED_READER_H_
+#define MOLDEX_PLATFORM_BUFFERED_READER_H_
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "platform/file_handle.h"
+
+namespace moldex {
+
+class CBufferedReader {
+ public:
+  // The largest piece that Take can give, in bytes.
+  static constexpr std::size_t kCapacity = 128 * 1024;
+
+  // `file` stays the caller's and must outlive the reader; nobody else moves its position.
+  explicit CBufferedReader(CFileHandle& file);
+
+  // The next `count` bytes (at most kCapacity), consumed. Fewer at the end of the file, or when a
+  // read failed, which Failed tells. Valid until the next call.
+  std::span<const std::uint8_t> Take(std::size_t count);
+
+  // The same without consuming them.
+  std::span<const std::uint8_t> Peek(std::size_t count);
+
+  enum class SkipResult { kMoved, kBeyondEnd, kFailed };
+
+  // Moves forward. kBeyondEnd when the file ends before; the position is undefined then.
+  SkipResult Skip(std::uint64_t distance);
+
+  bool Failed() const { return failed_; }
+
+ private:
+  std::size_t Held() const { return end_ - begin_; }
+  void Fill(std::size_t wanted);
+  SkipResult SkipByReading(std::uint64_t distance);
+
+  CFileHandle& file_;
+  std::vector<std::uint8_t> buffer_;
+  std::size_t begin_ = 0;
+  std::size_t end_ = 0;
+  std::size_t read_ahead_;
+  bool seekable_ = false;
+  std::uint64_t position_ = 0;  // of the file, that is, of end_
+  std::uint64_t known_size_ = 0;
+  bool failed_ = false;
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_PLATFORM_BUFFERED_READER_H_

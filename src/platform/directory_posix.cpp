@@ -1,0 +1,40 @@
+#include <dirent.h>
+
+#include <cerrno>
+#include <cstring>
+#include <memory>
+
+#include "platform/directory.h"
+#include "report/system_error.h"
+
+namespace moldex {
+namespace {
+
+struct CloseDirectory {
+  void operator()(DIR* directory) const { closedir(directory); }
+};
+
+bool IsSelfOrParent(const char* name) {
+  return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
+}
+
+}  // namespace
+
+bool VisitDirectory(const std::string& path, const std::function<void(const char*)>& visit) {
+  const std::unique_ptr<DIR, CloseDirectory> directory(opendir(path.empty() ? "." : path.c_str()));
+  if (!directory) {
+    RememberSystemError();
+    return false;
+  }
+  for (;;) {
+    errno = 0;
+    const dirent* entry = readdir(directory.get());
+    if (entry == nullptr) break;
+    if (!IsSelfOrParent(entry->d_name)) visit(entry->d_name);
+  }
+  if (errno == 0) return true;
+  RememberSystemError();
+  return false;
+}
+
+}  // namespace moldex

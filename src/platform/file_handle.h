@@ -1,0 +1,87 @@
+// One open file, with explicit positions.
+//
+// This is the seam to the operating system: everything above it is the same on every system. A
+// failed operation remembers the system's error (report/system_error.h) and leaves the decision to
+// its caller.
+#ifndef MOLDEX_PLATFORM_FILE_HANDLE_H_
+#define MOLDEX_PLATFORM_FILE_HANDLE_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "platform/file_status.h"
+
+namespace moldex {
+
+// How Open opens. Without a flag: an existing file, for reading.
+enum OpenFlags : unsigned {
+  kOpenExisting = 0x00,
+  kOpenAtEnd = 0x10,      // move to the end after opening
+  kOpenCreate = 0x20,     // create or empty the file; read and write
+  kOpenReadWrite = 0x40,  // an existing file, for reading and writing
+  kOpenExtracted = 0x80   // with kOpenCreate: a file that comes out of an archive, see Open
+};
+
+// How much a read or a write moved, and whether the system call succeeded. A read that meets the
+// end of the file succeeds with fewer bytes than asked.
+struct Transfer {
+  bool ok = false;
+  std::size_t bytes = 0;
+};
+
+class CFileHandle {
+ public:
+  CFileHandle() = default;
+  CFileHandle(CFileHandle&& other) noexcept;
+  CFileHandle& operator=(CFileHandle&& other) noexcept;
+  CFileHandle(const CFileHandle&) = delete;
+  CFileHandle& operator=(const CFileHandle&) = delete;
+  // Closes. What was written stays on disk.
+  ~CFileHandle();
+
+  // Opens, closing what was open before. False leaves the handle invalid. Directories are refused.
+  //
+  // kOpenExtracted asks for a file that nobody else can reach through the name while its data
+  // arrive: it is readable by its owner alone until SetPermissions, a symbolic link of that name
+  // is replaced rather than followed, and anything else that is no regular file is refused.
+  bool Open(const std::string& path, unsigned flags);
+  bool IsValid() const { return handle_ != kInvalid; }
+  // False when the system reports that earlier writes were lost. Closing twice does nothing.
+  bool Close();
+
+  // Move exactly the span where they can; fewer bytes mean the end of the file (read), a full disk
+  // (write) or an error.
+  Transfer Read(std::span<std::uint8_t> buffer);
+  Transfer Write(std::span<const std::uint8_t> bytes);
+
+  // Moves the position forward by a 64-bit distance in two halves. False, without moving, when the
+  // handle is invalid or a half is negative: only forward moves.
+  bool Skip(std::int32_t low, std::int32_t high);
+  bool SeekToEnd();
+
+  // The low 32 bits of the position. Throws CInvalidHandle and CGetFilePosExcept.
+  std::uint32_t GetPosition();
+  // Moves to a 32-bit position. Throws CInvalidHandle and CSetFilePointerExcept.
+  void SetPosition(std::uint32_t position);
+
+  // Status of the open file itself, whatever happened to its name.
+  std::optional<FileStatus> Status() const;
+  // Cuts the file to `size_bytes` and moves to its new end.
+  bool Truncate(std::uint64_t size_bytes);
+  // Sets access and modification time, in seconds since 1970-01-01 00:00 UTC.
+  bool SetDate(std::uint32_t seconds);
+  // Sets the permission bits (kModePermissions).
+  bool SetPermissions(std::uint32_t bits);
+
+ private:
+  static constexpr std::intptr_t kInvalid = -1;
+
+  std::intptr_t handle_ = kInvalid;
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_PLATFORM_FILE_HANDLE_H_

@@ -1,0 +1,213 @@
+#include "platform/file_handle.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "platform/status_posix.h"
+#include "report/except.h"
+#include "report/system_error.h"
+
+namespace moldex {
+namespace {
+
+constexpr mode_t kOwnerOnly = 0600;
+constexpr mode_t kNewFileMode = 0666;  // less the umask
+
+int OpenFlagsOf(unsigned flags) {
+  if ((flags & kOpenCreate) != 0) return O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC;
+  return ((flags & kOpenReadWrite) != 0 ? O_RDWR : O_RDONLY) | O_NONBLOCK | O_CLOEXEC;
+}
+
+int OpenRetrying(const char* path, int flags, mode_t mode) {
+  int descriptor;
+  do {
+    descriptor = open(path, flags, mode);
+  } while (descriptor < 0 && errno == EINTR);
+  if (descriptor < 0) RememberSystemError();
+  return descriptor;
+}
+
+// Refuses what open() gives a descriptor for but what holds no bytes to read. Opening did not wait
+// for the other end of a pipe; reading has to.
+bool IsReadable(int descriptor) {
+  struct stat record {};
+  if (fstat(descriptor, &record) != 0) {
+    RememberSystemError();
+    return false;
+  }
+  if (S_ISDIR(record.st_mode)) {
+    RememberErrno(EISDIR);
+    return false;
+  }
+  if (!S_ISREG(record.st_mode)) fcntl(descriptor, F_SETFL, 0);
+  return true;
+}
+
+// Turns what stood under the name into an empty file that only its owner can reach.
+bool MakePrivate(int descriptor) {
+  struct stat record {};
+  if (fstat(descriptor, &record) != 0) {
+    RememberSystemError();
+    return false;
+  }
+  if (!S_ISREG(record.st_mode)) {
+    RememberErrno(S_ISDIR(record.st_mode) ? EISDIR : EINVAL);
+    return false;
+  }
+  // A file of somebody else's may refuse this; the final permissions then report it.
+  if ((record.st_mode & 07777) != kOwnerOnly) (void)fchmod(descriptor, kOwnerOnly);
+  if (record.st_size == 0 || ftruncate(descriptor, 0) == 0) return true;
+  RememberSystemError();
+  return false;
+}
+
+int OpenExtractedFile(const char* path) {
+  constexpr int kFlags = O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+  int descriptor = OpenRetrying(path, kFlags, kOwnerOnly);
+  if (descriptor < 0 && errno == ELOOP && unlink(path) == 0) {
+    descriptor = OpenRetrying(path, kFlags | O_EXCL, kOwnerOnly);
+  }
+  if (descriptor < 0 || MakePrivate(descriptor)) return descriptor;
+  close(descriptor);
+  return -1;
+}
+
+int Descriptor(std::intptr_t handle) { return static_cast<int>(handle); }
+
+}  // namespace
+
+CFileHandle::CFileHandle(CFileHandle&& other) noexcept
+    : handle_(std::exchange(other.handle_, kInvalid)) {}
+
+CFileHandle& CFileHandle::operator=(CFileHandle&& other) noexcept {
+  if (this != &other) {
+    Close();
+    handle_ = std::exchange(other.handle_, kInvalid);
+  }
+  return *this;
+}
+
+CFileHandle::~CFileHandle() { Close(); }
+
+bool CFileHandle::Open(const std::string& path, unsigned flags) {
+  Close();
+  if ((flags & kOpenExtracted) != 0) {
+    handle_ = OpenExtractedFile(path.c_str());
+    return IsValid();
+  }
+  const int descriptor = OpenRetrying(path.c_str(), OpenFlagsOf(flags), kNewFileMode);
+  if (descriptor < 0) return false;
+  if (!IsReadable(descriptor)) {
+    close(descriptor);
+    return false;
+  }
+  handle_ = descriptor;
+  return (flags & kOpenAtEnd) == 0 || SeekToEnd();
+}
+
+bool CFileHandle::Close() {
+  if (!IsValid()) return true;
+  if (close(Descriptor(std::exchange(handle_, kInvalid))) == 0) return true;
+  RememberSystemError();
+  return false;
+}
+
+Transfer CFileHandle::Read(std::span<std::uint8_t> buffer) {
+  Transfer done{true, 0};
+  while (done.bytes < buffer.size()) {
+    const ssize_t count =
+        read(Descriptor(handle_), buffer.data() + done.bytes, buffer.size() - done.bytes);
+    if (count == 0) break;
+    if (count > 0) {
+      done.bytes += static_cast<std::size_t>(count);
+    } else if (errno != EINTR) {
+      RememberSystemError();
+      done.ok = false;
+      break;
+    }
+  }
+  return done;
+}
+
+Transfer CFileHandle::Write(std::span<const std::uint8_t> bytes) {
+  Transfer done{true, 0};
+  while (done.bytes < bytes.size()) {
+    const ssize_t count =
+        write(Descriptor(handle_), bytes.data() + done.bytes, bytes.size() - done.bytes);
+    if (count >= 0) {
+      done.bytes += static_cast<std::size_t>(count);
+    } else if (errno != EINTR) {
+      RememberSystemError();
+      done.ok = false;
+      break;
+    }
+  }
+  return done;
+}
+
+bool CFileHandle::Skip(std::int32_t low, std::int32_t high) {
+  if (!IsValid() || low < 0 || high < 0) return false;
+  const off_t distance = static_cast<off_t>(high) << 32 | static_cast<off_t>(low);
+  if (lseek(Descriptor(handle_), distance, SEEK_CUR) >= 0) return true;
+  RememberSystemError();
+  return false;
+}
+
+bool CFileHandle::SeekToEnd() {
+  if (IsValid() && lseek(Descriptor(handle_), 0, SEEK_END) >= 0) return true;
+  RememberSystemError();
+  return false;
+}
+
+std::uint32_t CFileHandle::GetPosition() {
+  if (!IsValid()) throw CInvalidHandle();
+  const off_t position = lseek(Descriptor(handle_), 0, SEEK_CUR);
+  if (position < 0) {
+    RememberSystemError();
+    throw CGetFilePosExcept();
+  }
+  return static_cast<std::uint32_t>(position);
+}
+
+void CFileHandle::SetPosition(std::uint32_t position) {
+  if (!IsValid()) throw CInvalidHandle();
+  if (lseek(Descriptor(handle_), static_cast<off_t>(position), SEEK_SET) >= 0) return;
+  RememberSystemError();
+  throw CSetFilePointerExcept();
+}
+
+std::optional<FileStatus> CFileHandle::Status() const {
+  struct stat record {};
+  if (fstat(Descriptor(handle_), &record) == 0) return ToFileStatus(record);
+  RememberSystemError();
+  return std::nullopt;
+}
+
+bool CFileHandle::Truncate(std::uint64_t size_bytes) {
+  const off_t size = static_cast<off_t>(size_bytes);
+  if (ftruncate(Descriptor(handle_), size) == 0 &&
+      lseek(Descriptor(handle_), size, SEEK_SET) == size) {
+    return true;
+  }
+  RememberSystemError();
+  return false;
+}
+
+bool CFileHandle::SetDate(std::uint32_t seconds) {
+  const timespec both[2] = {{static_cast<time_t>(seconds), 0}, {static_cast<time_t>(seconds), 0}};
+  if (futimens(Descriptor(handle_), both) == 0) return true;
+  RememberSystemError();
+  return false;
+}
+
+bool CFileHandle::SetPermissions(std::uint32_t bits) {
+  if (fchmod(Descriptor(handle_), static_cast<mode_t>(bits & kModePermissions)) == 0) return true;
+  RememberSystemError();
+  return false;
+}
+
+}  // namespace moldex

@@ -1,0 +1,46 @@
+// Files and directories by name: the calls of the operating system that need no open file.
+//
+// Every failure remembers the system's error (report/system_error.h). Names are the system's own,
+// in the local code page.
+#ifndef MOLDEX_PLATFORM_FILE_SERVICES_H_
+#define MOLDEX_PLATFORM_FILE_SERVICES_H_
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "platform/file_status.h"
+#include "platform/path_rules.h"
+
+namespace moldex {
+
+// Whether something stands under a name; kUnknown when the system will not say.
+enum class Existence { kExists, kMissing, kUnknown };
+
+// The rules of names of the system that the program runs on.
+PathRules SystemPathRules();
+
+// Status of the object that a name leads to, symbolic links followed. Empty when there is none.
+std::optional<FileStatus> QueryStatus(const std::string& path);
+
+// Status of the name itself: a symbolic link is reported as one.
+std::optional<FileStatus> QueryLinkStatus(const std::string& path);
+
+Existence TestExistence(const std::string& path);
+
+// True also when something of that name exists already.
+bool CreateDirectoryAt(const std::string& path);
+
+bool DeleteFileAt(const std::string& path);
+
+// Sets the permission bits (kModePermissions) of a file or directory.
+bool SetPermissionsAt(const std::string& path, std::uint32_t bits);
+
+// Empty text when the system cannot tell.
+std::string CurrentDirectory();
+
+bool ChangeDirectory(const std::string& path);
+
+}  // namespace moldex
+
+#endif  // MOLDEX_PLATFORM_FILE_SERVICES_H_

@@ -1,0 +1,37 @@
+// What the file system says of one object.
+#ifndef MOLDEX_PLATFORM_FILE_STATUS_H_
+#define MOLDEX_PLATFORM_FILE_STATUS_H_
+
+#include <cstdint>
+
+namespace moldex {
+
+enum class FileKind { kRegular, kDirectory, kSymbolicLink, kOther };
+
+// Tells one object from every other on the machine, whatever it is called.
+struct FileIdentity {
+  std::uint64_t device = 0;
+  std::uint64_t number = 0;
+
+  bool operator==(const FileIdentity&) const = default;
+};
+
+struct FileStatus {
+  FileKind kind = FileKind::kOther;
+  std::uint32_t mode =
+      0;  // kind in the bits 0xF000, permissions in the low 12, as st_mode has them
+  std::uint64_t size_bytes = 0;
+  std::int64_t modified_seconds = 0;  // since 1970-01-01 00:00 UTC
+  FileIdentity identity;
+};
+
+// Bits of a mode word, shared by the file system, the archive and the listing.
+inline constexpr std::uint32_t kModeKindMask = 0xF000;
+inline constexpr std::uint32_t kModeDirectory = 0x4000;
+inline constexpr std::uint32_t kModeRegular = 0x8000;
+inline constexpr std::uint32_t kModeShortcut = 0x1000;
+inline constexpr std::uint32_t kModePermissions = 0x1FF;
+
+}  // namespace moldex
+
+#endif  // MOLDEX_PLATFORM_FILE_STATUS_H_

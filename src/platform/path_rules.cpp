@@ -1,0 +1,115 @@
+#include "platform/path_rules.h"
+
+#include <algorithm>
+
+namespace moldex {
+namespace {
+
+constexpr std::size_t kDriveLength = 2;  // a letter and ":"
+
+bool HasDrive(std::string_view name) { return name.size() >= kDriveLength && name[1] == ':'; }
+
+// The classic two-pointer match: on a mismatch, let the last "*" take one character more.
+bool MatchesGlob(std::string_view pattern, std::string_view name) {
+  std::size_t p = 0;
+  std::size_t n = 0;
+  std::size_t star = std::string_view::npos;
+  std::size_t star_end = 0;
+  while (n < name.size()) {
+    if (p < pattern.size() && pattern[p] == '*') {
+      star = p++;
+      star_end = n;
+    } else if (p < pattern.size() && (pattern[p] == '?' || pattern[p] == name[n])) {
+      ++p;
+      ++n;
+    } else if (star != std::string_view::npos) {
+      p = star + 1;
+      n = ++star_end;
+    } else {
+      return false;
+    }
+  }
+  while (p < pattern.size() && pattern[p] == '*')
+    ++p;
+  return p == pattern.size();
+}
+
+}  // namespace
+
+bool IsSeparator(PathRules rules, char c) {
+  return c == '/' || (c == '\\' && rules == PathRules::kWindows);
+}
+
+std::size_t LastSeparator(PathRules rules, std::string_view path) {
+  return path.find_last_of(rules == PathRules::kWindows ? "/\\" : "/");
+}
+
+std::string_view LastComponent(PathRules rules, std::string_view path) {
+  const std::size_t separator = LastSeparator(rules, path);
+  return separator == std::string_view::npos ? path : path.substr(separator + 1);
+}
+
+std::string WithSlashes(PathRules rules, std::string_view path) {
+  std::string result(path);
+  if (rules == PathRules::kWindows) std::replace(result.begin(), result.end(), '\\', '/');
+  return result;
+}
+
+bool IsRelative(std::string_view name) { return !name.empty() && name != "/" && !HasDrive(name); }
+
+bool IsAbsolutePath(PathRules rules, std::string_view path) {
+  if (path.empty()) return false;
+  return IsSeparator(rules, path[0]) || (rules == PathRules::kWindows && HasDrive(path));
+}
+
+bool HasParentComponent(PathRules rules, std::string_view name) {
+  while (!name.empty()) {
+    const std::size_t separator = LastSeparator(rules, name);
+    if (LastComponent(rules, name) == "..") return true;
+    if (separator == std::string_view::npos) return false;
+    name = name.substr(0, separator);
+  }
+  return false;
+}
+
+std::string JoinPath(std::string_view directory, std::string_view name) {
+  std::string path(directory);
+  if (!directory.empty() && !name.empty() && directory.back() != '/' && name.front() != '/') {
+    path += '/';
+  }
+  return path.append(name);
+}
+
+std::string StoredName(PathRules rules, std::string_view disk_name, bool keep_absolute) {
+  std::string name = WithSlashes(rules, disk_name);
+  if (!keep_absolute) {
+    if (HasDrive(name)) name.erase(0, kDriveLength);
+    name.erase(0, std::min(name.find_first_not_of('/'), name.size()));
+  }
+  while (name.size() > 1 && name.back() == '/')
+    name.pop_back();
+  return name;
+}
+
+std::string TargetName(PathRules rules, std::string_view target_directory, std::string_view name) {
+  if (target_directory.empty() || !IsRelative(name)) return std::string(name);
+  if (rules == PathRules::kWindows) {
+    const std::size_t colon = name.find(':');
+    if (colon != std::string_view::npos) name.remove_prefix(colon + 1);
+  }
+  std::string path = WithSlashes(rules, target_directory);
+  if (path.back() != '/') path += '/';
+  return path.append(name);
+}
+
+bool HasWildcard(std::string_view name) {
+  return name.find_first_of("*?") != std::string_view::npos;
+}
+
+bool MatchesPattern(std::string_view pattern, std::string_view name) {
+  const bool is_point_file = !name.empty() && name[0] == '.';
+  if (is_point_file && (pattern.empty() || pattern[0] != '.')) return false;
+  return MatchesGlob(pattern, name);
+}
+
+}  // namespace moldex

@@ -1,0 +1,158 @@
+// The failures of the program. Each is a complete message line, made by the constructor together
+// with the error number, the system's text where the operating system refused something, and the
+// exit status, which the constructor sets at once.
+//
+// Who survives a failure catches it and prints it; the entry point prints the rest.
+#ifndef MOLDEX_REPORT_EXCEPT_H_
+#define MOLDEX_REPORT_EXCEPT_H_
+
+#include <string>
+
+#include "report/error_codes.h"
+#include "report/user_info.h"
+
+namespace moldex {
+
+class CExcept : public CUserInfo {
+ public:
+  // The generic failure: number 100, system text appended.
+  explicit CExcept(const std::string& message);
+  CExcept(const std::string& message, int code, bool with_system_text);
+
+  void SetText(const std::string& text) override { message_ = text; }
+  // The message line, flushed.
+  void Print() override;
+
+  const std::string& message() const { return message_; }
+  // 0 for the failures that have no number.
+  int code() const { return code_; }
+
+ protected:
+  // What a failure's message ends with.
+  enum class Ending { kNothing, kCode, kCodeAndSystemText };
+
+  CExcept(const std::string& message, int code, Ending ending);
+  // A failure without number: neither shown nor made the exit status.
+  struct Unnumbered {};
+  CExcept(const std::string& message, Unnumbered unnumbered);
+
+ private:
+  std::string message_;
+  int code_ = 0;
+};
+
+class COpenExcept : public CExcept {
+ public:
+  explicit COpenExcept(const std::string& name);
+};
+
+// An extracted file that cannot be opened for writing; a kind of its own because a list of archives
+// goes on after one that cannot be opened, but not after this.
+class COpenForWritingExcept : public CExcept {
+ public:
+  explicit COpenForWritingExcept(const std::string& name);
+};
+
+class CWriteExcept : public CExcept {
+ public:
+  explicit CWriteExcept(const std::string& name);
+};
+
+class CReadExcept : public CExcept {
+ public:
+  explicit CReadExcept(const std::string& name);
+};
+
+class CCreateDirExcept : public CExcept {
+ public:
+  explicit CCreateDirExcept(const std::string& name);
+};
+
+class CChgModExcept : public CExcept {
+ public:
+  explicit CChgModExcept(const std::string& name);
+};
+
+class CChgDateExcept : public CExcept {
+ public:
+  explicit CChgDateExcept(const std::string& name);
+};
+
+class CGetCwdExcept : public CExcept {
+ public:
+  CGetCwdExcept();
+};
+
+class CChgDirExcept : public CExcept {
+ public:
+  explicit CChgDirExcept(const std::string& name);
+};
+
+class CStatExcept : public CExcept {
+ public:
+  explicit CStatExcept(const std::string& name);
+};
+
+class CAccessExcept : public CExcept {
+ public:
+  explicit CAccessExcept(const std::string& name);
+};
+
+class CDiskSpaceExcept : public CExcept {
+ public:
+  explicit CDiskSpaceExcept(const std::string& path);
+};
+
+class CConversionExcept : public CExcept {
+ public:
+  // The text that has no form in UTF-8; empty for UTF-8 that has none in the local code page.
+  explicit CConversionExcept(const std::string& text);
+};
+
+class CSetFileAttrExcept : public CExcept {
+ public:
+  explicit CSetFileAttrExcept(const std::string& name);
+};
+
+class CAddPrivilegeExcept : public CExcept {
+ public:
+  explicit CAddPrivilegeExcept(const std::string& privilege);
+};
+
+class CInvalidHandle : public CExcept {
+ public:
+  CInvalidHandle();
+};
+
+class CGetFilePosExcept : public CExcept {
+ public:
+  CGetFilePosExcept();
+};
+
+class CSetFilePointerExcept : public CExcept {
+ public:
+  CSetFilePointerExcept();
+};
+
+// Not an archive of this format version. Has no number: the old-format command decides.
+class CInvalExcept : public CExcept {
+ public:
+  explicit CInvalExcept(const std::string& name);
+};
+
+// Compressed data that cannot be restored, or data that cannot be compressed. They have no number
+// of their own; the entry point sees to it that a run that one of them ends does not report
+// success.
+class CDecompExcept : public CExcept {
+ public:
+  CDecompExcept(const std::string& name, int library_code);
+};
+
+class CCompExcept : public CExcept {
+ public:
+  explicit CCompExcept(const std::string& name);
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_REPORT_EXCEPT_H_

@@ -1,0 +1,31 @@
+#include "report/log_manager.h"
+
+#include "report/output.h"
+#include "report/system_error.h"
+
+namespace moldex {
+
+void CConsoleLogMan::PrintMessage(const std::string& text) {
+  WriteOutput(text + "\n");
+  FlushOutput();
+}
+
+void CConsoleLogMan::PrintInfo(CUserInfo& info) { info.Print(); }
+
+int CConsoleLogMan::OpenLog(const std::string& name) {
+  std::ofstream log(name, std::ios::out | std::ios::trunc);
+  if (!log.is_open()) {
+    RememberSystemError();
+    return -1;
+  }
+  logs_.push_back(std::move(log));
+  return static_cast<int>(logs_.size()) - 1;
+}
+
+bool CConsoleLogMan::WriteLog(int handle, const std::string& line) {
+  if (handle < 0 || static_cast<std::size_t>(handle) >= logs_.size()) return false;
+  logs_[static_cast<std::size_t>(handle)] << line << '\n' << std::flush;
+  return true;
+}
+
+}  // namespace moldex

@@ -1,0 +1,40 @@
+// Output of messages, and of the named log files that a run may keep beside it.
+#ifndef MOLDEX_REPORT_LOG_MANAGER_H_
+#define MOLDEX_REPORT_LOG_MANAGER_H_
+
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "report/user_info.h"
+
+namespace moldex {
+
+class CLogMan {
+ public:
+  // Writes one line and hands it to the system at once.
+  virtual void PrintMessage(const std::string& text) = 0;
+  virtual void PrintInfo(CUserInfo& info) = 0;
+  virtual ~CLogMan() = default;
+};
+
+class CConsoleLogMan : public CLogMan {
+ public:
+  void PrintMessage(const std::string& text) override;
+  void PrintInfo(CUserInfo& info) override;
+
+  // Creates or empties a log file. Returns its handle (0, 1, 2, ...), or -1 when it cannot be
+  // opened; the system's error is remembered then.
+  int OpenLog(const std::string& name);
+
+  // Writes a line and hands it to the system; false for a handle that OpenLog did not give. A
+  // stream error is ignored.
+  bool WriteLog(int handle, const std::string& line);
+
+ private:
+  std::vector<std::ofstream> logs_;
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_REPORT_LOG_MANAGER_H_

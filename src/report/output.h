@@ -1,0 +1,18 @@
+// The program's standard output. Everything the program says passes through here, so that lines
+// of the log manager and of printable objects keep their order.
+#ifndef MOLDEX_REPORT_OUTPUT_H_
+#define MOLDEX_REPORT_OUTPUT_H_
+
+#include <string_view>
+
+namespace moldex {
+
+// Appends to standard output. A stream error is ignored: there is nowhere left to report it.
+void WriteOutput(std::string_view text);
+
+// Hands what was written to the system.
+void FlushOutput();
+
+}  // namespace moldex
+
+#endif  // MOLDEX_REPORT_OUTPUT_H_

@@ -1,0 +1,32 @@
+// What the operating system said of its last failed call.
+//
+// The platform layer remembers the error right after a call of its own failed; messages that are
+// made later show that one, whatever the runtime library did in between. At start there is none.
+#ifndef MOLDEX_REPORT_SYSTEM_ERROR_H_
+#define MOLDEX_REPORT_SYSTEM_ERROR_H_
+
+#include <cstdint>
+#include <string>
+
+namespace moldex {
+
+struct SystemError {
+  std::uint32_t code = 0;  // the system's own number; 0 for no error
+  int errno_value = 0;     // the runtime library's number for it
+};
+
+// Remembers the error of the call that failed just before. Platform code calls this on every
+// failure that its caller may report.
+void RememberSystemError();
+
+// Remembers a given errno value, where the platform code itself refuses a file.
+void RememberErrno(int errno_value);
+
+const SystemError& LastSystemError();
+
+// The system's sentence for the last error; empty when there is none.
+std::string LastSystemErrorText();
+
+}  // namespace moldex
+
+#endif  // MOLDEX_REPORT_SYSTEM_ERROR_H_
