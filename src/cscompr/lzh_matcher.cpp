@@ -1,0 +1,86 @@
+#include "cscompr/lzh_matcher.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace cscompr {
+
+// By level - 1.
+constexpr std::array<LzhMatcher::Effort, 9> LzhMatcher::kEfforts = {{{4, 4, 16},
+                                                                     {6, 8, 16},
+                                                                     {8, 16, 32},
+                                                                     {8, 32, 64},
+                                                                     {8, 64, 128},
+                                                                     {8, 128, 256},
+                                                                     {8, 128, 512},
+                                                                     {32, 258, 1024},
+                                                                     {32, 258, 4096}}};
+
+void LzhMatcher::Reset(int level, std::uint32_t stream_length) {
+  heads_.fill(0);
+  links_.fill(0);
+  position_ = 0;
+  end_ = 0;
+  remaining_ = stream_length;
+  pending_ = {};
+  effort_ = kEfforts[static_cast<std::size_t>(level) - 1];
+}
+
+std::uint32_t LzhMatcher::Fill(std::span<const std::uint8_t> input) {
+  const auto taken =
+      static_cast<std::uint32_t>(std::min<std::size_t>({input.size(), kWindow - end_, remaining_}));
+  if (taken > 0) std::memcpy(window_.data() + end_, input.data(), taken);
+  end_ += taken;
+  remaining_ -= taken;
+  return taken;
+}
+
+// Moves the upper half down. Waiting until the window is as full as it can get makes the moment
+// the same for every way of cutting the input.
+void LzhMatcher::Slide() {
+  std::memcpy(window_.data(), window_.data() + kHalfWindow, kHalfWindow);
+  const auto rebase = [](std::uint16_t entry) {
+    return static_cast<std::uint16_t>(entry > kHalfWindow ? entry - kHalfWindow : 0);
+  };
+  for (auto& entry : heads_)
+    entry = rebase(entry);
+  for (auto& entry : links_)
+    entry = rebase(entry);
+  position_ -= kHalfWindow;
+  end_ -= kHalfWindow;
+}
+
+LzhMatcher::Pause LzhMatcher::Run(LzhTokens& tokens) {
+  for (;;) {
+    if (tokens.size == tokens.stop) {
+      const bool is_last_literal = AtStreamEnd() && IsLiteral(tokens.tokens[tokens.size - 1]);
+      if (!is_last_literal) return Pause::kTokensAtStop;
+    }
+    if (AtStreamEnd()) return Pause::kStreamEnd;
+
+    if (position_ + kMinLookahead <= end_) {
+      Decide(tokens, end_ - kMinLookahead + 1);
+    } else if (position_ >= kSlidePosition && (end_ == kWindow || EndIsInWindow())) {
+      Slide();
+    } else if (!EndIsInWindow()) {
+      return Pause::kNeedsInput;
+    } else if (position_ + kMinMatch <= end_) {
+      Decide(tokens, std::min(end_ - kMinMatch + 1, kSlidePosition));
+    } else {
+      FinishTail(tokens);
+    }
+  }
+}
+
+// The last two positions begin no string of three bytes, so nothing is looked up for them.
+void LzhMatcher::FinishTail(LzhTokens& tokens) {
+  if (pending_.length > 0) {
+    tokens.tokens[tokens.size++] = MatchToken(pending_.length, pending_.distance);
+    position_ += pending_.length - 1;
+    pending_ = {};
+  } else {
+    tokens.tokens[tokens.size++] = LiteralToken(window_[position_++]);
+  }
+}
+
+}  // namespace cscompr

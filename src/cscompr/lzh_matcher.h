@@ -1,0 +1,77 @@
+// Turns bytes into tokens, literals and matches: a sliding window of 32 KB, hash chains over all
+// strings of three bytes, and lazy matching. Which tokens come out depends on the bytes and the
+// level alone, never on the pieces the bytes arrive in: no position is decided while fewer than
+// kMinLookahead bytes behind it are known, unless the stream ends with them.
+#ifndef MOLDEX_CSCOMPR_LZH_MATCHER_H_
+#define MOLDEX_CSCOMPR_LZH_MATCHER_H_
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+#include "cscompr/lzh_block_writer.h"
+
+namespace cscompr {
+
+class LzhMatcher {
+ public:
+  // `level` is 1 to 9; `stream_length` is what all calls of Fill together will bring.
+  void Reset(int level, std::uint32_t stream_length);
+
+  // Takes as much of `input` into the window as there is room for; returns the number of bytes.
+  std::uint32_t Fill(std::span<const std::uint8_t> input);
+
+  enum class Pause {
+    kNeedsInput,    // Fill has room again
+    kTokensAtStop,  // to be called again once the stop has moved on
+    kStreamEnd      // every token was added
+  };
+
+  // Adds tokens. A literal for the stream's last byte does not count as reaching the stop: it
+  // belongs to the block that is open when the stream ends.
+  Pause Run(LzhTokens& tokens);
+
+ private:
+  static constexpr std::uint32_t kHalfWindow = 16384;
+  static constexpr std::uint32_t kWindow = 2 * kHalfWindow;
+  static constexpr std::uint32_t kMask = kHalfWindow - 1;
+  static constexpr std::uint32_t kMinLookahead = kMaxMatch + kMinMatch + 1;
+  static constexpr std::uint32_t kMaxDistance = kHalfWindow - kMinLookahead;
+  static constexpr std::uint32_t kSlidePosition = kHalfWindow + kMaxDistance;
+  static constexpr std::uint32_t kSlackBytes = 8;  // wide loads reach so far behind the window
+  static constexpr std::uint32_t kHashEntries = 16384;
+
+  struct Effort {
+    std::uint32_t good_length;  // from this length on the search for a better match is cut short
+    std::uint32_t max_lazy;     // from this length on there is no such search
+    std::uint32_t max_chain;    // candidates looked at
+  };
+
+  static const std::array<Effort, 9> kEfforts;
+
+  struct Match {
+    std::uint32_t length = 0;  // 0: none
+    std::uint32_t distance = 0;
+  };
+
+  [[nodiscard]] bool EndIsInWindow() const { return remaining_ == 0; }
+  [[nodiscard]] bool AtStreamEnd() const { return EndIsInWindow() && position_ == end_; }
+  void Slide();
+  void Decide(LzhTokens& tokens, std::uint32_t limit);
+  void FinishTail(LzhTokens& tokens);
+
+  // Positions are indices into the window; 0 in the tables means none, so the byte at index 0 is
+  // never found.
+  std::array<std::uint8_t, kWindow + kSlackBytes> window_{};
+  std::array<std::uint16_t, kHashEntries> heads_{};
+  std::array<std::uint16_t, kHalfWindow> links_{};
+  std::uint32_t position_ = 0;   // of the next byte to decide
+  std::uint32_t end_ = 0;        // of the bytes in the window
+  std::uint32_t remaining_ = 0;  // bytes of the stream not yet in the window
+  Match pending_{};              // at position_ - 1, unless a longer one replaces it
+  Effort effort_{};
+};
+
+}  // namespace cscompr
+
+#endif  // MOLDEX_CSCOMPR_LZH_MATCHER_H_

@@ -1,0 +1,64 @@
+// One symbol of a block, a literal or a match, packed into a word the way it will be sent:
+//
+//   bits 0 to 8    row in the block's table of literals and lengths: the literal, or
+//                  kFirstLengthRow + length - kMinMatch
+//   bits 9 to 13   distance symbol; kNoDistance for a literal
+//   bits 14 to 31  extra bits of the distance
+//
+// A literal thereby is a match with a distance of no bits, and both are sent by the same code.
+#ifndef MOLDEX_CSCOMPR_LZH_TOKEN_H_
+#define MOLDEX_CSCOMPR_LZH_TOKEN_H_
+
+#include <array>
+#include <cstdint>
+
+#include "cscompr/deflate_format.h"
+
+namespace cscompr {
+
+using LzhToken = std::uint32_t;
+
+inline constexpr unsigned kFirstLengthRow = 256;
+inline constexpr unsigned kTokenRows = 512;
+inline constexpr unsigned kDistanceRows = 32;
+inline constexpr unsigned kNoDistance = 31;
+
+namespace internal {
+
+// Distance symbols of `(row << shift) + 1` for 256 rows: exact for shift 0 up to distance 256, and
+// for shift 7 from distance 257 on, where no symbol begins inside a row.
+constexpr std::array<std::uint8_t, 256> MakeDistanceSymbols(int shift) {
+  std::array<std::uint8_t, 256> symbols{};
+  for (std::uint32_t row = 0; row < 256; ++row) {
+    const std::uint32_t distance = (row << shift) + 1;
+    std::uint8_t symbol = 0;
+    while (symbol + 1U < kDistanceCodes && kDistanceRanges[symbol + 1U].base <= distance)
+      ++symbol;
+    symbols[row] = symbol;
+  }
+  return symbols;
+}
+
+inline constexpr auto kNearSymbols = MakeDistanceSymbols(0);
+inline constexpr auto kFarSymbols = MakeDistanceSymbols(7);
+
+}  // namespace internal
+
+constexpr LzhToken LiteralToken(std::uint8_t literal) { return literal | (kNoDistance << 9); }
+
+constexpr LzhToken MatchToken(std::uint32_t length, std::uint32_t distance) {
+  const std::uint32_t above_one = distance - 1;
+  const std::uint32_t symbol =
+      above_one < 256 ? internal::kNearSymbols[above_one] : internal::kFarSymbols[above_one >> 7];
+  return (kFirstLengthRow + length - kMinMatch) | (symbol << 9) |
+         ((distance - kDistanceRanges[symbol].base) << 14);
+}
+
+constexpr std::uint32_t TokenRow(LzhToken token) { return token & 0x1FF; }
+constexpr std::uint32_t TokenDistanceSymbol(LzhToken token) { return (token >> 9) & 0x1F; }
+constexpr std::uint32_t TokenDistanceExtra(LzhToken token) { return token >> 14; }
+constexpr bool IsLiteral(LzhToken token) { return TokenDistanceSymbol(token) == kNoDistance; }
+
+}  // namespace cscompr
+
+#endif  // MOLDEX_CSCOMPR_LZH_TOKEN_H_
