@@ -1,0 +1,89 @@
+// Lookup tables for the canonical prefix codes of RFC 1951, section 3.2.2.
+//
+// A table is indexed by the next bits of the stream. The first 2^root entries answer every code of
+// up to `root` bits at once; a longer code meets a link there and ends in a subtable. An entry says
+// all that the decoder needs about its symbol, so that a lookup leaves no other table to ask:
+//
+//   bits 0-5    bits to skip: the code, and the extra bits behind it
+//   bit  6      exceptional: a link to a subtable, the end of block, or a code without a meaning
+//   bit  7      literals
+//   bits 8-11   bits of the (first) code alone; in a link, the bits that index the subtable
+//   bits 12-13  literals: how many, 1 or 2
+//   bit  14     exceptional: end of block
+//   bit  15     exceptional: no meaning
+//   bits 16-31  literals: the bytes, first one low; length and distance: the base value;
+//               a link: where the subtable begins
+//
+// Two literals share an entry when both codes fit in the root bits.
+#ifndef MOLDEX_CSCOMPR_HUFFMAN_DECODING_TABLE_H_
+#define MOLDEX_CSCOMPR_HUFFMAN_DECODING_TABLE_H_
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "cscompr/deflate_format.h"
+
+namespace cscompr {
+
+using TableEntry = std::uint32_t;
+
+inline constexpr TableEntry kSkipMask = 0x3F;
+inline constexpr TableEntry kExceptional = 1U << 6;
+inline constexpr TableEntry kLiteralFlag = 1U << 7;
+inline constexpr unsigned kCodeBitsShift = 8;
+inline constexpr unsigned kLiteralCountShift = 12;
+inline constexpr TableEntry kEndOfBlockFlag = 1U << 14;
+inline constexpr TableEntry kNoMeaningFlag = 1U << 15;
+inline constexpr unsigned kValueShift = 16;
+
+constexpr unsigned SkipBits(TableEntry entry) { return entry & kSkipMask; }
+constexpr unsigned CodeBits(TableEntry entry) { return (entry >> kCodeBitsShift) & 0xF; }
+constexpr unsigned LiteralCount(TableEntry entry) { return (entry >> kLiteralCountShift) & 0x3; }
+constexpr unsigned Value(TableEntry entry) { return entry >> kValueShift; }
+constexpr bool IsLiteral(TableEntry entry) { return (entry & kLiteralFlag) != 0; }
+constexpr bool IsExceptional(TableEntry entry) { return (entry & kExceptional) != 0; }
+constexpr bool IsLink(TableEntry entry) {
+  return (entry & (kExceptional | kEndOfBlockFlag | kNoMeaningFlag)) == kExceptional;
+}
+
+inline constexpr int kLiteralRootBits = 11;
+inline constexpr int kDistanceRootBits = 9;
+inline constexpr int kCodeLengthRootBits = kMaxCodeLengthCodeBits;
+
+// The lowest `number` bits.
+constexpr std::uint64_t LowBits(std::uint64_t bits, unsigned number) {
+  return bits & ((std::uint64_t{1} << number) - 1);
+}
+
+// The most entries a complete code can need. A subtable of 2^k entries has a code that is k bits
+// longer than the root, and a complete tree of that depth has at least k + 1 leaves; 2^k / (k + 1)
+// grows with k, so the deepest subtables cost most per symbol.
+constexpr std::size_t MaxTableEntries(int symbols, int root_bits) {
+  const int deepest = kMaxCodeBits - root_bits;
+  const int subtables = deepest > 0 ? (symbols << deepest) / (deepest + 1) : 0;
+  return (std::size_t{1} << root_bits) + static_cast<std::size_t>(subtables);
+}
+
+using LiteralTable =
+    std::array<TableEntry, MaxTableEntries(kFixedLiteralLengthCodes, kLiteralRootBits)>;
+using DistanceTable = std::array<TableEntry, MaxTableEntries(32, kDistanceRootBits)>;
+using CodeLengthTable = std::array<TableEntry, std::size_t{1} << kCodeLengthRootBits>;
+
+// Build the table of a code from the code lengths of its symbols, 0 for an unused symbol, at most
+// 15 bits (7 for the code length code). Return 0, kCsOversubscribed or kCsIncomplete; the table is
+// then not to be used. Incomplete codes are refused but for a single code of one bit and, for
+// distances, none at all: the codes that are left over have no meaning. Distances beyond the 16 KB
+// window have no meaning either.
+std::int32_t BuildLiteralTable(std::span<const std::uint8_t> lengths, LiteralTable& table);
+std::int32_t BuildDistanceTable(std::span<const std::uint8_t> lengths, DistanceTable& table);
+std::int32_t BuildCodeLengthTable(std::span<const std::uint8_t> lengths, CodeLengthTable& table);
+
+// The codes of blocks of type 1.
+extern const LiteralTable kFixedLiteralTable;
+extern const DistanceTable kFixedDistanceTable;
+
+}  // namespace cscompr
+
+#endif  // MOLDEX_CSCOMPR_HUFFMAN_DECODING_TABLE_H_

@@ -1,0 +1,287 @@
+#include "cscompr/lzh_decoder.h"
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+
+#include "cscompr/cscompr.h"
+#include "cscompr/deflate_format.h"
+#include "cscompr/stream_header.h"
+
+namespace cscompr {
+namespace {
+
+constexpr std::int32_t kGoOn = 0;
+
+constexpr unsigned kFixedCodes = 1;
+constexpr unsigned kDynamicCodes = 2;
+
+// The longest that has to be in the bit buffer at once: a length and a distance with extra bits,
+// the two farthest distances excepted, which mean nothing here.
+static_assert(2 * kMaxCodeBits + 5 + 12 <= BitReader::kFilledBits);
+
+// The entry of the next code, skipping the root bits of a long one. Zeros stand in for bits that
+// are not there yet: the entry counts only when the reader holds as many bits as its code has.
+// Entries of two literals are taken for their first.
+TableEntry LookUp(const TableEntry* table, unsigned root_bits, BitReader& reader) {
+  TableEntry entry = table[LowBits(reader.bits, root_bits)];
+  if (IsLink(entry) && reader.count >= root_bits) {
+    reader.Skip(root_bits);
+    entry = table[Value(entry) + LowBits(reader.bits, CodeBits(entry))];
+  }
+  return entry;
+}
+
+// Skips code and extra bits, which must be there; gives the base value and the extra bits' sum.
+unsigned TakeRange(TableEntry entry, BitReader& reader) {
+  reader.Skip(CodeBits(entry));
+  return Value(entry) + reader.Take(SkipBits(entry) - CodeBits(entry));
+}
+
+}  // namespace
+
+void CopyMatchBytes(SymbolRun& run, std::size_t distance, std::size_t length) {
+  while (length > 0 && distance > run.produced()) {
+    const auto stretch = run.window->Back(distance - run.produced());
+    const std::size_t part = std::min(length, stretch.length);
+    std::memcpy(run.out, stretch.bytes, part);
+    run.out += part;
+    length -= part;
+  }
+  for (; length > 0; --length, ++run.out) {
+    *run.out = *(run.out - distance);
+  }
+}
+
+Outcome LzhDecoder::Start(const Buffers& buffers) {
+  const auto header = ReadStreamHeader(buffers.input);
+  if (!header) return {kCsNotAStream};
+  bits_ = 0;
+  bit_count_ = 0;
+  remaining_ = header->original_length;
+  step_ = Step::kBlockHeader;
+  last_block_ = false;
+  window_.Reset();
+  return Decode(buffers, buffers.input + kStreamHeaderBytes);
+}
+
+Outcome LzhDecoder::Resume(const Buffers& buffers) { return Decode(buffers, buffers.input); }
+
+Outcome LzhDecoder::Decode(const Buffers& buffers, const std::uint8_t* input) {
+  SymbolRun run;
+  run.reader = {bits_, bit_count_, input, buffers.input + buffers.input_length};
+  run.out = run.out_begin = buffers.output;
+  const auto room = static_cast<std::uint32_t>(buffers.output_length);
+  run.out_end = buffers.output + std::min(room, remaining_);
+  run.window = &window_;
+
+  const std::int32_t code = RunSteps(run);
+  if (code == kCsOutputFull) {
+    run.reader.GiveBack(input);
+  } else {
+    run.reader.Trim();
+  }
+  bits_ = run.reader.bits;
+  bit_count_ = run.reader.count;
+  window_.Append(run.out_begin, run.produced());
+  remaining_ -= static_cast<std::uint32_t>(run.produced());
+  if (code < 0) {
+    step_ = Step::kFailed;
+    failure_ = code;
+  }
+  const auto read = static_cast<std::int32_t>(run.reader.next - buffers.input);
+  return {code, code == kCsEndOfStream ? buffers.input_length : read,
+          static_cast<std::int32_t>(run.produced())};
+}
+
+std::int32_t LzhDecoder::RunSteps(SymbolRun& run) {
+  std::int32_t code = kGoOn;
+  while (code == kGoOn)
+    code = RunStep(run);
+  return code;
+}
+
+std::int32_t LzhDecoder::RunStep(SymbolRun& run) {
+  switch (step_) {
+    case Step::kNotStarted:
+      return kCsNotAStream;
+    case Step::kBlockHeader:
+      return ReadBlockHeader(run.reader);
+    case Step::kCounts:
+      return ReadCounts(run.reader);
+    case Step::kCodeLengthLengths:
+      return ReadCodeLengthLengths(run.reader);
+    case Step::kCodeLengths:
+      return ReadCodeLengths(run.reader);
+    case Step::kSymbols:
+      return ReadSymbols(run);
+    case Step::kMatch:
+      return CopyMatch(run);
+    case Step::kEnd:
+      return kCsEndOfStream;
+    case Step::kFailed:
+      return failure_;
+  }
+  return kCsBadCode;
+}
+
+std::int32_t LzhDecoder::ReadBlockHeader(BitReader& reader) {
+  reader.Fill();
+  if (reader.count < 3) return kCsInputExhausted;
+  last_block_ = reader.Take(1) != 0;
+  switch (reader.Take(2)) {
+    case kFixedCodes:
+      literals_ = kFixedLiteralTable.data();
+      distances_ = kFixedDistanceTable.data();
+      step_ = Step::kSymbols;
+      return kGoOn;
+    case kDynamicCodes:
+      step_ = Step::kCounts;
+      return kGoOn;
+    default:
+      return kCsBadBlockType;
+  }
+}
+
+std::int32_t LzhDecoder::ReadCounts(BitReader& reader) {
+  reader.Fill();
+  if (reader.count < 14) return kCsInputExhausted;
+  literal_codes_ = reader.Take(5) + kFirstLengthSymbol;
+  distance_codes_ = reader.Take(5) + 1;
+  code_length_codes_ = reader.Take(4) + 4;
+  if (literal_codes_ > kLiteralLengthCodes || distance_codes_ > kDistanceCodes) {
+    return kCsBadBlockHeader;
+  }
+  lengths_read_ = 0;
+  code_length_lengths_.fill(0);
+  step_ = Step::kCodeLengthLengths;
+  return kGoOn;
+}
+
+std::int32_t LzhDecoder::ReadCodeLengthLengths(BitReader& reader) {
+  for (; lengths_read_ < code_length_codes_; ++lengths_read_) {
+    reader.Fill();
+    if (reader.count < 3) return kCsInputExhausted;
+    code_length_lengths_[kCodeLengthOrder[lengths_read_]] =
+        static_cast<std::uint8_t>(reader.Take(3));
+  }
+  lengths_read_ = 0;
+  step_ = Step::kCodeLengths;
+  return BuildCodeLengthTable(code_length_lengths_, code_length_table_);
+}
+
+bool LzhDecoder::ReadCodeLengthRun(BitReader& reader, unsigned& value, unsigned& repeat) const {
+  reader.Fill();
+  const TableEntry entry = code_length_table_[LowBits(reader.bits, kCodeLengthRootBits)];
+  const unsigned symbol = Value(entry);
+  // Extra bits and shortest run of the symbols 16 to 18.
+  constexpr std::array<ValueRange, 3> kRuns = {{{3, 2}, {3, 3}, {11, 7}}};
+  const ValueRange run =
+      symbol < kRepeatPrevious ? ValueRange{1, 0} : kRuns[symbol - kRepeatPrevious];
+  if (reader.count < SkipBits(entry) + run.extra_bits) return false;
+  reader.Skip(SkipBits(entry));
+  value = symbol;
+  repeat = run.base + reader.Take(run.extra_bits);
+  return true;
+}
+
+std::int32_t LzhDecoder::ReadCodeLengths(BitReader& reader) {
+  const unsigned total = literal_codes_ + distance_codes_;
+  while (lengths_read_ < total) {
+    unsigned value = 0;
+    unsigned repeat = 0;
+    if (!ReadCodeLengthRun(reader, value, repeat)) return kCsInputExhausted;
+    if (repeat > total - lengths_read_) return kCsBadBlockHeader;
+    if (value == kRepeatPrevious) {
+      if (lengths_read_ == 0) return kCsBadBlockHeader;
+      value = code_lengths_[lengths_read_ - 1];
+    } else if (value > kRepeatPrevious) {
+      value = 0;
+    }
+    std::fill_n(code_lengths_.begin() + lengths_read_, repeat, static_cast<std::uint8_t>(value));
+    lengths_read_ += repeat;
+  }
+  step_ = Step::kSymbols;
+  return BuildDynamicTables();
+}
+
+std::int32_t LzhDecoder::BuildDynamicTables() {
+  const std::span<const std::uint8_t> lengths(code_lengths_);
+  if (lengths[kEndOfBlock] == 0) return kCsBadBlockHeader;
+  literals_ = literal_table_.data();
+  distances_ = distance_table_.data();
+  const std::int32_t code = BuildLiteralTable(lengths.first(literal_codes_), literal_table_);
+  if (code != 0) return code;
+  return BuildDistanceTable(lengths.subspan(literal_codes_, distance_codes_), distance_table_);
+}
+
+void LzhDecoder::EndBlock() { step_ = last_block_ ? Step::kEnd : Step::kBlockHeader; }
+
+std::int32_t LzhDecoder::ReadSymbols(SymbolRun& run) {
+  switch (RunFast(literals_, distances_, run, portable_)) {
+    case FastStop::kBadCode:
+      return kCsBadCode;
+    case FastStop::kBlockEnd:
+      EndBlock();
+      return kGoOn;
+    case FastStop::kEdge:
+      break;
+  }
+  std::int32_t code = kGoOn;
+  while (code == kGoOn && step_ == Step::kSymbols)
+    code = ReadSymbol(run);
+  return code;
+}
+
+std::int32_t LzhDecoder::ReadSymbol(SymbolRun& run) {
+  run.reader.Fill();
+  BitReader ahead = run.reader;  // becomes the run's when the symbol is there in full
+  const TableEntry entry = LookUp(literals_, kLiteralRootBits, ahead);
+  if (ahead.count < (IsLink(entry) ? kLiteralRootBits + 1 : CodeBits(entry))) {
+    return kCsInputExhausted;
+  }
+  if (IsLiteral(entry)) {
+    if (run.room() == 0) return run.produced() == remaining_ ? kCsTooLong : kCsOutputFull;
+    ahead.Skip(CodeBits(entry));
+    *run.out++ = static_cast<std::uint8_t>(Value(entry));
+    run.reader = ahead;
+    return kGoOn;
+  }
+  if (IsExceptional(entry)) {
+    if ((entry & kEndOfBlockFlag) == 0) return kCsBadCode;
+    ahead.Skip(CodeBits(entry));
+    run.reader = ahead;
+    EndBlock();
+    return kGoOn;
+  }
+  if (ahead.count < SkipBits(entry)) return kCsInputExhausted;
+  const unsigned length = TakeRange(entry, ahead);
+  return ReadMatch(run, ahead, length);
+}
+
+std::int32_t LzhDecoder::ReadMatch(SymbolRun& run, const BitReader& behind_length,
+                                   unsigned length) {
+  BitReader ahead = behind_length;
+  const TableEntry entry = LookUp(distances_, kDistanceRootBits, ahead);
+  if (ahead.count < (IsLink(entry) ? kDistanceRootBits + 1 : CodeBits(entry))) {
+    return kCsInputExhausted;
+  }
+  if (IsExceptional(entry)) return kCsBadCode;
+  if (ahead.count < SkipBits(entry)) return kCsInputExhausted;
+  match_distance_ = TakeRange(entry, ahead);
+  match_length_ = length;
+  if (!run.Reaches(match_distance_)) return kCsBadCode;
+  if (length > remaining_ - run.produced()) return kCsTooLong;
+  run.reader = ahead;
+  return CopyMatch(run);
+}
+
+std::int32_t LzhDecoder::CopyMatch(SymbolRun& run) {
+  const auto part = static_cast<std::uint32_t>(std::min<std::size_t>(match_length_, run.room()));
+  CopyMatchBytes(run, match_distance_, part);
+  match_length_ -= part;
+  step_ = match_length_ == 0 ? Step::kSymbols : Step::kMatch;
+  return match_length_ == 0 ? kGoOn : kCsOutputFull;
+}
+
+}  // namespace cscompr
