@@ -30,10 +30,10 @@ std::optional<std::string> CSortedDirectory::Next() {
 
 void CSortedDirectory::ReadBatch() {
   complete_ = true;  // until a name has to be left for the next batch
-  failed_ = !VisitDirectory(path_, [this](const char* name) {
+  result_ = VisitDirectory(path_, [this](const char* name) {
     if (!accept_ || accept_(name)) Keep(name);
   });
-  if (failed_) {
+  if (result_ != DirectoryResult::kComplete) {
     complete_ = true;
     names_.clear();
     held_bytes_ = 0;

@@ -10,9 +10,12 @@
 
 namespace moldex {
 
-// Calls `visit` for every name in a directory but "." and "..", in the order of the file system.
-// False when the directory cannot be opened or read to its end; the system's error is remembered.
-bool VisitDirectory(const std::string& path, const std::function<void(const char*)>& visit);
+enum class DirectoryResult { kComplete, kCannotOpen, kReadFailed };
+
+// Calls `visit` for every name in a directory but "." and "..", in the order of the file system. An
+// empty path means the current directory. The system's error is remembered.
+DirectoryResult VisitDirectory(const std::string& path,
+                               const std::function<void(const char*)>& visit);
 
 // Hands out a directory's names in byte order, in bounded memory: of a directory whose names do not
 // fit the budget, the smallest that fit are kept, and the directory is read again for the rest.
@@ -25,9 +28,9 @@ class CSortedDirectory {
   // Only names for which `accept` holds are handed out.
   void SetFilter(std::function<bool(const char*)> accept) { accept_ = std::move(accept); }
 
-  // The next name; empty at the end, or when the directory cannot be read, which Failed tells.
+  // The next name; empty at the end, and when the directory cannot be read, which Result tells.
   std::optional<std::string> Next();
-  bool Failed() const { return failed_; }
+  DirectoryResult Result() const { return result_; }
 
   // Bytes of memory that the names take now.
   std::size_t HeldBytes() const { return held_bytes_; }
@@ -43,7 +46,7 @@ class CSortedDirectory {
   std::size_t held_bytes_ = 0;
   std::string last_;  // the last name of the batch before; empty before the first
   bool complete_ = false;
-  bool failed_ = false;
+  DirectoryResult result_ = DirectoryResult::kComplete;
 };
 
 }  // namespace moldex

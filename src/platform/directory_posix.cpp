@@ -20,11 +20,12 @@ bool IsSelfOrParent(const char* name) {
 
 }  // namespace
 
-bool VisitDirectory(const std::string& path, const std::function<void(const char*)>& visit) {
+DirectoryResult VisitDirectory(const std::string& path,
+                               const std::function<void(const char*)>& visit) {
   const std::unique_ptr<DIR, CloseDirectory> directory(opendir(path.empty() ? "." : path.c_str()));
   if (!directory) {
     RememberSystemError();
-    return false;
+    return DirectoryResult::kCannotOpen;
   }
   for (;;) {
     errno = 0;
@@ -32,9 +33,9 @@ bool VisitDirectory(const std::string& path, const std::function<void(const char
     if (entry == nullptr) break;
     if (!IsSelfOrParent(entry->d_name)) visit(entry->d_name);
   }
-  if (errno == 0) return true;
+  if (errno == 0) return DirectoryResult::kComplete;
   RememberSystemError();
-  return false;
+  return DirectoryResult::kReadFailed;
 }
 
 }  // namespace moldex

@@ -102,6 +102,20 @@ std::string TargetName(PathRules rules, std::string_view target_directory, std::
   return path.append(name);
 }
 
+std::string NormalisedName(PathRules rules, std::string_view name) {
+  std::string result;
+  if (!name.empty() && IsSeparator(rules, name[0])) result = "/";
+  while (!name.empty()) {
+    std::size_t length = 0;
+    while (length < name.size() && !IsSeparator(rules, name[length]))
+      ++length;
+    const std::string_view component = name.substr(0, length);
+    if (!component.empty() && component != ".") result = JoinPath(result, component);
+    name.remove_prefix(std::min(length + 1, name.size()));
+  }
+  return result;
+}
+
 bool HasWildcard(std::string_view name) {
   return name.find_first_of("*?") != std::string_view::npos;
 }

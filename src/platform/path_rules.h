@@ -47,6 +47,10 @@ std::string StoredName(PathRules rules, std::string_view disk_name, bool keep_ab
 // relative. On Windows what stands up to the first ":" of a relative name is dropped.
 std::string TargetName(PathRules rules, std::string_view target_directory, std::string_view name);
 
+// One spelling for every way to write a name, for comparing: "/" as separator, no "." components,
+// no repeated or trailing separators.
+std::string NormalisedName(PathRules rules, std::string_view name);
+
 // Whether a name holds "*" or "?".
 bool HasWildcard(std::string_view name);
 

@@ -27,7 +27,8 @@ CExcept::CExcept(const std::string& message, int code, Ending ending)
 CExcept::CExcept(const std::string& message, Unnumbered /*unnumbered*/) : message_(message) {}
 
 void CExcept::Print() {
-  WriteOutput(message_ + "\n");
+  WriteOutput(message_);
+  WriteOutput("\n");
   FlushOutput();
 }
 

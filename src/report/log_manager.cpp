@@ -6,7 +6,8 @@
 namespace moldex {
 
 void CConsoleLogMan::PrintMessage(const std::string& text) {
-  WriteOutput(text + "\n");
+  WriteOutput(text);
+  WriteOutput("\n");
   FlushOutput();
 }
 

@@ -1,0 +1,34 @@
+// How the contents of an entry become the data blocks of an archive.
+#ifndef MOLDEX_ARCHIVE_COMPRESS_STRATEGY_H_
+#define MOLDEX_ARCHIVE_COMPRESS_STRATEGY_H_
+
+#include <array>
+#include <cstdint>
+
+namespace moldex {
+
+class CContainer;
+class CDirEntry;
+
+// The buffers that serve every entry of a run, so that nothing is allocated for one.
+struct CompressionBuffers {
+  static constexpr std::size_t kPieceBytes = 65536;
+  static constexpr std::size_t kBlockHeaderRoom = 6;
+
+  // A block's header stands directly in front of its payload, so that both leave in one write.
+  std::array<std::uint8_t, kBlockHeaderRoom + kPieceBytes> output;
+  std::array<std::uint8_t, kPieceBytes> input;
+};
+
+class ICompressStrategy {
+ public:
+  virtual ~ICompressStrategy() = default;
+  // Writes the data blocks and the checksum of the entry that was set.
+  virtual void Compress(CContainer& archive) = 0;
+  // The entry whose data are next; it stays the caller's.
+  virtual void SetEntry(CDirEntry* entry) = 0;
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_ARCHIVE_COMPRESS_STRATEGY_H_

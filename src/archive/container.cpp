@@ -1,0 +1,231 @@
+#include "archive/container.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include "archive/bytes.h"
+#include "archive/entry_name.h"
+#include "report/except.h"
+#include "run/run_context.h"
+
+namespace moldex {
+namespace {
+
+constexpr std::size_t kMagicBytes = 4;
+constexpr char kMagic[] = "VUK ";  // its last byte is zero in long-name mode
+constexpr char kVersion[] = "2.00";
+
+constexpr std::size_t kTypeBytes = 2;
+constexpr std::size_t kChecksumBytes = 4;
+constexpr EntryType kBlock = {'D', 'A'};
+constexpr EntryType kLastBlock = {'E', 'D'};
+
+// Steps over a block are signed 32-bit distances.
+constexpr std::uint64_t kLongestStep = 0x7FFFFFFF;
+
+enum class Format { kOther, kVersion2, kVersion2LongNames };
+
+Format FormatOf(std::span<const std::uint8_t> header) {
+  if (header.size() < kArchiveHeaderBytes) return Format::kOther;
+  if (std::memcmp(&header[kMagicBytes], kVersion, 4) != 0) return Format::kOther;
+  if (std::memcmp(header.data(), kMagic, kMagicBytes) == 0) return Format::kVersion2;
+  const bool long_names = std::memcmp(header.data(), kMagic, 3) == 0 && header[3] == 0;
+  return long_names ? Format::kVersion2LongNames : Format::kOther;
+}
+
+EntryType TypeAt(std::span<const std::uint8_t> bytes) {
+  return {static_cast<char>(bytes[0]), static_cast<char>(bytes[1])};
+}
+
+bool IsBlockType(const EntryType& type) { return type == kBlock || type == kLastBlock; }
+
+void LowerBytes(std::string& name) {
+  for (char& c : name) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+}
+
+}  // namespace
+
+CContainer::CContainer(const std::string& archive_name, std::uint32_t mode)
+    : archive_name_(archive_name) {
+  if (!file_.Open(archive_name, mode >> 24)) throw COpenExcept(archive_name);
+  const auto status = file_.Status();
+  if (!status) throw COpenExcept(archive_name);
+  identity_ = status->identity;
+  former_size_bytes_ = status->size_bytes;
+  if (mode == kRead) {
+    reader_.emplace(file_);
+    return;
+  }
+  if (mode == kAppend) OpenForAppending();
+  is_version2_ = true;
+  writer_.emplace(file_);
+}
+
+CContainer::~CContainer() {
+  if (writer_ && file_.IsValid()) (void)writer_->Flush();
+}
+
+void CContainer::OpenForAppending() {
+  std::array<std::uint8_t, kArchiveHeaderBytes> header{};
+  file_.SetPosition(0);
+  const Transfer transfer = file_.Read(header);
+  if (!transfer.ok) throw CReadExcept(archive_name_);
+  const Format format = FormatOf(std::span(header).first(transfer.bytes));
+  if (format == Format::kOther) throw CInvalExcept(archive_name_);
+  if (format == Format::kVersion2LongNames) CRunContext::GetInstance().SetLongNames();
+  if (!file_.SeekToEnd()) throw COpenExcept(archive_name_);
+}
+
+void CContainer::WriteHeader() {
+  std::array<std::uint8_t, kArchiveHeaderBytes> header{};
+  std::memcpy(header.data(), kMagic, kMagicBytes);
+  std::memcpy(&header[kMagicBytes], kVersion, 4);
+  if (CRunContext::GetInstance().long_names()) header[kMagicBytes - 1] = 0;
+  Write(header);
+}
+
+void CContainer::WriteEntry(EntryHeader header, const std::string& utf8_name,
+                            std::span<const std::uint8_t> user_data) {
+  header.name_length = static_cast<std::uint16_t>(utf8_name.size() + 1);
+  header.user_data_length = static_cast<std::uint16_t>(user_data.size());
+  write_buffer_.resize(kEntryHeaderBytes);
+  EncodeEntryHeader(header, std::span<std::uint8_t, kEntryHeaderBytes>(write_buffer_));
+  write_buffer_.insert(write_buffer_.end(), utf8_name.begin(), utf8_name.end());
+  write_buffer_.push_back(0);
+  write_buffer_.insert(write_buffer_.end(), user_data.begin(), user_data.end());
+  Write(write_buffer_);
+}
+
+void CContainer::Write(std::span<const std::uint8_t> bytes) {
+  if (!writer_->Write(bytes)) throw CWriteExcept(archive_name_);
+}
+
+void CContainer::Finish() {
+  if (!writer_->Flush() || !file_.Close()) throw CWriteExcept(archive_name_);
+}
+
+void CContainer::CutBack() {
+  if (!writer_->Flush() || !file_.Truncate(former_size_bytes_)) throw CWriteExcept(archive_name_);
+}
+
+bool CContainer::CheckHeader() {
+  if (is_version2_) return *is_version2_;
+  is_version2_ = false;
+  const Format format = FormatOf(ReadExactly(kArchiveHeaderBytes));
+  if (format == Format::kOther) return false;
+  if (format == Format::kVersion2LongNames) CRunContext::GetInstance().SetLongNames();
+  const auto start = reader_->Peek(kEntryHeaderBytes);
+  is_version2_ = start.size() < kEntryHeaderBytes || IsEntryType(start.data());
+  return *is_version2_;
+}
+
+CDirEntry* CContainer::FirstEntry() {
+  if (!CheckHeader()) return nullptr;
+  EntryType type;
+  return ReadType(&type) ? ReadEntry(type) : nullptr;
+}
+
+CDirEntry* CContainer::NextEntry() {
+  EntryType type;
+  while (ReadType(&type)) {
+    if (!IsBlockType(type)) return ReadEntry(type);
+    SkipBlock(type == kLastBlock);
+  }
+  return nullptr;
+}
+
+void CContainer::Rewind() {
+  file_.SetPosition(0);
+  reader_.emplace(file_);
+  is_version2_.reset();
+}
+
+std::span<const std::uint8_t> CContainer::ReadExactly(std::size_t count) {
+  const auto bytes = reader_->Take(count);
+  if (bytes.size() < count) throw CReadExcept(archive_name_);
+  return bytes;
+}
+
+// False at the end of the archive.
+bool CContainer::ReadType(EntryType* type) {
+  if (reader_->Peek(kTypeBytes).empty() && !reader_->Failed()) return false;
+  *type = TypeAt(ReadExactly(kTypeBytes));
+  return true;
+}
+
+void CContainer::SkipBlock(bool last) {
+  const std::uint64_t payload = GetU32(ReadExactly(kBlockHeaderBytes - kTypeBytes).data());
+  const std::uint64_t distance = payload + (last ? kChecksumBytes : 0);
+  if (distance > kLongestStep) throw CExcept("MOLDEX: error in second MoveFlPtr()");
+  switch (reader_->Skip(distance)) {
+    case CBufferedReader::SkipResult::kMoved:
+      return;
+    case CBufferedReader::SkipResult::kBeyondEnd:
+      throw CReadExcept(archive_name_);
+    case CBufferedReader::SkipResult::kFailed:
+      throw CExcept("MOLDEX: error in second MoveFlPtr()");
+  }
+}
+
+CDirEntry* CContainer::ReadEntry(const EntryType& type) {
+  std::array<std::uint8_t, kEntryHeaderBytes> bytes{};
+  std::copy(type.begin(), type.end(), bytes.begin());
+  const auto rest = ReadExactly(kEntryHeaderBytes - kTypeBytes);
+  std::copy(rest.begin(), rest.end(), bytes.begin() + kTypeBytes);
+  const EntryHeader header = DecodeEntryHeader(bytes, CRunContext::GetInstance().long_names());
+  std::string name = ReadName(header.name_length);
+  const auto user_data = ReadExactly(header.user_data_length);
+  user_data_.assign(user_data.begin(), user_data.end());
+  return BuildEntry(header, std::move(name));
+}
+
+std::string CContainer::ReadName(std::size_t length) {
+  const bool fits = length <= kLongestName + 1;
+  const auto stored = fits ? ReadExactly(length) : std::span<const std::uint8_t>();
+  if (!fits || (length == kLongestName + 1 && stored.back() != 0)) {
+    throw CExcept("MOLDEX: name too long in archive " + archive_name_, kErrorNameTooLong, false);
+  }
+  std::string name = NameFromUtf8(stored);
+  const CCmdLineOptions& options = CRunContext::GetInstance().options();
+  if (options.lower_case) LowerBytes(name);
+  if (options.flat) name.erase(0, name.rfind('/') + 1);
+  return name;
+}
+
+CDirEntry* CContainer::BuildEntry(const EntryHeader& header, std::string name) {
+  CDirEntry* entry = nullptr;
+  if (header.type == kTypeFile) entry = &file_entry_;
+  if (header.type == kTypeDirectory) entry = &directory_entry_;
+  if (header.type == kTypeShortcut || header.type == kTypeLink) entry = &link_entry_;
+  if (entry == nullptr) throw CExcept("MOLDEX: unknown entry type encountered");
+  entry->Fill(header, std::move(name), user_data_);
+  return entry;
+}
+
+bool CContainer::DataFollows() {
+  const auto type = reader_->Peek(kTypeBytes);
+  return type.size() == kTypeBytes && IsBlockType(TypeAt(type));
+}
+
+DataBlock CContainer::GetEntryData() {
+  const auto block_header = ReadExactly(kBlockHeaderBytes);
+  const EntryType type = TypeAt(block_header);
+  const std::size_t payload_length = GetU32(&block_header[kTypeBytes]);
+  if (!IsBlockType(type)) {
+    throw CExcept("MOLDEX: error in GetEntryData(); unknown block type");
+  }
+  if (payload_length == 0 || payload_length > kLargestPayload) {
+    throw CExcept("MOLDEX: invalid block length in archive " + archive_name_, kErrorBadLength,
+                  false);
+  }
+  const std::size_t trailer = type == kLastBlock ? kChecksumBytes : 0;
+  const auto bytes = ReadExactly(payload_length + trailer);
+  DataBlock block{bytes.first(payload_length), type == kBlock, 0};
+  if (!block.more_follow) block.checksum = GetU32(&bytes[payload_length]);
+  return block;
+}
+
+}  // namespace moldex

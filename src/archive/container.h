@@ -1,0 +1,119 @@
+// The open archive: the container that every command reads or writes.
+//
+// An archive is an 8-byte header (magic "VUK " or, in long-name mode, "VUK\0", then "2.00") and
+// entries back to back up to the end of the file. An entry is its fixed header (entry_header.h),
+// its name in UTF-8 with a terminating zero, its user data, and, when it has data, a chain of
+// blocks: 2 bytes type ("DA", or "ED" for the last), 4 bytes payload length, the payload; the
+// last is followed by a 4-byte checksum (checksum.h).
+//
+// A container either reads or writes. Failures are CExcept that carry the archive's name.
+#ifndef MOLDEX_ARCHIVE_CONTAINER_H_
+#define MOLDEX_ARCHIVE_CONTAINER_H_
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "archive/entry_header.h"
+#include "archive/entry_kinds.h"
+#include "platform/buffered_reader.h"
+#include "platform/buffered_writer.h"
+#include "platform/file_handle.h"
+
+namespace moldex {
+
+inline constexpr std::size_t kArchiveHeaderBytes = 8;
+inline constexpr std::size_t kBlockHeaderBytes = 6;
+
+// The largest payload that a block may have.
+inline constexpr std::size_t kLargestPayload = 65536;
+
+// One data block as it stands in the archive.
+struct DataBlock {
+  std::span<const std::uint8_t> payload;  // valid until the next call on the container
+  bool more_follow = false;
+  std::uint32_t checksum = 0;  // of the whole entry, behind its last block only
+};
+
+class CContainer {
+ public:
+  // The upper byte is what the file is opened with (file_handle.h).
+  enum OpenMode : std::uint32_t {
+    kRead = 0,
+    kNewArchive = 0x60000000,
+    kAppend = 0x50000000,
+  };
+
+  // Opens the archive. Throws COpenExcept. In append mode the file must be a version-2 archive
+  // (CInvalExcept); nothing of it is changed until something is written.
+  CContainer(const std::string& archive_name, std::uint32_t mode);
+  // Writes out what is still buffered, as far as that goes, and closes.
+  ~CContainer();
+  CContainer(const CContainer&) = delete;
+  CContainer& operator=(const CContainer&) = delete;
+
+  const std::string& name() const { return archive_name_; }
+
+  // --- Writing. Every operation throws CWriteExcept when the archive takes less than was given.
+
+  // The header of a new archive.
+  void WriteHeader();
+  // An entry's header, name and user data; the lengths in the header are set from the latter two.
+  void WriteEntry(EntryHeader header, const std::string& utf8_name,
+                  std::span<const std::uint8_t> user_data);
+  // Bytes of an entry's data section, in one piece.
+  void Write(std::span<const std::uint8_t> bytes);
+  // Writes out what is buffered and closes the archive.
+  void Finish();
+  // Cuts an archive opened for appending back to the length it had before.
+  void CutBack();
+  // What the archive's file is, so that it is not put into itself.
+  const FileIdentity& identity() const { return identity_; }
+
+  // --- Reading. Every operation throws CReadExcept when the archive ends or fails too early.
+
+  // Whether this is a version-2 archive: its header is, and what follows, if anything does, may
+  // begin an entry. Reads once. A long-name archive switches the rest of the run to that mode.
+  bool CheckHeader();
+  // The first entry, then one after another whatever was read of the one before; null at the end.
+  // An entry is valid until the next call.
+  CDirEntry* FirstEntry();
+  CDirEntry* NextEntry();
+  // Goes back to the start, for another FirstEntry.
+  void Rewind();
+  // Whether a data block comes next.
+  bool DataFollows();
+  // The next block of the current entry. Throws CExcept for a block that is none, and for one that
+  // is empty or too long, before it is read.
+  DataBlock GetEntryData();
+
+ private:
+  void OpenForAppending();
+  std::span<const std::uint8_t> ReadExactly(std::size_t count);
+  bool ReadType(EntryType* type);
+  void SkipBlock(bool last);
+  CDirEntry* ReadEntry(const EntryType& type);
+  std::string ReadName(std::size_t length);
+  CDirEntry* BuildEntry(const EntryHeader& header, std::string name);
+
+  std::string archive_name_;
+  CFileHandle file_;
+  FileIdentity identity_;
+  std::uint64_t former_size_bytes_ = 0;
+  std::optional<CBufferedReader> reader_;
+  std::optional<CBufferedWriter> writer_;
+  std::vector<std::uint8_t> write_buffer_;
+  std::optional<bool> is_version2_;
+  std::vector<std::uint8_t> user_data_;
+  CFile file_entry_;
+  CDirectory directory_entry_;
+  CLink link_entry_;
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_ARCHIVE_CONTAINER_H_

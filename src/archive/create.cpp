@@ -1,0 +1,101 @@
+#include "archive/create.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include "archive/entry_kinds.h"
+#include "archive/entry_name.h"
+#include "archive/normal_compress.h"
+#include "platform/file_services.h"
+#include "report/except.h"
+#include "report/exit_status.h"
+#include "report/system_error.h"
+
+namespace moldex {
+
+CCreate::CCreate(CRunContext& context)
+    : context_(context),
+      options_(context.options()),
+      appending_(context.command_code() == kCommandAppend) {}
+
+CCreate::~CCreate() = default;
+
+void CCreate::Execute() {
+  OpenArchive();
+  const char* directory = options_.change_directory;
+  if (directory != nullptr && !ChangeDirectory(directory)) throw CChgDirExcept(directory);
+  strategy_ = std::make_unique<CNormalCompress>(buffers_);
+  if (!appending_) archive_->WriteHeader();
+  WalkNames();
+  FinishArchive();
+}
+
+void CCreate::OpenArchive() {
+  const char* value = options_.archive_value;
+  if (value != nullptr && std::strlen(value) > CRunContext::kLongestArchiveName) {
+    RememberErrno(ENAMETOOLONG);  // rather than a file under part of the name
+    throw COpenExcept(value);
+  }
+  try {
+    archive_ = std::make_unique<CContainer>(
+        context_.archive_name(), appending_ ? CContainer::kAppend : CContainer::kNewArchive);
+  } catch (const CInvalExcept&) {
+    SetExitStatus(kErrorOldFormat);
+    throw;
+  }
+}
+
+void CCreate::WalkNames() {
+  CTreeWalk walk(*this);
+  for (const std::string& name : options_.file_names) {
+    if (HasWildcard(name)) {
+      walk.WalkPattern(name);
+    } else {
+      walk.Walk(name);
+    }
+  }
+  for (const std::string& name : options_.include_names)
+    walk.Walk(name);
+}
+
+// An archive that was appended to loses what this run added when something had to be left out
+// without leave; a new archive is deleted by the program's end in that case.
+void CCreate::FinishArchive() {
+  if (appending_ && context_.files_inaccessible() && !options_.ignore_inaccessible) {
+    archive_->CutBack();
+  }
+  archive_->Finish();
+}
+
+bool CCreate::OnObject(const std::string& name, const FileStatus& status, bool is_start) {
+  if (is_start) return true;
+  if (options_.IsExcluded(name)) return false;
+  // An archive never contains itself, whatever it is called here.
+  if (status.identity == archive_->identity()) return false;
+  return AddEntry(name, status);
+}
+
+bool CCreate::AddEntry(const std::string& name, const FileStatus& status) {
+  const std::string archive_name =
+      StoredName(SystemPathRules(), options_.Renamed(name), options_.absolute_paths);
+  const std::string utf8_name = NameToUtf8(archive_name);
+  const auto entry = MakeEntry(name, status);
+  if (utf8_name.size() > kLongestName || !entry->Prepare()) {
+    OnInaccessible(name);
+    return false;
+  }
+  entry->SetArchiveName(archive_name);
+  if (options_.verbose) context_.log().PrintMessage("a " + archive_name);
+  entry->WriteTo(*archive_, utf8_name, *strategy_);
+  if (options_.statistics) context_.statistics().CountFile();
+  return true;
+}
+
+void CCreate::OnInaccessible(const std::string& name) { context_.ReportInaccessibleFile(name); }
+
+void CCreate::OnLinkWithoutTarget(const std::string& name) {
+  CExcept failure("MOLDEX: no link target for " + name, kErrorNoLinkTarget, false);
+  context_.log().PrintInfo(failure);
+}
+
+}  // namespace moldex

@@ -1,0 +1,46 @@
+// The commands create (-c) and append (-a).
+#ifndef MOLDEX_ARCHIVE_CREATE_H_
+#define MOLDEX_ARCHIVE_CREATE_H_
+
+#include <memory>
+#include <string>
+
+#include "archive/compress_strategy.h"
+#include "archive/container.h"
+#include "archive/tree_walk.h"
+#include "run/command.h"
+#include "run/run_context.h"
+
+namespace moldex {
+
+class CCreate : public CCommand, private ITreeVisitor {
+ public:
+  explicit CCreate(CRunContext& context);
+  ~CCreate() override;
+
+  // Walks the operands and the names of the -A file in order and writes an entry for each object.
+  // What cannot be read is reported and left out; every other failure ends the command and leaves
+  // the archive as written so far.
+  void Execute() override;
+
+ private:
+  bool OnObject(const std::string& name, const FileStatus& status, bool is_start) override;
+  void OnInaccessible(const std::string& name) override;
+  void OnLinkWithoutTarget(const std::string& name) override;
+
+  void OpenArchive();
+  void WalkNames();
+  void FinishArchive();
+  bool AddEntry(const std::string& name, const FileStatus& status);
+
+  CRunContext& context_;
+  const CCmdLineOptions& options_;
+  bool appending_;
+  std::unique_ptr<CContainer> archive_;
+  CompressionBuffers buffers_;
+  std::unique_ptr<ICompressStrategy> strategy_;
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_ARCHIVE_CREATE_H_

@@ -1,0 +1,47 @@
+// Compressed streams cut into the data blocks of an archive: what every strategy does with the
+// pieces that it reads.
+#ifndef MOLDEX_ARCHIVE_DATA_BLOCKS_H_
+#define MOLDEX_ARCHIVE_DATA_BLOCKS_H_
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+#include "archive/compress_strategy.h"
+
+namespace moldex {
+
+// One compressed stream. Compress a piece, write the block that came of it, until Complete.
+class CStreamWriter {
+ public:
+  // `length_bytes` is that of the whole stream.
+  CStreamWriter(CContainer& archive, CompressionBuffers& buffers, std::int32_t length_bytes)
+      : archive_(archive), buffers_(buffers), length_bytes_(length_bytes) {}
+
+  // Compresses from a piece into the output buffer; returns how much of it was taken. Empty when
+  // the library fails, or makes no headway.
+  std::optional<std::size_t> Compress(std::span<const std::uint8_t> piece);
+
+  // The output buffer was full: what was not taken of the piece comes again.
+  bool WantsSamePiece() const;
+  bool Complete() const;
+
+  // Writes what the last call produced, if anything; `last_stream` tells that the entry ends with
+  // this stream. False when the stream is complete without output to mark its end with. Throws
+  // CWriteExcept.
+  bool WriteBlock(bool last_stream);
+
+ private:
+  CContainer& archive_;
+  CompressionBuffers& buffers_;
+  std::int32_t length_bytes_;
+  std::int32_t code_ = 0;  // of the last call; 0 before the first
+  std::size_t produced_bytes_ = 0;
+};
+
+// The checksum behind an entry's last block. Throws CWriteExcept.
+void WriteChecksum(CContainer& archive, std::uint32_t checksum);
+
+}  // namespace moldex
+
+#endif  // MOLDEX_ARCHIVE_DATA_BLOCKS_H_

@@ -1,0 +1,94 @@
+#include "archive/dir_entry.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "archive/compress_strategy.h"
+#include "archive/container.h"
+#include "archive/entry_data.h"
+#include "archive/entry_info.h"
+#include "archive/output_place.h"
+#include "report/except.h"
+#include "run/run_context.h"
+
+namespace moldex {
+namespace {
+
+// Seconds as the archive holds them; what lies outside its range is taken to its nearest end.
+std::uint32_t StoredSeconds(std::int64_t seconds) {
+  constexpr std::int64_t kLatest = std::numeric_limits<std::uint32_t>::max();
+  return static_cast<std::uint32_t>(std::clamp<std::int64_t>(seconds, 0, kLatest));
+}
+
+}  // namespace
+
+CDirEntry::CDirEntry(std::string disk_name, const FileStatus& status)
+    : disk_name_(disk_name), archive_name_(std::move(disk_name)), status_(status) {}
+
+void CDirEntry::Fill(const EntryHeader& header, std::string name,
+                     std::span<const std::uint8_t> user_data) {
+  header_ = header;
+  disk_name_ = std::move(name);
+  archive_name_ = disk_name_;
+  user_data_.assign(user_data.begin(), user_data.end());
+}
+
+void CDirEntry::Extract(CContainer& archive, bool to_disk) {
+  CRunContext& context = CRunContext::GetInstance();
+  if (context.options().statistics) context.statistics().CountFile();
+  if (context.options().verbose) {
+    context.log().PrintMessage((to_disk ? "x " : "d ") + disk_name_);
+  }
+  if (to_disk) Create();
+  if (header_.size_bytes() != 0 && !IsDirectory()) {
+    RestoreData(archive, *this, to_disk);
+  } else if (archive.DataFollows()) {
+    throw CExcept("MOLDEX: data without a size in " + disk_name_, kErrorBadLength, false);
+  }
+}
+
+void CDirEntry::Finish() {
+  if (!file_.SetDate(header_.time_low) && !IsShortcut()) throw CChgDateExcept(disk_name_);
+  if (!file_.SetPermissions(header_.mode & kModePermissions) && !IsShortcut()) {
+    throw CChgModExcept(disk_name_);
+  }
+  if (!file_.Close()) throw CWriteExcept(disk_name_);
+}
+
+void CDirEntry::Create() { file_ = CreateOutputFile(disk_name_); }
+
+bool CDirEntry::OpenForReading() {
+  if (!file_.Open(disk_name_, kOpenExisting)) return false;
+  const auto status = file_.Status();
+  if (!status || status->kind != FileKind::kRegular) return false;
+  status_ = *status;
+  return true;
+}
+
+void CDirEntry::FillHeader(const EntryType& type) {
+  const CCmdLineOptions& options = CRunContext::GetInstance().options();
+  header_.type = type;
+  header_.mode = status_.mode;
+  if (options.permission_text != nullptr) {
+    header_.mode = (header_.mode & kModeKindMask) | (options.permission_value & 0xFFF);
+  }
+  header_.set_size_bytes(status_.size_bytes);
+  header_.time_low = StoredSeconds(status_.modified_seconds);
+}
+
+void CDirEntry::WriteTo(CContainer& archive, const std::string& utf8_name,
+                        ICompressStrategy& strategy) {
+  archive.WriteEntry(header_, utf8_name, user_data_);
+  if (header_.size_bytes() != 0 && file_.IsValid()) {
+    strategy.SetEntry(this);
+    strategy.Compress(archive);
+  }
+  file_.Close();
+}
+
+void CDirEntry::Print() const {
+  CEntryInfo info(header_, disk_name_);
+  CRunContext::GetInstance().log().PrintInfo(info);
+}
+
+}  // namespace moldex

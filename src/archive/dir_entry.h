@@ -1,0 +1,93 @@
+// One archived object: what is common to files, directories and links.
+//
+// An entry either goes into an archive, built from a name on disk and its status, or comes out of
+// one, filled by the container from an entry header.
+#ifndef MOLDEX_ARCHIVE_DIR_ENTRY_H_
+#define MOLDEX_ARCHIVE_DIR_ENTRY_H_
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "archive/entry_header.h"
+#include "platform/file_handle.h"
+#include "platform/file_status.h"
+
+namespace moldex {
+
+class CContainer;
+class ICompressStrategy;
+
+class CDirEntry {
+ public:
+  // An entry for the container to fill.
+  CDirEntry() = default;
+  // An entry for the object `disk_name`, stored under that name until SetArchiveName.
+  CDirEntry(std::string disk_name, const FileStatus& status);
+  virtual ~CDirEntry() = default;
+  CDirEntry(const CDirEntry&) = delete;
+  CDirEntry& operator=(const CDirEntry&) = delete;
+
+  // --- Out of an archive.
+
+  void Fill(const EntryHeader& header, std::string name, std::span<const std::uint8_t> user_data);
+
+  // Creates the entry on disk and writes its data, or, with `to_disk` false, only proves that they
+  // can be restored and match their checksum. Counts and, with -v, names the entry. Leaves the file
+  // open for Finish.
+  virtual void Extract(CContainer& archive, bool to_disk);
+
+  // Gives an extracted file its date and permissions and closes it.
+  virtual void Finish();
+
+  // Makes the object on disk: a file open for writing, or a directory. Throws the CExcept that says
+  // what could not be made.
+  virtual void Create();
+
+  // --- Into an archive.
+
+  // Looks the object up for the last time, opens it where it has data, and fills the header. False
+  // when it cannot be read.
+  virtual bool Prepare() = 0;
+
+  // Writes header, name and user data, and the data through the strategy. `utf8_name` is the
+  // archive name in UTF-8. Throws CWriteExcept, CReadExcept, CCompExcept.
+  void WriteTo(CContainer& archive, const std::string& utf8_name, ICompressStrategy& strategy);
+
+  void SetArchiveName(std::string name) { archive_name_ = std::move(name); }
+  const std::string& archive_name() const { return archive_name_; }
+
+  // --- Both.
+
+  // One line of a listing.
+  void Print() const;
+
+  virtual bool IsDirectory() const { return false; }
+  bool IsShortcut() const { return (header_.mode & kModeKindMask) == kModeShortcut; }
+
+  // The name on disk; of an entry out of an archive, its name there.
+  const std::string& GetName() const { return disk_name_; }
+  const EntryHeader& header() const { return header_; }
+  std::span<const std::uint8_t> user_data() const { return user_data_; }
+  CFileHandle& file() { return file_; }
+
+ protected:
+  // Fills the header from the status, with the permissions of -p where they are given.
+  void FillHeader(const EntryType& type);
+  const FileStatus& status() const { return status_; }
+  // Opens the file for reading and takes its status from there.
+  bool OpenForReading();
+
+ private:
+  std::string disk_name_;
+  std::string archive_name_;
+  FileStatus status_;
+  EntryHeader header_;
+  std::vector<std::uint8_t> user_data_;
+  CFileHandle file_;
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_ARCHIVE_DIR_ENTRY_H_

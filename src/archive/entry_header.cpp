@@ -1,0 +1,44 @@
+#include "archive/entry_header.h"
+
+#include <algorithm>
+
+#include "archive/bytes.h"
+
+namespace moldex {
+
+void EncodeEntryHeader(const EntryHeader& header, std::span<std::uint8_t, kEntryHeaderBytes> to) {
+  std::copy(header.type.begin(), header.type.end(), to.begin());
+  PutU32(&to[2], header.mode);
+  PutU32(&to[kSizeFieldOffset], header.size_low);
+  PutU32(&to[10], 0);
+  PutU32(&to[14], header.size_high);
+  PutU32(&to[18], header.time_low);
+  PutU32(&to[22], header.time_high);
+  PutU32(&to[26], header.reserved);
+  PutU16(&to[30], header.user_data_length);
+  PutU16(&to[32], header.name_length);
+}
+
+EntryHeader DecodeEntryHeader(std::span<const std::uint8_t, kEntryHeaderBytes> from,
+                              bool long_names) {
+  EntryHeader header;
+  header.type = {static_cast<char>(from[0]), static_cast<char>(from[1])};
+  header.mode = GetU32(&from[2]);
+  header.size_low = GetU32(&from[kSizeFieldOffset]);
+  header.size_high = GetU32(&from[14]);
+  header.time_low = GetU32(&from[18]);
+  header.time_high = long_names ? GetU32(&from[22]) : 0;
+  header.reserved = GetU32(&from[26]);
+  header.user_data_length = GetU16(&from[30]);
+  header.name_length = GetU16(&from[32]);
+  return header;
+}
+
+bool IsEntryType(const std::uint8_t* bytes) {
+  // "SV" begins an entry that this version knows of but cannot build.
+  constexpr EntryType kTypes[] = {kTypeFile, kTypeDirectory, kTypeShortcut, kTypeLink, {'S', 'V'}};
+  const EntryType type = {static_cast<char>(bytes[0]), static_cast<char>(bytes[1])};
+  return std::find(std::begin(kTypes), std::end(kTypes), type) != std::end(kTypes);
+}
+
+}  // namespace moldex

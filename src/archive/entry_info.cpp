@@ -1,0 +1,69 @@
+#include "archive/entry_info.h"
+
+#include <array>
+#include <cinttypes>
+#include <cstdio>
+#include <ctime>
+
+#include "platform/file_status.h"
+#include "report/output.h"
+#include "run/run_context.h"
+
+namespace moldex {
+namespace {
+
+struct AttributeLetter {
+  std::size_t position;  // from 0
+  char letter;
+  std::uint32_t mode_bit;
+};
+
+constexpr AttributeLetter kAttributeLetters[] = {
+    {1, 'r', 0x100},   {2, 'w', 0x80},     {3, 'x', 0x40},     {4, 'h', 0x40000},
+    {5, 's', 0x80000}, {6, 'a', 0x100000}, {7, 'c', 0x200000},
+};
+
+std::array<char, 11> AttributesOf(std::uint32_t mode) {
+  std::array<char, 11> text{"----------"};
+  if ((mode & kModeKindMask) == kModeDirectory) text[0] = 'd';
+  if ((mode & kModeKindMask) == kModeShortcut) text[0] = 'l';
+  for (const AttributeLetter& entry : kAttributeLetters) {
+    if ((mode & entry.mode_bit) != 0) text[entry.position] = entry.letter;
+  }
+  return text;
+}
+
+// Seconds since 1970 of a Windows FILETIME, 100-nanosecond steps since 1601, rounded down.
+std::int64_t SecondsOfFileTime(std::uint32_t low, std::uint32_t high) {
+  constexpr std::uint64_t kStepsPerSecond = 10'000'000;
+  constexpr std::int64_t kSecondsTo1970 = 11'644'473'600;
+  const std::uint64_t steps = std::uint64_t{high} << 32 | low;
+  return static_cast<std::int64_t>(steps / kStepsPerSecond) - kSecondsTo1970;
+}
+
+// Empty when the time has no place in the calendar.
+std::array<char, 18> DateOf(const EntryHeader& header) {
+  std::array<char, 18> text{};
+  const bool long_names = CRunContext::GetInstance().long_names();
+  const std::time_t seconds = long_names ? SecondsOfFileTime(header.time_low, header.time_high)
+                                         : static_cast<std::time_t>(header.time_low);
+  const std::tm* calendar = std::localtime(&seconds);
+  if (calendar == nullptr ||
+      std::strftime(text.data(), text.size(), "%d %b %Y %H:%M", calendar) == 0) {
+    text[0] = '\0';
+  }
+  return text;
+}
+
+}  // namespace
+
+void CEntryInfo::Print() {
+  std::array<char, 64> columns{};
+  std::snprintf(columns.data(), columns.size(), "%s%12" PRIu64 " %20s ",
+                AttributesOf(header_.mode).data(), header_.size_bytes(), DateOf(header_).data());
+  WriteOutput(columns.data());
+  WriteOutput(name_);
+  WriteOutput("\n");
+}
+
+}  // namespace moldex

@@ -1,0 +1,23 @@
+// Entry names on their way between the program (local code page) and the archive (UTF-8).
+#ifndef MOLDEX_ARCHIVE_ENTRY_NAME_H_
+#define MOLDEX_ARCHIVE_ENTRY_NAME_H_
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+namespace moldex {
+
+// The longest name, in bytes without the terminating zero, in an archive and in the program.
+inline constexpr std::size_t kLongestName = 260;
+
+// Throws CConversionExcept when the name does not come back from UTF-8 as it went in.
+std::string NameToUtf8(const std::string& name);
+
+// Reads a stored name: `stored` ends with its terminating zero, and what stands behind a zero
+// before that is ignored. Throws CConversionExcept.
+std::string NameFromUtf8(std::span<const std::uint8_t> stored);
+
+}  // namespace moldex
+
+#endif  // MOLDEX_ARCHIVE_ENTRY_NAME_H_

@@ -1,0 +1,74 @@
+#include "archive/output_place.h"
+
+#include <cerrno>
+
+#include "platform/file_services.h"
+#include "report/except.h"
+#include "report/system_error.h"
+#include "run/run_context.h"
+
+namespace moldex {
+namespace {
+
+constexpr std::uint32_t kOwnerAll = 0700;
+
+// End of the longest existing prefix of `path` that ends in front of a separator; 0 when even the
+// first component is missing, or when the walk reaches the root or a drive.
+std::size_t ExistingPrefix(PathRules rules, const std::string& path) {
+  std::size_t end = path.size();
+  while (end > 0) {
+    const std::size_t separator = LastSeparator(rules, std::string_view(path).substr(0, end));
+    const std::size_t colon = path.rfind(':', end - 1);
+    const bool drive = rules == PathRules::kWindows && colon != std::string::npos;
+    if (separator == std::string::npos || separator == 0 || (drive && colon > separator)) return 0;
+    end = separator;
+    if (TestExistence(path.substr(0, end)) == Existence::kExists) return end;
+  }
+  return 0;
+}
+
+// Creates the missing directories above the last component.
+bool CreateParents(const std::string& path) {
+  if (path.empty()) return false;
+  const PathRules rules = SystemPathRules();
+  for (std::size_t end = ExistingPrefix(rules, path) + 1; end < path.size(); ++end) {
+    if (IsSeparator(rules, path[end]) && !CreateDirectoryAt(path.substr(0, end))) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+std::string OutputPath(const std::string& entry_name) {
+  const char* target = CRunContext::GetInstance().options().target_directory;
+  return TargetName(SystemPathRules(), target != nullptr ? target : "", entry_name);
+}
+
+CFileHandle CreateOutputFile(const std::string& entry_name) {
+  const std::string path = OutputPath(entry_name);
+  CFileHandle file;
+  // Most files go where files went before: look for missing parents only when opening fails.
+  if (!path.empty() && file.Open(path, kOpenCreate | kOpenExtracted)) return file;
+  if (path.empty() || LastSystemError().errno_value == ENOENT) {
+    if (!CreateParents(path)) throw CCreateDirExcept(path);
+    if (file.Open(path, kOpenCreate | kOpenExtracted)) return file;
+  }
+  throw COpenForWritingExcept(path);
+}
+
+void CreateOutputDirectory(const std::string& entry_name) {
+  const std::string path = OutputPath(entry_name);
+  switch (TestExistence(path)) {
+    case Existence::kExists:
+      if (!CRunContext::GetInstance().options().set_directory_permissions) return;
+      if (!SetPermissionsAt(path, kOwnerAll)) throw CChgModExcept(path);
+      return;
+    case Existence::kMissing:
+      if (!CreateParents(path) || !CreateDirectoryAt(path)) throw CCreateDirExcept(path);
+      return;
+    case Existence::kUnknown:
+      throw CAccessExcept(path);
+  }
+}
+
+}  // namespace moldex

@@ -1,0 +1,25 @@
+// Where extracted entries go on disk, and how the place is made.
+#ifndef MOLDEX_ARCHIVE_OUTPUT_PLACE_H_
+#define MOLDEX_ARCHIVE_OUTPUT_PLACE_H_
+
+#include <string>
+
+#include "platform/file_handle.h"
+
+namespace moldex {
+
+// The path that an entry of this name is written to: below the directory of -R where one is given
+// and the name is relative.
+std::string OutputPath(const std::string& entry_name);
+
+// An empty file for the entry, open for writing, its missing parent directories created. Throws
+// CCreateDirExcept and COpenForWritingExcept with the output path.
+CFileHandle CreateOutputFile(const std::string& entry_name);
+
+// The directory for the entry. One that exists is opened up for its owner unless -h was given.
+// Throws CCreateDirExcept, CChgModExcept and CAccessExcept with the output path.
+void CreateOutputDirectory(const std::string& entry_name);
+
+}  // namespace moldex
+
+#endif  // MOLDEX_ARCHIVE_OUTPUT_PLACE_H_

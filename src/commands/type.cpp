@@ -1,0 +1,34 @@
+#include "commands/type.h"
+
+#include "archive/container.h"
+#include "oldformat/type_old.h"
+#include "report/except.h"
+
+namespace moldex {
+
+CType::CType(CRunContext& context) : context_(context), selection_(context.options().NameList()) {}
+
+void CType::Execute() {
+  for (const std::string& name : context_.ArchiveList()) {
+    try {
+      ListArchive(name);
+    } catch (COpenExcept& failure) {
+      context_.log().PrintInfo(failure);
+    } catch (const CInvalExcept&) {
+      CTypeOld(context_, name).Execute();
+    }
+  }
+}
+
+void CType::ListArchive(const std::string& name) {
+  CContainer archive(name, CContainer::kRead);
+  if (!archive.CheckHeader()) throw CInvalExcept(name);
+  context_.log().PrintMessage("MOLDEX: processing archive " + name + "...");
+  for (CDirEntry* entry = archive.FirstEntry(); entry != nullptr; entry = archive.NextEntry()) {
+    if (!selection_.Selects(entry->GetName(), entry->IsDirectory())) continue;
+    entry->Print();
+    context_.statistics().CountFile();
+  }
+}
+
+}  // namespace moldex

@@ -1,0 +1,80 @@
+// The entry point: one command line in, one exit status out.
+#include <clocale>
+#include <cstring>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+#include "driver/run.h"
+#include "driver/usage.h"
+#include "driver/version.h"
+#include "report/except.h"
+#include "report/exit_status.h"
+#include "run/run_context.h"
+
+namespace moldex {
+namespace {
+
+bool IsVersionWord(std::string word) {
+  for (char& c : word) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return word == "-version";
+}
+
+void Dispatch(CRunContext& context, int argument_count, char** arguments) {
+  if (argument_count < 2) {
+    CUsage usage;
+    context.log().PrintInfo(usage);
+  } else if (IsVersionWord(arguments[1])) {
+    context.log().PrintMessage(VersionText());
+  } else {
+    context.options().Parse(argument_count, arguments);
+    Run(context);
+  }
+}
+
+// A failure that has no number of its own must not look like success.
+void PrintUnnumbered(CRunContext& context, CExcept& failure) {
+  context.log().PrintInfo(failure);
+  if (ExitStatus() == 0) SetExitStatus(kErrorGeneric);
+}
+
+void RunProgram(CRunContext& context, int argument_count, char** arguments) {
+  // Made before anything can fail: saying so must not need memory.
+  const std::string out_of_memory = "MOLDEX: can not allocate new memory";
+  try {
+    Dispatch(context, argument_count, arguments);
+  } catch (CDecompExcept& failure) {
+    PrintUnnumbered(context, failure);
+  } catch (CCompExcept& failure) {
+    PrintUnnumbered(context, failure);
+  } catch (CExcept& failure) {
+    context.log().PrintInfo(failure);
+  } catch (const std::out_of_range&) {
+    context.log().PrintMessage("string: out_of_range-exception");
+    SetExitStatus(kErrorOutOfRange);
+  } catch (const std::length_error&) {
+    context.log().PrintMessage("string: length_error");
+    SetExitStatus(kErrorLength);
+  } catch (const std::bad_alloc&) {
+    context.log().PrintMessage(out_of_memory);
+    SetExitStatus(kErrorOutOfMemory);
+  } catch (...) {
+    context.log().PrintMessage("MOLDEX: unexpected exception thrown");
+    SetExitStatus(kErrorUnexpected);
+  }
+}
+
+}  // namespace
+}  // namespace moldex
+
+int main(int argument_count, char** arguments) {
+  // Names are in the code page of the user's locale; everything else stays as it is everywhere.
+  std::setlocale(LC_CTYPE, "");
+  moldex::CRunContext& context = moldex::CRunContext::GetInstance();
+  moldex::RunProgram(context, argument_count, arguments);
+  const int status = moldex::ExitStatus();
+  moldex::CRunContext::Destroy();
+  return status;
+}

@@ -1,0 +1,14 @@
+// One run of the program, from the parsed command line to the last line of output.
+#ifndef MOLDEX_DRIVER_RUN_H_
+#define MOLDEX_DRIVER_RUN_H_
+
+#include "run/run_context.h"
+
+namespace moldex {
+
+// Runs the command that the options describe. Failures leave it as CExcept.
+void Run(CRunContext& context);
+
+}  // namespace moldex
+
+#endif  // MOLDEX_DRIVER_RUN_H_

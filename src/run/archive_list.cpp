@@ -1,0 +1,65 @@
+#include "run/archive_list.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "platform/directory.h"
+#include "platform/file_services.h"
+#include "run/text.h"
+
+namespace moldex {
+namespace {
+
+std::vector<std::string> Split(std::string_view value) {
+  const std::string_view separators = value.find(',') != std::string_view::npos ? "," : kBlanks;
+  std::vector<std::string> names;
+  while (!value.empty()) {
+    const std::size_t end = std::min(value.find_first_of(separators), value.size());
+    const std::string_view name = Trimmed(value.substr(0, end));
+    if (!name.empty()) names.emplace_back(name);
+    value.remove_prefix(std::min(end + 1, value.size()));
+  }
+  return names;
+}
+
+std::string Lowered(std::string_view text) {
+  std::string result(text);
+  for (char& c : result) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return result;
+}
+
+std::vector<std::string> Expand(const std::string& name, bool ignore_case) {
+  const std::string_view last = LastComponent(SystemPathRules(), name);
+  const std::string directory = name.substr(0, name.size() - last.size());
+  const std::string pattern = ignore_case ? Lowered(last) : std::string(last);
+  std::vector<std::string> matches;
+  VisitDirectory(directory, [&](const char* entry) {
+    if (MatchesPattern(pattern, ignore_case ? Lowered(entry) : entry)) {
+      matches.push_back(directory + entry);
+    }
+  });
+  if (matches.empty()) return {name};
+  std::sort(matches.begin(), matches.end());
+  return matches;
+}
+
+}  // namespace
+
+std::vector<std::string> ExpandArchiveList(const std::string& value, bool ignore_case) {
+  if (TestExistence(value) == Existence::kExists) return {value};
+  std::vector<std::string> archives;
+  for (const std::string& name : Split(value)) {
+    const bool literal = TestExistence(name) == Existence::kExists;
+    if (!literal && (ignore_case || HasWildcard(name))) {
+      const auto matches = Expand(name, ignore_case);
+      archives.insert(archives.end(), matches.begin(), matches.end());
+    } else {
+      archives.push_back(name);
+    }
+  }
+  return archives;
+}
+
+}  // namespace moldex

@@ -1,0 +1,20 @@
+// The archives that the value of -f names.
+#ifndef MOLDEX_RUN_ARCHIVE_LIST_H_
+#define MOLDEX_RUN_ARCHIVE_LIST_H_
+
+#include <string>
+#include <vector>
+
+namespace moldex {
+
+inline constexpr char kDefaultArchive[] = "DEFAULT.QEL";
+
+// A value that names an existing file as it stands is that one archive. Otherwise it is a list,
+// split at "," where it holds one and at blanks where it does not; "*" and "?" in the last part of
+// a name are expanded, sorted by name. With `ignore_case` capitals and small letters match each
+// other. A pattern that matches nothing stays as it is, so that opening it reports it.
+std::vector<std::string> ExpandArchiveList(const std::string& value, bool ignore_case);
+
+}  // namespace moldex
+
+#endif  // MOLDEX_RUN_ARCHIVE_LIST_H_

@@ -1,0 +1,28 @@
+// One command of the program: create, extract, list and so on.
+#ifndef MOLDEX_RUN_COMMAND_H_
+#define MOLDEX_RUN_COMMAND_H_
+
+namespace moldex {
+
+class CCommand {
+ public:
+  virtual ~CCommand() = default;
+  // Runs the command once. Failures that it does not survive leave it as CExcept.
+  virtual void Execute() = 0;
+};
+
+// The numbers that the command letters set.
+enum CommandCode : int {
+  kNoCommand = 0,
+  kCommandCreate = 1,   // c
+  kCommandVerify = 2,   // d
+  kCommandExtract = 3,  // x
+  kCommandList = 4,     // t
+  kCommandAppend = 5,   // a
+  kCommandMerge = 6,    // m
+  kCommandScan = 7      // l
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_RUN_COMMAND_H_

@@ -1,0 +1,81 @@
+// Which command goes with which options: the rules of CCmdLineOptions::CheckOptions, in the order
+// in which they are tried.
+#include "report/except.h"
+#include "run/options.h"
+
+namespace moldex {
+namespace {
+
+constexpr unsigned Bit(int command) { return 1u << command; }
+
+constexpr unsigned kAllCommands = ~0u;
+
+// A rule is broken when the command is one of `commands` and `applies` holds.
+struct Rule {
+  unsigned commands;
+  bool (*applies)(const CCmdLineOptions&);
+  const char* message;
+  int code;
+  bool with_system_text;
+};
+
+bool NamesNothing(const CCmdLineOptions& options) {
+  return options.file_names.empty() && options.include_file == nullptr;
+}
+
+constexpr Rule kRules[] = {
+    {Bit(kCommandCreate),
+     [](const CCmdLineOptions& o) { return NamesNothing(o) && o.rename_file == nullptr; },
+     "MOLDEX: no files given for archiving", kErrorNoFiles, true},
+    {Bit(kCommandExtract),
+     [](const CCmdLineOptions& o) {
+       return o.archive_value == nullptr || o.archive_value[0] == '\0';
+     },
+     "MOLDEX: no archives specified for extracting", kErrorNoFiles, true},
+    {Bit(kCommandAppend), NamesNothing, "MOLDEX: no files specified for appending", kErrorNoFiles,
+     true},
+    {Bit(kCommandScan), NamesNothing, "MOLDEX: no files specified for scanning", kErrorNoFiles,
+     true},
+    {Bit(kNoCommand), [](const CCmdLineOptions&) { return true; },
+     "MOLDEX: please specify a command (one of -c, -x, -t, -d, -a, -m, -l)", kErrorNoCommand, true},
+    {kAllCommands,
+     [](const CCmdLineOptions& o) { return o.change_directory != nullptr && o.absolute_paths; },
+     "MOLDEX: don't use both P-option and C-option", kErrorAbsoluteAndChange, true},
+    {~Bit(kCommandCreate), [](const CCmdLineOptions& o) { return o.change_directory != nullptr; },
+     "MOLDEX: use C-option only with create (-c)", kErrorChangeOption, true},
+    {~(Bit(kCommandCreate) | Bit(kCommandAppend)),
+     [](const CCmdLineOptions& o) { return o.rename_file != nullptr; },
+     "MOLDEX: use T-option only with create (-c) or append (-a)", kErrorRenameOption, true},
+    {~(Bit(kCommandCreate) | Bit(kCommandAppend) | Bit(kCommandScan)),
+     [](const CCmdLineOptions& o) { return o.exclude_file != nullptr; },
+     "MOLDEX: use X-option only with create (-c), append (-a) or scan (-l)", kErrorExcludeOption,
+     true},
+    {~(Bit(kCommandExtract) | Bit(kCommandList)),
+     [](const CCmdLineOptions& o) { return o.target_directory != nullptr; },
+     "MOLDEX: use R-option only with extract (-x) or list content (-t)", kErrorTargetOption, true},
+    {~Bit(kCommandList), [](const CCmdLineOptions& o) { return o.space_check; },
+     "MOLDEX: use s-option only with list content (-t)", kErrorSpaceOption, true},
+    {~Bit(kCommandExtract), [](const CCmdLineOptions& o) { return o.lower_case; },
+     "MOLDEX: use -lower only with extract (-x)", kErrorLowerOption, true},
+    {kAllCommands, [](const CCmdLineOptions& o) { return o.acl && !o.long_names; },
+     "MOLDEX: use -acl with -longnames", kErrorAclOption, false},
+    {kAllCommands, [](const CCmdLineOptions& o) { return o.long_names && !o.acl; },
+     "MOLDEX: use -longnames with -acl", kErrorLongNamesOption, false},
+};
+
+}  // namespace
+
+void CCmdLineOptions::CheckOptions() {
+  for (const Rule& rule : kRules) {
+    if ((rule.commands & Bit(command_code)) != 0 && rule.applies(*this)) {
+      throw CExcept(rule.message, rule.code, rule.with_system_text);
+    }
+  }
+  // A list of renamed files that stands alone says which files are meant, too.
+  if (command_code == kCommandCreate && include_file == nullptr) {
+    for (const auto& [old_name, new_name] : rename_map)
+      include_names.push_back(old_name);
+  }
+}
+
+}  // namespace moldex

@@ -1,0 +1,83 @@
+// The command line as the program understands it.
+//
+// One record for the whole run, filled by Parse and, for the name lists, by ReadNameLists;
+// CheckOptions then enforces what goes with what. Text options point into the argument vector,
+// which outlives the record.
+#ifndef MOLDEX_RUN_OPTIONS_H_
+#define MOLDEX_RUN_OPTIONS_H_
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "run/command.h"
+
+namespace moldex {
+
+class CCmdLineOptions {
+ public:
+  // The record of this process, created on first use.
+  static CCmdLineOptions& GetInstance();
+  static void Destroy();
+
+  // Reads the arguments from index 1 on, left to right. Throws CExcept at the first that is wrong.
+  void Parse(int argument_count, char** arguments);
+
+  // Reads the files of -A, -T and -X, those that are given. Throws COpenExcept, CReadExcept, and
+  // CExcept for a line that breaks the format.
+  void ReadNameLists();
+
+  // Throws CExcept for the first rule that the combination of command and options breaks.
+  void CheckOptions();
+
+  // The operands and the names of the -A file: what -x, -t and -d select, what -l looks for.
+  std::vector<std::string> NameList() const;
+
+  // Whether the -X file names this object, or a directory above it.
+  bool IsExcluded(const std::string& name) const;
+
+  // The name that the -T file gives this object; the name itself when it lists none.
+  std::string Renamed(const std::string& name) const;
+
+  bool verbose = false;
+  bool space_check = false;
+  bool absolute_paths = false;
+  bool checksum = false;  // accepted; checksums are always written and checked
+  bool ignore_inaccessible = false;
+  bool resolve_links = true;
+  bool statistics = false;
+  bool set_directory_permissions = true;
+  bool ignore_case = false;
+  bool redirect_output = false;
+  bool lower_case = false;
+  bool flat = false;
+  bool acl = false;
+  bool long_names = false;
+  bool backup = false;  // store backup streams; no word of the command line sets it
+
+  const char* target_directory = nullptr;  // -R
+  const char* change_directory = nullptr;  // -C
+  const char* permission_text = nullptr;   // -p
+  const char* include_file = nullptr;      // -A
+  const char* exclude_file = nullptr;      // -X
+  const char* rename_file = nullptr;       // -T
+  const char* archive_value = nullptr;     // -f
+  std::uint32_t permission_value = 0;      // -p, read as octal
+  int command_code = kNoCommand;
+
+  int argument_count = 0;
+  char** arguments = nullptr;
+
+  std::vector<std::string> file_names;            // operands, in order
+  std::vector<std::string> include_names;         // of the -A file; taken literally, no patterns
+  std::vector<std::string> exclude_names;         // of the -X file, normalised and sorted
+  std::map<std::string, std::string> rename_map;  // of the -T file, old name to new, normalised
+
+ private:
+  class Parser;
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_RUN_OPTIONS_H_

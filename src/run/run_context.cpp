@@ -1,0 +1,60 @@
+#include "run/run_context.h"
+
+#include <memory>
+
+#include "platform/file_services.h"
+#include "report/except.h"
+#include "run/archive_list.h"
+
+namespace moldex {
+namespace {
+
+std::unique_ptr<CRunContext> instance;
+
+constexpr char kInaccessibleLog[] = "moldex.log";
+
+}  // namespace
+
+CRunContext& CRunContext::GetInstance() {
+  if (!instance) instance.reset(new CRunContext);
+  return *instance;
+}
+
+void CRunContext::Destroy() { instance.reset(); }
+
+CRunContext::CRunContext() : options_(&CCmdLineOptions::GetInstance()) {}
+
+CRunContext::~CRunContext() { CCmdLineOptions::Destroy(); }
+
+void CRunContext::FixArchiveName() {
+  const char* value = options_->archive_value;
+  archive_name_ = std::string(value != nullptr ? value : kDefaultArchive, 0, kLongestArchiveName);
+  start_directory_ = CurrentDirectory();
+  const PathRules rules = SystemPathRules();
+  archive_path_ = WithSlashes(rules, IsAbsolutePath(rules, archive_name_)
+                                         ? archive_name_
+                                         : JoinPath(start_directory_, archive_name_));
+}
+
+std::vector<std::string> CRunContext::ArchiveList() {
+  const char* value = options_->archive_value;
+  return ExpandArchiveList(value != nullptr ? value : kDefaultArchive, options_->ignore_case);
+}
+
+void CRunContext::ReportInaccessibleFile(const std::string& name) {
+  const bool first = !files_inaccessible_;
+  files_inaccessible_ = true;
+  if (!options_->redirect_output) {
+    log_.PrintMessage("MOLDEX: inaccessible file " + name);
+    return;
+  }
+  if (first) {
+    inaccessible_log_ = log_.OpenLog(JoinPath(start_directory_, kInaccessibleLog));
+    if (inaccessible_log_ < 0) throw COpenExcept(kInaccessibleLog);
+    log_.WriteLog(inaccessible_log_, "# List of inaccessible files");
+    log_.WriteLog(inaccessible_log_, "# ==========================");
+  }
+  log_.WriteLog(inaccessible_log_, name);
+}
+
+}  // namespace moldex

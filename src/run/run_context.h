@@ -1,0 +1,67 @@
+// What one run of the program knows: the options, the log manager, the statistics, the archive and
+// what could not be read. There is one per process, from the entry point's first line to its last.
+#ifndef MOLDEX_RUN_RUN_CONTEXT_H_
+#define MOLDEX_RUN_RUN_CONTEXT_H_
+
+#include <string>
+
+#include "report/log_manager.h"
+#include "run/options.h"
+#include "run/statistics.h"
+
+namespace moldex {
+
+class CRunContext {
+ public:
+  // The longest archive name that create and append take, in bytes.
+  static constexpr std::size_t kLongestArchiveName = 260;
+
+  // The context of this process, created on first use together with the options record.
+  static CRunContext& GetInstance();
+  static void Destroy();
+
+  ~CRunContext();
+
+  CCmdLineOptions& options() { return *options_; }
+  CConsoleLogMan& log() { return log_; }
+  CStatistics& statistics() { return statistics_; }
+
+  // Takes the archive's name from the options, and with it the place where the run started.
+  void FixArchiveName();
+  const std::string& archive_name() const { return archive_name_; }
+  // The archive's full path with "/" as separator.
+  const std::string& archive_path() const { return archive_path_; }
+
+  // The archives that a reading command works on.
+  std::vector<std::string> ArchiveList();
+
+  int command_code() const { return command_code_; }
+  void set_command_code(int code) { command_code_ = code; }
+
+  // Notes a file that create or append leaves out because it cannot be read: a message, or with -e
+  // a line in "moldex.log" in the directory where the run started. Throws COpenExcept when that
+  // log cannot be opened.
+  void ReportInaccessibleFile(const std::string& name);
+  bool files_inaccessible() const { return files_inaccessible_; }
+
+  // Reading an archive in long-name mode switches the rest of the run to it.
+  bool long_names() const { return options_->long_names; }
+  void SetLongNames() { options_->long_names = true; }
+
+ private:
+  CRunContext();
+
+  CConsoleLogMan log_;
+  CCmdLineOptions* options_;
+  CStatistics statistics_;
+  std::string start_directory_;
+  std::string archive_name_;
+  std::string archive_path_;
+  int command_code_ = kNoCommand;
+  bool files_inaccessible_ = false;
+  int inaccessible_log_ = -1;
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_RUN_RUN_CONTEXT_H_
