@@ -1,0 +1,207 @@
+#include "cscompr/lzc_encoder.h"
+
+#include <algorithm>
+
+#include "cscompr/cscompr.h"
+#include "cscompr/stream_header.h"
+
+namespace cscompr {
+namespace {
+
+// How many bytes are read between two looks at how well the full table still serves.
+constexpr std::uint32_t kCheckGap = 4096;
+
+// From here on 32 bits do not hold 256 times the bytes read, so the division comes first.
+constexpr std::uint32_t kRatioLimit = 0x800000;
+constexpr std::uint32_t kBestRatio = 0x7FFFFFFF;
+
+constexpr std::uint32_t kNoPair = 0xFFFFFFFF;
+
+// Spreads the bytes over the slots. The codes with one last byte then lie at as many different
+// slots as there are prefixes, and the multiplication does not wait for the prefix, which is what
+// a search waits for.
+template <unsigned kBits>
+std::uint32_t SlotOf(std::uint32_t prefix, std::uint32_t byte) {
+  constexpr std::uint32_t kGoldenRatio = 0x9E3779B1;
+  return (byte * kGoldenRatio) >> (32 - kBits) ^ prefix;
+}
+
+}  // namespace
+
+Outcome LzcEncoder::Start(std::int32_t original_length, const Buffers& buffers) {
+  original_length_ = static_cast<std::uint32_t>(original_length);
+  bytes_read_ = 0;
+  checkpoint_ = kCheckGap;
+  best_ratio_ = 0;
+  bytes_before_width_ = kStreamHeaderBytes;
+  codes_of_width_ = 0;
+  writer_ = BitWriter();
+  held_begin_ = held_end_ = 0;
+  ResetTable();
+  state_ = State::kReading;
+
+  WriteStreamHeader(original_length_, Algorithm::kLzc, kLzcBlockMode | kLzcWriteWidth,
+                    buffers.output);
+  Outcome outcome =
+      Resume({buffers.input, buffers.input_length, buffers.output + kStreamHeaderBytes,
+              buffers.output_length - kStreamHeaderBytes});
+  outcome.bytes_written += kStreamHeaderBytes;
+  return outcome;
+}
+
+Outcome LzcEncoder::Resume(const Buffers& buffers) {
+  if (state_ == State::kIdle) return {kCsBadState};
+  const std::uint32_t unread = original_length_ - bytes_read_;
+  const auto offered = static_cast<std::uint32_t>(buffers.input_length);
+  Cursor cursor{buffers.input, buffers.input + std::min(unread, offered), buffers.output,
+                buffers.output + buffers.output_length};
+  std::int32_t code = 0;
+  while (code == 0) {
+    DeliverHeld(cursor);
+    if (held_begin_ != held_end_) {
+      code = kCsOutputFull;
+    } else if (state_ == State::kFlushing) {
+      state_ = State::kIdle;
+      code = kCsEndOfStream;
+    } else if (bytes_read_ == original_length_) {
+      Finish();
+    } else if (cursor.input == cursor.input_end) {
+      code = kCsInputExhausted;
+    } else {
+      Encode(cursor);
+    }
+  }
+  return {code, static_cast<std::int32_t>(cursor.input - buffers.input),
+          static_cast<std::int32_t>(cursor.output - buffers.output)};
+}
+
+void LzcEncoder::ResetTable() {
+  slots_.fill(0);
+  pairs_[0] = kNoPair;  // what a search compares with at a free slot
+  next_code_ = kLzcFirstFree;
+  width_ = kLzcMinWidth;
+}
+
+void LzcEncoder::DeliverHeld(Cursor& cursor) {
+  const auto room = static_cast<std::size_t>(cursor.output_end - cursor.output);
+  const auto count = std::min<std::size_t>(held_end_ - held_begin_, room);
+  cursor.output = std::copy_n(held_.data() + held_begin_, count, cursor.output);
+  held_begin_ += static_cast<std::uint32_t>(count);
+}
+
+// Encodes straight into the output while a step fits there whatever it writes, else one step into
+// the held bytes.
+void LzcEncoder::Encode(Cursor& cursor) {
+  if (bytes_read_ == 0) {
+    prefix_ = *cursor.input++;
+    bytes_read_ = 1;
+  }
+  if (cursor.output_end - cursor.output >= static_cast<std::ptrdiff_t>(kStepBytes)) {
+    EncodeUpTo(cursor, cursor.output, cursor.output_end - kStepBytes);
+  } else {
+    std::uint8_t* end = held_.data();
+    EncodeUpTo(cursor, end, held_.data());
+    held_begin_ = 0;
+    held_end_ = static_cast<std::uint32_t>(end - held_.data());
+  }
+}
+
+// Codes the input until it ends or a code has been stored behind `output_limit`.
+void LzcEncoder::EncodeUpTo(Cursor& cursor, std::uint8_t*& output,
+                            const std::uint8_t* output_limit) {
+  BitWriter writer = writer_;
+  writer.MoveTo(output);
+  const std::uint8_t* next = cursor.input;
+  std::uint32_t prefix = prefix_;
+  while (next != cursor.input_end) {
+    const std::uint32_t byte = *next++;
+    const std::uint32_t pair = prefix << 8 | byte;
+    std::uint32_t slot = SlotOf<kSlotBits>(prefix, byte);
+    std::uint32_t code = slots_[slot];
+    while (pairs_[code] != pair && code != 0) {
+      slot = (slot + 1) % kSlots;
+      code = slots_[slot];
+    }
+    if (code != 0) {
+      prefix = code;
+      continue;
+    }
+    writer.Add(prefix, width_);
+    writer.Store();
+    ++codes_of_width_;
+    prefix = byte;
+    if (next_code_ < kTableSize) {
+      AddEntry(slot, pair, writer);
+    } else {
+      MaybeClear(bytes_read_ + static_cast<std::uint32_t>(next - cursor.input), writer);
+    }
+    if (writer.next() > output_limit) break;
+  }
+  bytes_read_ += static_cast<std::uint32_t>(next - cursor.input);
+  cursor.input = next;
+  output = writer.next();
+  prefix_ = prefix;
+  writer_ = writer;
+}
+
+void LzcEncoder::AddEntry(std::uint32_t slot, std::uint32_t pair, BitWriter& writer) {
+  if (next_code_ >> width_ != 0) {
+    EndGroup(writer);
+    ++width_;
+  }
+  slots_[slot] = static_cast<std::uint16_t>(next_code_);
+  pairs_[next_code_] = pair;
+  ++next_code_;
+}
+
+// A full table is kept for as long as the whole stream's ratio still rises from one checkpoint to
+// the next.
+void LzcEncoder::MaybeClear(std::uint32_t bytes_read, BitWriter& writer) {
+  if (bytes_read < checkpoint_) return;
+  checkpoint_ = bytes_read + kCheckGap;
+  const std::uint32_t ratio = Ratio(bytes_read);
+  if (ratio > best_ratio_) {
+    best_ratio_ = ratio;
+    return;
+  }
+  best_ratio_ = 0;
+  writer.Add(kLzcClear, width_);
+  writer.Store();
+  ++codes_of_width_;
+  EndGroup(writer);
+  ResetTable();
+}
+
+// 256 times the bytes read over the bytes written. Only whole groups count as written, as in a
+// program that writes them one at a time; that also keeps the buffers of a call out of it.
+std::uint32_t LzcEncoder::Ratio(std::uint32_t bytes_read) const {
+  const std::uint64_t written =
+      bytes_before_width_ + std::uint64_t{codes_of_width_ / kLzcGroupCodes} * width_;
+  if (bytes_read < kRatioLimit) return static_cast<std::uint32_t>((bytes_read << 8) / written);
+  const std::uint64_t written_256 = written >> 8;
+  return written_256 == 0 ? kBestRatio : static_cast<std::uint32_t>(bytes_read / written_256);
+}
+
+// Fills the group in progress with zero bits; codes of another width may follow.
+void LzcEncoder::EndGroup(BitWriter& writer) {
+  const unsigned codes = codes_of_width_ % kLzcGroupCodes;
+  writer.StoreAll();
+  if (codes > 0) {
+    const unsigned filling = width_ - (codes * width_ + 7) / 8;
+    writer.MoveTo(std::fill_n(writer.next(), filling, std::uint8_t{0}));
+  }
+  bytes_before_width_ +=
+      std::uint64_t{(codes_of_width_ + kLzcGroupCodes - 1) / kLzcGroupCodes} * width_;
+  codes_of_width_ = 0;
+}
+
+void LzcEncoder::Finish() {
+  writer_.MoveTo(held_.data());
+  writer_.Add(prefix_, width_);
+  writer_.StoreAll();
+  held_begin_ = 0;
+  held_end_ = static_cast<std::uint32_t>(writer_.next() - held_.data());
+  state_ = State::kFlushing;
+}
+
+}  // namespace cscompr
