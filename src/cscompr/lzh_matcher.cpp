@@ -53,7 +53,7 @@ void LzhMatcher::Slide() {
 LzhMatcher::Pause LzhMatcher::Run(LzhTokens& tokens) {
   for (;;) {
     if (tokens.size == tokens.stop) {
-      const bool is_last_literal = AtStreamEnd() && IsLiteral(tokens.tokens[tokens.size - 1]);
+      const bool is_last_literal = AtStreamEnd() && IsLiteralToken(tokens.tokens[tokens.size - 1]);
       if (!is_last_literal) return Pause::kTokensAtStop;
     }
     if (AtStreamEnd()) return Pause::kStreamEnd;

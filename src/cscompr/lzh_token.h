@@ -57,7 +57,7 @@ constexpr LzhToken MatchToken(std::uint32_t length, std::uint32_t distance) {
 constexpr std::uint32_t TokenRow(LzhToken token) { return token & 0x1FF; }
 constexpr std::uint32_t TokenDistanceSymbol(LzhToken token) { return (token >> 9) & 0x1F; }
 constexpr std::uint32_t TokenDistanceExtra(LzhToken token) { return token >> 14; }
-constexpr bool IsLiteral(LzhToken token) { return TokenDistanceSymbol(token) == kNoDistance; }
+constexpr bool IsLiteralToken(LzhToken token) { return TokenDistanceSymbol(token) == kNoDistance; }
 
 }  // namespace cscompr
 

@@ -104,7 +104,7 @@ std::string TargetName(PathRules rules, std::string_view target_directory, std::
 
 std::string NormalisedName(PathRules rules, std::string_view name) {
   std::string result;
-  if (!name.empty() && IsSeparator(rules, name[0])) result = "/";
+  if (!name.empty() && IsSeparator(rules, name[0])) result.push_back('/');
   while (!name.empty()) {
     std::size_t length = 0;
     while (length < name.size() && !IsSeparator(rules, name[length]))
