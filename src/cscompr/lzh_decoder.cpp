@@ -41,10 +41,10 @@ unsigned TakeRange(TableEntry entry, BitReader& reader) {
 }  // namespace
 
 void CopyMatchBytes(SymbolRun& run, std::size_t distance, std::size_t length) {
-  while (length > 0 && distance > run.produced()) {
-    const auto stretch = run.window->Back(distance - run.produced());
-    const std::size_t part = std::min(length, stretch.length);
-    std::memcpy(run.out, stretch.bytes, part);
+  if (distance > run.produced()) {
+    const std::size_t back = distance - run.produced();
+    const std::size_t part = std::min(length, back);
+    if (part > 0) std::memcpy(run.out, run.window->end() - back, part);
     run.out += part;
     length -= part;
   }

@@ -22,18 +22,19 @@ constexpr std::size_t kChunk = 16;  // bytes that a match copy moves at once
 
 // After the literals of a turn the next entry is looked up without filling the bit buffer.
 static_assert((kLiteralEntriesPerTurn + 1) * kLiteralRootBits <= static_cast<int>(kFilledBits));
-// A literal whose code is longer than the root bits goes through a subtable and ends the turn.
-// A match takes one fill: the longest length code with its extra bits, and the longest distance
-// code with the extra bits of the farthest distance in the window.
-static_assert(kMaxCodeBits + 5 + kMaxCodeBits + 12 <= kFilledBits);
+// So it is after a match, which begins on a filled buffer less the root bits of a longer length
+// code: the rest of that code and its extra bits, or the whole of a shorter one, then the longest
+// distance code with the extra bits of the farthest distance in the window.
+static_assert(kLiteralRootBits + 5 + kMaxCodeBits + 12 + kLiteralRootBits <=
+              static_cast<int>(kFilledBits));
 
-// Two fills a turn: the first takes at most 7 bytes, the second loads 8.
-constexpr std::ptrdiff_t kInputMargin = 7 + BitReader::kWideLoadBytes;
-// The last chunk of a match begins before its end.
+// Three fills a turn (behind the literals, behind a link, at the end). Each takes at most 7 bytes,
+// and the last loads 8.
+constexpr std::ptrdiff_t kInputMargin = 2 * 7 + BitReader::kWideLoadBytes;
+// A match copies two chunks, or one more than it fills.
 constexpr std::ptrdiff_t kOutputMargin =
     kLiteralBytesPerTurn + kMaxMatch + static_cast<std::ptrdiff_t>(kChunk);
-// Chunks copied from the window read behind the match by less than one of them.
-static_assert(kChunk <= SlidingWindow::kReadAhead);
+static_assert(kMaxMatch >= 2 * kChunk && 2 * kChunk <= SlidingWindow::kReadAhead);
 
 template <std::size_t kBytes>
 void Move(std::uint8_t* to, const std::uint8_t* from) {
@@ -42,22 +43,23 @@ void Move(std::uint8_t* to, const std::uint8_t* from) {
   std::memcpy(to, word.data(), kBytes);
 }
 
-// Source and target lie at least a chunk apart.
-inline void CopyChunks(std::uint8_t* to, const std::uint8_t* from, std::size_t length) {
-  const std::uint8_t* const end = to + length;
-  do {
-    Move<kChunk>(to, from);
-    to += kChunk;
-    from += kChunk;
-  } while (to < end);
+// Source and target lie at least a chunk apart. Two chunks hold most matches, so that a branch on
+// the length is seldom mispredicted.
+inline void CopyFar(std::uint8_t* to, const std::uint8_t* from, std::size_t length) {
+  Move<kChunk>(to, from);
+  Move<kChunk>(to + kChunk, from + kChunk);
+  for (std::size_t done = 2 * kChunk; done < length; done += kChunk) {
+    Move<kChunk>(to + done, from + done);
+  }
 }
 
 // A match that overlaps itself within a chunk. Each move of eight bytes gets `distance` of them
 // right, and all eight once it is that far away.
-inline void CopyNear(std::uint8_t* to, std::size_t distance, std::size_t length) {
+inline void CopyNear(std::uint8_t* to, const std::uint8_t* from, std::size_t distance,
+                     std::size_t length) {
   const std::uint8_t* const end = to + length;
   if (distance == 1) {
-    const std::uint8_t value = to[-1];
+    const std::uint8_t value = *from;
     do {
       std::memset(to, value, kChunk);
       to += kChunk;
@@ -65,7 +67,6 @@ inline void CopyNear(std::uint8_t* to, std::size_t distance, std::size_t length)
     return;
   }
   const std::size_t step = std::min<std::size_t>(distance, 8);
-  const std::uint8_t* from = to - distance;
   do {
     Move<8>(to, from);
     to += step;
@@ -73,36 +74,51 @@ inline void CopyNear(std::uint8_t* to, std::size_t distance, std::size_t length)
   } while (to < end);
 }
 
-// A match that begins in the window, that is before this call's output. False when it would begin
-// before the window, too.
-[[gnu::noinline]] bool CopyFromWindow(SymbolRun& run, std::size_t distance, std::size_t length) {
+// A match that begins in the window and goes on in the output, or begins before the window: false.
+[[gnu::noinline]] bool CopyAcross(SymbolRun& run, std::uint8_t* out, std::size_t distance,
+                                  std::size_t length) {
+  run.out = out;
   if (!run.Reaches(distance)) return false;
-  const auto stretch = run.window->Back(distance - run.produced());
-  if (stretch.length >= length) {
-    CopyChunks(run.out, stretch.bytes, length);
-    run.out += length;
-  } else {
-    CopyMatchBytes(run, distance, length);
-  }
+  CopyMatchBytes(run, distance, length);
   return true;
 }
 
+// The bit reader as the loop keeps it: of `count` only the lowest 6 bits mean something, so that a
+// table entry can be subtracted as it is, flags and value and all.
+struct LoopBits {
+  std::uint64_t bits;
+  std::uint32_t count;
+  const std::uint8_t* next;
+
+  void Fill() {
+    bits |= Load64(next) << (count & 63);
+    next += (~count >> 3) & 7;
+    count |= kFilledBits;
+  }
+  void Skip(TableEntry entry) {
+    bits >>= SkipBits(entry);
+    count -= entry;
+  }
+  TableEntry Find(const TableEntry* table, unsigned root_bits) const {
+    return table[LowBits(bits, root_bits)];
+  }
+  TableEntry FollowLink(TableEntry link, const TableEntry* table) {
+    Skip(link);
+    return table[Value(link) + LowBits(bits, CodeBits(link))];
+  }
+  // Base value and extra bits; skips the code and them.
+  std::size_t TakeRange(TableEntry entry) {
+    const std::uint64_t extra = LowBits(bits, SkipBits(entry)) >> CodeBits(entry);
+    Skip(entry);
+    return Value(entry) + static_cast<std::size_t>(extra);
+  }
+};
+static_assert(kSkipMask == 63 && kFilledBits == 56);
+
 inline void PutLiterals(TableEntry entry, std::uint8_t*& out) {
-  out[0] = static_cast<std::uint8_t>(Value(entry));
-  out[1] = static_cast<std::uint8_t>(Value(entry) >> 8);
+  const auto pair = SwapUnlessLittleEndian(static_cast<std::uint16_t>(Value(entry)));
+  std::memcpy(out, &pair, sizeof pair);
   out += LiteralCount(entry);
-}
-
-// Base value and extra bits; skips the code and them.
-inline std::size_t TakeRange(TableEntry entry, BitReader& reader) {
-  const std::uint64_t extra = LowBits(reader.bits, SkipBits(entry)) >> CodeBits(entry);
-  reader.Skip(SkipBits(entry));
-  return Value(entry) + static_cast<std::size_t>(extra);
-}
-
-inline TableEntry FollowLink(TableEntry link, const TableEntry* table, BitReader& reader) {
-  reader.Skip(SkipBits(link));
-  return table[Value(link) + LowBits(reader.bits, CodeBits(link))];
 }
 
 [[gnu::always_inline]] inline FastStop Loop(const TableEntry* literals, const TableEntry* distances,
@@ -110,84 +126,105 @@ inline TableEntry FollowLink(TableEntry link, const TableEntry* table, BitReader
   if (run.reader.end - run.reader.next < kInputMargin || run.out_end - run.out < kOutputMargin) {
     return FastStop::kEdge;
   }
-  BitReader reader = run.reader;
+  LoopBits in{run.reader.bits, run.reader.count, run.reader.next};
   std::uint8_t* out = run.out;
+  std::uint8_t* const out_begin = run.out_begin;
   const std::uint8_t* const in_limit = run.reader.end - kInputMargin;
   const std::uint8_t* const out_limit = run.out_end - kOutputMargin;
-  const auto next_entry = [&] { return literals[LowBits(reader.bits, kLiteralRootBits)]; };
+  const std::uint8_t* const window_end = run.window->end();
+  const auto window_size = static_cast<std::ptrdiff_t>(run.window->size());
   FastStop stop = FastStop::kEdge;
 
-  reader.FillWide();
-  TableEntry entry = next_entry();
-  while (true) {
+  in.Fill();
+  TableEntry entry = in.Find(literals, kLiteralRootBits);
+  do {
     if (IsLiteral(entry)) {
-      int left = kLiteralEntriesPerTurn;
-      do {
-        PutLiterals(entry, out);
-        reader.Skip(SkipBits(entry));
-        entry = next_entry();
-      } while (--left > 0 && IsLiteral(entry));
-      reader.FillWide();
-      if (left == 0) {
-        if (reader.next > in_limit || out > out_limit) break;
-        continue;
-      }
-    }
-    if (IsExceptional(entry)) {
-      if (IsLink(entry)) entry = FollowLink(entry, literals, reader);
+      PutLiterals(entry, out);
+      in.Skip(entry);
+      entry = in.Find(literals, kLiteralRootBits);
       if (IsLiteral(entry)) {
         PutLiterals(entry, out);
-        reader.Skip(SkipBits(entry));
-        reader.FillWide();
-        entry = next_entry();
-        if (reader.next > in_limit || out > out_limit) break;
+        in.Skip(entry);
+        entry = in.Find(literals, kLiteralRootBits);
+        if (IsLiteral(entry)) {
+          PutLiterals(entry, out);
+          in.Skip(entry);
+          entry = in.Find(literals, kLiteralRootBits);
+          if (IsLiteral(entry)) {
+            PutLiterals(entry, out);
+            in.Skip(entry);
+            entry = in.Find(literals, kLiteralRootBits);
+            in.Fill();
+            continue;
+          }
+        }
+      }
+      in.Fill();
+    }
+    if (IsExceptional(entry)) {
+      if (IsLink(entry)) {
+        entry = in.FollowLink(entry, literals);
+        in.Fill();
+      }
+      if (IsLiteral(entry)) {
+        PutLiterals(entry, out);
+        in.Skip(entry);
+        entry = in.Find(literals, kLiteralRootBits);
+        in.Fill();
         continue;
       }
       if (IsExceptional(entry)) {
-        reader.Skip(SkipBits(entry));
+        in.Skip(entry);
         stop = (entry & kEndOfBlockFlag) != 0 ? FastStop::kBlockEnd : FastStop::kBadCode;
         break;
       }
     }
-    const std::size_t length = TakeRange(entry, reader);
-    TableEntry distance_entry = distances[LowBits(reader.bits, kDistanceRootBits)];
-    if (IsExceptional(distance_entry)) {
-      if (IsLink(distance_entry)) distance_entry = FollowLink(distance_entry, distances, reader);
-      if (IsExceptional(distance_entry)) {
+    const std::size_t length = in.TakeRange(entry);
+    entry = in.Find(distances, kDistanceRootBits);
+    if (IsExceptional(entry)) {
+      if (IsLink(entry)) entry = in.FollowLink(entry, distances);
+      if (IsExceptional(entry)) {
         stop = FastStop::kBadCode;
         break;
       }
     }
-    const std::size_t distance = TakeRange(distance_entry, reader);
-    reader.FillWide();
-    entry = next_entry();
-    if (distance > static_cast<std::size_t>(out - run.out_begin)) {
-      run.out = out;
-      if (!CopyFromWindow(run, distance, length)) {
+    const std::size_t distance = in.TakeRange(entry);
+    entry = in.Find(literals, kLiteralRootBits);
+    in.Fill();
+    // How far the match begins behind this call's output: in the window when that is positive. A
+    // select, not a branch, tells the two apart, since they alternate without a pattern for the
+    // first 16 KB.
+    const std::ptrdiff_t back = static_cast<std::ptrdiff_t>(distance) - (out - out_begin);
+    const bool behind = back > 0;
+    if (behind & ((back < static_cast<std::ptrdiff_t>(length)) | (back > window_size))) {
+      if (!CopyAcross(run, out, distance, length)) {
         stop = FastStop::kBadCode;
         break;
-      }
-      out = run.out;
-    } else {
-      if (distance >= kChunk) {
-        CopyChunks(out, out - distance, length);
-      } else {
-        CopyNear(out, distance, length);
       }
       out += length;
+      continue;
     }
-    if (reader.next > in_limit || out > out_limit) break;
-  }
-  reader.Trim();
-  run.reader = reader;
+    const std::uint8_t* const from = (behind ? window_end : out_begin) - back;
+    if (distance >= kChunk) {
+      CopyFar(out, from, length);
+    } else {
+      CopyNear(out, from, distance, length);
+    }
+    out += length;
+  } while (in.next <= in_limit && out <= out_limit);
+
+  run.reader.bits = in.bits;
+  run.reader.count = in.count & 63;
+  run.reader.next = in.next;
+  run.reader.Trim();
   run.out = out;
   return stop;
 }
 
 #if defined(__x86_64__)
 // The same loop with the shifts and bit extractions of BMI2, which need no flags and any register.
-[[gnu::target("bmi2")]] FastStop LoopBmi2(const TableEntry* literals, const TableEntry* distances,
-                                          SymbolRun& run) {
+[[gnu::target("bmi,bmi2")]] FastStop LoopBmi2(const TableEntry* literals,
+                                              const TableEntry* distances, SymbolRun& run) {
   return Loop(literals, distances, run);
 }
 #endif

@@ -1,5 +1,9 @@
 // The last 16 KB that a decoder delivered, kept for matches that reach behind the output of the
-// present call. A ring: a call appends what it produced once, at its end.
+// present call. A call appends what it produced once, at its end.
+//
+// The bytes stand in one piece, the newest at end()[-1], so that a match is copied from here as
+// from the output itself. They are moved back to the front when the buffer of twice their size is
+// full, which costs no more than appending them did.
 #ifndef MOLDEX_CSCOMPR_SLIDING_WINDOW_H_
 #define MOLDEX_CSCOMPR_SLIDING_WINDOW_H_
 
@@ -14,40 +18,30 @@ namespace cscompr {
 class SlidingWindow {
  public:
   static constexpr std::size_t kBytes = 16384;
-  // Copies of whole words may read (never use) this much behind the end of the ring.
+  // Copies of whole words may read (never use) this much behind end().
   static constexpr std::size_t kReadAhead = 32;
 
-  void Reset() { position_ = size_ = 0; }
-  std::size_t size() const { return size_; }
-
-  // Bytes from `distance` (1 to size()) back up to the newest or the end of the ring, whichever
-  // comes first: at least one.
-  struct Stretch {
-    const std::uint8_t* bytes;
-    std::size_t length;
-  };
-  Stretch Back(std::size_t distance) const {
-    const std::size_t start = (position_ - distance) & (kBytes - 1);
-    return {ring_.data() + start, std::min(distance, kBytes - start)};
-  }
+  void Reset() { fill_ = 0; }
+  std::size_t size() const { return std::min(fill_, kBytes); }
+  const std::uint8_t* end() const { return buffer_.data() + fill_; }
 
   void Append(const std::uint8_t* bytes, std::size_t length) {
     if (length == 0) return;  // the pointer may be null
-    if (length > kBytes) {
+    if (length >= kBytes) {
+      fill_ = 0;
       bytes += length - kBytes;
       length = kBytes;
+    } else if (fill_ + length > 2 * kBytes) {
+      std::memmove(buffer_.data(), end() - kBytes, kBytes);
+      fill_ = kBytes;
     }
-    const std::size_t first = std::min(length, kBytes - position_);
-    std::memcpy(ring_.data() + position_, bytes, first);
-    std::memcpy(ring_.data(), bytes + first, length - first);
-    position_ = (position_ + length) & (kBytes - 1);
-    size_ = std::min(size_ + length, kBytes);
+    std::memcpy(buffer_.data() + fill_, bytes, length);
+    fill_ += length;
   }
 
  private:
-  std::size_t position_ = 0;  // where the next byte goes
-  std::size_t size_ = 0;
-  std::array<std::uint8_t, kBytes + kReadAhead> ring_{};
+  std::size_t fill_ = 0;
+  std::array<std::uint8_t, 2 * kBytes + kReadAhead> buffer_{};
 };
 
 }  // namespace cscompr
