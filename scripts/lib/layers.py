@@ -1,0 +1,67 @@
+"""Checks who includes whom in src/: run from the repository's root.
+
+A room may include the rooms that stand before it in ORDER, and two of them even fewer. Exits 1
+with a line for every include that goes the wrong way, and for every cycle of includes."""
+import os
+import re
+import sys
+
+ORDER = ["cscompr", "codepage", "report", "platform", "run", "archive", "oldformat", "commands",
+         "driver"]
+MAY_INCLUDE = {room: set(ORDER[:i]) for i, room in enumerate(ORDER)}
+MAY_INCLUDE.update(codepage=set(), report=set(), platform={"report"}, run={"report", "platform"})
+
+SYSTEM_FILE = re.compile(r"_(posix|win32)\.(cpp|h)$")
+SYSTEM_HEADER = re.compile(
+    r"#\s*include\s+<(windows\.h|unistd\.h|fcntl\.h|dirent\.h|sys/.*|io\.h|direct\.h|shlobj\.h|"
+    r"iconv\.h|langinfo\.h)>")
+
+
+def includes(path):
+    with open(path, encoding="utf-8") as source:
+        text = source.read()
+    if not SYSTEM_FILE.search(path) and SYSTEM_HEADER.search(text):
+        yield None
+    yield from re.findall(r'^\s*#\s*include\s+"([^"]+)"', text, re.MULTILINE)
+
+
+def find_cycle(graph, start, path, done):
+    if start in path:
+        return path[path.index(start):] + [start]
+    if start in done:
+        return None
+    done.add(start)
+    for target in sorted(graph.get(start, ())):
+        cycle = find_cycle(graph, target, path + [start], done)
+        if cycle:
+            return cycle
+    return None
+
+
+def main():
+    faults = []
+    graph = {}
+    for folder, _, names in os.walk("src"):
+        for name in names:
+            path = os.path.relpath(os.path.join(folder, name), "src")
+            if not name.endswith((".h", ".cpp")):
+                continue
+            room = path.split("/")[0]
+            for target in includes(os.path.join("src", path)):
+                if target is None:
+                    faults.append(f"{path} includes a header of the operating system")
+                    continue
+                other = target.split("/")[0]
+                if other != room and other not in MAY_INCLUDE.get(room, set()):
+                    faults.append(f"{path} includes {target}")
+                graph.setdefault(path, set()).add(target)
+    done = set()
+    for path in sorted(graph):
+        cycle = find_cycle(graph, path, [], done)
+        if cycle:
+            faults.append("cycle: " + " -> ".join(cycle))
+    print("\n".join(faults) if faults else "layering holds")
+    return 1 if faults else 0
+
+
+sys.exit(main())

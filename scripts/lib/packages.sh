@@ -1,0 +1,19 @@
+# Sourced by the other scripts: makes sure that Debian packages are installed.
+
+# need_packages NAME...: installs those that are missing; says nothing when none is.
+need_packages() {
+  local missing=() name
+  for name in "$@"; do
+    dpkg-query -W -f '${db:Status-Status}\n' "$name" 2>/dev/null | grep -qx installed ||
+      missing+=("$name")
+  done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  local as_root=()
+  [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+  echo "installing: ${missing[*]}" >&2
+  export DEBIAN_FRONTEND=noninteractive
+  "${as_root[@]}" apt-get update -qq >&2 &&
+    "${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+}
+
+need_build_packages() { need_packages g++ cmake ninja-build; }
