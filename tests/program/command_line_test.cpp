@@ -1,0 +1,147 @@
+// The words of the command line: what each one sets, what is refused, and which rule speaks first.
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "program/program_test.h"
+
+namespace moldex::test {
+namespace {
+
+struct Refusal {
+  const char* line;
+  const char* message;  // without "MOLDEX: " and the code
+  int code;
+};
+
+class CommandLine : public ProgramTest {
+ protected:
+  CommandLine() { Make({{"x", FileNode("text")}, {"t", FileNode("")}, {"d", DirectoryNode()}}); }
+
+  void ExpectRefused(const Refusal& refusal) const {
+    ExpectRun(refusal.line,
+              std::string("MOLDEX: ") + refusal.message + " (error " +
+                  std::to_string(refusal.code) + "). \n",
+              refusal.code);
+  }
+};
+
+constexpr char kNoCommand[] = "please specify a command (one of -c, -x, -t, -d, -a, -m, -l)";
+
+TEST_F(CommandLine, RefusesWordsItCannotRead) {
+  const Refusal cases[] = {
+      {"-cvq", "unknown command option q", 20},
+      {"-czf a.qel x", "unknown command option zf", 20},
+      {"-dR", "unknown command option R", 20},
+      {"-longnames", "unknown command option ongnames", 20},
+      {"-x -version", "unknown command option ersion", 20},
+      {"-CV", "unknown command option CV", 20},
+      {"--", "unknown command option -", 20},
+      {"-xvf", "f-option specified without filename", 19},
+      {"-xf -v", "f-option specified without filename", 19},
+      {"-x -f", "f-option specified without filename", 19},
+      {"-A", "A-option specified without filename", 19},
+      {"-C -P", "C-option specified without filename", 19},
+      {"-R", "R-option specified without filename", 19},
+      {"-T", "T-option specified without filename", 19},
+      {"-X", "X-option specified without filename", 19},
+      {"-f a -f b", "f: use option only once", 18},
+      {"-cf a -xf b", "f: use option only once", 18},
+      {"-A t -A t", "A: use option only once", 18},
+      {"-A t -A", "A: use option only once", 18},
+      {"-C d -C d", "C: use option only once", 18},
+      {"-R d -R d", "R: use option only once", 18},
+      {"-T t -T t", "T: use option only once", 18},
+      {"-X t -X t", "X: use option only once", 18},
+      {"-p 644 -p 600", "use p-option only once", 18},
+      {"-p 9", "no octal value specified for p-option", 27},
+      {"-p rw", "no octal value specified for p-option", 27},
+  };
+  for (const Refusal& refusal : cases)
+    ExpectRefused(refusal);
+}
+
+TEST_F(CommandLine, StopsAtTheFirstWordThatIsWrong) {
+  ExpectRefused({"-q -p 9 -f", "unknown command option q", 20});
+  ExpectRefused({"-p 9 -q", "no octal value specified for p-option", 27});
+  ExpectRefused({"-c -C d -P -q", "unknown command option q", 20});  // combinations come later
+}
+
+TEST_F(CommandLine, RefusesCombinationsInTheirOrder) {
+  const Refusal cases[] = {
+      {"-c", "no files given for archiving", 29},
+      {"-cf a.qel", "no files given for archiving", 29},
+      {"-cfv a.qel", "no files given for archiving", 29},
+      {"-c -C d -P", "no files given for archiving", 29},
+      {"-x", "no archives specified for extracting", 29},
+      {"-xs", "no archives specified for extracting", 29},
+      {"-x x", "no archives specified for extracting", 29},
+      {"-a", "no files specified for appending", 29},
+      {"-l", "no files specified for scanning", 29},
+      {"-acl", "no files specified for scanning", 29},
+      {"-v", kNoCommand, 21},
+      {"x", kNoCommand, 21},
+      {"-", kNoCommand, 21},
+      {"-V -v -e- -g", "unknown command option e-", 20},
+      {"-C d -P", kNoCommand, 21},
+      {"-c x -C d -P", "don't use both P-option and C-option", 22},
+      {"-xf a -C d -P", "don't use both P-option and C-option", 22},
+      {"-xf a -C d", "use C-option only with create (-c)", 23},
+      {"-a x -C d -X t", "use C-option only with create (-c)", 23},
+      {"-xf a -T t -X t", "use T-option only with create (-c) or append (-a)", 24},
+      {"-tf a -X t -lower", "use X-option only with create (-c), append (-a) or scan (-l)", 25},
+      {"-c x -R d -s", "use R-option only with extract (-x) or list content (-t)", 26},
+      {"-df a -R d", "use R-option only with extract (-x) or list content (-t)", 26},
+      {"-xsf a", "use s-option only with list content (-t)", 31},
+      {"-cs x -lower", "use s-option only with list content (-t)", 31},
+      {"-tf a -lower", "use -lower only with extract (-x)", 46},
+      {"-c x -lower", "use -lower only with extract (-x)", 46},
+  };
+  for (const Refusal& refusal : cases)
+    ExpectRefused(refusal);
+}
+
+TEST_F(CommandLine, TakesTheLastCommandLetter) {
+  ExpectRefused({"-xc", "no files given for archiving", 29});
+  ExpectRefused({"-cx", "no archives specified for extracting", 29});
+  ExpectRefused({"-c -x", "no archives specified for extracting", 29});
+}
+
+TEST_F(CommandLine, AcceptsAnOctalValueWithTrailingLettersAndAMissingOne) {
+  ExpectRefused({"-c -p 644z", "no files given for archiving", 29});
+  ExpectRefused({"-c -p", "no files given for archiving", 29});
+}
+
+TEST_F(CommandLine, IgnoresBackupWithAMessage) {
+  const std::string ignored =
+      "MOLDEX: option -backup only supported by UNICODE Moldex (option ignored)\n";
+  ExpectRun("-backup", ignored + "MOLDEX: " + kNoCommand + " (error 21). \n", 21);
+  ExpectRun("-cf a.qel x -backup", ignored, 0);
+  EXPECT_EQ(ContentOf(Entries("a.qel").at(0)), "text");
+}
+
+TEST_F(CommandLine, SkipsTheRestOfAGroupAfterF) {
+  ExpectRun("-cfv a.qel x", "", 0);
+  ExpectRun("-cfq b.qel x", "", 0);  // not even unknown letters are looked at
+  EXPECT_TRUE(Exists("a.qel") && Exists("b.qel"));
+}
+
+TEST_F(CommandLine, ReadsWordsInAnyOrder) {
+  for (const char* line : {"-cvf a.qel x", "x -cvf a.qel", "-f a.qel -v x -c", "-f a.qel -vc x",
+                           "- -v -c -V -f a.qel x", "-cgvf a.qel x"}) {
+    ExpectRun(line, "a x\n", 0);
+    EXPECT_EQ(NamesOf(Entries("a.qel")), std::vector<std::string>{"x"}) << line;
+    std::filesystem::remove(Path("a.qel"));
+  }
+}
+
+TEST_F(CommandLine, LeavesNothingBehindWhenItRefuses) {
+  const Tree before = ReadTree(folder_.path());
+  for (const char* line : {"-cf a.qel x -C d -P", "-cf a.qel x -lower", "-cf a.qel", "-cf a -q"}) {
+    EXPECT_NE(Run(line).status, 0) << line;
+  }
+  EXPECT_EQ(ReadTree(folder_.path()), before);
+}
+
+}  // namespace
+}  // namespace moldex::test

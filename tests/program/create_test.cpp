@@ -1,0 +1,228 @@
+// Creating archives: what is stored, byte by byte, and what is left out.
+#include <unistd.h>
+
+#include <filesystem>
+#include <random>
+#include <string>
+
+#include "program/program_test.h"
+
+namespace moldex::test {
+namespace {
+
+using Create = ProgramTest;
+using Names = std::vector<std::string>;
+
+std::string RandomBytes(std::size_t count) {
+  std::mt19937 random(12345);  // NOLINT(cert-msc51-cpp): the same bytes in every run
+  std::string bytes(count, '\0');
+  for (char& byte : bytes)
+    byte = static_cast<char>(random());
+  return bytes;
+}
+
+TEST_F(Create, StoresEveryFieldOfAFile) {
+  Make({{"x", FileNode("hello hello hello", 0640, 1700000000)}});
+  ExpectRun("-cf a.qel x", "", 0);
+  const std::string bytes = Bytes("a.qel");
+  const QelEntry entry = Entries("a.qel").at(0);
+  EXPECT_EQ(bytes.substr(0, 10), "VUK 2.00RG");
+  EXPECT_EQ(entry.mode, 0100640U);
+  EXPECT_EQ(entry.size_low, 17U);
+  EXPECT_EQ(entry.zero_word, 0U);
+  EXPECT_EQ(entry.size_high, 0U);
+  EXPECT_EQ(entry.time_low, 1700000000U);
+  EXPECT_EQ(entry.time_high, 0U);
+  EXPECT_EQ(entry.reserved, 0U);
+  EXPECT_EQ(entry.name, "x");
+  EXPECT_EQ(entry.user_data, "");
+  ASSERT_EQ(entry.blocks.size(), 1U);
+  EXPECT_EQ(entry.blocks[0].payload.substr(0, 8), std::string("\x11\0\0\0\x12\x1F\x9D\x02", 8));
+  EXPECT_EQ(ContentOf(entry), "hello hello hello");
+  EXPECT_EQ(entry.checksum, Checksum("hello hello hello"));
+}
+
+TEST_F(Create, ChecksumStartsAtZeroAndIsNotInverted) {
+  Make({{"x", FileNode("123456789")}});
+  ExpectRun("-cf a.qel x", "", 0);
+  EXPECT_EQ(Entries("a.qel").at(0).checksum, 0x2DFD2D88U);
+}
+
+TEST_F(Create, StoresContentsOfEveryLength) {
+  Tree tree;
+  for (const std::size_t length : {0U, 1U, 2U, 65535U, 65536U, 65537U, 131072U, 400000U}) {
+    tree["r" + std::to_string(length)] = FileNode(RandomBytes(length));
+    tree["z" + std::to_string(length)] = FileNode(std::string(length, 'z'));
+  }
+  for (const auto& [name, node] : tree)
+    MakeTree(folder_.path(), {{"d/" + name, node}});
+  ExpectRun("-cf a.qel d", "", 0);
+  const auto entries = Entries("a.qel");
+  ASSERT_EQ(entries.size(), tree.size() + 1);
+  for (std::size_t i = 1; i < entries.size(); ++i) {
+    const std::string content = Bytes(entries[i].name);
+    EXPECT_EQ(entries[i].size_low, content.size()) << entries[i].name;
+    EXPECT_EQ(entries[i].blocks.empty(), content.empty()) << entries[i].name;
+    EXPECT_TRUE(ContentOf(entries[i]) == content) << entries[i].name;
+    if (content.empty()) continue;
+    EXPECT_EQ(entries[i].checksum, Checksum(content)) << entries[i].name;
+  }
+}
+
+TEST_F(Create, WalksADirectoryInByteOrderItsOwnEntryFirst) {
+  Make({{"d/b", FileNode("")},
+        {"d/B", FileNode("")},
+        {"d/a", DirectoryNode(0750)},
+        {"d/a/z", FileNode("")},
+        {"d/a.x", FileNode("")},
+        {"d/.hidden", FileNode("")},
+        {"d/\xC3\xA9", FileNode("")},
+        {"d/~", FileNode("")}});
+  ExpectRun("-cf a.qel d", "", 0);
+  const auto entries = Entries("a.qel");
+  EXPECT_EQ(NamesOf(entries),
+            (Names{"d", "d/.hidden", "d/B", "d/a", "d/a/z", "d/a.x", "d/b", "d/~", "d/\xC3\xA9"}));
+  EXPECT_EQ(entries.at(3).type, "DR");
+  EXPECT_EQ(entries.at(3).mode, 040750U);
+  EXPECT_EQ(entries.at(3).size_low, 0U);
+  ExpectRun("-cf b.qel d", "", 0);
+  EXPECT_TRUE(Bytes("a.qel") == Bytes("b.qel"));
+}
+
+TEST_F(Create, KeepsTheOrderOfTheCommandLine) {
+  Make({{"a", FileNode("")}, {"d/f", FileNode("")}, {"z", FileNode("")}});
+  ExpectRun("-cf q.qel z d a", "", 0);
+  EXPECT_EQ(NamesOf(Entries("q.qel")), (Names{"z", "d", "d/f", "a"}));
+}
+
+TEST_F(Create, PrintsOneLinePerEntryWithV) {
+  Make({{"d/f", FileNode("1")}, {"x", FileNode("2")}});
+  ExpectRun("-cvf q.qel x d", "a x\na d\na d/f\n", 0);
+}
+
+TEST_F(Create, StoresWhatADotHoldsAndNeverItself) {
+  Make({{"x", FileNode("1")}, {".p", FileNode("2")}, {"d/y", FileNode("3")}});
+  std::filesystem::create_hard_link(Path("x"), Path("l"));
+  ExpectRun("-cf a.qel .", "", 0);
+  EXPECT_EQ(NamesOf(Entries("a.qel")), (Names{"./.p", "./d", "./d/y", "./l", "./x"}));
+}
+
+TEST_F(Create, KnowsItselfByIdentityNotBySpelling) {
+  Make({{"d/x", FileNode("1")}, {"a.qel", FileNode("old")}});
+  std::filesystem::create_hard_link(Path("a.qel"), Path("d/other"));
+  std::filesystem::create_symlink("../a.qel", Path("d/symlink"));
+  ExpectRun("-cf a.qel d ./a.qel d/../a.qel a.qel", "", 0);
+  EXPECT_EQ(NamesOf(Entries("a.qel")), (Names{"d", "d/x"}));
+}
+
+TEST_F(Create, UsesTheDefaultArchive) {
+  Make({{"x", FileNode("1")}});
+  ExpectRun("-c x", "", 0);
+  EXPECT_EQ(NamesOf(Entries("DEFAULT.QEL")), Names{"x"});
+}
+
+TEST_F(Create, TakesNamesRelativeToTheCDirectory) {
+  Make({{"d/e/f", FileNode("1")}, {"x", FileNode("2")}});
+  ExpectRun("-cf a.qel -C d e", "", 0);  // the archive stays where the program was started
+  EXPECT_EQ(NamesOf(Entries("a.qel")), (Names{"e", "e/f"}));
+  ExpectRun("-cf b.qel -C d x", "MOLDEX: inaccessible file x\n", 44);
+  EXPECT_FALSE(Exists("b.qel") || Exists("d/b.qel"));
+  ExpectRun("-cf c.qel x -C no",
+            "MOLDEX: can not change to dir no (error 102). "
+            "No such file or directory\n",
+            102);
+}
+
+TEST_F(Create, ReplacesPermissionBitsWithP) {
+  Make({{"d/x", FileNode("1", 0600)}});
+  ExpectRun("-cf a.qel -p 644 d", "", 0);
+  EXPECT_EQ(Entries("a.qel").at(0).mode, 0x41A4U);
+  EXPECT_EQ(Entries("a.qel").at(1).mode, 0x81A4U);
+  ExpectRun("-cf b.qel -p 750junk d", "", 0);
+  EXPECT_EQ(Entries("b.qel").at(1).mode, 0100750U);
+}
+
+TEST_F(Create, DropsTheArchiveWhenAFileIsInaccessible) {
+  Make({{"x", FileNode("1")}});
+  ExpectRun("-cf a.qel no x no2", "MOLDEX: inaccessible file no\nMOLDEX: inaccessible file no2\n",
+            44);
+  EXPECT_FALSE(Exists("a.qel"));
+  ExpectRun("-cif a.qel no x", "MOLDEX: inaccessible file no\n", 44);
+  EXPECT_EQ(NamesOf(Entries("a.qel")), Names{"x"});
+}
+
+TEST_F(Create, LeavesOutUnreadableFiles) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root to become a user without rights";
+  Make({{"d/closed", FileNode("1", 0000)}, {"d/open", FileNode("2")}});
+  ExpectRun("-cif a.qel d", "MOLDEX: inaccessible file d/closed\n", 44, User::kNobody);
+  EXPECT_EQ(NamesOf(Entries("a.qel")), (Names{"d", "d/open"}));
+}
+
+TEST_F(Create, NeverCallsAnUnreadableDirectoryASuccess) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root to become a user without rights";
+  Make({{"d/closed", DirectoryNode(0000)}, {"d/open", FileNode("2")}});
+  EXPECT_NE(Run("-cif a.qel d", User::kNobody).status, 0);
+}
+
+TEST_F(Create, NeverOpensAFifo) {
+  Make({{"d/pipe", FifoNode()}, {"d/x", FileNode("1")}});
+  ExpectRun("-cif a.qel d", "MOLDEX: inaccessible file d/pipe\n", 44);
+  EXPECT_EQ(NamesOf(Entries("a.qel")), (Names{"d", "d/x"}));
+}
+
+TEST_F(Create, FollowsSymbolicLinks) {
+  Make({{"t/f", FileNode("text", 0600)},
+        {"d/file", SymlinkNode("../t/f")},
+        {"d/folder", SymlinkNode("../t")}});
+  ExpectRun("-cf a.qel d", "", 0);
+  const auto entries = Entries("a.qel");
+  EXPECT_EQ(NamesOf(entries), (Names{"d", "d/file", "d/folder", "d/folder/f"}));
+  EXPECT_EQ(entries.at(1).mode, 0100600U);
+  EXPECT_EQ(ContentOf(entries.at(1)), "text");
+  EXPECT_EQ(entries.at(2).type, "DR");
+}
+
+TEST_F(Create, LeavesOutLinksThatLeadNowhereOrInCircles) {
+  for (const char* target : {"missing", ".", "../d", "link"}) {
+    const TempDir folder;
+    MakeTree(folder.path(), {{"d/link", SymlinkNode(target)}, {"d/x", FileNode("1")}});
+    const RunResult result = RunProgram(folder.path(), {"-cf", "a.qel", "d"});
+    const std::string message = "MOLDEX: no link target for d/link (error 45).";
+    EXPECT_EQ(result.out.substr(0, message.size()), message) << target;
+    EXPECT_EQ(result.status, 45) << target;
+    EXPECT_EQ(NamesOf(ParseArchive(ReadFile(folder.path() / "a.qel"))), (Names{"d", "d/x"}));
+  }
+}
+
+TEST_F(Create, EndsWhenALinkLeadsAboveTheWalk) {
+  Make({{"d/link", SymlinkNode("..")}, {"d/x", FileNode("1")}});
+  EXPECT_EQ(Run("-cf a.qel d").status, 45);  // the folder above is taken, d in it is not again
+  EXPECT_EQ(ContentOf(Entries("a.qel").back()), "1");
+}
+
+TEST_F(Create, ReportsAnArchiveItCannotOpenOrWrite) {
+  Make({{"x", FileNode("1")}});
+  ExpectRun("-cf no/a.qel x",
+            "MOLDEX: error opening no/a.qel (error 6). No such file or directory\n", 6);
+  ExpectRun("-cf . x", "MOLDEX: error opening . (error 6). Is a directory\n", 6);
+  ExpectRun("-cf /dev/full x",
+            "MOLDEX: error writing to /dev/full (error 4). No space left on device\n", 4,
+            User::kNobody);
+}
+
+TEST_F(Create, RunsInConstantMemory) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "a sanitizer takes memory of its own";
+#endif
+  std::string big = RandomBytes(2'000'000);
+  for (int doubling = 0; doubling < 4; ++doubling)
+    big += big;
+  Make({{"d/big", FileNode(big)}});
+  EXPECT_LT(Run("-cf a.qel d").peak_rss_kib, 8192);
+  EXPECT_LT(Run("-df a.qel").peak_rss_kib, 8192);
+  EXPECT_LT(Run("-xf a.qel -R out").peak_rss_kib, 8192);
+  EXPECT_TRUE(Bytes("out/d/big") == Bytes("d/big"));
+}
+
+}  // namespace
+}  // namespace moldex::test

@@ -1,0 +1,115 @@
+#include "support/run_program.h"
+
+#include <grp.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <stdexcept>
+
+namespace moldex::test {
+namespace {
+
+constexpr unsigned kNobodyId = 65534;
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { (void)std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+File NewCapture() {
+  File file(std::tmpfile());
+  if (!file) throw std::runtime_error("no temporary file");
+  return file;
+}
+
+std::string WholeText(std::FILE* file) {
+  std::string text;
+  std::rewind(file);
+  for (int byte = std::getc(file); byte != EOF; byte = std::getc(file)) {
+    text.push_back(static_cast<char>(byte));
+  }
+  return text;
+}
+
+Words ProgramWords() {
+  const char* named = std::getenv("MOLDEX_PROGRAM");
+  return SplitAtBlanks(named != nullptr ? named : MOLDEX_PROGRAM);
+}
+
+void GiveToNobody(const std::filesystem::path& folder) {
+  if (chown(folder.c_str(), kNobodyId, kNobodyId) != 0) throw std::runtime_error("chown");
+  for (const auto& item : std::filesystem::recursive_directory_iterator(folder)) {
+    if (lchown(item.path().c_str(), kNobodyId, kNobodyId) != 0) throw std::runtime_error("lchown");
+  }
+}
+
+bool BecomeNobody() {
+  return setgroups(0, nullptr) == 0 && setgid(kNobodyId) == 0 && setuid(kNobodyId) == 0;
+}
+
+// Runs in the child; comes back only when the program could not be started.
+void StartProgram(const std::filesystem::path& folder, Words words, bool as_nobody,
+                  unsigned time_limit_seconds) {
+  std::vector<char*> argv;
+  argv.reserve(words.size() + 1);
+  for (std::string& word : words)
+    argv.push_back(word.data());
+  argv.push_back(nullptr);
+  (void)setenv("TZ", "UTC", 1);
+  (void)setenv("ASAN_OPTIONS", "abort_on_error=1", 0);
+  (void)setenv("UBSAN_OPTIONS", "abort_on_error=1", 0);
+  if (chdir(folder.c_str()) != 0 || (as_nobody && !BecomeNobody())) return;
+  (void)alarm(time_limit_seconds);  // outlives execvp
+  (void)execvp(argv[0], argv.data());
+}
+
+}  // namespace
+
+Words SplitAtBlanks(std::string_view line) {
+  Words words;
+  std::size_t at = 0;
+  while ((at = line.find_first_not_of(' ', at)) != std::string_view::npos) {
+    const std::size_t end = std::min(line.find(' ', at), line.size());
+    words.emplace_back(line.substr(at, end - at));
+    at = end;
+  }
+  return words;
+}
+
+RunResult RunProgram(const std::filesystem::path& folder, const Words& arguments, User user,
+                     unsigned time_limit_seconds) {
+  Words words = ProgramWords();
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  const bool as_nobody = user == User::kNobody && geteuid() == 0;
+  if (as_nobody) GiveToNobody(folder);
+  const File out = NewCapture();
+  const File err = NewCapture();
+
+  const pid_t child = fork();
+  if (child < 0) throw std::runtime_error("fork");
+  if (child == 0) {
+    (void)dup2(fileno(out.get()), STDOUT_FILENO);
+    (void)dup2(fileno(err.get()), STDERR_FILENO);
+    StartProgram(folder, std::move(words), as_nobody, time_limit_seconds);
+    (void)std::fputs("the program under test could not be started\n", stderr);
+    (void)std::fflush(stderr);
+    _exit(127);
+  }
+  int state = 0;
+  rusage usage{};
+  if (wait4(child, &state, 0, &usage) != child) throw std::runtime_error("wait4");
+
+  RunResult result;
+  if (WIFEXITED(state)) result.status = WEXITSTATUS(state);
+  if (WIFSIGNALED(state)) result.signal = WTERMSIG(state);
+  result.out = WholeText(out.get());
+  result.err = WholeText(err.get());
+  result.peak_rss_kib = usage.ru_maxrss;
+  return result;
+}
+
+}  // namespace moldex::test
