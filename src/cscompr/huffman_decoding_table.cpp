@@ -24,8 +24,7 @@ constexpr Meanings<kFixedLiteralLengthCodes> MakeLiteralMeanings() {
   Meanings<kFixedLiteralLengthCodes> meanings{};
   for (std::size_t symbol = 0; symbol < meanings.size(); ++symbol) {
     if (symbol < kLiteralCount) {
-      meanings[symbol] =
-          static_cast<TableEntry>(symbol) << kValueShift | kLiteralFlag | 1U << kLiteralCountShift;
+      meanings[symbol] = static_cast<TableEntry>(symbol) << kValueShift | kLiteralFlag;
     } else if (symbol == kEndOfBlock) {
       meanings[symbol] = kExceptional | kEndOfBlockFlag;
     } else if (symbol < kLiteralLengthCodes) {
@@ -195,26 +194,8 @@ constexpr std::int32_t BuildTable(const CanonicalOrder& order, std::span<const T
   return 0;
 }
 
-// Joins two literals in one entry wherever the second code ends within the root bits, too. From
-// the last entry down: the second literal is looked up among entries that are still single.
-constexpr void PairLiterals(std::span<TableEntry> table) {
-  for (std::size_t i = std::size_t{1} << kLiteralRootBits; i-- > 0;) {
-    const TableEntry first = table[i];
-    if (!IsLiteral(first)) continue;
-    const TableEntry second = table[i >> CodeBits(first)];
-    const unsigned skip = CodeBits(first) + CodeBits(second);
-    if (!IsLiteral(second) || skip > kLiteralRootBits) continue;
-    table[i] = kLiteralFlag | 2U << kLiteralCountShift | CodeBits(first) << kCodeBitsShift | skip |
-               Value(first) << kValueShift | Value(second) << (kValueShift + 8);
-  }
-}
-
 constexpr std::int32_t BuildLiterals(std::span<const std::uint8_t> lengths, LiteralTable& table) {
-  const CanonicalOrder order = Sort(lengths);
-  const std::int32_t code =
-      BuildTable(order, kLiteralMeanings, Incomplete::kOneCode, kLiteralRootBits, table);
-  if (code == 0) PairLiterals(table);
-  return code;
+  return BuildTable(Sort(lengths), kLiteralMeanings, Incomplete::kOneCode, kLiteralRootBits, table);
 }
 
 constexpr LiteralTable MakeFixedLiteralTable() {

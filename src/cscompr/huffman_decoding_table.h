@@ -6,15 +6,12 @@
 //
 //   bits 0-5    bits to skip: the code, and the extra bits behind it
 //   bit  6      exceptional: a link to a subtable, the end of block, or a code without a meaning
-//   bit  7      literals
-//   bits 8-11   bits of the (first) code alone; in a link, the bits that index the subtable
-//   bits 12-13  literals: how many, 1 or 2
+//   bit  7      literal
+//   bits 8-11   bits of the code alone; in a link, the bits that index the subtable
 //   bit  14     exceptional: end of block
 //   bit  15     exceptional: no meaning
-//   bits 16-31  literals: the bytes, first one low; length and distance: the base value;
-//               a link: where the subtable begins
-//
-// Two literals share an entry when both codes fit in the root bits.
+//   bits 16-31  literal: the byte; length and distance: the base value; a link: where the
+//               subtable begins
 #ifndef MOLDEX_CSCOMPR_HUFFMAN_DECODING_TABLE_H_
 #define MOLDEX_CSCOMPR_HUFFMAN_DECODING_TABLE_H_
 
@@ -33,14 +30,12 @@ inline constexpr TableEntry kSkipMask = 0x3F;
 inline constexpr TableEntry kExceptional = 1U << 6;
 inline constexpr TableEntry kLiteralFlag = 1U << 7;
 inline constexpr unsigned kCodeBitsShift = 8;
-inline constexpr unsigned kLiteralCountShift = 12;
 inline constexpr TableEntry kEndOfBlockFlag = 1U << 14;
 inline constexpr TableEntry kNoMeaningFlag = 1U << 15;
 inline constexpr unsigned kValueShift = 16;
 
 constexpr unsigned SkipBits(TableEntry entry) { return entry & kSkipMask; }
 constexpr unsigned CodeBits(TableEntry entry) { return (entry >> kCodeBitsShift) & 0xF; }
-constexpr unsigned LiteralCount(TableEntry entry) { return (entry >> kLiteralCountShift) & 0x3; }
 constexpr unsigned Value(TableEntry entry) { return entry >> kValueShift; }
 constexpr bool IsLiteral(TableEntry entry) { return (entry & kLiteralFlag) != 0; }
 constexpr bool IsExceptional(TableEntry entry) { return (entry & kExceptional) != 0; }
@@ -49,7 +44,7 @@ constexpr bool IsLink(TableEntry entry) {
 }
 
 inline constexpr int kLiteralRootBits = 11;
-inline constexpr int kDistanceRootBits = 9;
+inline constexpr int kDistanceRootBits = 8;
 inline constexpr int kCodeLengthRootBits = kMaxCodeLengthCodeBits;
 
 // The lowest `number` bits.

@@ -22,7 +22,6 @@ static_assert(2 * kMaxCodeBits + 5 + 12 <= BitReader::kFilledBits);
 
 // The entry of the next code, skipping the root bits of a long one. Zeros stand in for bits that
 // are not there yet: the entry counts only when the reader holds as many bits as its code has.
-// Entries of two literals are taken for their first.
 TableEntry LookUp(const TableEntry* table, unsigned root_bits, BitReader& reader) {
   TableEntry entry = table[LowBits(reader.bits, root_bits)];
   if (IsLink(entry) && reader.count >= root_bits) {

@@ -1,11 +1,10 @@
 // The fast loop of the LZH decoder, alone in its file because nearly all of the decoder's time is
 // spent here and every line is there for a reason.
 //
-// A turn of the loop decodes up to four entries of literals (two bytes each at most), or some of
-// them and a match. It looks at the ends of the buffers once, at its start; the margins below prove
-// that no turn gets past them. The bit buffer is filled at most twice a turn, with a load of eight
-// bytes that does not branch. The table entry of the next symbol is loaded before a match is
-// copied, so that both go on at the same time.
+// A turn of the loop decodes up to four literals, or some of them and a match. It looks at the ends
+// of the buffers once, at its start; the margins below prove that no turn gets past them. The bit
+// buffer is filled at most twice a turn, with a load of eight bytes that does not branch. The table
+// entry of the next symbol is loaded before a match is copied, so that both go on at the same time.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -16,12 +15,11 @@ namespace cscompr {
 namespace {
 
 constexpr unsigned kFilledBits = BitReader::kFilledBits;
-constexpr int kLiteralEntriesPerTurn = 4;
-constexpr std::ptrdiff_t kLiteralBytesPerTurn = 2 * kLiteralEntriesPerTurn;
+constexpr int kLiteralsPerTurn = 4;
 constexpr std::size_t kChunk = 16;  // bytes that a match copy moves at once
 
 // After the literals of a turn the next entry is looked up without filling the bit buffer.
-static_assert((kLiteralEntriesPerTurn + 1) * kLiteralRootBits <= static_cast<int>(kFilledBits));
+static_assert((kLiteralsPerTurn + 1) * kLiteralRootBits <= static_cast<int>(kFilledBits));
 // So it is after a match, which begins on a filled buffer less the root bits of a longer length
 // code: the rest of that code and its extra bits, or the whole of a shorter one, then the longest
 // distance code with the extra bits of the farthest distance in the window.
@@ -33,7 +31,7 @@ static_assert(kLiteralRootBits + 5 + kMaxCodeBits + 12 + kLiteralRootBits <=
 constexpr std::ptrdiff_t kInputMargin = 2 * 7 + BitReader::kWideLoadBytes;
 // A match copies two chunks, or one more than it fills.
 constexpr std::ptrdiff_t kOutputMargin =
-    kLiteralBytesPerTurn + kMaxMatch + static_cast<std::ptrdiff_t>(kChunk);
+    kLiteralsPerTurn + kMaxMatch + static_cast<std::ptrdiff_t>(kChunk);
 static_assert(kMaxMatch >= 2 * kChunk && 2 * kChunk <= SlidingWindow::kReadAhead);
 
 template <std::size_t kBytes>
@@ -53,25 +51,28 @@ inline void CopyFar(std::uint8_t* to, const std::uint8_t* from, std::size_t leng
   }
 }
 
-// A match that overlaps itself within a chunk. Each move of eight bytes gets `distance` of them
-// right, and all eight once it is that far away.
+// A match that overlaps itself within a chunk. Below eight bytes of distance its pattern is laid
+// out in a word once, and stored at steps of as many whole patterns as the word holds: loading what
+// the store before left behind would wait for it every time.
 inline void CopyNear(std::uint8_t* to, const std::uint8_t* from, std::size_t distance,
                      std::size_t length) {
   const std::uint8_t* const end = to + length;
-  if (distance == 1) {
-    const std::uint8_t value = *from;
-    do {
-      std::memset(to, value, kChunk);
-      to += kChunk;
-    } while (to < end);
+  if (distance >= 8) {
+    for (; to < end; to += 8, from += 8)
+      Move<8>(to, from);
     return;
   }
-  const std::size_t step = std::min<std::size_t>(distance, 8);
-  do {
-    Move<8>(to, from);
-    to += step;
-    from += step;
-  } while (to < end);
+  constexpr std::array<std::uint8_t, 8> kSteps = {0, 8, 8, 6, 8, 5, 6, 7};
+  const auto pattern_bits = static_cast<unsigned>(8 * distance);
+  std::uint64_t word = LowBits(Load64(from), pattern_bits);
+  if (distance == 1) {
+    word *= 0x0101010101010101U;
+  } else {
+    word |= word << pattern_bits;
+    if (distance < 4) word |= word << 2 * pattern_bits;
+  }
+  for (; to < end; to += kSteps[distance])
+    Store64(to, word);
 }
 
 // A match that begins in the window and goes on in the output, or begins before the window: false.
@@ -115,10 +116,8 @@ struct LoopBits {
 };
 static_assert(kSkipMask == 63 && kFilledBits == 56);
 
-inline void PutLiterals(TableEntry entry, std::uint8_t*& out) {
-  const auto pair = SwapUnlessLittleEndian(static_cast<std::uint16_t>(Value(entry)));
-  std::memcpy(out, &pair, sizeof pair);
-  out += LiteralCount(entry);
+inline void PutLiteral(TableEntry entry, std::uint8_t*& out) {
+  *out++ = static_cast<std::uint8_t>(Value(entry));
 }
 
 [[gnu::always_inline]] inline FastStop Loop(const TableEntry* literals, const TableEntry* distances,
@@ -139,19 +138,19 @@ inline void PutLiterals(TableEntry entry, std::uint8_t*& out) {
   TableEntry entry = in.Find(literals, kLiteralRootBits);
   do {
     if (IsLiteral(entry)) {
-      PutLiterals(entry, out);
+      PutLiteral(entry, out);
       in.Skip(entry);
       entry = in.Find(literals, kLiteralRootBits);
       if (IsLiteral(entry)) {
-        PutLiterals(entry, out);
+        PutLiteral(entry, out);
         in.Skip(entry);
         entry = in.Find(literals, kLiteralRootBits);
         if (IsLiteral(entry)) {
-          PutLiterals(entry, out);
+          PutLiteral(entry, out);
           in.Skip(entry);
           entry = in.Find(literals, kLiteralRootBits);
           if (IsLiteral(entry)) {
-            PutLiterals(entry, out);
+            PutLiteral(entry, out);
             in.Skip(entry);
             entry = in.Find(literals, kLiteralRootBits);
             in.Fill();
@@ -167,7 +166,7 @@ inline void PutLiterals(TableEntry entry, std::uint8_t*& out) {
         in.Fill();
       }
       if (IsLiteral(entry)) {
-        PutLiterals(entry, out);
+        PutLiteral(entry, out);
         in.Skip(entry);
         entry = in.Find(literals, kLiteralRootBits);
         in.Fill();
@@ -193,10 +192,10 @@ inline void PutLiterals(TableEntry entry, std::uint8_t*& out) {
     in.Fill();
     // How far the match begins behind this call's output: in the window when that is positive. A
     // select, not a branch, tells the two apart, since they alternate without a pattern for the
-    // first 16 KB.
+    // first 16 KB. The branch is for matches that go across, and for those that begin nowhere.
     const std::ptrdiff_t back = static_cast<std::ptrdiff_t>(distance) - (out - out_begin);
     const bool behind = back > 0;
-    if (behind & ((back < static_cast<std::ptrdiff_t>(length)) | (back > window_size))) {
+    if (back > window_size || static_cast<std::size_t>(back - 1) < length - 1) {
       if (!CopyAcross(run, out, distance, length)) {
         stop = FastStop::kBadCode;
         break;
