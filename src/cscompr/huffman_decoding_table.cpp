@@ -24,11 +24,13 @@ constexpr Meanings<kFixedLiteralLengthCodes> MakeLiteralMeanings() {
   Meanings<kFixedLiteralLengthCodes> meanings{};
   for (std::size_t symbol = 0; symbol < meanings.size(); ++symbol) {
     if (symbol < kLiteralCount) {
-      meanings[symbol] = static_cast<TableEntry>(symbol) << kValueShift | kLiteralFlag;
+      meanings[symbol] =
+          static_cast<TableEntry>(symbol) << kLiteralShift | 1U << kWithLiteralShift | kLiteralFlag;
     } else if (symbol == kEndOfBlock) {
       meanings[symbol] = kExceptional | kEndOfBlockFlag;
     } else if (symbol < kLiteralLengthCodes) {
-      meanings[symbol] = RangeMeaning(kLengthRanges[symbol - kFirstLengthSymbol]);
+      const ValueRange& range = kLengthRanges[symbol - kFirstLengthSymbol];
+      meanings[symbol] = static_cast<TableEntry>(range.base) << kLengthShift | range.extra_bits;
     } else {
       meanings[symbol] = kNoMeaning;
     }
@@ -194,8 +196,50 @@ constexpr std::int32_t BuildTable(const CanonicalOrder& order, std::span<const T
   return 0;
 }
 
+// Joins a literal and the length behind it wherever the length's code ends within the root bits.
+// From the last entry down: the length is looked up among entries that are not joined yet. The
+// conditions are summed up without branches, which nothing could predict.
+constexpr void JoinLiteralsAndLengths(LiteralTable& table) {
+  for (std::size_t i = std::size_t{1} << kLiteralRootBits; i-- > 0;) {
+    const TableEntry literal = table[i];
+    const unsigned bits = CodeBits(literal);
+    const TableEntry length = table[i >> bits];
+    const TableEntry joined =
+        Entry(length, bits) | (literal & (0xFFU << kLiteralShift | 1U << kWithLiteralShift));
+    const bool fits = bits + CodeBits(length) <= kLiteralRootBits;
+    const bool is_pair = IsLiteral(literal) & ((length & (kLiteralFlag | kExceptional)) == 0);
+    table[i] = (fits & is_pair) ? joined : literal;
+  }
+}
+
+// Whether most pairs of a literal and a length would share an entry. Where few do, it is up to
+// chance which, and that spoils the patterns by which a processor predicts what comes next.
+constexpr bool JoiningPays(std::span<const std::uint8_t> code_lengths) {
+  std::array<std::uint64_t, kMaxCodeBits + 1> literals{};
+  std::array<std::uint64_t, kMaxCodeBits + 1> lengths{};
+  for (std::size_t symbol = 0; symbol < code_lengths.size(); ++symbol) {
+    if (symbol != kEndOfBlock)
+      ++(symbol < kLiteralCount ? literals : lengths)[code_lengths[symbol]];
+  }
+  // Shares of all codes, in units of one code of kMaxCodeBits, or of a pair of such codes.
+  std::uint64_t all_literals = 0;
+  std::uint64_t all_lengths = 0;
+  std::uint64_t joined = 0;
+  for (std::size_t first = 1; first <= kMaxCodeBits; ++first) {
+    all_literals += literals[first] << (kMaxCodeBits - first);
+    all_lengths += lengths[first] << (kMaxCodeBits - first);
+    for (std::size_t second = 1; first + second <= kLiteralRootBits; ++second) {
+      joined += literals[first] * lengths[second] << (2 * kMaxCodeBits - first - second);
+    }
+  }
+  return joined > 0 && 2 * joined >= all_literals * all_lengths;
+}
+
 constexpr std::int32_t BuildLiterals(std::span<const std::uint8_t> lengths, LiteralTable& table) {
-  return BuildTable(Sort(lengths), kLiteralMeanings, Incomplete::kOneCode, kLiteralRootBits, table);
+  const std::int32_t code =
+      BuildTable(Sort(lengths), kLiteralMeanings, Incomplete::kOneCode, kLiteralRootBits, table);
+  if (code == 0 && JoiningPays(lengths)) JoinLiteralsAndLengths(table);
+  return code;
 }
 
 constexpr LiteralTable MakeFixedLiteralTable() {

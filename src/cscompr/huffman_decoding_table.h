@@ -6,12 +6,21 @@
 //
 //   bits 0-5    bits to skip: the code, and the extra bits behind it
 //   bit  6      exceptional: a link to a subtable, the end of block, or a code without a meaning
-//   bit  7      literal
+//   bit  7      a literal and nothing else
 //   bits 8-11   bits of the code alone; in a link, the bits that index the subtable
 //   bit  14     exceptional: end of block
 //   bit  15     exceptional: no meaning
-//   bits 16-31  literal: the byte; length and distance: the base value; a link: where the
-//               subtable begins
+//   bits 16-31  distance: the base value; a link: where the subtable begins
+//
+// and among literals and lengths
+//
+//   bits 12-20  length: the base value
+//   bit  21     a literal, perhaps before a length
+//   bits 24-31  the literal
+//
+// Where a literal and the length code behind it fit in the root bits together, one entry holds
+// both. That spares the decoder most of the branches on what comes next, which are its dearest, for
+// nothing predicts them. The code bits of such an entry are those of both codes.
 #ifndef MOLDEX_CSCOMPR_HUFFMAN_DECODING_TABLE_H_
 #define MOLDEX_CSCOMPR_HUFFMAN_DECODING_TABLE_H_
 
@@ -33,10 +42,21 @@ inline constexpr unsigned kCodeBitsShift = 8;
 inline constexpr TableEntry kEndOfBlockFlag = 1U << 14;
 inline constexpr TableEntry kNoMeaningFlag = 1U << 15;
 inline constexpr unsigned kValueShift = 16;
+inline constexpr unsigned kLengthShift = 12;
+inline constexpr unsigned kWithLiteralShift = 21;
+inline constexpr unsigned kLiteralShift = 24;
 
 constexpr unsigned SkipBits(TableEntry entry) { return entry & kSkipMask; }
 constexpr unsigned CodeBits(TableEntry entry) { return (entry >> kCodeBitsShift) & 0xF; }
 constexpr unsigned Value(TableEntry entry) { return entry >> kValueShift; }
+constexpr unsigned LengthBase(TableEntry entry) { return (entry >> kLengthShift) & 0x1FF; }
+constexpr unsigned LiteralCount(TableEntry entry) { return (entry >> kWithLiteralShift) & 1; }
+constexpr std::uint8_t Literal(TableEntry entry) {
+  return static_cast<std::uint8_t>(entry >> kLiteralShift);
+}
+constexpr bool HasLiteral(TableEntry entry) {
+  return LiteralCount(entry) != 0 && (entry & kExceptional) == 0;
+}
 constexpr bool IsLiteral(TableEntry entry) { return (entry & kLiteralFlag) != 0; }
 constexpr bool IsExceptional(TableEntry entry) { return (entry & kExceptional) != 0; }
 constexpr bool IsLink(TableEntry entry) {

@@ -31,10 +31,10 @@ TableEntry LookUp(const TableEntry* table, unsigned root_bits, BitReader& reader
   return entry;
 }
 
-// Skips code and extra bits, which must be there; gives the base value and the extra bits' sum.
-unsigned TakeRange(TableEntry entry, BitReader& reader) {
+// Skips code and extra bits, which must be there; gives the extra bits' value.
+unsigned TakeExtra(TableEntry entry, BitReader& reader) {
   reader.Skip(CodeBits(entry));
-  return Value(entry) + reader.Take(SkipBits(entry) - CodeBits(entry));
+  return reader.Take(SkipBits(entry) - CodeBits(entry));
 }
 
 }  // namespace
@@ -131,6 +131,7 @@ std::int32_t LzhDecoder::ReadBlockHeader(BitReader& reader) {
   switch (reader.Take(2)) {
     case kFixedCodes:
       literals_ = kFixedLiteralTable.data();
+      literal_lengths_ = kFixedLiteralLengths.data();
       distances_ = kFixedDistanceTable.data();
       step_ = Step::kSymbols;
       return kGoOn;
@@ -208,6 +209,7 @@ std::int32_t LzhDecoder::BuildDynamicTables() {
   const std::span<const std::uint8_t> lengths(code_lengths_);
   if (lengths[kEndOfBlock] == 0) return kCsBadBlockHeader;
   literals_ = literal_table_.data();
+  literal_lengths_ = code_lengths_.data();
   distances_ = distance_table_.data();
   const std::int32_t code = BuildLiteralTable(lengths.first(literal_codes_), literal_table_);
   if (code != 0) return code;
@@ -236,13 +238,15 @@ std::int32_t LzhDecoder::ReadSymbol(SymbolRun& run) {
   run.reader.Fill();
   BitReader ahead = run.reader;  // becomes the run's when the symbol is there in full
   const TableEntry entry = LookUp(literals_, kLiteralRootBits, ahead);
-  if (ahead.count < (IsLink(entry) ? kLiteralRootBits + 1 : CodeBits(entry))) {
-    return kCsInputExhausted;
+  unsigned code_bits = IsLink(entry) ? kLiteralRootBits + 1 : CodeBits(entry);
+  if (HasLiteral(entry) && !IsLiteral(entry)) {
+    code_bits = literal_lengths_[Literal(entry)];  // the length behind it is the next symbol
   }
-  if (IsLiteral(entry)) {
+  if (ahead.count < code_bits) return kCsInputExhausted;
+  if (HasLiteral(entry)) {
     if (run.room() == 0) return run.produced() == remaining_ ? kCsTooLong : kCsOutputFull;
-    ahead.Skip(CodeBits(entry));
-    *run.out++ = static_cast<std::uint8_t>(Value(entry));
+    ahead.Skip(code_bits);
+    *run.out++ = Literal(entry);
     run.reader = ahead;
     return kGoOn;
   }
@@ -254,7 +258,7 @@ std::int32_t LzhDecoder::ReadSymbol(SymbolRun& run) {
     return kGoOn;
   }
   if (ahead.count < SkipBits(entry)) return kCsInputExhausted;
-  const unsigned length = TakeRange(entry, ahead);
+  const unsigned length = LengthBase(entry) + TakeExtra(entry, ahead);
   return ReadMatch(run, ahead, length);
 }
 
@@ -267,7 +271,7 @@ std::int32_t LzhDecoder::ReadMatch(SymbolRun& run, const BitReader& behind_lengt
   }
   if (IsExceptional(entry)) return kCsBadCode;
   if (ahead.count < SkipBits(entry)) return kCsInputExhausted;
-  match_distance_ = TakeRange(entry, ahead);
+  match_distance_ = Value(entry) + TakeExtra(entry, ahead);
   match_length_ = length;
   if (!run.Reaches(match_distance_)) return kCsBadCode;
   if (length > remaining_ - run.produced()) return kCsTooLong;

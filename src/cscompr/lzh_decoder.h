@@ -89,6 +89,7 @@ class LzhDecoder {
 
   const TableEntry* literals_ = nullptr;  // the tables of the present block
   const TableEntry* distances_ = nullptr;
+  const std::uint8_t* literal_lengths_ = nullptr;  // their code lengths
   CodeLengthTable code_length_table_{};
   LiteralTable literal_table_{};
   DistanceTable distance_table_{};

@@ -31,7 +31,7 @@ static_assert(kLiteralRootBits + 5 + kMaxCodeBits + 12 + kLiteralRootBits <=
 constexpr std::ptrdiff_t kInputMargin = 2 * 7 + BitReader::kWideLoadBytes;
 // A match copies two chunks, or one more than it fills.
 constexpr std::ptrdiff_t kOutputMargin =
-    kLiteralsPerTurn + kMaxMatch + static_cast<std::ptrdiff_t>(kChunk);
+    kLiteralsPerTurn + 1 + kMaxMatch + static_cast<std::ptrdiff_t>(kChunk);
 static_assert(kMaxMatch >= 2 * kChunk && 2 * kChunk <= SlidingWindow::kReadAhead);
 
 template <std::size_t kBytes>
@@ -107,18 +107,16 @@ struct LoopBits {
     Skip(link);
     return table[Value(link) + LowBits(bits, CodeBits(link))];
   }
-  // Base value and extra bits; skips the code and them.
-  std::size_t TakeRange(TableEntry entry) {
+  // Skips the code and its extra bits, whose value it gives.
+  std::size_t TakeExtra(TableEntry entry) {
     const std::uint64_t extra = LowBits(bits, SkipBits(entry)) >> CodeBits(entry);
     Skip(entry);
-    return Value(entry) + static_cast<std::size_t>(extra);
+    return static_cast<std::size_t>(extra);
   }
 };
 static_assert(kSkipMask == 63 && kFilledBits == 56);
 
-inline void PutLiteral(TableEntry entry, std::uint8_t*& out) {
-  *out++ = static_cast<std::uint8_t>(Value(entry));
-}
+inline void PutLiteral(TableEntry entry, std::uint8_t*& out) { *out++ = Literal(entry); }
 
 [[gnu::always_inline]] inline FastStop Loop(const TableEntry* literals, const TableEntry* distances,
                                             SymbolRun& run) {
@@ -178,7 +176,9 @@ inline void PutLiteral(TableEntry entry, std::uint8_t*& out) {
         break;
       }
     }
-    const std::size_t length = in.TakeRange(entry);
+    *out = Literal(entry);  // nothing that stays when the entry has none
+    out += LiteralCount(entry);
+    const std::size_t length = LengthBase(entry) + in.TakeExtra(entry);
     entry = in.Find(distances, kDistanceRootBits);
     if (IsExceptional(entry)) {
       if (IsLink(entry)) entry = in.FollowLink(entry, distances);
@@ -187,7 +187,7 @@ inline void PutLiteral(TableEntry entry, std::uint8_t*& out) {
         break;
       }
     }
-    const std::size_t distance = in.TakeRange(entry);
+    const std::size_t distance = Value(entry) + in.TakeExtra(entry);
     entry = in.Find(literals, kLiteralRootBits);
     in.Fill();
     // How far the match begins behind this call's output: in the window when that is positive. A
