@@ -125,7 +125,8 @@ int32_t CsDecompr(const uint8_t* input, int32_t input_length, uint8_t* output,
 int32_t CsCheckHeader(const uint8_t* header) {
   int32_t bytes_read = 0;
   int32_t bytes_written = 0;
+  uint8_t no_room = 0;  // LZC wants an output even where none can be
   const int32_t code =
-      CsDecompr(header, kCsHeaderBytes, nullptr, 0, kCsFirstCall, &bytes_read, &bytes_written);
+      CsDecompr(header, kCsHeaderBytes, &no_room, 0, kCsFirstCall, &bytes_read, &bytes_written);
   return code < 0 ? code : 0;
 }
