@@ -1,6 +1,7 @@
 #include "cscompr/lzh_decoder.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <span>
 
@@ -15,6 +16,9 @@ constexpr std::int32_t kGoOn = 0;
 
 constexpr unsigned kFixedCodes = 1;
 constexpr unsigned kDynamicCodes = 2;
+
+// Shortest run and extra bits of the code length symbols 16 to 18.
+constexpr std::array<ValueRange, 3> kRuns = {{{3, 2}, {3, 3}, {11, 7}}};
 
 // The longest that has to be in the bit buffer at once: a length and a distance with extra bits,
 // the two farthest distances excepted, which mean nothing here.
@@ -174,8 +178,6 @@ bool LzhDecoder::ReadCodeLengthRun(BitReader& reader, unsigned& value, unsigned&
   reader.Fill();
   const TableEntry entry = code_length_table_[LowBits(reader.bits, kCodeLengthRootBits)];
   const unsigned symbol = Value(entry);
-  // Extra bits and shortest run of the symbols 16 to 18.
-  constexpr std::array<ValueRange, 3> kRuns = {{{3, 2}, {3, 3}, {11, 7}}};
   const ValueRange run =
       symbol < kRepeatPrevious ? ValueRange{1, 0} : kRuns[symbol - kRepeatPrevious];
   if (reader.count < SkipBits(entry) + run.extra_bits) return false;

@@ -51,6 +51,9 @@ inline void CopyFar(std::uint8_t* to, const std::uint8_t* from, std::size_t leng
   }
 }
 
+// The most bytes up to 8 that whole patterns of a length make, by that length.
+constexpr std::array<std::uint8_t, 8> kPatternSteps = {0, 8, 8, 6, 8, 5, 6, 7};
+
 // A match that overlaps itself within a chunk. Below eight bytes of distance its pattern is laid
 // out in a word once, and stored at steps of as many whole patterns as the word holds: loading what
 // the store before left behind would wait for it every time.
@@ -62,7 +65,6 @@ inline void CopyNear(std::uint8_t* to, const std::uint8_t* from, std::size_t dis
       Move<8>(to, from);
     return;
   }
-  constexpr std::array<std::uint8_t, 8> kSteps = {0, 8, 8, 6, 8, 5, 6, 7};
   const auto pattern_bits = static_cast<unsigned>(8 * distance);
   std::uint64_t word = LowBits(Load64(from), pattern_bits);
   if (distance == 1) {
@@ -71,7 +73,7 @@ inline void CopyNear(std::uint8_t* to, const std::uint8_t* from, std::size_t dis
     word |= word << pattern_bits;
     if (distance < 4) word |= word << 2 * pattern_bits;
   }
-  for (; to < end; to += kSteps[distance])
+  for (; to < end; to += kPatternSteps[distance])
     Store64(to, word);
 }
 
