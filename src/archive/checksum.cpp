@@ -3,7 +3,7 @@
 #include <array>
 #include <cstddef>
 
-#include "archive/bytes.h"
+#include "platform/bytes.h"
 
 namespace moldex {
 namespace {

@@ -1,12 +1,15 @@
 #include "archive/container.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
+#include <limits>
 #include <string_view>
 
-#include "archive/bytes.h"
 #include "archive/entry_name.h"
+#include "platform/bytes.h"
 #include "report/except.h"
+#include "report/system_error.h"
 #include "run/run_context.h"
 
 namespace moldex {
@@ -59,7 +62,10 @@ CContainer::CContainer(const std::string& archive_name, std::uint32_t mode)
     reader_.emplace(file_);
     return;
   }
-  if (mode == kAppend) OpenForAppending();
+  if (mode == kAppend) {
+    OpenForAppending();
+    position_ = former_size_bytes_;
+  }
   is_version2_ = true;
   writer_.emplace(file_);
 }
@@ -75,7 +81,8 @@ void CContainer::OpenForAppending() {
   if (!transfer.ok) throw CReadExcept(archive_name_);
   const Format format = FormatOf(std::span(header).first(transfer.bytes));
   if (format == Format::kOther) throw CInvalExcept(archive_name_);
-  if (format == Format::kVersion2LongNames) CRunContext::GetInstance().SetLongNames();
+  // What is added has to look like what is there.
+  CRunContext::GetInstance().options().long_names = format == Format::kVersion2LongNames;
   if (!file_.SeekToEnd()) throw COpenExcept(archive_name_);
 }
 
@@ -99,8 +106,24 @@ void CContainer::WriteEntry(EntryHeader header, const std::string& utf8_name,
   Write(write_buffer_);
 }
 
+void CContainer::PatchEntrySize(std::uint32_t header_position, std::uint32_t size_bytes) {
+  if (position_ > std::numeric_limits<std::uint32_t>::max()) {
+    RememberErrno(EOVERFLOW);
+    throw CSetFilePointerExcept();
+  }
+  if (!writer_->Flush()) throw CWriteExcept(archive_name_);
+  const std::uint32_t end = file_.GetPosition();
+  std::array<std::uint8_t, 8> field{};
+  PutU32(field.data(), size_bytes);
+  file_.SetPosition(header_position + static_cast<std::uint32_t>(kSizeFieldOffset));
+  const Transfer transfer = file_.Write(field);
+  if (!transfer.ok || transfer.bytes != field.size()) throw CWriteExcept(archive_name_);
+  file_.SetPosition(end);
+}
+
 void CContainer::Write(std::span<const std::uint8_t> bytes) {
   if (!writer_->Write(bytes)) throw CWriteExcept(archive_name_);
+  position_ += bytes.size();
 }
 
 void CContainer::Finish() {

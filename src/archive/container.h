@@ -65,6 +65,12 @@ class CContainer {
   // An entry's header, name and user data; the lengths in the header are set from the latter two.
   void WriteEntry(EntryHeader header, const std::string& utf8_name,
                   std::span<const std::uint8_t> user_data);
+  // Where the next entry's header will stand, as far as 32 bits can tell.
+  std::uint32_t Position() const { return static_cast<std::uint32_t>(position_); }
+  // Rewrites the size of an entry whose header stands at `header_position`, and the four bytes
+  // behind it with zeros. Throws CSetFilePointerExcept, leaving the archive as it is, when the
+  // archive has grown past what a 32-bit position can reach.
+  void PatchEntrySize(std::uint32_t header_position, std::uint32_t size_bytes);
   // Bytes of an entry's data section, in one piece.
   void Write(std::span<const std::uint8_t> bytes);
   // Writes out what is buffered and closes the archive.
@@ -104,6 +110,7 @@ class CContainer {
   CFileHandle file_;
   FileIdentity identity_;
   std::uint64_t former_size_bytes_ = 0;
+  std::uint64_t position_ = 0;  // where the next byte will be written
   std::optional<CBufferedReader> reader_;
   std::optional<CBufferedWriter> writer_;
   std::vector<std::uint8_t> write_buffer_;

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "archive/backup_compress.h"
 #include "archive/entry_kinds.h"
 #include "archive/entry_name.h"
 #include "archive/normal_compress.h"
@@ -24,7 +25,7 @@ void CCreate::Execute() {
   OpenArchive();
   const char* directory = options_.change_directory;
   if (directory != nullptr && !ChangeDirectory(directory)) throw CChgDirExcept(directory);
-  strategy_ = std::make_unique<CNormalCompress>(buffers_);
+  strategy_ = MakeStrategy();
   if (!appending_) archive_->WriteHeader();
   WalkNames();
   FinishArchive();
@@ -45,8 +46,14 @@ void CCreate::OpenArchive() {
   }
 }
 
+// Backup streams need the header positions and 64-bit times of long-name mode.
+std::unique_ptr<ICompressStrategy> CCreate::MakeStrategy() {
+  if (options_.backup && options_.long_names) return std::make_unique<CBackupCompress>(buffers_);
+  return std::make_unique<CNormalCompress>(buffers_);
+}
+
 void CCreate::WalkNames() {
-  CTreeWalk walk(*this);
+  CTreeWalk walk(*this, options_.resolve_links);
   for (const std::string& name : options_.file_names) {
     if (HasWildcard(name)) {
       walk.WalkPattern(name);

@@ -29,6 +29,7 @@ class CCreate : public CCommand, private ITreeVisitor {
   void OnLinkWithoutTarget(const std::string& name) override;
 
   void OpenArchive();
+  std::unique_ptr<ICompressStrategy> MakeStrategy();
   void WalkNames();
   void FinishArchive();
   bool AddEntry(const std::string& name, const FileStatus& status);

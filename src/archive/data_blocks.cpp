@@ -2,9 +2,9 @@
 
 #include <array>
 
-#include "archive/bytes.h"
 #include "archive/container.h"
 #include "cscompr/cscompr.h"
+#include "platform/bytes.h"
 
 namespace moldex {
 

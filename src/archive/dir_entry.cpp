@@ -8,6 +8,7 @@
 #include "archive/entry_data.h"
 #include "archive/entry_info.h"
 #include "archive/output_place.h"
+#include "platform/attributes.h"
 #include "report/except.h"
 #include "run/run_context.h"
 
@@ -48,9 +49,23 @@ void CDirEntry::Extract(CContainer& archive, bool to_disk) {
 }
 
 void CDirEntry::Finish() {
+  if (CRunContext::GetInstance().long_names()) {
+    FinishLongNames();
+    return;
+  }
   if (!file_.SetDate(header_.time_low) && !IsShortcut()) throw CChgDateExcept(disk_name_);
   if (!file_.SetPermissions(header_.mode & kModePermissions) && !IsShortcut()) {
     throw CChgModExcept(disk_name_);
+  }
+  if (!file_.Close()) throw CWriteExcept(disk_name_);
+}
+
+// Only the date of the last write is restored here, and attributes instead of permissions.
+void CDirEntry::FinishLongNames() {
+  if (!file_.SetLastWriteTime(FileTimeOf(header_))) throw CChgDateExcept(disk_name_);
+  const bool executable = (header_.mode & kModeOwnerExecute) != 0;
+  if (!file_.SetAttributes(AttributesOfMode(header_.mode), executable)) {
+    throw CSetFileAttrExcept(disk_name_);
   }
   if (!file_.Close()) throw CWriteExcept(disk_name_);
 }
@@ -68,16 +83,26 @@ bool CDirEntry::OpenForReading() {
 void CDirEntry::FillHeader(const EntryType& type) {
   const CCmdLineOptions& options = CRunContext::GetInstance().options();
   header_.type = type;
+  header_.set_size_bytes(status_.size_bytes);
   header_.mode = status_.mode;
+  header_.time_low = StoredSeconds(status_.modified.seconds);
+  if (options.long_names) FillFromAttributes();
   if (options.permission_text != nullptr) {
     header_.mode = (header_.mode & kModeKindMask) | (options.permission_value & 0xFFF);
   }
-  header_.set_size_bytes(status_.size_bytes);
-  header_.time_low = StoredSeconds(status_.modified_seconds);
+}
+
+void CDirEntry::FillFromAttributes() {
+  header_.mode = ModeOfAttributes(status_.attributes, disk_name_) |
+                 (status_.mode & (IsDirectory() ? 0 : kModeOwnerExecute));
+  const std::uint64_t file_time = FileTimeOf(status_.modified);
+  header_.time_low = static_cast<std::uint32_t>(file_time);
+  header_.time_high = static_cast<std::uint32_t>(file_time >> 32);
 }
 
 void CDirEntry::WriteTo(CContainer& archive, const std::string& utf8_name,
                         ICompressStrategy& strategy) {
+  header_position_ = archive.Position();
   archive.WriteEntry(header_, utf8_name, user_data_);
   if (header_.size_bytes() != 0 && file_.IsValid()) {
     strategy.SetEntry(this);

@@ -17,6 +17,7 @@
 namespace moldex {
 
 class CContainer;
+class CLink;
 class ICompressStrategy;
 
 class CDirEntry {
@@ -64,6 +65,8 @@ class CDirEntry {
   void Print() const;
 
   virtual bool IsDirectory() const { return false; }
+  // This entry, when it comes out of an archive and becomes a symbolic link on disk.
+  virtual const CLink* AsSymbolicLink() const { return nullptr; }
   bool IsShortcut() const { return (header_.mode & kModeKindMask) == kModeShortcut; }
 
   // The name on disk; of an entry out of an archive, its name there.
@@ -71,11 +74,20 @@ class CDirEntry {
   const EntryHeader& header() const { return header_; }
   std::span<const std::uint8_t> user_data() const { return user_data_; }
   CFileHandle& file() { return file_; }
+  // Where in the archive the header was written.
+  std::uint32_t header_position() const { return header_position_; }
 
  protected:
-  // Fills the header from the status, with the permissions of -p where they are given.
+  // Fills the header from the status, in long-name mode from the attributes; with the permissions
+  // of -p where they are given.
   void FillHeader(const EntryType& type);
+
   const FileStatus& status() const { return status_; }
+  void SetMode(std::uint32_t mode) { header_.mode = mode; }
+  void SetSize(std::uint64_t bytes) { header_.set_size_bytes(bytes); }
+  void SetUserData(std::span<const std::uint8_t> bytes) {
+    user_data_.assign(bytes.begin(), bytes.end());
+  }
   // Opens the file for reading and takes its status from there.
   bool OpenForReading();
 
@@ -85,7 +97,11 @@ class CDirEntry {
   FileStatus status_;
   EntryHeader header_;
   std::vector<std::uint8_t> user_data_;
+  std::uint32_t header_position_ = 0;
   CFileHandle file_;
+
+  void FillFromAttributes();
+  void FinishLongNames();
 };
 
 }  // namespace moldex

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "archive/bytes.h"
+#include "platform/bytes.h"
 
 namespace moldex {
 

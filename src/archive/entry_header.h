@@ -18,8 +18,10 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <span>
-#include <string_view>
+
+#include "platform/file_time.h"
 
 namespace moldex {
 
@@ -50,6 +52,17 @@ struct EntryHeader {
     size_high = static_cast<std::uint32_t>(bytes >> 32);
   }
 };
+
+// The 64-bit modification time of a header in long-name mode.
+inline std::uint64_t FileTimeOf(const EntryHeader& header) {
+  return std::uint64_t{header.time_high} << 32 | header.time_low;
+}
+
+// The modification time; empty for a 64-bit time that stands for none.
+inline std::optional<TimePoint> TimeOf(const EntryHeader& header, bool long_names) {
+  if (!long_names) return TimePoint{header.time_low, 0};
+  return TimeOfFileTime(FileTimeOf(header));
+}
 
 void EncodeEntryHeader(const EntryHeader& header, std::span<std::uint8_t, kEntryHeaderBytes> to);
 

@@ -33,21 +33,16 @@ std::array<char, 11> AttributesOf(std::uint32_t mode) {
   return text;
 }
 
-// Seconds since 1970 of a Windows FILETIME, 100-nanosecond steps since 1601, rounded down.
-std::int64_t SecondsOfFileTime(std::uint32_t low, std::uint32_t high) {
-  constexpr std::uint64_t kStepsPerSecond = 10'000'000;
-  constexpr std::int64_t kSecondsTo1970 = 11'644'473'600;
-  const std::uint64_t steps = std::uint64_t{high} << 32 | low;
-  return static_cast<std::int64_t>(steps / kStepsPerSecond) - kSecondsTo1970;
-}
+// Long enough for every year that a 64-bit time can name.
+using DateText = std::array<char, 40>;
 
-// Empty when the time has no place in the calendar.
-std::array<char, 18> DateOf(const EntryHeader& header) {
-  std::array<char, 18> text{};
-  const bool long_names = CRunContext::GetInstance().long_names();
-  const std::time_t seconds = long_names ? SecondsOfFileTime(header.time_low, header.time_high)
-                                         : static_cast<std::time_t>(header.time_low);
-  const std::tm* calendar = std::localtime(&seconds);
+// Local time, English month names; empty when the time has no place in the calendar.
+DateText DateOf(const EntryHeader& header) {
+  DateText text{};
+  const auto time = TimeOf(header, CRunContext::GetInstance().long_names());
+  if (!time) return text;
+  const std::time_t when = time->seconds;
+  const std::tm* calendar = std::localtime(&when);
   if (calendar == nullptr ||
       std::strftime(text.data(), text.size(), "%d %b %Y %H:%M", calendar) == 0) {
     text[0] = '\0';
@@ -58,7 +53,7 @@ std::array<char, 18> DateOf(const EntryHeader& header) {
 }  // namespace
 
 void CEntryInfo::Print() {
-  std::array<char, 64> columns{};
+  std::array<char, 96> columns{};
   std::snprintf(columns.data(), columns.size(), "%s%12" PRIu64 " %20s ",
                 AttributesOf(header_.mode).data(), header_.size_bytes(), DateOf(header_).data());
   WriteOutput(columns.data());

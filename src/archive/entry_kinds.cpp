@@ -1,9 +1,22 @@
 #include "archive/entry_kinds.h"
 
+#include "archive/entry_name.h"
 #include "archive/output_place.h"
+#include "platform/file_services.h"
 #include "report/except.h"
+#include "run/run_context.h"
 
 namespace moldex {
+namespace {
+
+constexpr char kShortcutEnding[] = ".lnk";
+
+// The bits of a mode that make room for the kind of a stored link.
+constexpr std::uint32_t kModeOutsideLinkKind = 0xFFFF1FFF;
+
+std::uint32_t LinkMode(std::uint32_t mode) { return (mode & kModeOutsideLinkKind) | kModeShortcut; }
+
+}  // namespace
 
 bool CFile::Prepare() {
   if (!OpenForReading()) return false;
@@ -18,13 +31,54 @@ bool CDirectory::Prepare() {
 
 void CDirectory::Create() { CreateOutputDirectory(GetName()); }
 
-bool CLink::Prepare() { return false; }
+bool CLink::Prepare() {
+  if (status().kind == FileKind::kSymbolicLink) return PrepareSymbolicLink();
+  if (!OpenForReading()) return false;
+  FillHeader(kTypeShortcut);
+  SetMode(LinkMode(header().mode));
+  return true;
+}
+
+bool CLink::PrepareSymbolicLink() {
+  const auto target = ReadSymbolicLink(GetName());
+  if (!target) return false;
+  const std::string utf8 = NameToUtf8(*target);
+  if (utf8.size() > 0xFFFF) return false;
+  FillHeader(kTypeLink);
+  SetMode(LinkMode(header().mode));
+  SetSize(0);
+  SetUserData({reinterpret_cast<const std::uint8_t*>(utf8.data()), utf8.size()});
+  return true;
+}
+
+bool CLink::IsSymbolicLink() const {
+  return header().type == kTypeLink && header().size_bytes() == 0;
+}
+
+void CLink::Create() {
+  if (!IsSymbolicLink()) CDirEntry::Create();
+}
+
+void CLink::Finish() {
+  if (!IsSymbolicLink()) CDirEntry::Finish();
+}
+
+std::string CLink::Target() const { return TextFromUtf8(user_data()); }
+
+void CLink::MakeLink() const {
+  const bool long_names = CRunContext::GetInstance().long_names();
+  CreateOutputLink(GetName(), Target(), TimeOf(header(), long_names));
+}
 
 std::unique_ptr<CDirEntry> MakeEntry(const std::string& disk_name, const FileStatus& status) {
+  const bool keep_links = !CRunContext::GetInstance().options().resolve_links;
   switch (status.kind) {
     case FileKind::kDirectory:
       return std::make_unique<CDirectory>(disk_name, status);
     case FileKind::kRegular:
+      if (keep_links && disk_name.ends_with(kShortcutEnding)) {
+        return std::make_unique<CLink>(disk_name, status);
+      }
       return std::make_unique<CFile>(disk_name, status);
     case FileKind::kSymbolicLink:
       return std::make_unique<CLink>(disk_name, status);

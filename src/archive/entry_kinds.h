@@ -29,15 +29,31 @@ class CDirectory : public CDirEntry {
   bool IsDirectory() const override { return true; }
 };
 
-// A shortcut that is stored as itself, or a symbolic link.
+// A link that is stored as itself: a symbolic link with its target as user data ("LK"), or a
+// shortcut file with its bytes ("SC").
 class CLink : public CDirEntry {
  public:
   using CDirEntry::CDirEntry;
 
   bool Prepare() override;
+  // Nothing for a symbolic link: it is made by MakeLink, once all other entries are written.
+  void Create() override;
+  void Finish() override;
+
+  const CLink* AsSymbolicLink() const override { return IsSymbolicLink() ? this : nullptr; }
+  // The target of a symbolic link, in the local code page; empty when it has none. Throws
+  // CConversionExcept.
+  std::string Target() const;
+  // Makes the symbolic link on disk. Throws CCreateDirExcept and COpenForWritingExcept.
+  void MakeLink() const;
+
+ private:
+  bool IsSymbolicLink() const;
+  bool PrepareSymbolicLink();
 };
 
-// The entry for an object that a walk found. Throws CExcept for an object that no entry can hold.
+// The entry for an object that a walk found; a shortcut file is a link when links are stored as
+// themselves. Throws CExcept for an object that no entry can hold.
 std::unique_ptr<CDirEntry> MakeEntry(const std::string& disk_name, const FileStatus& status);
 
 }  // namespace moldex

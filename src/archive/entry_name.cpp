@@ -1,7 +1,6 @@
 #include "archive/entry_name.h"
 
 #include <algorithm>
-#include <array>
 
 #include "codepage/name_conversion.h"
 #include "report/except.h"
@@ -27,14 +26,23 @@ std::string NameToUtf8(const std::string& name) {
 }
 
 std::string NameFromUtf8(std::span<const std::uint8_t> stored) {
-  std::array<char, kLongestName + 1> name{};
-  std::copy_n(stored.begin(), std::min(stored.size(), kLongestName), name.begin());
+  const auto end = std::find(stored.begin(), stored.end(), std::uint8_t{0});
+  const auto length =
+      std::min<std::size_t>(static_cast<std::size_t>(end - stored.begin()), kLongestName);
+  return TextFromUtf8(stored.first(length));
+}
+
+std::string TextFromUtf8(std::span<const std::uint8_t> utf8) {
+  const std::string text(utf8.begin(), utf8.end());
+  // No code page needs more bytes for a character than UTF-8 and its longest sequences do.
+  std::string local(2 * text.size() + 1, '\0');
   std::int32_t written = 0;
-  if (ConvertUtf8ToLocal(name.data(), static_cast<std::int32_t>(name.size()), &written,
-                         name.data()) != 0) {
+  if (ConvertUtf8ToLocal(local.data(), static_cast<std::int32_t>(local.size()), &written,
+                         text.c_str()) != 0) {
     throw CConversionExcept("");
   }
-  return std::string(name.data(), static_cast<std::size_t>(written));
+  local.resize(static_cast<std::size_t>(written));
+  return local;
 }
 
 }  // namespace moldex

@@ -18,6 +18,9 @@ std::string NameToUtf8(const std::string& name);
 // before that is ignored. Throws CConversionExcept.
 std::string NameFromUtf8(std::span<const std::uint8_t> stored);
 
+// The local form of UTF-8 of any length, without terminating zero. Throws CConversionExcept.
+std::string TextFromUtf8(std::span<const std::uint8_t> utf8);
+
 }  // namespace moldex
 
 #endif  // MOLDEX_ARCHIVE_ENTRY_NAME_H_

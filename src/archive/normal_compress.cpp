@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
-#include "archive/bytes.h"
 #include "archive/checksum.h"
 #include "archive/container.h"
 #include "archive/data_blocks.h"
 #include "archive/dir_entry.h"
 #include "cscompr/cscompr.h"
+#include "platform/bytes.h"
 #include "report/except.h"
 
 namespace moldex {

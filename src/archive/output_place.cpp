@@ -56,6 +56,24 @@ CFileHandle CreateOutputFile(const std::string& entry_name) {
   throw COpenForWritingExcept(path);
 }
 
+void CreateOutputLink(const std::string& entry_name, const std::string& target,
+                      const std::optional<TimePoint>& time) {
+  const std::string path = OutputPath(entry_name);
+  if (!CreateParents(path)) throw CCreateDirExcept(path);
+  if (!CreateSymbolicLink(path, target)) throw COpenForWritingExcept(path);
+  if (time) (void)SetLinkDate(path, *time);  // a link's own date is a courtesy
+}
+
+bool HasLinkAbove(const std::string& entry_name) {
+  const PathRules rules = SystemPathRules();
+  for (std::size_t end = 1; end < entry_name.size(); ++end) {
+    if (!IsSeparator(rules, entry_name[end])) continue;
+    const auto status = QueryLinkStatus(OutputPath(entry_name.substr(0, end)));
+    if (status && status->kind == FileKind::kSymbolicLink) return true;
+  }
+  return false;
+}
+
 void CreateOutputDirectory(const std::string& entry_name) {
   const std::string path = OutputPath(entry_name);
   switch (TestExistence(path)) {

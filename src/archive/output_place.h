@@ -2,9 +2,11 @@
 #ifndef MOLDEX_ARCHIVE_OUTPUT_PLACE_H_
 #define MOLDEX_ARCHIVE_OUTPUT_PLACE_H_
 
+#include <optional>
 #include <string>
 
 #include "platform/file_handle.h"
+#include "platform/file_time.h"
 
 namespace moldex {
 
@@ -15,6 +17,14 @@ std::string OutputPath(const std::string& entry_name);
 // An empty file for the entry, open for writing, its missing parent directories created. Throws
 // CCreateDirExcept and COpenForWritingExcept with the output path.
 CFileHandle CreateOutputFile(const std::string& entry_name);
+
+// The symbolic link for the entry, dated where a time is given. What stood under the name is
+// replaced, unless it is a directory. Throws as CreateOutputFile does.
+void CreateOutputLink(const std::string& entry_name, const std::string& target,
+                      const std::optional<TimePoint>& time);
+
+// Whether a directory above the entry, below the directory of -R, is a symbolic link.
+bool HasLinkAbove(const std::string& entry_name);
 
 // The directory for the entry. One that exists is opened up for its owner unless -h was given.
 // Throws CCreateDirExcept, CChgModExcept and CAccessExcept with the output path.

@@ -58,7 +58,7 @@ void CTreeWalk::WalkPattern(std::string_view pattern) {
 }
 
 void CTreeWalk::VisitName(const std::string& name) {
-  const auto status = QueryStatus(name);
+  const auto status = follow_links_ ? QueryStatus(name) : QueryLinkStatus(name);
   if (!status) {
     if (IsLinkWithoutTarget(name)) {
       visitor_.OnLinkWithoutTarget(name);

@@ -1,7 +1,8 @@
 // Finds what a name on the command line stands for: an object, and everything below a directory.
 //
-// Symbolic links are followed. Directories are walked in byte order of their names, depth first,
-// without recursion and in bounded memory, so that the same tree always gives the same sequence.
+// Symbolic links are followed, unless they are to be kept as links. Directories are walked in byte
+// order of their names, depth first, without recursion and in bounded memory, so that the same tree
+// always gives the same sequence.
 #ifndef MOLDEX_ARCHIVE_TREE_WALK_H_
 #define MOLDEX_ARCHIVE_TREE_WALK_H_
 
@@ -17,8 +18,8 @@ namespace moldex {
 class ITreeVisitor {
  public:
   virtual ~ITreeVisitor() = default;
-  // A directory or a regular file. For a directory the answer says whether to walk it, and
-  // `is_start` whether it is ".", ".." or the root: walked, but no object of its own.
+  // A directory, a regular file, or a link that is kept. For a directory the answer says whether to
+  // walk it, and `is_start` whether it is ".", ".." or the root: walked, but no object of its own.
   virtual bool OnObject(const std::string& name, const FileStatus& status, bool is_start) = 0;
   // Something that cannot be read, or is neither file nor directory.
   virtual void OnInaccessible(const std::string& name) = 0;
@@ -28,7 +29,8 @@ class ITreeVisitor {
 
 class CTreeWalk {
  public:
-  explicit CTreeWalk(ITreeVisitor& visitor) : visitor_(visitor) {}
+  CTreeWalk(ITreeVisitor& visitor, bool follow_links)
+      : visitor_(visitor), follow_links_(follow_links) {}
 
   // Visits one name and what is below it. Throws CExcept when a directory that could be opened
   // cannot be read to its end, and what the visitor throws.
@@ -52,6 +54,7 @@ class CTreeWalk {
   std::size_t NextBudget() const;
 
   ITreeVisitor& visitor_;
+  bool follow_links_;
   std::vector<Level> levels_;
 };
 

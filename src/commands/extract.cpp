@@ -2,7 +2,9 @@
 
 #include "archive/output_place.h"
 #include "oldformat/extract_old.h"
+#include "platform/attributes.h"
 #include "platform/file_services.h"
+#include "platform/security.h"
 #include "report/except.h"
 #include "report/exit_status.h"
 
@@ -35,6 +37,8 @@ void CExtract::Execute() {
 void CExtract::ProcessArchive(const std::string& name) {
   CContainer archive(name, CContainer::kRead);
   if (!archive.CheckHeader()) throw CInvalExcept(name);
+  std::string why;
+  if (context_.long_names() && !AcquirePrivileges(&why)) throw CAddPrivilegeExcept(why);
   context_.log().PrintMessage("MOLDEX: processing archive " + name + "...");
   archive_count_ = 0;
   ProcessEntries(archive);
@@ -46,49 +50,107 @@ void CExtract::ProcessArchive(const std::string& name) {
 
 void CExtract::ProcessEntries(CContainer& archive) {
   const CEntrySelection selection_before = selection_;
-  bool directories_met = false;
+  directories_wait_ = links_wait_ = false;
   for (CDirEntry* entry = archive.FirstEntry(); entry != nullptr; entry = archive.NextEntry()) {
     if (!selection_.Selects(entry->GetName(), entry->IsDirectory())) continue;
-    if (!MayBeWritten(*entry)) {
-      RefuseEntry(*entry);
-      continue;
-    }
-    entry->Extract(archive, extracting_);
+    if (!ProcessEntry(archive, *entry)) continue;
     ++total_count_;
     ++archive_count_;
-    if (!extracting_) continue;
-    entry->Finish();
-    directories_met = directories_met || entry->IsDirectory();
   }
-  if (directories_met && options_.set_directory_permissions) {
-    ApplyDirectories(archive, selection_before);
-  }
+  if (links_wait_) MakeLinks(archive, selection_before);
+  if (directories_wait_) ApplyDirectories(archive, selection_before);
 }
 
-// Whether extraction may put the entry where its name says.
+// False for an entry that is left out.
+bool CExtract::ProcessEntry(CContainer& archive, CDirEntry& entry) {
+  if (extracting_ && LacksTarget(entry)) {
+    CExcept failure("MOLDEX: no link target for " + entry.GetName(), kErrorNoLinkTarget, false);
+    context_.log().PrintInfo(failure);
+    return false;
+  }
+  if (extracting_ && !MayBeWritten(entry)) {
+    Refuse(entry);
+    return false;
+  }
+  entry.Extract(archive, extracting_);
+  if (!extracting_) return true;
+  RestoreSecurityOf(entry);
+  entry.Finish();
+  directories_wait_ |= entry.IsDirectory() && options_.set_directory_permissions;
+  links_wait_ |= entry.AsSymbolicLink() != nullptr;
+  return true;
+}
+
+bool CExtract::LacksTarget(const CDirEntry& entry) const {
+  const CLink* link = entry.AsSymbolicLink();
+  return link != nullptr && link->Target().empty();
+}
+
+// Whether extraction may put the entry where its name says, and a link where its target says.
 bool CExtract::MayBeWritten(const CDirEntry& entry) const {
-  return !extracting_ || options_.absolute_paths ||
-         !HasParentComponent(SystemPathRules(), entry.GetName());
+  if (options_.absolute_paths) return true;
+  const PathRules rules = SystemPathRules();
+  if (HasParentComponent(rules, entry.GetName())) return false;
+  const CLink* link = entry.AsSymbolicLink();
+  return link == nullptr || !LinkLeaves(rules, entry.GetName(), link->Target());
 }
 
-void CExtract::RefuseEntry(const CDirEntry& entry) {
+void CExtract::Refuse(const CDirEntry& entry) {
   CExcept failure(
       "MOLDEX: name leaves the target directory (use -P to allow it): " + entry.GetName(),
       kErrorLeavesTarget, false);
   context_.log().PrintInfo(failure);
 }
 
-// Directories get their permissions once everything below them is written. They are looked up in
-// the archive again, from the selection as it was at its start, instead of being remembered: an
-// archive may hold any number of them.
+// A security descriptor travels as an entry's user data; of a symbolic link those are the target.
+void CExtract::RestoreSecurityOf(const CDirEntry& entry) {
+  if (entry.user_data().empty() || entry.AsSymbolicLink() != nullptr) return;
+  std::string why;
+  if (!RestoreSecurity(OutputPath(entry.GetName()), entry.user_data(), &why)) {
+    context_.log().PrintMessage(why);
+  }
+}
+
+// Links come last, so that no other entry of their archive is written through one; and directories
+// get their permissions once everything below them is written. Both are looked up in the archive
+// again, from the selection as it was at its start, instead of being remembered: an archive may
+// hold any number of them.
+void CExtract::MakeLinks(CContainer& archive, CEntrySelection selection) {
+  archive.Rewind();
+  for (CDirEntry* entry = archive.FirstEntry(); entry != nullptr; entry = archive.NextEntry()) {
+    if (!selection.Selects(entry->GetName(), entry->IsDirectory())) continue;
+    const CLink* link = entry->AsSymbolicLink();
+    if (link != nullptr && !LacksTarget(*link) && MayBeWritten(*link)) MakeLink(*link);
+  }
+}
+
+// A link that would be made through another one could lead anywhere.
+void CExtract::MakeLink(const CLink& link) {
+  if (!options_.absolute_paths && HasLinkAbove(link.GetName())) {
+    Refuse(link);
+    --total_count_;
+    --archive_count_;
+    return;
+  }
+  link.MakeLink();
+}
+
 void CExtract::ApplyDirectories(CContainer& archive, CEntrySelection selection) {
   archive.Rewind();
   for (CDirEntry* entry = archive.FirstEntry(); entry != nullptr; entry = archive.NextEntry()) {
     if (!selection.Selects(entry->GetName(), entry->IsDirectory())) continue;
-    if (!entry->IsDirectory() || !MayBeWritten(*entry)) continue;
-    const std::string path = OutputPath(entry->GetName());
-    if (!SetPermissionsAt(path, entry->header().mode)) throw CChgModExcept(path);
+    if (entry->IsDirectory() && MayBeWritten(*entry)) ApplyDirectory(*entry);
   }
+}
+
+// The mode of a directory in long-name mode comes from attributes, which say nothing of the right
+// to search it.
+void CExtract::ApplyDirectory(const CDirEntry& entry) {
+  const std::string path = OutputPath(entry.GetName());
+  const std::uint32_t mode = entry.header().mode;
+  const bool done = context_.long_names() ? SetAttributesAt(path, AttributesOfMode(mode), true)
+                                          : SetPermissionsAt(path, mode);
+  if (!done) throw CChgModExcept(path);
 }
 
 }  // namespace moldex

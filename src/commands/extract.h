@@ -27,15 +27,24 @@ class CExtract : public CCommand {
  private:
   void ProcessArchive(const std::string& name);
   void ProcessEntries(CContainer& archive);
+  bool ProcessEntry(CContainer& archive, CDirEntry& entry);
   bool MayBeWritten(const CDirEntry& entry) const;
-  void RefuseEntry(const CDirEntry& entry);
+  bool LacksTarget(const CDirEntry& entry) const;
+  void Refuse(const CDirEntry& entry);
+  void RestoreSecurityOf(const CDirEntry& entry);
+  void MakeLinks(CContainer& archive, CEntrySelection selection);
+  void MakeLink(const CLink& link);
   void ApplyDirectories(CContainer& archive, CEntrySelection selection);
+  void ApplyDirectory(const CDirEntry& entry);
   const char* Done() const { return extracting_ ? "extracted" : "tested"; }
 
   CRunContext& context_;
   const CCmdLineOptions& options_;
   bool extracting_;
   CEntrySelection selection_;
+  // What the current archive holds that has to wait until everything else is written.
+  bool directories_wait_ = false;
+  bool links_wait_ = false;
   std::uint32_t total_count_ = 0;    // in all archives so far
   std::uint32_t archive_count_ = 0;  // in the current one
   bool print_summary_ = true;        // until an archive of another format was met

@@ -6,7 +6,9 @@
 
 namespace moldex {
 
-CType::CType(CRunContext& context) : context_(context), selection_(context.options().NameList()) {}
+CType::CType(CRunContext& context) : context_(context), selection_(context.options().NameList()) {
+  if (context.options().space_check) space_.emplace();
+}
 
 void CType::Execute() {
   for (const std::string& name : context_.ArchiveList()) {
@@ -16,8 +18,10 @@ void CType::Execute() {
       context_.log().PrintInfo(failure);
     } catch (const CInvalExcept&) {
       CTypeOld(context_, name).Execute();
+      space_.reset();
     }
   }
+  if (space_) context_.log().PrintInfo(*space_);
 }
 
 void CType::ListArchive(const std::string& name) {
@@ -28,6 +32,9 @@ void CType::ListArchive(const std::string& name) {
     if (!selection_.Selects(entry->GetName(), entry->IsDirectory())) continue;
     entry->Print();
     context_.statistics().CountFile();
+    if (space_) {
+      space_->AddEntry(entry->GetName(), static_cast<double>(entry->header().size_bytes()));
+    }
   }
 }
 

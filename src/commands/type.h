@@ -2,16 +2,19 @@
 #ifndef MOLDEX_COMMANDS_TYPE_H_
 #define MOLDEX_COMMANDS_TYPE_H_
 
+#include <optional>
 #include <string>
 
 #include "commands/entry_selection.h"
+#include "commands/space_info.h"
 #include "run/command.h"
 #include "run/run_context.h"
 
 namespace moldex {
 
-// Prints a line for every selected entry of every archive of -f. An archive that cannot be opened
-// is reported, one of another format goes to the old-format command; the run goes on with the next.
+// Prints a line for every selected entry of every archive of -f, and with -s a report of the space
+// that extracting them takes. An archive that cannot be opened is reported; one of another format
+// goes to the old-format command, and there is no report then. The run goes on with the next.
 class CType : public CCommand {
  public:
   explicit CType(CRunContext& context);
@@ -23,6 +26,7 @@ class CType : public CCommand {
 
   CRunContext& context_;
   CEntrySelection selection_;
+  std::optional<CSpaceInfo> space_;
 };
 
 }  // namespace moldex

@@ -6,9 +6,12 @@
 
 #include "archive/create.h"
 #include "commands/extract.h"
+#include "commands/merge.h"
+#include "commands/scan.h"
 #include "commands/type.h"
 #include "driver/version.h"
 #include "platform/file_services.h"
+#include "platform/security.h"
 #include "report/except.h"
 #include "report/exit_status.h"
 
@@ -36,6 +39,10 @@ std::unique_ptr<CCommand> MakeCommand(CRunContext& context) {
       return std::make_unique<CExtract>(context);
     case kCommandList:
       return std::make_unique<CType>(context);
+    case kCommandMerge:
+      return std::make_unique<CMerge>(context);
+    case kCommandScan:
+      return std::make_unique<CScan>(context);
     default:
       throw CExcept("MOLDEX: no valid command given", kErrorNoCommand, false);
   }
@@ -69,6 +76,8 @@ void Run(CRunContext& context) {
   if (options.statistics) {
     context.log().PrintMessage(std::string("running MOLDEX in release ") + ReleaseString());
   }
+  std::string why;
+  if (options.acl && !AcquirePrivileges(&why)) throw CAddPrivilegeExcept(why);
   context.set_command_code(options.command_code);
   MakeCommand(context)->Execute();
   if (WritesArchive(context.command_code()) && context.files_inaccessible()) {

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -34,7 +35,7 @@ struct Transfer {
 
 class CFileHandle {
  public:
-  CFileHandle() = default;
+  CFileHandle();
   CFileHandle(CFileHandle&& other) noexcept;
   CFileHandle& operator=(CFileHandle&& other) noexcept;
   CFileHandle(const CFileHandle&) = delete;
@@ -73,13 +74,30 @@ class CFileHandle {
   bool Truncate(std::uint64_t size_bytes);
   // Sets access and modification time, in seconds since 1970-01-01 00:00 UTC.
   bool SetDate(std::uint32_t seconds);
+  // Sets the modification time alone, as a Windows file time (file_time.h).
+  bool SetLastWriteTime(std::uint64_t file_time);
   // Sets the permission bits (kModePermissions).
   bool SetPermissions(std::uint32_t bits);
+  // Sets Windows attributes, as SetAttributesAt does for a name.
+  bool SetAttributes(std::uint32_t attributes, bool executable);
+
+  // The file as a backup stream (backup_stream.h), piece by piece: its bytes, and with them what
+  // else the system keeps of it. A piece of 0 bytes is the end. The file's position belongs to the
+  // backup until FinishBackup.
+  Transfer BackupRead(std::span<std::uint8_t> buffer);
+  // Restores the file from a backup stream, cut into pieces of any size. Streams that the system
+  // has no place for are passed over.
+  Transfer BackupWrite(std::span<const std::uint8_t> bytes);
+  // Ends what BackupRead or BackupWrite began. False when a stream was left incomplete.
+  bool FinishBackup();
+
+  struct BackupContext;
 
  private:
   static constexpr std::intptr_t kInvalid = -1;
 
   std::intptr_t handle_ = kInvalid;
+  std::unique_ptr<BackupContext> backup_;
 };
 
 }  // namespace moldex

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <utility>
 
+#include "platform/backup_context_posix.h"
 #include "platform/status_posix.h"
 #include "report/except.h"
 #include "report/system_error.h"
@@ -80,13 +81,16 @@ int Descriptor(std::intptr_t handle) { return static_cast<int>(handle); }
 
 }  // namespace
 
+CFileHandle::CFileHandle() = default;
+
 CFileHandle::CFileHandle(CFileHandle&& other) noexcept
-    : handle_(std::exchange(other.handle_, kInvalid)) {}
+    : handle_(std::exchange(other.handle_, kInvalid)), backup_(std::move(other.backup_)) {}
 
 CFileHandle& CFileHandle::operator=(CFileHandle&& other) noexcept {
   if (this != &other) {
     Close();
     handle_ = std::exchange(other.handle_, kInvalid);
+    backup_ = std::move(other.backup_);
   }
   return *this;
 }
@@ -110,6 +114,7 @@ bool CFileHandle::Open(const std::string& path, unsigned flags) {
 }
 
 bool CFileHandle::Close() {
+  backup_.reset();
   if (!IsValid()) return true;
   if (close(Descriptor(std::exchange(handle_, kInvalid))) == 0) return true;
   RememberSystemError();
@@ -200,6 +205,25 @@ bool CFileHandle::Truncate(std::uint64_t size_bytes) {
 bool CFileHandle::SetDate(std::uint32_t seconds) {
   const timespec both[2] = {{static_cast<time_t>(seconds), 0}, {static_cast<time_t>(seconds), 0}};
   if (futimens(Descriptor(handle_), both) == 0) return true;
+  RememberSystemError();
+  return false;
+}
+
+bool CFileHandle::SetLastWriteTime(std::uint64_t file_time) {
+  const auto time = TimeOfFileTime(file_time);
+  if (!time) {
+    RememberErrno(EINVAL);
+    return false;
+  }
+  const timespec both[2] = {{0, UTIME_OMIT},
+                            {static_cast<time_t>(time->seconds), time->nanoseconds}};
+  if (futimens(Descriptor(handle_), both) == 0) return true;
+  RememberSystemError();
+  return false;
+}
+
+bool CFileHandle::SetAttributes(std::uint32_t attributes, bool executable) {
+  if (fchmod(Descriptor(handle_), PermissionsOf(attributes, executable)) == 0) return true;
   RememberSystemError();
   return false;
 }

@@ -31,10 +31,27 @@ Existence TestExistence(const std::string& path);
 // True also when something of that name exists already.
 bool CreateDirectoryAt(const std::string& path);
 
+// The target of a symbolic link, as it stands in the link. Empty when there is none.
+std::optional<std::string> ReadSymbolicLink(const std::string& path);
+
+// Makes a symbolic link; a file or link of that name is replaced, a directory is not.
+bool CreateSymbolicLink(const std::string& path, const std::string& target);
+
+// Sets the modification time of a symbolic link itself.
+bool SetLinkDate(const std::string& path, const TimePoint& time);
+
+// Bytes that the caller may still write to the volume of `path`. -1 on a system that cannot tell;
+// empty when the call failed.
+std::optional<double> DiskFreeSpace(const std::string& path);
+
 bool DeleteFileAt(const std::string& path);
 
 // Sets the permission bits (kModePermissions) of a file or directory.
 bool SetPermissionsAt(const std::string& path, std::uint32_t bits);
+
+// Sets Windows attributes, as far as the system knows them. `executable` counts where the right to
+// execute does not come from the name.
+bool SetAttributesAt(const std::string& path, std::uint32_t attributes, bool executable);
 
 // Empty text when the system cannot tell.
 std::string CurrentDirectory();

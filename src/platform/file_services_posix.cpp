@@ -1,12 +1,15 @@
 #include "platform/file_services.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
 
+#include "platform/attributes.h"
 #include "platform/status_posix.h"
 #include "report/system_error.h"
 
@@ -27,6 +30,13 @@ FileKind KindOf(mode_t mode) {
   return FileKind::kOther;
 }
 
+// The attributes that a POSIX file can be said to have.
+std::uint32_t AttributesOf(mode_t mode) {
+  const std::uint32_t read_only = (mode & S_IWUSR) != 0 ? 0 : kAttributeReadOnly;
+  if (S_ISDIR(mode)) return kAttributeDirectory | read_only;
+  return read_only != 0 ? read_only : kAttributeNormal;
+}
+
 struct FreeMemory {
   void operator()(char* memory) const { std::free(memory); }
 };
@@ -41,10 +51,20 @@ FileStatus ToFileStatus(const struct stat& record) {
   if (status.kind != FileKind::kDirectory) {
     status.size_bytes = static_cast<std::uint64_t>(record.st_size);
   }
-  status.modified_seconds = static_cast<std::int64_t>(record.st_mtime);
+  status.modified = {static_cast<std::int64_t>(record.st_mtim.tv_sec),
+                     static_cast<std::int32_t>(record.st_mtim.tv_nsec)};
+  status.attributes = AttributesOf(record.st_mode);
   status.identity = {static_cast<std::uint64_t>(record.st_dev),
                      static_cast<std::uint64_t>(record.st_ino)};
   return status;
+}
+
+mode_t PermissionsOf(std::uint32_t attributes, bool executable) {
+  mode_t permissions = (attributes & kAttributeReadOnly) != 0 ? 0444 : 0666;
+  if (executable) permissions |= 0111;
+  const mode_t mask = umask(0);
+  umask(mask);
+  return permissions & ~mask;
 }
 
 PathRules SystemPathRules() { return PathRules::kPosix; }
@@ -74,10 +94,54 @@ bool CreateDirectoryAt(const std::string& path) {
   return false;
 }
 
+std::optional<std::string> ReadSymbolicLink(const std::string& path) {
+  std::string target(256, '\0');
+  for (;;) {
+    const ssize_t length = readlink(path.c_str(), target.data(), target.size());
+    if (length < 0) {
+      RememberSystemError();
+      return std::nullopt;
+    }
+    if (static_cast<std::size_t>(length) < target.size()) {
+      target.resize(static_cast<std::size_t>(length));
+      return target;
+    }
+    target.resize(target.size() * 2);
+  }
+}
+
+bool CreateSymbolicLink(const std::string& path, const std::string& target) {
+  if (symlink(target.c_str(), path.c_str()) == 0) return true;
+  struct stat record {};
+  const bool replace =
+      errno == EEXIST && lstat(path.c_str(), &record) == 0 && !S_ISDIR(record.st_mode);
+  if (!replace) {
+    RememberSystemError();
+    return false;
+  }
+  return Succeeded(unlink(path.c_str())) && Succeeded(symlink(target.c_str(), path.c_str()));
+}
+
+bool SetLinkDate(const std::string& path, const TimePoint& time) {
+  const timespec when = {static_cast<time_t>(time.seconds), time.nanoseconds};
+  const timespec both[2] = {when, when};
+  return Succeeded(utimensat(AT_FDCWD, path.c_str(), both, AT_SYMLINK_NOFOLLOW));
+}
+
+std::optional<double> DiskFreeSpace(const std::string& path) {
+  struct statvfs record {};
+  if (!Succeeded(statvfs(path.c_str(), &record))) return std::nullopt;
+  return static_cast<double>(record.f_bavail) * static_cast<double>(record.f_frsize);
+}
+
 bool DeleteFileAt(const std::string& path) { return Succeeded(unlink(path.c_str())); }
 
 bool SetPermissionsAt(const std::string& path, std::uint32_t bits) {
   return Succeeded(chmod(path.c_str(), static_cast<mode_t>(bits & kModePermissions)));
+}
+
+bool SetAttributesAt(const std::string& path, std::uint32_t attributes, bool executable) {
+  return Succeeded(chmod(path.c_str(), PermissionsOf(attributes, executable)));
 }
 
 std::string CurrentDirectory() {

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "platform/file_time.h"
+
 namespace moldex {
 
 enum class FileKind { kRegular, kDirectory, kSymbolicLink, kOther };
@@ -21,7 +23,8 @@ struct FileStatus {
   std::uint32_t mode =
       0;  // kind in the bits 0xF000, permissions in the low 12, as st_mode has them
   std::uint64_t size_bytes = 0;
-  std::int64_t modified_seconds = 0;  // since 1970-01-01 00:00 UTC
+  TimePoint modified;
+  std::uint32_t attributes = 0;  // as Windows has them (attributes.h)
   FileIdentity identity;
 };
 

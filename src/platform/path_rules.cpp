@@ -9,6 +9,16 @@ constexpr std::size_t kDriveLength = 2;  // a letter and ":"
 
 bool HasDrive(std::string_view name) { return name.size() >= kDriveLength && name[1] == ':'; }
 
+// Cuts the first component off, and the separator behind it.
+std::string_view TakeComponent(PathRules rules, std::string_view* path) {
+  std::size_t length = 0;
+  while (length < path->size() && !IsSeparator(rules, (*path)[length]))
+    ++length;
+  const std::string_view component = path->substr(0, length);
+  path->remove_prefix(std::min(length + 1, path->size()));
+  return component;
+}
+
 // The classic two-pointer match: on a mismatch, let the last "*" take one character more.
 bool MatchesGlob(std::string_view pattern, std::string_view name) {
   std::size_t p = 0;
@@ -64,10 +74,25 @@ bool IsAbsolutePath(PathRules rules, std::string_view path) {
 
 bool HasParentComponent(PathRules rules, std::string_view name) {
   while (!name.empty()) {
-    const std::size_t separator = LastSeparator(rules, name);
-    if (LastComponent(rules, name) == "..") return true;
-    if (separator == std::string_view::npos) return false;
-    name = name.substr(0, separator);
+    if (TakeComponent(rules, &name) == "..") return true;
+  }
+  return false;
+}
+
+bool LinkLeaves(PathRules rules, std::string_view name, std::string_view target) {
+  if (IsAbsolutePath(rules, target)) return true;
+  const std::size_t directory = LastSeparator(rules, name);
+  std::string walk(name.substr(0, directory == std::string_view::npos ? 0 : directory));
+  walk.append("/").append(target);
+  int depth = 0;
+  for (std::string_view left = walk; !left.empty();) {
+    const std::string_view component = TakeComponent(rules, &left);
+    if (component == "..") {
+      --depth;
+    } else if (!component.empty() && component != ".") {
+      ++depth;
+    }
+    if (depth < 0) return true;
   }
   return false;
 }

@@ -35,6 +35,10 @@ bool IsAbsolutePath(PathRules rules, std::string_view path);
 // Whether a component of the name is "..".
 bool HasParentComponent(PathRules rules, std::string_view name);
 
+// Whether a symbolic link of this name and target leads out of the directory that the name is
+// relative to: by an absolute target, or by more ".." than there are directories to leave.
+bool LinkLeaves(PathRules rules, std::string_view name, std::string_view target);
+
 // `directory`, "/" unless one stands there already, `name`; an empty part yields the other one.
 std::string JoinPath(std::string_view directory, std::string_view name);
 

@@ -48,6 +48,7 @@ enum ErrorCode : int {
   kErrorLeavesTarget = 55,
   kErrorNameTooLong = 56,
   kErrorBadLength = 57,
+  kErrorMergeWithItself = 58,
   kErrorGeneric = 100,
   kErrorErrnoBase = 100  // failures of the stat family: this plus errno
 };

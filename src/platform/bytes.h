@@ -1,6 +1,6 @@
 // Little-endian integers in byte buffers, whatever the host's byte order.
-#ifndef MOLDEX_ARCHIVE_BYTES_H_
-#define MOLDEX_ARCHIVE_BYTES_H_
+#ifndef MOLDEX_PLATFORM_BYTES_H_
+#define MOLDEX_PLATFORM_BYTES_H_
 
 #include <cstdint>
 
@@ -16,6 +16,11 @@ inline void PutU32(std::uint8_t* to, std::uint32_t value) {
   PutU16(to + 2, static_cast<std::uint16_t>(value >> 16));
 }
 
+inline void PutU64(std::uint8_t* to, std::uint64_t value) {
+  PutU32(to, static_cast<std::uint32_t>(value));
+  PutU32(to + 4, static_cast<std::uint32_t>(value >> 32));
+}
+
 inline std::uint16_t GetU16(const std::uint8_t* from) {
   return static_cast<std::uint16_t>(from[0] | from[1] << 8);
 }
@@ -25,6 +30,11 @@ inline std::uint32_t GetU32(const std::uint8_t* from) {
                                                         << 16;
 }
 
+inline std::uint64_t GetU64(const std::uint8_t* from) {
+  return static_cast<std::uint64_t>(GetU32(from)) | static_cast<std::uint64_t>(GetU32(from + 4))
+                                                        << 32;
+}
+
 }  // namespace moldex
 
-#endif  // MOLDEX_ARCHIVE_BYTES_H_
+#endif  // MOLDEX_PLATFORM_BYTES_H_

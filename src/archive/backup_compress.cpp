@@ -1,0 +1,49 @@
+#include "archive/backup_compress.h"
+
+#include <span>
+
+#include "archive/checksum.h"
+#include "archive/container.h"
+#include "archive/data_blocks.h"
+#include "archive/dir_entry.h"
+#include "report/except.h"
+
+namespace moldex {
+
+void CBackupCompress::Compress(CContainer& archive) {
+  checksum_ = 0;
+  total_bytes_ = 0;
+  for (std::size_t length = ReadPiece(); length > 0;)
+    length = CompressPiece(archive, length);
+  if (!entry_->file().FinishBackup()) throw CReadExcept(entry_->GetName());
+  WriteChecksum(archive, checksum_);
+  archive.PatchEntrySize(entry_->header_position(), static_cast<std::uint32_t>(total_bytes_));
+}
+
+// Reads the next piece into the input buffer; 0 at the end.
+std::size_t CBackupCompress::ReadPiece() {
+  const Transfer transfer = entry_->file().BackupRead(buffers_.input);
+  if (!transfer.ok) throw CReadExcept(entry_->GetName());
+  total_bytes_ += transfer.bytes;
+  return transfer.bytes;
+}
+
+// Makes a stream of the piece in the input buffer, and returns the length of the piece that stands
+// there afterwards. Only when there is none was this the entry's last stream, which its last block
+// has to say: so the next piece is read as soon as the library has taken this one.
+std::size_t CBackupCompress::CompressPiece(CContainer& archive, std::size_t length) {
+  CStreamWriter stream(archive, buffers_, static_cast<std::int32_t>(length));
+  std::span<const std::uint8_t> piece(buffers_.input.data(), length);
+  checksum_ = UpdateChecksum(checksum_, piece);
+  std::size_t next_length = 0;
+  while (!stream.Complete()) {
+    const auto taken = stream.Compress(piece);
+    if (!taken) throw CCompExcept(entry_->GetName());
+    piece = piece.subspan(*taken);
+    if (stream.Complete()) next_length = ReadPiece();
+    if (!stream.WriteBlock(next_length == 0)) throw CCompExcept(entry_->GetName());
+  }
+  return next_length;
+}
+
+}  // namespace moldex

@@ -1,0 +1,33 @@
+// Compresses a file as its backup stream: its bytes, and what else the system keeps of it.
+//
+// Every piece of at most 65,536 bytes is a compressed stream of its own. The length of a backup
+// stream is known at its end only, so that the size in the entry's header is set last.
+#ifndef MOLDEX_ARCHIVE_BACKUP_COMPRESS_H_
+#define MOLDEX_ARCHIVE_BACKUP_COMPRESS_H_
+
+#include "archive/compress_strategy.h"
+
+namespace moldex {
+
+class CBackupCompress : public ICompressStrategy {
+ public:
+  explicit CBackupCompress(CompressionBuffers& buffers) : buffers_(buffers) {}
+
+  // Throws CReadExcept when the system stops delivering, CCompExcept, CWriteExcept, and
+  // CSetFilePointerExcept when the header is out of reach.
+  void Compress(CContainer& archive) override;
+  void SetEntry(CDirEntry* entry) override { entry_ = entry; }
+
+ private:
+  std::size_t ReadPiece();
+  std::size_t CompressPiece(CContainer& archive, std::size_t length);
+
+  CompressionBuffers& buffers_;
+  CDirEntry* entry_ = nullptr;
+  std::uint32_t checksum_ = 0;
+  std::uint64_t total_bytes_ = 0;
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_ARCHIVE_BACKUP_COMPRESS_H_

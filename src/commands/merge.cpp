@@ -1,0 +1,62 @@
+#include "commands/merge.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "archive/container.h"
+#include "platform/file_handle.h"
+#include "report/except.h"
+
+namespace moldex {
+namespace {
+
+constexpr std::size_t kCopyBytes = 65536;
+
+FileStatus StatusOf(const CFileHandle& file, const std::string& name) {
+  const auto status = file.Status();
+  if (!status) throw CExcept("MOLDEX: can't get size of file " + name);
+  return *status;
+}
+
+void CopyRest(CFileHandle& source, const std::string& source_name, std::uint64_t remaining_bytes,
+              CFileHandle& target, const std::string& target_name) {
+  std::vector<std::uint8_t> buffer(kCopyBytes);
+  while (remaining_bytes > 0) {
+    const std::span<std::uint8_t> chunk(
+        buffer.data(),
+        static_cast<std::size_t>(std::min<std::uint64_t>(kCopyBytes, remaining_bytes)));
+    if (source.Read(chunk).bytes < chunk.size()) throw CReadExcept(source_name);
+    if (target.Write(chunk).bytes < chunk.size()) throw CWriteExcept(target_name);
+    remaining_bytes -= chunk.size();
+  }
+  if (!target.Close()) throw CWriteExcept(target_name);
+}
+
+}  // namespace
+
+void CMerge::Execute() {
+  const std::vector<std::string> archives = context_.ArchiveList();
+  if (archives.size() != 2) {
+    throw CExcept("MOLDEX: merging only supported for exactly two archives");
+  }
+  const std::string& source_name = archives[0];
+  const std::string& target_name = archives[1];
+  CFileHandle source;
+  CFileHandle target;
+  if (!source.Open(source_name, kOpenExisting)) throw COpenExcept(source_name);
+  if (!target.Open(target_name, kOpenReadWrite | kOpenAtEnd)) throw COpenExcept(target_name);
+  const FileStatus status = StatusOf(source, source_name);
+  if (status.identity == StatusOf(target, target_name).identity) {
+    throw CExcept("MOLDEX: an archive can not be merged with itself: " + target_name,
+                  kErrorMergeWithItself, false);
+  }
+  if (status.size_bytes < kArchiveHeaderBytes) throw CReadExcept(source_name);
+  if (!source.Skip(kArchiveHeaderBytes, 0)) {
+    throw CExcept("MOLDEX: can't move file pointer in " + source_name);
+  }
+  CopyRest(source, source_name, status.size_bytes - kArchiveHeaderBytes, target, target_name);
+}
+
+}  // namespace moldex

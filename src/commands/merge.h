@@ -1,0 +1,29 @@
+// The command merge (-m).
+#ifndef MOLDEX_COMMANDS_MERGE_H_
+#define MOLDEX_COMMANDS_MERGE_H_
+
+#include <string>
+
+#include "run/command.h"
+#include "run/run_context.h"
+
+namespace moldex {
+
+// Puts the entries of the first archive of -f behind those of the second, by copying what stands
+// behind its header. Neither file is looked into: the merge trusts its user. What was copied when
+// a failure ends the command stays in the target.
+class CMerge : public CCommand {
+ public:
+  explicit CMerge(CRunContext& context) : context_(context) {}
+
+  // Throws CExcept for anything but two archives, and for an archive that is to be merged with
+  // itself; COpenExcept, CReadExcept and CWriteExcept.
+  void Execute() override;
+
+ private:
+  CRunContext& context_;
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_COMMANDS_MERGE_H_

@@ -1,0 +1,102 @@
+#include "commands/space_info.h"
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+
+#include "platform/file_services.h"
+#include "report/except.h"
+#include "report/exit_status.h"
+#include "report/output.h"
+#include "run/run_context.h"
+
+namespace moldex {
+namespace {
+
+constexpr double kBytesPerKilobyte = 1024;
+
+// The deepest existing directory on the way to `path`.
+std::string LocationOf(const std::string& path) {
+  std::string above = path;
+  for (;;) {
+    const std::size_t separator = LastSeparator(SystemPathRules(), above);
+    if (separator == std::string::npos) return "/";
+    above.resize(separator);
+    if (TestExistence(above) == Existence::kExists) return above;
+  }
+}
+
+double FreeSpace(const std::string& location) {
+  const auto bytes = DiskFreeSpace(location);
+  if (bytes) return *bytes;
+  throw CExcept("MOLDEX: error in CUtils::GetDiskFreeSpace() for " + location, kErrorFreeSpaceQuery,
+                true);
+}
+
+std::string DisplayedLocation(const std::string& location) {
+  if (location != ".") return location;
+  const std::string directory = CurrentDirectory();
+  if (directory.empty()) return "the current directory";
+  return WithSlashes(SystemPathRules(), directory);
+}
+
+void PrintRecord(double amount_bytes, const std::string& location) {
+  std::array<char, 400> amount{};
+  std::snprintf(amount.data(), amount.size(), "\t%15.0f KB in ",
+                std::fabs(amount_bytes) / kBytesPerKilobyte);
+  WriteOutput(amount.data());
+  WriteOutput(DisplayedLocation(location));
+  WriteOutput("\n");
+}
+
+}  // namespace
+
+bool CSpaceInfo::AddEntry(const std::string& name, double size_bytes) {
+  const char* target = CRunContext::GetInstance().options().target_directory;
+  const std::string path = TargetName(SystemPathRules(), target != nullptr ? target : ".", name);
+  const auto existing = QueryStatus(path);
+  const double needed_bytes =
+      size_bytes - (existing ? static_cast<double>(existing->size_bytes) : 0);
+  if (needed_bytes <= 0) return true;
+  const std::string location = LocationOf(path);
+  const auto [place, added] = index_.try_emplace(location, records_.size());
+  if (added) records_.push_back({location, 0});
+  records_[place->second].amount_bytes += needed_bytes;
+  return true;
+}
+
+// True when every location has the space that it needs.
+bool CSpaceInfo::CheckRecords() {
+  bool enough = true;
+  for (SpaceRecord& record : records_) {
+    const double difference_bytes = FreeSpace(record.location) - record.amount_bytes;
+    if (difference_bytes >= 1) continue;
+    record.amount_bytes = difference_bytes;
+    enough = false;
+  }
+  return enough;
+}
+
+void CSpaceInfo::Print() {
+  WriteOutput("\n");
+  if (records_.empty()) {
+    WriteOutput(
+        "The extraction does not require free disk space (maybe\n"
+        "the extraction will only overwrite existing files of\n"
+        "greater or equal size or the uncompressed size of each\n"
+        "file in the archive is zero).\n\n");
+  } else if (CheckRecords()) {
+    WriteOutput("The extraction requires approximately...\n");
+    for (const SpaceRecord& record : records_)
+      PrintRecord(record.amount_bytes, record.location);
+  } else {
+    SetExitStatus(kErrorNoSpace);
+    WriteOutput("There is free space missing... \n");
+    for (const SpaceRecord& record : records_) {
+      if (record.amount_bytes < 0) PrintRecord(record.amount_bytes, record.location);
+    }
+  }
+  FlushOutput();
+}
+
+}  // namespace moldex

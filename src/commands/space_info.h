@@ -1,0 +1,38 @@
+// Whether there is room for what a listing shows (-t -s).
+#ifndef MOLDEX_COMMANDS_SPACE_INFO_H_
+#define MOLDEX_COMMANDS_SPACE_INFO_H_
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "report/user_info.h"
+
+namespace moldex {
+
+// Adds up, for each place that an extraction would write to, how many bytes it needs beyond what
+// the files there occupy already, and compares that with the space that is free.
+class CSpaceInfo : public CUserInfo {
+ public:
+  // Accounts for one entry of that name and uncompressed size. Always true.
+  bool AddEntry(const std::string& name, double size_bytes);
+
+  // The report. Sets status 30 when space is missing somewhere. Throws CExcept when the system
+  // fails to tell how much is free.
+  void Print() override;
+
+ private:
+  struct SpaceRecord {
+    std::string location;  // the deepest existing directory on the way, or "/"
+    double amount_bytes;  // needed; after the check, for a place that lacks space, free less needed
+  };
+
+  bool CheckRecords();
+
+  std::vector<SpaceRecord> records_;          // in order of first appearance
+  std::map<std::string, std::size_t> index_;  // of a location's record
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_COMMANDS_SPACE_INFO_H_

@@ -1,0 +1,12 @@
+#include "platform/security.h"
+
+namespace moldex {
+
+bool AcquirePrivileges(std::string* /*why*/) { return true; }
+
+bool RestoreSecurity(const std::string& /*path*/, std::span<const std::uint8_t> /*descriptor*/,
+                     std::string* /*why*/) {
+  return true;
+}
+
+}  // namespace moldex
