@@ -64,6 +64,7 @@ TEST_F(Names, ExtractionPutsNamesBelowItsTarget) {
       {"\xF0\x9F\x98\x80", "out/\xF0\x9F\x98\x80"},
   };
   for (const auto& [name, path] : cases) {
+    std::filesystem::remove_all(Path("out"));
     Write("a.qel", BuildArchive({FileEntry(name, name)}));
     ExpectRun("-xvf a.qel -R out",
               Processing("a.qel") + "x " + name + "\nMOLDEX: 1 file(s) extracted\n", 0);
