@@ -18,7 +18,9 @@ class BitWriter {
   static constexpr int kBitsBetweenStores = 56;
 
   void MoveTo(std::uint8_t* next) { next_ = next; }
-  [[nodiscard]] std::uint8_t* next() const { return next_; }
+  [[nodiscard]] std::uint8_t* next() const {
+    return next_;
+  }  // NOLINT(readability-identifier-naming)
 
   // `value` has no bits above `count`.
   void Add(std::uint64_t value, unsigned count) {

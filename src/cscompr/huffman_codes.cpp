@@ -21,7 +21,7 @@ struct HeapNode {
 // A binary min-heap with the smallest node on top.
 class NodeHeap {
  public:
-  [[nodiscard]] std::size_t size() const { return size_; }
+  [[nodiscard]] std::size_t Size() const { return size_; }
   [[nodiscard]] HeapNode Top() const { return nodes_[1]; }
 
   void Append(HeapNode node) { nodes_[++size_] = node; }
@@ -85,7 +85,7 @@ Tree GrowTree(NodeHeap& heap, std::size_t leaves) {
   tree.leaves = leaves;
   tree.nodes = leaves;
   heap.Arrange();
-  while (heap.size() > 1) {
+  while (heap.Size() > 1) {
     const HeapNode least = heap.Pop();
     heap.ReplaceTop(Join(tree, least, heap.Top()));
   }
@@ -168,7 +168,7 @@ void BuildCodeLengths(std::span<const std::uint32_t> frequencies, int max_bits,
     any_used = true;
   }
   // The companion of a lone symbol is symbol 0, or the next one where that keeps both below 3.
-  while (heap.size() < 2) {
+  while (heap.Size() < 2) {
     const std::uint32_t next = any_used ? last_used + 1 : 0;
     const std::uint32_t companion = next < 3 ? next : 0;
     heap.Append({1U << 8, companion});

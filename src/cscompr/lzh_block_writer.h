@@ -31,7 +31,7 @@ class LzhBlockWriter {
   // `closes_early`: whether a block may end before it is full.
   void Reset(bool closes_early);
 
-  [[nodiscard]] LzhTokens& tokens() { return tokens_; }
+  [[nodiscard]] LzhTokens& Tokens() { return tokens_; }
 
   // With the tokens at their stop: whether the block ends here. If not, moves the stop on.
   bool EndsHere();

@@ -28,7 +28,7 @@ Outcome LzhEncoder::Continue(const Buffers& buffers, Outcome outcome) {
   Deliver(buffers, outcome);
   const bool is_full = outcome.bytes_written == buffers.output_length;
   while (!is_complete_ && !is_full && !HoldsOutput()) {
-    switch (matcher_.Run(blocks_.tokens())) {
+    switch (matcher_.Run(blocks_.Tokens())) {
       case LzhMatcher::Pause::kNeedsInput: {
         const auto left = static_cast<std::size_t>(buffers.input_length - outcome.bytes_read);
         if (left == 0) return {kCsInputExhausted, outcome.bytes_read, outcome.bytes_written};

@@ -18,7 +18,7 @@ constexpr std::array<LzhMatcher::Effort, 9> LzhMatcher::kEfforts = {{{4, 4, 16},
 
 void LzhMatcher::Reset(int level, std::uint32_t stream_length) {
   heads_.fill(0);
-  links_.fill(0);
+  long_heads_.fill(0);
   position_ = 0;
   end_ = 0;
   remaining_ = stream_length;
@@ -42,10 +42,13 @@ void LzhMatcher::Slide() {
   const auto rebase = [](std::uint16_t entry) {
     return static_cast<std::uint16_t>(entry > kHalfWindow ? entry - kHalfWindow : 0);
   };
-  for (auto& entry : heads_)
-    entry = rebase(entry);
-  for (auto& entry : links_)
-    entry = rebase(entry);
+  const auto rebase_all = [rebase](auto& table) {
+    std::transform(table.begin(), table.end(), table.begin(), rebase);
+  };
+  rebase_all(heads_);
+  rebase_all(links_);
+  rebase_all(long_heads_);
+  rebase_all(long_links_);
   position_ -= kHalfWindow;
   end_ -= kHalfWindow;
 }

@@ -34,7 +34,6 @@ class LzhMatcher {
  private:
   static constexpr std::uint32_t kHalfWindow = 16384;
   static constexpr std::uint32_t kWindow = 2 * kHalfWindow;
-  static constexpr std::uint32_t kMask = kHalfWindow - 1;
   static constexpr std::uint32_t kMinLookahead = kMaxMatch + kMinMatch + 1;
   static constexpr std::uint32_t kMaxDistance = kHalfWindow - kMinLookahead;
   static constexpr std::uint32_t kSlidePosition = kHalfWindow + kMaxDistance;
@@ -57,18 +56,26 @@ class LzhMatcher {
   [[nodiscard]] bool EndIsInWindow() const { return remaining_ == 0; }
   [[nodiscard]] bool AtStreamEnd() const { return EndIsInWindow() && position_ == end_; }
   void Slide();
+  // Decides the positions below `limit`. Behind each of them stand kMinLookahead bytes, or at
+  // least three and then the stream's end.
   void Decide(LzhTokens& tokens, std::uint32_t limit);
+  template <bool kDeep>
+  void DecideWith(LzhTokens& tokens, std::uint32_t limit);
   void FinishTail(LzhTokens& tokens);
 
   // Positions are indices into the window; 0 in the tables means none, so the byte at index 0 is
-  // never found.
+  // never found. The links lead from a position to the one before it in its chain. Deep searches
+  // use the tables from long_heads_ on, other levels leave them alone.
   std::array<std::uint8_t, kWindow + kSlackBytes> window_{};
   std::array<std::uint16_t, kHashEntries> heads_{};
   std::array<std::uint16_t, kHalfWindow> links_{};
-  std::uint32_t position_ = 0;   // of the next byte to decide
-  std::uint32_t end_ = 0;        // of the bytes in the window
-  std::uint32_t remaining_ = 0;  // bytes of the stream not yet in the window
-  Match pending_{};              // at position_ - 1, unless a longer one replaces it
+  std::array<std::uint16_t, kHashEntries> long_heads_{};  // chains over strings of four bytes
+  std::array<std::uint16_t, kHalfWindow> long_links_{};
+  std::array<std::uint16_t, kHalfWindow> ranks_{};  // place in the chain over three bytes
+  std::uint32_t position_ = 0;                      // of the next byte to decide
+  std::uint32_t end_ = 0;                           // of the bytes in the window
+  std::uint32_t remaining_ = 0;                     // bytes of the stream not yet in the window
+  Match pending_{};  // at position_ - 1, unless a longer one replaces it
   Effort effort_{};
 };
 

@@ -33,6 +33,9 @@ class BitReader {
     ++position_;
     return bit;
   }
+  std::size_t Count(int bits, std::size_t base) {
+    return base + static_cast<std::size_t>(Bits(bits));
+  }
   void SkipToByte() { position_ = BytesUsed() * 8; }
   [[nodiscard]] std::size_t BytesUsed() const { return (position_ + 7) / 8; }
 
@@ -75,9 +78,9 @@ std::pair<Codes, Codes> FixedCodes() {
 }
 
 std::pair<Codes, Codes> DynamicCodes(BitReader& in) {
-  const auto literal_lengths = static_cast<std::size_t>(in.Bits(5)) + 257;
-  const std::size_t all = literal_lengths + static_cast<std::size_t>(in.Bits(5)) + 1;
-  const auto sent = static_cast<std::size_t>(in.Bits(4)) + 4;
+  const auto literal_lengths = in.Count(5, 257);
+  const std::size_t all = literal_lengths + in.Count(5, 1);
+  const auto sent = in.Count(4, 4);
   std::array<int, 19> description{};
   for (std::size_t i = 0; i < sent; ++i)
     description[static_cast<std::size_t>(kOrder[i])] = in.Bits(3);
@@ -87,10 +90,9 @@ std::pair<Codes, Codes> DynamicCodes(BitReader& in) {
     const int symbol = codes.Read(in);
     if (symbol < 16) lengths.push_back(symbol);
     if (symbol == 16)
-      lengths.insert(lengths.end(), static_cast<std::size_t>(3 + in.Bits(2)),
-                     int{lengths.at(lengths.size() - 1)});
-    if (symbol == 17) lengths.resize(lengths.size() + static_cast<std::size_t>(3 + in.Bits(3)));
-    if (symbol == 18) lengths.resize(lengths.size() + static_cast<std::size_t>(11 + in.Bits(7)));
+      lengths.insert(lengths.end(), in.Count(2, 3), int{lengths.at(lengths.size() - 1)});
+    if (symbol == 17) lengths.resize(lengths.size() + in.Count(3, 3));
+    if (symbol == 18) lengths.resize(lengths.size() + in.Count(7, 11));
   }
   if (lengths.size() != all) throw std::runtime_error("code lengths run over");
   const std::span<const int> split(lengths);

@@ -174,16 +174,16 @@ Bytes Compress(const Bytes& input, int level) {
 }
 
 Bytes ZlibCompress(const Bytes& input, int level) {
-  static constexpr std::array<std::array<int, 3>, 9> kTuning = {{{4, 4, 16},
-                                                                 {6, 8, 16},
-                                                                 {8, 16, 32},
-                                                                 {8, 32, 64},
-                                                                 {8, 64, 128},
-                                                                 {8, 128, 256},
-                                                                 {8, 128, 512},
-                                                                 {32, 258, 1024},
-                                                                 {32, 258, 4096}}};
-  const auto [good, lazy, chain] = kTuning[static_cast<std::size_t>(level) - 1];
+  static constexpr std::array<std::array<int, 3>, 9> tuning = {{{4, 4, 16},
+                                                                {6, 8, 16},
+                                                                {8, 16, 32},
+                                                                {8, 32, 64},
+                                                                {8, 64, 128},
+                                                                {8, 128, 256},
+                                                                {8, 128, 512},
+                                                                {32, 258, 1024},
+                                                                {32, 258, 4096}}};
+  const auto [good, lazy, chain] = tuning[static_cast<std::size_t>(level) - 1];
   z_stream stream{};
   deflateInit2(&stream, 6, Z_DEFLATED, -14, 7, Z_DEFAULT_STRATEGY);
   deflateTune(&stream, good, lazy, 258, chain);
@@ -253,11 +253,11 @@ TEST(LzhEncoder, TakesTheDecisionsOfZlibAtEverySmallSize) {
 }
 
 TEST(LzhEncoder, TakesTheDecisionsOfZlibWhereTheWindowMoves) {
-  constexpr std::array<std::size_t, 7> kEdges = {16122, 16384, 32506, 32768, 48890, 49152, 65536};
+  constexpr std::array<std::size_t, 7> edges = {16122, 16384, 32506, 32768, 48890, 49152, 65536};
   for (const Corpus& corpus : kCorpora) {
     SCOPED_TRACE(corpus.name);
     const Bytes input = corpus.make(65536 + 300);
-    for (const std::size_t edge : kEdges) {
+    for (const std::size_t edge : edges) {
       for (const int offset : {-262, -3, -1, 0, 1, 2, 261, 262, 263}) {
         const auto size = static_cast<std::ptrdiff_t>(edge) + offset;
         CheckStream({input.begin(), input.begin() + size}, 1 + (offset + 300) % 9);
@@ -270,17 +270,17 @@ TEST(LzhEncoder, TakesTheDecisionsOfZlibWhereTheWindowMoves) {
 // window's upper half begins: moving the window makes it unreachable, so the match exists only
 // while enough bytes follow to leave the window alone.
 TEST(LzhEncoder, LosesTheFarthestCandidateWhenTheWindowMovesOverIt) {
-  constexpr std::array<std::uint8_t, 6> kMarker = {251, 252, 253, 254, 255, 251};
+  constexpr std::array<std::uint8_t, 6> marker = {251, 252, 253, 254, 255, 251};
   for (const std::size_t base : {std::size_t{0}, std::size_t{16384}}) {
     // Small bytes share no hash with the marker, so its copy stays the first candidate.
     Bytes input = Noise(base + 33500, 16);
     const std::size_t first = base + 16384;
     const std::size_t second = first + 16122;
-    std::ranges::copy(kMarker, &input[first]);
-    std::ranges::copy(kMarker, &input[second]);
+    std::ranges::copy(marker, &input[first]);
+    std::ranges::copy(marker, &input[second]);
     input[first - 1] = 16;
     input[second - 1] = 17;
-    for (const std::size_t behind : {6, 7, 100, 260, 261, 262, 263, 500}) {
+    for (const std::size_t behind : {6U, 7U, 100U, 260U, 261U, 262U, 263U, 500U}) {
       const Bytes cut(input.begin(), input.begin() + static_cast<std::ptrdiff_t>(second + behind));
       CheckStream(cut, 6);
       const auto tokens = Parse(Compress(cut, 6)).Tokens();
@@ -295,7 +295,8 @@ TEST(LzhEncoder, LosesTheFarthestCandidateWhenTheWindowMovesOverIt) {
 // between fixed and dynamic codes agree as well.
 TEST(LzhEncoder, SendsOneBlockAsZlibDoes) {
   for (const Corpus& corpus : kCorpora) {
-    for (const std::size_t size : {0, 1, 2, 3, 10, 40, 80, 150, 400, 1000, 2000, 4000}) {
+    for (const std::size_t size :
+         {0U, 1U, 2U, 3U, 10U, 40U, 80U, 150U, 400U, 1000U, 2000U, 4000U}) {
       SCOPED_TRACE(corpus.name + (" " + std::to_string(size)));
       const Bytes input = corpus.make(size);
       const Bytes stream = Compress(input, 9);
@@ -314,13 +315,13 @@ TEST(LzhEncoder, WritesAnEmptyStreamAsOneFixedBlock) {
 }
 
 TEST(LzhEncoder, GivesTheSameBytesHoweverTheCallsAreCut) {
-  constexpr std::array<std::array<std::size_t, 2>, 7> kCuts = {
+  constexpr std::array<std::array<std::size_t, 2>, 7> cuts = {
       {{1, 1}, {1, 700}, {700, 1}, {7, 13}, {261, 300}, {16384, 4096}, {32768, 65536}}};
   for (const Corpus& corpus : kCorpora) {
     const Bytes input = corpus.make(70'000);
     for (const int level : {2, 6}) {
       const Bytes expected = Compress(input, level);
-      for (const auto& [input_piece, output_piece] : kCuts) {
+      for (const auto& [input_piece, output_piece] : cuts) {
         SCOPED_TRACE(corpus.name + (" in pieces of " + std::to_string(input_piece)) + ", " +
                      std::to_string(output_piece));
         EXPECT_TRUE(Session(input, level).Compress(input_piece, output_piece) == expected);
