@@ -348,6 +348,7 @@ struct HandMade {
 
 std::vector<HandMade> HandMadeStreams() {
   const std::size_t window = 16384;
+  // The literals behind the match leave the fast loop its margin.
   const auto far = [](std::size_t literals, unsigned symbol, unsigned extra, unsigned bits) {
     return Bits()
         .FixedBlock()
@@ -355,6 +356,7 @@ std::vector<HandMade> HandMadeStreams() {
         .FixedLength(257)
         .Code(symbol, 5)
         .Put(extra, bits)
+        .FixedLiterals('p', 40)
         .FixedEnd();
   };
   const auto run = [](unsigned symbol, unsigned extra, unsigned bits) {  // code lengths 1 and a run
@@ -387,7 +389,7 @@ std::vector<HandMade> HandMadeStreams() {
       {"distance symbol 30", far(9, 30, 0, 0), kCsBadCode, 9},
       {"distance before the start", far(2, 2, 0, 0), kCsBadCode, 2},
       {"distance before the start, later", far(16383, 27, 4095, 12), kCsBadCode, 16383},
-      {"distance of the window", far(window, 27, 4095, 12), kCsEndOfStream, window + 3},
+      {"distance of the window", far(window, 27, 4095, 12), kCsEndOfStream, window + 43},
       {"distance beyond the window", far(40000, 28, 0, 13), kCsBadCode, 40000},
       {"the other code of one distance", DynamicBlock(1, 2, 2, {1}).Code(0, 1).Code(7, 3),
        kCsBadCode, 1},
@@ -413,7 +415,7 @@ TEST(LzhDecoderTest, JudgesHandMadeStreamsAlikeHoweverCut) {
     EXPECT_EQ(whole.output.size(), made.delivered) << made.name;
     EXPECT_EQ(Decode(stream, 1, 1), whole) << made.name;
     EXPECT_EQ(Decode(stream, 3, 500), whole) << made.name;
-    EXPECT_EQ(Decode(stream, kWhole, 16384), whole) << made.name;
+    EXPECT_EQ(Decode(stream, kWhole, 600), whole) << made.name;
   }
 }
 
