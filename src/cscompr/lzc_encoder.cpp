@@ -17,12 +17,13 @@ constexpr std::uint32_t kBestRatio = 0x7FFFFFFF;
 
 constexpr std::uint32_t kNoPair = 0xFFFFFFFF;
 
+constexpr std::uint32_t kGoldenRatio = 0x9E3779B1;  // its multiples lie evenly in 32 bits
+
 // Spreads the bytes over the slots. The codes with one last byte then lie at as many different
 // slots as there are prefixes, and the multiplication does not wait for the prefix, which is what
 // a search waits for.
 template <unsigned kBits>
 std::uint32_t SlotOf(std::uint32_t prefix, std::uint32_t byte) {
-  constexpr std::uint32_t kGoldenRatio = 0x9E3779B1;
   return (byte * kGoldenRatio) >> (32 - kBits) ^ prefix;
 }
 
@@ -135,11 +136,11 @@ void LzcEncoder::EncodeUpTo(Cursor& cursor, std::uint8_t*& output,
     } else {
       MaybeClear(bytes_read_ + static_cast<std::uint32_t>(next - cursor.input), writer);
     }
-    if (writer.next() > output_limit) break;
+    if (writer.Next() > output_limit) break;
   }
   bytes_read_ += static_cast<std::uint32_t>(next - cursor.input);
   cursor.input = next;
-  output = writer.next();
+  output = writer.Next();
   prefix_ = prefix;
   writer_ = writer;
 }
@@ -188,7 +189,7 @@ void LzcEncoder::EndGroup(BitWriter& writer) {
   writer.StoreAll();
   if (codes > 0) {
     const unsigned filling = width_ - (codes * width_ + 7) / 8;
-    writer.MoveTo(std::fill_n(writer.next(), filling, std::uint8_t{0}));
+    writer.MoveTo(std::fill_n(writer.Next(), filling, std::uint8_t{0}));
   }
   bytes_before_width_ +=
       std::uint64_t{(codes_of_width_ + kLzcGroupCodes - 1) / kLzcGroupCodes} * width_;
@@ -200,7 +201,7 @@ void LzcEncoder::Finish() {
   writer_.Add(prefix_, width_);
   writer_.StoreAll();
   held_begin_ = 0;
-  held_end_ = static_cast<std::uint32_t>(writer_.next() - held_.data());
+  held_end_ = static_cast<std::uint32_t>(writer_.Next() - held_.data());
   state_ = State::kFlushing;
 }
 

@@ -216,10 +216,10 @@ TEST(FrontEnd, GoesOnAfterTheHeaderCheck) {
 
 TEST(FrontEnd, RestoresWhatItCompressedHoweverBothAreCut) {
   for (const std::int32_t option : {kFirstLzc, kFirstLzh, kFirstLzh | 9 << kCsLevelShift}) {
-    for (const std::size_t length : {1, 2, 300, 5000, 70000}) {
+    for (const std::size_t length : {1U, 2U, 300U, 5000U, 70000U}) {
       const Bytes data = Data(length);
       const Bytes whole = RunThrough(Compression{data, option, 200000}).stream;
-      for (const std::size_t longest : {1, 20, 3000}) {
+      for (const std::size_t longest : {1U, 20U, 3000U}) {
         const Compression compressed = RunThrough(Compression{data, option, longest});
         EXPECT_EQ(compressed.code, kCsEndOfStream);
         EXPECT_EQ(compressed.stream, whole) << length << " in pieces up to " << longest;

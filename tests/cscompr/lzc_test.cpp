@@ -142,7 +142,7 @@ std::vector<std::pair<std::string, Bytes>> Samples() {
       {"noise", Noise(80000)},
       {"text, noise, text", Mixed()},
       {"noise, zeros", Joined(Noise(60000), Bytes(40000))}};
-  for (const std::size_t length : {3, 4, 20, 300}) {
+  for (const std::size_t length : {3U, 4U, 20U, 300U}) {
     samples.emplace_back("run of " + std::to_string(length), Bytes(length, 'r'));
   }
   return samples;
@@ -247,7 +247,7 @@ TEST(Lzc, LeavesInputBehindTheLengthAloneAndEnds) {
 TEST(Lzc, DeliversNoMoreThanTheLength) {
   const Bytes data(3000, 'r');
   Bytes stream = Joined(Compress(data).bytes, Noise(50));
-  for (const std::size_t length : {0, 1, 77, 2999}) {
+  for (const std::size_t length : {0U, 1U, 77U, 2999U}) {
     stream = Joined(Header(length, 0x8D), {stream.begin() + kHeader, stream.end()});
     EXPECT_EQ(Restore(stream), (Result{kCsEndOfStream, Bytes(length, 'r'), stream.size()}));
   }
@@ -324,7 +324,7 @@ TEST(Lzc, EndsOnDamageWithinTheLength) {
     for (int i = 0; i < 3; ++i) {
       damaged[kHeader + engine() % (stream.size() - kHeader)] = static_cast<std::uint8_t>(engine());
     }
-    damaged[7] = static_cast<std::uint8_t>((round % 2) * kBlockMode | (9 + engine() % 6));
+    damaged[7] = static_cast<std::uint8_t>((round % 2 == 0 ? kBlockMode : 0) | (9 + engine() % 6));
     const Result result = Restore(damaged, UpTo(90000, 1), UpTo(90000, 2));
     EXPECT_TRUE(result.code == kCsEndOfStream || result.code == kCsInputExhausted ||
                 result.code == kCsCodeChain);
