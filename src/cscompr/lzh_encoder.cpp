@@ -60,7 +60,7 @@ void LzhEncoder::Close(bool is_final) {
     bits_.StoreAll();
   }
   held_begin_ = 0;
-  held_end_ = static_cast<std::size_t>(bits_.next() - held_.data());
+  held_end_ = static_cast<std::size_t>(bits_.Next() - held_.data());
 }
 
 void LzhEncoder::Deliver(const Buffers& buffers, Outcome& outcome) {
