@@ -18,9 +18,7 @@ class BitWriter {
   static constexpr int kBitsBetweenStores = 56;
 
   void MoveTo(std::uint8_t* next) { next_ = next; }
-  [[nodiscard]] std::uint8_t* Next() const {
-    return next_;
-  }  // NOLINT(readability-identifier-naming)
+  [[nodiscard]] std::uint8_t* Next() const { return next_; }
 
   // `value` has no bits above `count`.
   void Add(std::uint64_t value, unsigned count) {
