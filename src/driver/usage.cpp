@@ -8,10 +8,11 @@ namespace {
 
 constexpr char kUsage[] =
     R"(usage:
-MOLDEX -c[vir][f archive] [-P] [-C directory] [-p mode] [-A filename] [-T filename]
-       [-X filename] [file1 file2....]
+MOLDEX -c[vir][f archive] [-P] [-C directory]
+       [-p mode] [-A filename] [-T filename] [-X filename] [file1 file2....]
 MOLDEX -t[vs][f archive] [file1 file2....]
-MOLDEX -x[v][f archive] [-R directory] [-A filename] [file1 file2....]
+MOLDEX -x[v][f archive] [-R directory] [-A filename]
+       [-P] [-h] [-flat] [-lower] [file1 file2....]
 MOLDEX -d[v][f archive] [-V] [file1 file2....]
 MOLDEX -a[v][f archive] file1 [file2....]
 MOLDEX -m[f "source_archive target_archive"]
