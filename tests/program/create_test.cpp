@@ -1,6 +1,4 @@
 // Creating archives: what is stored, byte by byte, and what is left out.
-#include <unistd.h>
-
 #include <filesystem>
 #include <random>
 #include <string>
@@ -152,14 +150,12 @@ TEST_F(Create, DropsTheArchiveWhenAFileIsInaccessible) {
 }
 
 TEST_F(Create, LeavesOutUnreadableFiles) {
-  if (geteuid() != 0) GTEST_SKIP() << "needs root to become a user without rights";
   Make({{"d/closed", FileNode("1", 0000)}, {"d/open", FileNode("2")}});
   ExpectRun("-cif a.qel d", "MOLDEX: inaccessible file d/closed\n", 44, User::kNobody);
   EXPECT_EQ(NamesOf(Entries("a.qel")), (Names{"d", "d/open"}));
 }
 
 TEST_F(Create, NeverCallsAnUnreadableDirectoryASuccess) {
-  if (geteuid() != 0) GTEST_SKIP() << "needs root to become a user without rights";
   Make({{"d/closed", DirectoryNode(0000)}, {"d/open", FileNode("2")}});
   EXPECT_NE(Run("-cif a.qel d", User::kNobody).status, 0);
 }

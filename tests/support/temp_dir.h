@@ -8,6 +8,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "support/tree.h"
+
 namespace moldex::test {
 
 class TempDir {
@@ -18,26 +20,13 @@ class TempDir {
     path_ = pattern;
     std::filesystem::permissions(path_, std::filesystem::perms(0755));  // others may enter
   }
-  ~TempDir() {
-    std::error_code ignored;
-    OpenUp(path_);
-    std::filesystem::remove_all(path_, ignored);
-  }
+  ~TempDir() { RemoveTree(path_); }
   TempDir(const TempDir&) = delete;
   TempDir& operator=(const TempDir&) = delete;
 
   const std::filesystem::path& path() const { return path_; }
 
  private:
-  // A test may leave folders that their owner cannot enter; only root could remove those.
-  static void OpenUp(const std::filesystem::path& folder) {
-    std::error_code ignored;
-    std::filesystem::permissions(folder, std::filesystem::perms(0700), ignored);
-    for (const auto& item : std::filesystem::directory_iterator(folder, ignored)) {
-      if (!item.is_symlink(ignored) && item.is_directory(ignored)) OpenUp(item.path());
-    }
-  }
-
   std::filesystem::path path_;
 };
 

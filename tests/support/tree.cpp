@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 namespace moldex::test {
@@ -73,6 +74,14 @@ Node ReadNode(const fs::path& path) {
   return node;
 }
 
+void OpenUp(const fs::path& folder) {
+  std::error_code ignored;
+  fs::permissions(folder, fs::perms(0700), ignored);
+  for (const auto& item : fs::directory_iterator(folder, ignored)) {
+    if (!item.is_symlink(ignored) && item.is_directory(ignored)) OpenUp(item.path());
+  }
+}
+
 }  // namespace
 
 Node FileNode(std::string content, unsigned mode, std::int64_t mtime) {
@@ -95,6 +104,12 @@ Tree ReadTree(const fs::path& root) {
     tree[fs::path(item.path()).lexically_relative(root).generic_string()] = ReadNode(item.path());
   }
   return tree;
+}
+
+void RemoveTree(const fs::path& root) {
+  std::error_code ignored;
+  OpenUp(root);
+  fs::remove_all(root, ignored);
 }
 
 void PrintTo(const Node& node, std::ostream* out) {

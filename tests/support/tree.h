@@ -32,6 +32,10 @@ void MakeTree(const std::filesystem::path& root, const Tree& tree);
 
 Tree ReadTree(const std::filesystem::path& root);
 
+// Removes a tree, also one with folders that their owner cannot enter. What cannot be removed
+// stays.
+void RemoveTree(const std::filesystem::path& root);
+
 // How gtest shows a node of trees that differ.
 void PrintTo(const Node& node, std::ostream* out);
 
