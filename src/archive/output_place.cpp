@@ -48,8 +48,10 @@ CFileHandle CreateOutputFile(const std::string& entry_name) {
   const std::string path = OutputPath(entry_name);
   CFileHandle file;
   // Most files go where files went before: look for missing parents only when opening fails.
+  const SystemError before = LastSystemError();
   if (!path.empty() && file.Open(path, kOpenCreate | kOpenExtracted)) return file;
   if (path.empty() || LastSystemError().errno_value == ENOENT) {
+    RestoreSystemError(before);
     if (!CreateParents(path)) throw CCreateDirExcept(path);
     if (file.Open(path, kOpenCreate | kOpenExtracted)) return file;
   }

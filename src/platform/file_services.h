@@ -14,7 +14,8 @@
 
 namespace moldex {
 
-// Whether something stands under a name; kUnknown when the system will not say.
+// Whether something stands under a name; kUnknown when the system will not say. That nothing does
+// is an answer, not a failure, and not remembered as one.
 enum class Existence { kExists, kMissing, kUnknown };
 
 // The rules of names of the system that the program runs on.

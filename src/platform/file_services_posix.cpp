@@ -83,9 +83,9 @@ std::optional<FileStatus> QueryLinkStatus(const std::string& path) {
 
 Existence TestExistence(const std::string& path) {
   if (access(path.c_str(), F_OK) == 0) return Existence::kExists;
-  const bool missing = errno == ENOENT;
+  if (errno == ENOENT) return Existence::kMissing;
   RememberSystemError();
-  return missing ? Existence::kMissing : Existence::kUnknown;
+  return Existence::kUnknown;
 }
 
 bool CreateDirectoryAt(const std::string& path) {

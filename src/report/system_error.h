@@ -24,6 +24,9 @@ void RememberErrno(int errno_value);
 
 const SystemError& LastSystemError();
 
+// Goes back to an error from before: for a call whose failure was made good.
+void RestoreSystemError(const SystemError& error);
+
 // The system's sentence for the last error; empty when there is none.
 std::string LastSystemErrorText();
 

@@ -18,6 +18,8 @@ void RememberErrno(int errno_value) {
 
 const SystemError& LastSystemError() { return last_error; }
 
+void RestoreSystemError(const SystemError& error) { last_error = error; }
+
 std::string LastSystemErrorText() {
   return last_error.code == 0 ? std::string() : std::string(strerror(last_error.errno_value));
 }
