@@ -136,11 +136,11 @@ TEST_F(CommandLine, ReadsWordsInAnyOrder) {
 }
 
 TEST_F(CommandLine, LeavesNothingBehindWhenItRefuses) {
-  const Tree before = ReadTree(folder_.path());
+  const Tree before = ReadTree(folder_.Path());
   for (const char* line : {"-cf a.qel x -C d -P", "-cf a.qel x -lower", "-cf a.qel", "-cf a -q"}) {
     EXPECT_NE(Run(line).status, 0) << line;
   }
-  EXPECT_EQ(ReadTree(folder_.path()), before);
+  EXPECT_EQ(ReadTree(folder_.Path()), before);
 }
 
 }  // namespace

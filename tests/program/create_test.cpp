@@ -53,7 +53,7 @@ TEST_F(Create, StoresContentsOfEveryLength) {
     tree["z" + std::to_string(length)] = FileNode(std::string(length, 'z'));
   }
   for (const auto& [name, node] : tree)
-    MakeTree(folder_.path(), {{"d/" + name, node}});
+    MakeTree(folder_.Path(), {{"d/" + name, node}});
   ExpectRun("-cf a.qel d", "", 0);
   const auto entries = Entries("a.qel");
   ASSERT_EQ(entries.size(), tree.size() + 1);
@@ -181,12 +181,12 @@ TEST_F(Create, FollowsSymbolicLinks) {
 TEST_F(Create, LeavesOutLinksThatLeadNowhereOrInCircles) {
   for (const char* target : {"missing", ".", "../d", "link"}) {
     const TempDir folder;
-    MakeTree(folder.path(), {{"d/link", SymlinkNode(target)}, {"d/x", FileNode("1")}});
-    const RunResult result = RunProgram(folder.path(), {"-cf", "a.qel", "d"});
+    MakeTree(folder.Path(), {{"d/link", SymlinkNode(target)}, {"d/x", FileNode("1")}});
+    const RunResult result = RunProgram(folder.Path(), {"-cf", "a.qel", "d"});
     const std::string message = "MOLDEX: no link target for d/link (error 45).";
     EXPECT_EQ(result.out.substr(0, message.size()), message) << target;
     EXPECT_EQ(result.status, 45) << target;
-    EXPECT_EQ(NamesOf(ParseArchive(ReadFile(folder.path() / "a.qel"))), (Names{"d", "d/x"}));
+    EXPECT_EQ(NamesOf(ParseArchive(ReadFile(folder.Path() / "a.qel"))), (Names{"d", "d/x"}));
   }
 }
 

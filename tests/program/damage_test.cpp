@@ -30,7 +30,7 @@ class Damage : public ProgramTest {
     Write("a.qel", archive);
     std::filesystem::create_directory(Path("out"));
     RunResult result = Run("-xf a.qel -R out");
-    const std::filesystem::directory_iterator all(folder_.path());
+    const std::filesystem::directory_iterator all(folder_.Path());
     EXPECT_EQ(std::distance(begin(all), end(all)), 3);  // a.qel, beside, out
     EXPECT_EQ(Below("beside"), (Tree{{"x", FileNode("untouched")}}));
     return result;

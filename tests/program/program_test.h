@@ -18,17 +18,17 @@ namespace moldex::test {
 
 class ProgramTest : public ::testing::Test {
  protected:
-  std::filesystem::path Path(const std::string& name) const { return folder_.path() / name; }
+  std::filesystem::path Path(const std::string& name) const { return folder_.Path() / name; }
   std::string Bytes(const std::string& name) const { return ReadFile(Path(name)); }
   void Write(const std::string& name, const std::string& bytes) { WriteFile(Path(name), bytes); }
   bool Exists(const std::string& name) const { return std::filesystem::exists(Path(name)); }
-  void Make(const Tree& tree) { MakeTree(folder_.path(), tree); }
+  void Make(const Tree& tree) { MakeTree(folder_.Path(), tree); }
   Tree Below(const std::string& name) const { return Exists(name) ? ReadTree(Path(name)) : Tree(); }
 
   // Runs the program and holds what is true of every run: it ends by itself, and its messages go
   // to standard output.
   RunResult Run(const Words& arguments, User user = User::kSame) const {
-    RunResult result = RunProgram(folder_.path(), arguments, user);
+    RunResult result = RunProgram(folder_.Path(), arguments, user);
     std::string line;
     for (const std::string& word : arguments)
       line += " " + word;

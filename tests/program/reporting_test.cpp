@@ -107,7 +107,7 @@ TEST_F(Reporting, RedirectsAllOutputWithE) {
 
 TEST_F(Reporting, GoesOnOnTheConsoleWhenTheRedirectionFails) {
   Make({{"x", FileNode("1")}, {"moldex_output", DirectoryNode()}});
-  const RunResult result = RunProgram(folder_.path(), {"-e", "-cvf", "a.qel", "x"});
+  const RunResult result = RunProgram(folder_.Path(), {"-e", "-cvf", "a.qel", "x"});
   EXPECT_EQ(result.err, "MOLDEX: could not redirect stdout to file moldex_output\n");
   EXPECT_EQ(result.out, "a x\n");
   EXPECT_EQ(result.status, 0);
