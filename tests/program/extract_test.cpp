@@ -47,9 +47,10 @@ TEST_F(Extract, BringsATreeBack) {
 TEST_F(Extract, FillsADirectoryThatWillBeClosed) {
   Archive({DirectoryEntry("d", 040500), FileEntry("d/x", "1")});
   const Tree expected = {{"d", DirectoryNode(0500)}, {"d/x", FileNode("1")}};
-  for (int run = 0; run < 2; ++run) {
-    ExpectRun("-xf a.qel -R out", Processing("a.qel") + Extracted(2), 0, User::kNobody);
-    EXPECT_EQ(Below("out"), expected);
+  Make({{"old/d", DirectoryNode(0500)}});
+  for (const std::string target : {"new", "old"}) {
+    ExpectRun("-xf a.qel -R " + target, Processing("a.qel") + Extracted(2), 0, User::kNobody);
+    EXPECT_EQ(Below(target), expected);
   }
 }
 
