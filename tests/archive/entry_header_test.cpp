@@ -1,0 +1,73 @@
+// The fixed bytes in front of an entry, against a layout written by hand.
+#include "archive/entry_header.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+namespace moldex::test {
+namespace {
+
+using Bytes = std::array<std::uint8_t, kEntryHeaderBytes>;
+
+// No byte occurs twice, so that none can be taken for another.
+constexpr EntryHeader kHeader = {kTypeDirectory, 0x04030201, 0x14131211, 0x24232221, 0x34333231,
+                                 0x44434241,     0x54535251, 0x6261,     0x7271};
+
+constexpr Bytes kBytes = {'D',  'R',                                       //
+                          0x01, 0x02, 0x03, 0x04,                          // mode
+                          0x11, 0x12, 0x13, 0x14,                          // low half of the size
+                          0,    0,    0,    0,                             //
+                          0x21, 0x22, 0x23, 0x24,                          // high half of the size
+                          0x31, 0x32, 0x33, 0x34, 0x41, 0x42, 0x43, 0x44,  // time
+                          0x51, 0x52, 0x53, 0x54,                          // reserved
+                          0x61, 0x62,                                      // user data
+                          0x71, 0x72};                                     // name
+
+TEST(EntryHeaderBytes, AreWrittenInTheirPlaces) {
+  Bytes bytes;
+  bytes.fill(0xEE);
+  EncodeEntryHeader(kHeader, bytes);
+  EXPECT_EQ(bytes, kBytes);
+}
+
+TEST(EntryHeaderBytes, AreReadFromTheirPlacesAndTheZeroWordIsNot) {
+  Bytes bytes = kBytes;
+  bytes[10] = 0xFF;
+  for (const bool long_names : {false, true}) {
+    const EntryHeader header = DecodeEntryHeader(bytes, long_names);
+    EXPECT_EQ(header.time_high, long_names ? kHeader.time_high : 0u);
+    EXPECT_EQ(header.size_bytes(), 0x2423222114131211u);
+    EntryHeader again = header;
+    again.time_high = kHeader.time_high;
+    Bytes encoded;
+    EncodeEntryHeader(again, encoded);
+    EXPECT_EQ(encoded, kBytes);
+  }
+}
+
+TEST(EntryHeaderBytes, SizesAreSplitIntoTheirHalves) {
+  for (const std::uint64_t size :
+       {0ull, 0xFFFFFFFFull, 0x100000000ull, 0x123456789ABCDEFull, ~0ull}) {
+    EntryHeader header;
+    header.set_size_bytes(size);
+    EXPECT_EQ(header.size_low, size & 0xFFFFFFFF);
+    EXPECT_EQ(header.size_high, size >> 32);
+    EXPECT_EQ(header.size_bytes(), size);
+  }
+}
+
+TEST(EntryHeaderBytes, FivePairsOfLettersBeginAnEntry) {
+  int types = 0;
+  for (unsigned pair = 0; pair < 0x10000; ++pair) {
+    const std::uint8_t bytes[] = {static_cast<std::uint8_t>(pair >> 8),
+                                  static_cast<std::uint8_t>(pair)};
+    if (IsEntryType(bytes)) ++types;
+  }
+  EXPECT_EQ(types, 5);
+  for (const char* type : {"RG", "DR", "SC", "LK", "SV"})
+    EXPECT_TRUE(IsEntryType(reinterpret_cast<const std::uint8_t*>(type))) << type;
+}
+
+}  // namespace
+}  // namespace moldex::test

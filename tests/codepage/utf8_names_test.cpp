@@ -1,0 +1,135 @@
+// Names where the local code page is UTF-8, and the check of UTF-8 itself.
+#include <gtest/gtest.h>
+#include <iconv.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "codepage/code_page.h"
+#include "codepage/name_conversion.h"
+
+namespace moldex::test {
+namespace {
+
+// The bits of a code point in `length` bytes, whether or not that many are needed or allowed.
+std::string InForm(std::uint32_t code_point, unsigned length) {
+  if (length == 1) return std::string(1, static_cast<char>(code_point));
+  std::string bytes(length, '\0');
+  for (unsigned i = length; i-- > 1; code_point >>= 6)
+    bytes[i] = static_cast<char>(0x80 | (code_point & 0x3F));
+  bytes[0] = static_cast<char>((0xF00 >> length) | code_point);
+  return bytes;
+}
+
+TEST(Utf8, ShortestFormsOfScalarValuesAreValidAndNoOthers) {
+  constexpr std::uint32_t kAbove[] = {0, 0x80, 0x800, 0x10000, 0x200000};  // by length of form
+  for (unsigned length = 1; length <= 4; ++length) {
+    for (std::uint32_t code_point = 0; code_point < kAbove[length]; ++code_point) {
+      const bool shortest = length == 1 || code_point >= kAbove[length - 1];
+      const bool scalar = code_point <= 0x10FFFF && (code_point < 0xD800 || code_point > 0xDFFF);
+      const std::size_t valid = shortest && scalar ? length : 0;
+      ASSERT_EQ(ValidUtf8Prefix(InForm(code_point, length)), valid) << code_point << ' ' << length;
+    }
+  }
+}
+
+TEST(Utf8, BytesThatBeginNoCharacterAreInvalid) {
+  for (unsigned lead = 0x80; lead < 0x100; ++lead) {
+    if (lead >= 0xC2 && lead < 0xF5) continue;
+    const std::string text = std::string(1, static_cast<char>(lead)) + "\x80\x80\x80\x80\x80";
+    EXPECT_EQ(ValidUtf8Prefix("ab" + text), 2u) << lead;
+  }
+}
+
+// How far the system's converter gets.
+std::size_t PrefixBySystem(iconv_t converter, std::string text) {
+  iconv(converter, nullptr, nullptr, nullptr, nullptr);
+  char* in = text.data();
+  std::size_t in_left = text.size();
+  char output[256];
+  char* out = output;
+  std::size_t out_left = sizeof output;
+  iconv(converter, &in, &in_left, &out, &out_left);
+  return text.size() - in_left;
+}
+
+TEST(Utf8, PrefixesEndWhereTheSystemsConverterStops) {
+  const iconv_t converter = iconv_open("UTF-32LE", "UTF-8");
+  constexpr char kBytes[] =
+      "a/\x7F\x80\x81\x8F\x90\x9F\xA0\xBF\xC0\xC1\xC2\xDF\xE0\xE1\xEC\xED\xEE\xEF\xF0\xF1\xF3\xF4"
+      "\xF5\xF8\xFC\xFE\xFF\x80\x80\xBF\xBF";
+  std::mt19937 random(1);
+  for (int i = 0; i < 300'000; ++i) {
+    std::string text(random() % 9, '\0');
+    for (char& c : text)
+      c = kBytes[random() % (sizeof kBytes - 1)];
+    ASSERT_EQ(ValidUtf8Prefix(text), PrefixBySystem(converter, text))
+        << testing::PrintToString(text);
+  }
+  iconv_close(converter);
+}
+
+// A buffer of `size` bytes with a guard behind it.
+class Output {
+ public:
+  explicit Output(std::int32_t size) : bytes_(static_cast<std::size_t>(size) + 1, '#') {}
+  char* Data() { return bytes_.data(); }
+  std::string Text() const {
+    EXPECT_EQ(bytes_.back(), '#') << "written behind the end";
+    return bytes_.data();
+  }
+
+ private:
+  std::vector<char> bytes_;
+};
+
+TEST(Utf8Names, EveryOutputSizeCutsBetweenCharacters) {
+  const std::string name =
+      "a\xC3\xA4"
+      "b\xE2\x82\xAC\xF0\x9F\x98\x80z";
+  const std::size_t ends[] = {0, 1, 3, 4, 7, 11, 12};
+  for (std::int32_t size = 1; size <= 20; ++size) {
+    std::size_t fits = 0;
+    for (const std::size_t end : ends) {
+      if (end < static_cast<std::size_t>(size)) fits = end;
+    }
+    std::int32_t written = -1;
+    Output to_utf8(size);
+    ConvertLocalToUtf8(to_utf8.Data(), size, &written, name.c_str());
+    EXPECT_EQ(to_utf8.Text(), name.substr(0, fits)) << size;
+    EXPECT_EQ(written, static_cast<std::int32_t>(fits)) << size;
+    Output to_local(size);
+    const bool failed = ConvertUtf8ToLocal(to_local.Data(), size, &written, name.c_str()) != 0;
+    EXPECT_EQ(failed, fits < name.size()) << size;
+    EXPECT_EQ(to_local.Text(), failed ? "" : name) << size;
+    EXPECT_EQ(written, static_cast<std::int32_t>(failed ? 0 : fits)) << size;
+  }
+}
+
+TEST(Utf8Names, InvalidNamesAreCutOneWayAndRefusedTheOther) {
+  for (const char* bad : {"\x80", "\xC3", "\xC0\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xFF"}) {
+    const std::string name = "ok" + std::string(bad) + "rest";
+    Output output(50);
+    std::int32_t written = -1;
+    ConvertLocalToUtf8(output.Data(), 50, &written, name.c_str());
+    EXPECT_EQ(output.Text(), "ok") << testing::PrintToString(name);
+    EXPECT_EQ(written, 2);
+    EXPECT_NE(ConvertUtf8ToLocal(output.Data(), 50, &written, name.c_str()), 0);
+    EXPECT_EQ(output.Text(), "");
+    EXPECT_EQ(written, 0);
+  }
+}
+
+TEST(Utf8Names, InputAndOutputMayBeOneBuffer) {
+  char name[64] = "b\xC3\xA4r";
+  EXPECT_EQ(ConvertUtf8ToLocal(name, sizeof name, nullptr, name), 0);
+  EXPECT_STREQ(name, "b\xC3\xA4r");
+  std::strcpy(name, "b\xC3r");
+  EXPECT_NE(ConvertUtf8ToLocal(name, sizeof name, nullptr, name), 0);
+  EXPECT_STREQ(name, "");
+}
+
+}  // namespace
+}  // namespace moldex::test

@@ -1,0 +1,186 @@
+// The buffered reader and writer against plain reads and writes of the same file.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <string_view>
+#include <thread>
+
+#include "platform/buffered_reader.h"
+#include "platform/buffered_writer.h"
+#include "support/temp_dir.h"
+#include "support/tree.h"
+
+namespace moldex::test {
+namespace {
+
+using SkipResult = CBufferedReader::SkipResult;
+
+std::string RandomBytes(std::size_t count) {
+  std::mt19937 random(1);
+  std::string bytes(count, '\0');
+  for (char& byte : bytes)
+    byte = static_cast<char>(random());
+  return bytes;
+}
+
+std::string AsText(std::span<const std::uint8_t> bytes) { return {bytes.begin(), bytes.end()}; }
+
+std::span<const std::uint8_t> AsBytes(std::string_view text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+class BufferedFile : public testing::Test {
+ protected:
+  CFileHandle Open(const std::string& content) {
+    WriteFile(folder_.Path() / "file", content);
+    return Open(kOpenExisting);
+  }
+  CFileHandle Open(unsigned flags) {
+    CFileHandle file;
+    EXPECT_TRUE(file.Open(Path(), flags));
+    return file;
+  }
+  std::string Path() const { return (folder_.Path() / "file").string(); }
+
+  TempDir folder_;
+};
+
+// A size that is as often small as large, and now and then on either side of the buffer's.
+std::size_t AnySize(std::mt19937& random) {
+  constexpr std::size_t kCapacity = CBufferedReader::kCapacity;
+  const std::size_t near[] = {0, 1, 6, 34, kCapacity - 1, kCapacity};
+  const std::size_t pick = random() % 12;
+  if (pick < std::size(near)) return near[pick];
+  return random() % (std::size_t{1} << (1 + random() % 17));
+}
+
+TEST_F(BufferedFile, AnyStepsReadWhatThePlainFileHolds) {
+  const std::string content = RandomBytes(3'000'017);
+  for (unsigned seed = 0; seed < 40; ++seed) {
+    CFileHandle file = Open(content);
+    CBufferedReader reader(file);
+    std::mt19937 random(seed);
+    std::size_t at = 0;
+    while (at < content.size()) {
+      const std::size_t size = AnySize(random);
+      const std::string expected = content.substr(at, size);
+      const auto kind = random() % 3;
+      if (kind == 2 && size > expected.size()) {
+        ASSERT_EQ(reader.Skip(size), SkipResult::kBeyondEnd);
+        break;
+      }
+      if (kind == 2) {
+        ASSERT_EQ(reader.Skip(size), SkipResult::kMoved);
+      } else {
+        ASSERT_EQ(AsText(kind == 0 ? reader.Take(size) : reader.Peek(size)), expected) << at;
+      }
+      if (kind != 1) at += expected.size();
+    }
+    EXPECT_FALSE(reader.Failed());
+  }
+}
+
+TEST_F(BufferedFile, ASkipMayEndAtTheEndAndNotBehindIt) {
+  const std::string content = RandomBytes(200'000);
+  for (const std::size_t before : {0u, 1u, 4096u, 150'000u, 200'000u}) {
+    for (const bool peek : {false, true}) {
+      for (const std::size_t beyond : {0u, 1u, 1'000'000u}) {
+        CFileHandle file = Open(content);
+        CBufferedReader reader(file);
+        ASSERT_EQ(reader.Skip(before), SkipResult::kMoved);
+        if (peek) reader.Peek(10);
+        const auto result = reader.Skip(content.size() - before + beyond);
+        EXPECT_EQ(result, beyond == 0 ? SkipResult::kMoved : SkipResult::kBeyondEnd) << before;
+        if (beyond == 0) {
+          EXPECT_TRUE(reader.Take(1).empty());
+          EXPECT_EQ(reader.Skip(0), SkipResult::kMoved);
+        }
+        EXPECT_FALSE(reader.Failed());
+      }
+    }
+  }
+}
+
+TEST_F(BufferedFile, AFileThatGrowsIsReadToItsNewEnd) {
+  CFileHandle file = Open("0123456789");
+  CBufferedReader reader(file);
+  EXPECT_EQ(AsText(reader.Take(20)), "0123456789");
+  CFileHandle writer = Open(kOpenReadWrite | kOpenAtEnd);
+  writer.Write(AsBytes("abcdefghij"));
+  EXPECT_EQ(AsText(reader.Take(2)), "ab");
+  writer.Write(AsBytes(RandomBytes(10'000) + "yz"));
+  EXPECT_EQ(reader.Skip(8 + 10'000), SkipResult::kMoved);
+  EXPECT_EQ(AsText(reader.Take(9)), "yz");
+}
+
+TEST_F(BufferedFile, OneSkipPassesMoreThanFourGibibytes) {
+  constexpr std::uint64_t kHole = (std::uint64_t{9} << 30) + 5;
+  CFileHandle writer = Open(kOpenCreate);
+  ASSERT_TRUE(writer.Truncate(kHole));
+  writer.Write(AsBytes("end"));
+  CFileHandle file = Open(kOpenExisting);
+  CBufferedReader reader(file);
+  reader.Take(5);
+  EXPECT_EQ(reader.Skip(kHole - 5), SkipResult::kMoved);
+  EXPECT_EQ(AsText(reader.Take(10)), "end");
+  EXPECT_EQ(reader.Skip(UINT64_MAX), SkipResult::kBeyondEnd);
+}
+
+TEST_F(BufferedFile, AFailedReadIsNoEndOfFile) {
+  CFileHandle file = Open(RandomBytes(10'000));
+  CBufferedReader reader(file);
+  EXPECT_EQ(reader.Take(1).size(), 1u);
+  file.Close();
+  EXPECT_LT(reader.Take(10'000).size(), 10'000u);
+  EXPECT_TRUE(reader.Failed());
+  EXPECT_NE(reader.Skip(50'000), SkipResult::kMoved);
+}
+
+TEST_F(BufferedFile, WhatCannotSeekIsSkippedByReading) {
+  MakeTree(folder_.Path(), {{"file", FifoNode()}});
+  const std::string content = RandomBytes(700'000);
+  CFileHandle writer = Open(kOpenReadWrite);
+  CFileHandle file = Open(kOpenExisting);
+  std::thread feeder([&] {
+    EXPECT_EQ(writer.Write(AsBytes(content)).bytes, content.size());
+    writer.Close();
+  });
+  CBufferedReader reader(file);
+  EXPECT_EQ(AsText(reader.Take(7)), content.substr(0, 7));
+  EXPECT_EQ(reader.Skip(500'000), SkipResult::kMoved);
+  EXPECT_EQ(AsText(reader.Take(100'000)), content.substr(500'007, 100'000));
+  EXPECT_EQ(reader.Skip(99'994), SkipResult::kBeyondEnd);
+  feeder.join();
+}
+
+TEST_F(BufferedFile, WritesOfAnySizeArriveInOrder) {
+  const std::string content = RandomBytes(2'000'000);
+  for (unsigned seed = 0; seed < 10; ++seed) {
+    CFileHandle file = Open(kOpenCreate);
+    CBufferedWriter writer(file);
+    std::mt19937 random(seed);
+    for (std::size_t at = 0; at < content.size();) {
+      const std::size_t most = random() % 20 == 0 ? 600'000 : AnySize(random);
+      const std::string piece = content.substr(at, most);
+      ASSERT_TRUE(writer.Write(AsBytes(piece)));
+      EXPECT_TRUE(random() % 50 != 0 || writer.Flush());
+      at += piece.size();
+    }
+    ASSERT_TRUE(writer.Flush());
+    EXPECT_TRUE(ReadFile(Path()) == content) << seed;
+  }
+}
+
+TEST_F(BufferedFile, AFileThatTakesNothingIsReported) {
+  CFileHandle file = Open(std::string("read only"));
+  CBufferedWriter writer(file);
+  EXPECT_TRUE(writer.Write(AsBytes("a"))) << "still in memory";
+  EXPECT_FALSE(writer.Flush());
+  EXPECT_FALSE(writer.Write(AsBytes(std::string(1'000'000, 'a'))));
+  EXPECT_EQ(ReadFile(Path()), "read only");
+}
+
+}  // namespace
+}  // namespace moldex::test

@@ -1,0 +1,156 @@
+// Names of a directory in byte order, whatever the memory allowed for them.
+#include "platform/directory.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <random>
+#include <set>
+#include <string>
+
+#include "report/system_error.h"
+#include "support/temp_dir.h"
+#include "support/tree.h"
+
+namespace moldex::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+using Names = std::vector<std::string>;
+
+constexpr std::size_t kPlenty = 1 << 20;
+
+class Directory : public testing::Test {
+ protected:
+  void Make(const std::string& name) const { WriteFile(folder_.Path() / name, ""); }
+
+  // Names of one to 60 bytes from few letters, so that many begin alike.
+  void MakeMany(int count) const {
+    std::mt19937 random(3);
+    for (int i = 0; i < count; ++i) {
+      std::string name(1 + random() % 60, 'a');
+      for (char& c : name)
+        c = "ab.A\xC3~"[random() % 6];
+      if (name != "." && name != "..") Make(name);
+    }
+  }
+
+  static Names All(CSortedDirectory& directory) {
+    Names names;
+    while (const auto name = directory.Next())
+      names.push_back(*name);
+    return names;
+  }
+  Names All(std::size_t budget) const {
+    CSortedDirectory directory(folder_.Path().string(), budget);
+    return All(directory);
+  }
+
+  TempDir folder_;
+};
+
+TEST_F(Directory, NamesComeInByteOrder) {
+  const Names expected = {" ",   "#",  ".a", "0", "A", "B",        "a",   "a ",
+                          "a.b", "aa", "ab", "b", "~", "\xC3\xA4", "\xFF"};
+  for (const std::string& name : expected)
+    Make(name);
+  EXPECT_EQ(All(kPlenty), expected);
+  EXPECT_EQ(All(1), expected);
+}
+
+TEST_F(Directory, EveryBudgetGivesTheSameNamesAndIsKept) {
+  MakeMany(300);
+  const Names expected = All(kPlenty);
+  ASSERT_GT(expected.size(), 250u);
+  ASSERT_TRUE(std::is_sorted(expected.begin(), expected.end()));
+  for (const std::size_t budget : {0u, 1u, 33u, 100u, 333u, 1000u, 5000u, 20000u}) {
+    CSortedDirectory directory(folder_.Path().string(), budget);
+    Names names;
+    // A name that alone exceeds the budget is held all the same.
+    const std::size_t most = std::max(budget, sizeof(std::string) + 60);
+    while (const auto name = directory.Next()) {
+      names.push_back(*name);
+      EXPECT_LE(directory.HeldBytes(), most) << budget;
+    }
+    EXPECT_EQ(names, expected) << budget;
+    EXPECT_EQ(directory.HeldBytes(), 0u);
+    EXPECT_EQ(directory.Result(), DirectoryResult::kComplete);
+    EXPECT_FALSE(directory.Next()) << "the end stays the end";
+  }
+}
+
+TEST_F(Directory, NamesThatComeAndGoDoNotDisturbTheOthers) {
+  MakeMany(200);
+  const Names at_start = All(kPlenty);
+  for (unsigned seed = 0; seed < 10; ++seed) {
+    std::mt19937 random(seed);
+    std::set<std::string> disturbed;
+    CSortedDirectory directory(folder_.Path().string(), 100 + random() % 1000);
+    Names names;
+    while (const auto name = directory.Next()) {
+      names.push_back(*name);
+      const std::string& other = at_start[random() % at_start.size()];
+      disturbed.insert(other);
+      if (!fs::remove(folder_.Path() / other)) Make(other);
+      Make("a_new" + std::to_string(random() % 50));
+    }
+    EXPECT_TRUE(std::is_sorted(names.begin(), names.end()));
+    EXPECT_EQ(std::adjacent_find(names.begin(), names.end()), names.end()) << "handed out twice";
+    for (const std::string& name : at_start) {
+      if (disturbed.contains(name)) continue;
+      EXPECT_TRUE(std::binary_search(names.begin(), names.end(), name)) << "lost " << name;
+    }
+    for (const std::string& name : at_start)
+      Make(name);
+  }
+}
+
+TEST_F(Directory, TheFilterDecidesWhatIsHandedOut) {
+  for (const char* name : {"a", "b", "c", "d", "e"})
+    Make(name);
+  for (const std::size_t budget : {std::size_t{1}, kPlenty}) {
+    CSortedDirectory directory(folder_.Path().string(), budget);
+    directory.SetFilter([](const char* name) { return name[0] % 2 == 1; });
+    EXPECT_EQ(All(directory), (Names{"a", "c", "e"}));
+  }
+}
+
+TEST_F(Directory, AnEmptyDirectoryIsComplete) {
+  CSortedDirectory directory(folder_.Path().string(), kPlenty);
+  EXPECT_FALSE(directory.Next());
+  EXPECT_EQ(directory.Result(), DirectoryResult::kComplete);
+}
+
+TEST_F(Directory, WhatCannotBeOpenedSaysSo) {
+  Make("file");
+  for (const char* name : {"missing", "file", "file/below"}) {
+    RememberErrno(0);
+    CSortedDirectory directory((folder_.Path() / name).string(), kPlenty);
+    EXPECT_FALSE(directory.Next()) << name;
+    EXPECT_EQ(directory.Result(), DirectoryResult::kCannotOpen) << name;
+    EXPECT_NE(LastSystemError().code, 0u) << name;
+  }
+}
+
+TEST_F(Directory, ADirectoryThatGoesAwayBetweenBatchesIsReported) {
+  MakeMany(20);
+  CSortedDirectory directory(folder_.Path().string(), 1);
+  EXPECT_TRUE(directory.Next());
+  fs::remove_all(folder_.Path());
+  EXPECT_FALSE(directory.Next());
+  EXPECT_EQ(directory.Result(), DirectoryResult::kCannotOpen);
+}
+
+TEST_F(Directory, TheEmptyPathIsTheCurrentDirectory) {
+  Make("here");
+  const fs::path before = fs::current_path();
+  fs::current_path(folder_.Path());
+  CSortedDirectory directory("", kPlenty);
+  EXPECT_EQ(All(directory), Names{"here"});
+  fs::current_path(before);
+}
+
+}  // namespace
+}  // namespace moldex::test
