@@ -43,6 +43,8 @@ class CDataRestorer {
 
   // An entry's data are one compressed stream or several; a stream ends where a block ends.
   void TakeBlock(std::span<const std::uint8_t> payload) {
+    if (IsCutOffEndMark(payload)) return;
+    in_data_ = true;
     if (kind_ == DataKind::kUndecided && size() > kLongestBackupPiece) DecideByStream(payload);
     do {
       payload = payload.subspan(Decompress(payload));
@@ -60,6 +62,13 @@ class CDataRestorer {
 
  private:
   std::uint64_t size() const { return entry_.header().size_bytes(); }
+
+  // A stream ends with a zero byte that says nothing. Where the blocks are cut right before it, the
+  // stream is complete already when it arrives. It cannot be taken for the next stream, whose first
+  // block holds its header at least.
+  bool IsCutOffEndMark(std::span<const std::uint8_t> payload) const {
+    return in_data_ && last_code_ == kCsEndOfStream && payload.size() == 1 && payload[0] == 0;
+  }
 
   // Of an entry longer than a piece, the first stream's own header tells.
   void DecideByStream(std::span<const std::uint8_t> payload) {
@@ -117,6 +126,7 @@ class CDataRestorer {
   DataKind kind_ = DataKind::kUndecided;
   std::size_t held_bytes_ = 0;
   std::int32_t last_code_ = kCsEndOfStream;  // so that the first block begins a stream
+  bool in_data_ = false;                     // a block has been taken
   std::uint64_t done_bytes_ = 0;
   std::uint32_t checksum_ = 0;
 };

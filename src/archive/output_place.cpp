@@ -50,7 +50,8 @@ CFileHandle CreateOutputFile(const std::string& entry_name) {
   // Most files go where files went before: look for missing parents only when opening fails.
   const SystemError before = LastSystemError();
   if (!path.empty() && file.Open(path, kOpenCreate | kOpenExtracted)) return file;
-  if (path.empty() || LastSystemError().errno_value == ENOENT) {
+  const int why = LastSystemError().errno_value;
+  if (path.empty() || why == ENOENT || why == ENOTDIR) {
     RestoreSystemError(before);
     if (!CreateParents(path)) throw CCreateDirExcept(path);
     if (file.Open(path, kOpenCreate | kOpenExtracted)) return file;

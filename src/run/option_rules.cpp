@@ -1,5 +1,6 @@
 // Which command goes with which options: the rules of CCmdLineOptions::CheckOptions, in the order
 // in which they are tried.
+#include "platform/file_services.h"
 #include "report/except.h"
 #include "run/options.h"
 
@@ -21,6 +22,16 @@ struct Rule {
 
 bool NamesNothing(const CCmdLineOptions& options) {
   return options.file_names.empty() && options.include_file == nullptr;
+}
+
+// Whether an operand names this object or a directory above it.
+bool IsCovered(const std::string& name, const std::vector<std::string>& operands) {
+  for (const std::string& operand : operands) {
+    const std::string above = NormalisedName(SystemPathRules(), operand);
+    if (above.empty()) return name[0] != '/';  // the current directory
+    if (name == above || (name.starts_with(above) && name[above.size()] == '/')) return true;
+  }
+  return false;
 }
 
 constexpr Rule kRules[] = {
@@ -71,10 +82,11 @@ void CCmdLineOptions::CheckOptions() {
       throw CExcept(rule.message, rule.code, rule.with_system_text);
     }
   }
-  // A list of renamed files that stands alone says which files are meant, too.
-  if (command_code == kCommandCreate && include_file == nullptr) {
-    for (const auto& [old_name, new_name] : rename_map)
-      include_names.push_back(old_name);
+  // Without a list of names to include, the renamed files are meant, too, as far as the operands
+  // do not name them already.
+  if (command_code != kCommandCreate || include_file != nullptr) return;
+  for (const auto& [old_name, new_name] : rename_map) {
+    if (!IsCovered(old_name, file_names)) include_names.push_back(old_name);
   }
 }
 

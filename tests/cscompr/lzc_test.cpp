@@ -158,8 +158,8 @@ class Tools : public ::testing::Test {
   }
 
   Bytes Run(const std::string& command, const Bytes& input) const {
-    const std::string in = (dir_.path() / "in").string();
-    const std::string out = (dir_.path() / "out").string();
+    const std::string in = (dir_.Path() / "in").string();
+    const std::string out = (dir_.Path() / "out").string();
     std::ofstream(in, std::ios::binary)
         .write(reinterpret_cast<const char*>(input.data()),
                static_cast<std::streamsize>(input.size()));

@@ -1,0 +1,188 @@
+// Archives in long-name mode, and data that other writers of the format may produce.
+#include <cstdlib>
+#include <string>
+
+#include "program/program_test.h"
+
+namespace moldex::test {
+namespace {
+
+constexpr std::string_view kLongNamesHeader{
+    "VUK\0"
+    "2.00",
+    8};
+constexpr std::uint64_t kStepsPerSecond = 10'000'000;
+constexpr std::int64_t kSecondsTo1970 = 11'644'473'600;
+
+class Variants : public ProgramTest {
+ protected:
+  static void SetTime(QelEntry& entry, std::int64_t seconds_since_1970) {
+    const std::uint64_t time =
+        static_cast<std::uint64_t>(seconds_since_1970 + kSecondsTo1970) * kStepsPerSecond;
+    entry.time_low = static_cast<std::uint32_t>(time);
+    entry.time_high = static_cast<std::uint32_t>(time >> 32);
+  }
+
+  static std::string U32(std::uint64_t value) {
+    std::string bytes(4, '\0');
+    SetU32(bytes, 0, static_cast<std::uint32_t>(value));
+    return bytes;
+  }
+
+  // One stream of a backup stream.
+  static std::string BackupPart(std::uint32_t id, const std::string& name,
+                                const std::string& content) {
+    return U32(id) + U32(0) + U32(content.size()) + U32(0) + U32(name.size()) + name + content;
+  }
+
+  std::string ExtractOne(const QelEntry& entry, std::string_view header = kLongNamesHeader) {
+    Write("a.qel", BuildArchive({entry}, header));
+    const RunResult result = Run("-xf a.qel -R out");
+    EXPECT_EQ(result.out, Processing("a.qel") + "MOLDEX: 1 file(s) extracted\n");
+    EXPECT_EQ(result.status, 0);
+    return Bytes("out/" + entry.name);
+  }
+};
+
+TEST_F(Variants, LongNameTimesReachBefore1970AndPast2106) {
+  const struct {
+    std::int64_t seconds;
+    const char* date;
+  } cases[] = {{-11644473600, "01 Jan 1601 00:00"},
+               {-1, "31 Dec 1969 23:59"},
+               {0, "01 Jan 1970 00:00"},
+               {4294967296, "07 Feb 2106 06:28"},
+               {253402300799, "31 Dec 9999 23:59"},
+               {253402300800, "01 Jan 10000 00:00"}};
+  for (const auto& [seconds, date] : cases) {
+    QelEntry entry = FileEntry("f", "content", 0x180);
+    SetTime(entry, seconds);
+    Write("a.qel", BuildArchive({entry}, kLongNamesHeader));
+    const std::string text(date);
+    ExpectRun("-tf a.qel",
+              Processing("a.qel") + "-rw-------           7 " + std::string(20 - text.size(), ' ') +
+                  text + " f\n",
+              0);
+    if (seconds < 0 || seconds > 4294967296) continue;  // what every file system holds
+    EXPECT_EQ(ExtractOne(entry), "content");
+    EXPECT_EQ(Below("out").at("f").mtime, seconds);
+  }
+}
+
+TEST_F(Variants, ATimeThatIsNoneLeavesTheDateBlank) {
+  QelEntry entry = FileEntry("f", "content", 0x180);
+  entry.time_high = 0x80000000;
+  Write("a.qel", BuildArchive({entry}, kLongNamesHeader));
+  ExpectRun("-tf a.qel",
+            Processing("a.qel") + "-rw-------           7 " + std::string(20, ' ') + " f\n", 0);
+}
+
+TEST_F(Variants, LongNameModeHoldsForTheRestOfTheRun) {
+  QelEntry later = FileEntry("later", "1", 0x180);
+  SetTime(later, 86400);
+  Write("long.qel", BuildArchive({}, kLongNamesHeader));
+  Write("plain.qel", BuildArchive({later}));
+  const RunResult result = Run("-t -f long.qel,plain.qel");
+  EXPECT_NE(result.out.find("02 Jan 1970 00:00 later"), std::string::npos) << result.out;
+}
+
+TEST_F(Variants, AttributesBecomePermissionsInLongNameMode) {
+  const struct {
+    std::uint32_t mode;
+    unsigned permissions;
+  } cases[] = {{0x180, 0644}, {0x100, 0444}, {0x1C0, 0755}, {0x40000 | 0x180, 0644}};
+  for (const auto& [mode, permissions] : cases) {
+    QelEntry entry = FileEntry("f", "content", mode);
+    SetTime(entry, 1000000000);
+    ExtractOne(entry);
+    EXPECT_EQ(Below("out").at("f").mode, permissions) << mode;
+  }
+}
+
+TEST_F(Variants, UserDataOfAnyLengthIsReadAndIgnoredHere) {
+  for (const std::size_t length : {0u, 1u, 65535u}) {
+    QelEntry entry = FileEntry("f", "content");
+    entry.user_data = std::string(length, '\x5A');
+    EXPECT_EQ(ExtractOne(entry, kArchiveHeader), "content") << length;
+  }
+}
+
+TEST_F(Variants, BlocksOfOneByteAndSeveralStreamsAreRead) {
+  std::string content;
+  for (int i = 0; i < 3000; ++i)
+    content += "line " + std::to_string(i * i) + "\n";
+  QelEntry entry = FileEntry("f", content);
+  const std::string stream = CompressedStream(content);
+  entry.blocks = {{"DA", stream.substr(0, 8)}};
+  for (std::size_t i = 8; i < stream.size(); ++i)
+    entry.blocks.push_back({"DA", stream.substr(i, 1)});
+  const std::string tail = CompressedStream("and a second stream");
+  entry.blocks.push_back({"ED", tail});
+  content += "and a second stream";
+  entry.size_low = static_cast<std::uint32_t>(content.size());
+  entry.checksum = Checksum(content);
+  EXPECT_TRUE(ExtractOne(entry, kArchiveHeader) == content);
+}
+
+TEST_F(Variants, AnEndMarkInABlockOfItsOwnBelongsToItsStream) {
+  const std::string stream = CompressedStream("content");
+  QelEntry entry = FileEntry("f", "content", 0100644, stream.size() - 1);
+  ASSERT_EQ(entry.blocks.back().payload, std::string(1, '\0'));
+  EXPECT_EQ(ExtractOne(entry, kArchiveHeader), "content");
+}
+
+TEST_F(Variants, LzcDataAreRead) {
+  std::string content;
+  for (int i = 0; i < 20000; ++i)
+    content += "word" + std::to_string(i * 7919 % 1000) + " ";
+  Write("plain", content);
+  if (std::system(
+          ("cd " + folder_.Path().string() + " && compress -b 13 -c plain > codes").c_str()) != 0) {
+    GTEST_SKIP() << "the compress program is missing";
+  }
+  QelEntry entry = FileEntry("f", content);
+  const std::string stream =
+      U32(content.size()) + std::string("\x11\x1F\x9D\x8D", 4) + Bytes("codes").substr(3);
+  entry.blocks.clear();
+  for (std::size_t at = 0; at < stream.size(); at += 60000) {
+    const bool last = at + 60000 >= stream.size();
+    entry.blocks.push_back({last ? "ED" : "DA", stream.substr(at, 60000)});
+  }
+  EXPECT_TRUE(ExtractOne(entry, kArchiveHeader) == content);
+}
+
+TEST_F(Variants, BackupStreamsGiveTheFileBack) {
+  const std::string content = "the file's own bytes";
+  const std::string backup = BackupPart(3, "", "a security descriptor") +
+                             BackupPart(1, "", content) +
+                             BackupPart(4, std::string("x\0y\0", 4), "a named stream");
+  EXPECT_EQ(ExtractOne(FileEntry("f", backup, 0x180)), content);
+  // Without long-name mode they are nothing but bytes.
+  EXPECT_EQ(ExtractOne(FileEntry("g", backup, 0100644), kArchiveHeader), backup);
+  // And so is what only looks like them.
+  EXPECT_EQ(ExtractOne(FileEntry("h", backup + "x", 0x180)), backup + "x");
+}
+
+TEST_F(Variants, LongBackupStreamsAreKnownByTheirPieces) {
+  std::string content;
+  for (int i = 0; i < 30000; ++i)
+    content += std::to_string(i) + ", ";
+  const std::string backup = BackupPart(1, "", content);
+  QelEntry entry = FileEntry("f", backup, 0x180);
+  EXPECT_TRUE(ExtractOne(entry) == backup) << "one stream: the bytes of a file";
+  entry.blocks.clear();
+  for (std::size_t at = 0; at < backup.size(); at += 65536) {
+    const bool last = at + 65536 >= backup.size();
+    entry.blocks.push_back({last ? "ED" : "DA", CompressedStream(backup.substr(at, 65536))});
+  }
+  EXPECT_TRUE(ExtractOne(entry) == content);
+}
+
+TEST_F(Variants, SparseBlocksGoWhereTheyBelong) {
+  const std::string backup =
+      BackupPart(9, "", U32(5) + U32(0) + "five") + BackupPart(9, "", U32(1) + U32(0) + "one");
+  EXPECT_EQ(ExtractOne(FileEntry("f", backup, 0x180)), std::string("\0one\0five", 9));
+}
+
+}  // namespace
+}  // namespace moldex::test
