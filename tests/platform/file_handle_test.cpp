@@ -168,12 +168,12 @@ TEST_F(FileHandle, AMoveLeavesOneOwner) {
   CFileHandle first;
   ASSERT_TRUE(first.Open(MakeFile("abc"), kOpenExisting));
   CFileHandle second = std::move(first);
-  EXPECT_FALSE(first.IsValid());  // NOLINT(bugprone-use-after-move): that is the claim
+  EXPECT_FALSE(first.IsValid());  // NOLINT: that is the claim
   EXPECT_EQ(Read(second, 1), "a");
   CFileHandle third;
   ASSERT_TRUE(third.Open(MakeFile("xyz"), kOpenExisting));
   third = std::move(second);
-  EXPECT_FALSE(second.IsValid());  // NOLINT(bugprone-use-after-move)
+  EXPECT_FALSE(second.IsValid());  // NOLINT
   EXPECT_TRUE(third.Close());
   EXPECT_FALSE(third.IsValid());
   EXPECT_TRUE(third.Close()) << "closed already";
