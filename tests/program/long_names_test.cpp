@@ -7,10 +7,6 @@
 namespace moldex::test {
 namespace {
 
-constexpr std::string_view kLongNamesHeader{
-    "VUK\0"
-    "2.00",
-    8};
 constexpr std::uint64_t kStepsPerSecond = 10'000'000;
 constexpr std::int64_t kSecondsTo1970 = 11'644'473'600;
 

@@ -186,7 +186,8 @@ std::string BuildArchive(const std::vector<QelEntry>& entries, std::string_view 
 
 std::vector<QelEntry> ParseArchive(std::string_view archive) {
   Cursor cursor(archive);
-  Require(cursor.Take(kArchiveHeader.size()) == kArchiveHeader, "archive header");
+  const std::string_view header = cursor.Take(kArchiveHeader.size());
+  Require(header == kArchiveHeader || header == kLongNamesHeader, "archive header");
   std::vector<QelEntry> entries;
   while (!cursor.AtEnd())
     entries.push_back(TakeEntry(cursor));

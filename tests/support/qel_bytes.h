@@ -14,6 +14,10 @@
 namespace moldex::test {
 
 inline constexpr std::string_view kArchiveHeader = "VUK 2.00";
+inline constexpr std::string_view kLongNamesHeader{
+    "VUK\0"
+    "2.00",
+    8};
 inline constexpr std::size_t kMaxPayload = 65536;
 
 // Where the fields of an entry's 34 bytes stand.

@@ -1,0 +1,171 @@
+// Archives in long-name mode and of backup streams, which only the options record can ask for: made
+// through it in this process, looked at as bytes, and read back.
+#include <gtest/gtest.h>
+#include <sys/xattr.h>
+
+#include <filesystem>
+#include <string>
+
+#include "driver/run.h"
+#include "report/except.h"
+#include "report/exit_status.h"
+#include "support/qel_bytes.h"
+#include "support/temp_dir.h"
+#include "support/tree.h"
+
+namespace moldex::test {
+namespace {
+
+class LongNameCreation : public ::testing::Test {
+ protected:
+  ~LongNameCreation() override { CRunContext::Destroy(); }
+
+  // Sets the record up by `prepare` and runs it, in the test's folder; the exit status.
+  template <typename Prepare>
+  int RunWith(Prepare prepare) {
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(folder_.Path());
+    CRunContext::Destroy();
+    SetExitStatus(0);
+    CRunContext& context = CRunContext::GetInstance();
+    context.options().archive_value = "a.qel";
+    prepare(context.options());
+    ::testing::internal::CaptureStdout();
+    try {
+      ::moldex::Run(context);
+    } catch (CExcept& failure) {
+      failure.Print();
+    }
+    output_ = ::testing::internal::GetCapturedStdout();
+    std::filesystem::current_path(before);
+    return ExitStatus();
+  }
+
+  int CreateLong(const std::string& name, bool backup, int command = kCommandCreate) {
+    return RunWith([&](CCmdLineOptions& options) {
+      options.command_code = command;
+      options.acl = options.long_names = true;
+      options.backup = backup;
+      options.file_names = {name};
+    });
+  }
+
+  int Extract() {
+    return RunWith([](CCmdLineOptions& options) {
+      options.command_code = kCommandExtract;
+      options.target_directory = "out";
+    });
+  }
+
+  std::vector<QelEntry> Entries() const { return ParseArchive(ReadFile(folder_.Path() / "a.qel")); }
+  std::filesystem::path Path(const std::string& name) const { return folder_.Path() / name; }
+
+  const TempDir folder_;
+  std::string output_;
+};
+
+std::uint64_t FileTimeIn(const QelEntry& entry) {
+  return static_cast<std::uint64_t>(entry.time_high) << 32 | entry.time_low;
+}
+
+TEST_F(LongNameCreation, StoresFileTimesAndAttributeModes) {
+  MakeTree(folder_.Path(), {{"d", DirectoryNode()},
+                            {"d/plain", FileNode("1", 0644, 1000000000)},
+                            {"d/readonly", FileNode("1", 0444)},
+                            {"d/setup.exe", FileNode("1", 0644)},
+                            {"d/script", FileNode("1", 0755)}});
+  ASSERT_EQ(CreateLong("d", false), 0) << output_;
+  EXPECT_EQ(ReadFile(Path("a.qel")).substr(0, 8), kLongNamesHeader);
+  const auto entries = Entries();
+  ASSERT_EQ(entries.size(), 5u);
+  EXPECT_EQ(entries[0].mode, 0x4180u);
+  EXPECT_EQ(entries[1].mode, 0x180u);
+  EXPECT_EQ(FileTimeIn(entries[1]), (1000000000u + 11644473600ull) * 10000000u);
+  EXPECT_EQ(entries[2].mode, 0x100u);
+  EXPECT_EQ(entries[3].mode, 0x1C0u) << "script may be executed";
+  EXPECT_EQ(entries[4].mode, 0x1C0u) << "so may a file whose name says so";
+  ASSERT_EQ(Extract(), 0) << output_;
+  const Tree out = ReadTree(Path("out"));
+  EXPECT_EQ(out.at("d").mode, 0755u);
+  EXPECT_EQ(out.at("d/plain"), FileNode("1", 0644, 1000000000));
+  EXPECT_EQ(out.at("d/readonly").mode, 0444u);
+  EXPECT_EQ(out.at("d/script").mode, 0755u);
+}
+
+TEST_F(LongNameCreation, WritesBackupStreamsPieceByPieceAndPatchesTheSize) {
+  for (const std::size_t length : {1u, 65515u, 65516u, 65517u, 200000u}) {
+    std::string content(length, 'x');
+    for (std::size_t i = 0; i < length; i += 3)
+      content[i] = static_cast<char>('a' + i / 7 % 26);
+    WriteFile(Path("file"), content);
+    ASSERT_EQ(CreateLong("file", true), 0) << output_;
+    const auto entries = Entries();
+    ASSERT_EQ(entries.size(), 1u);
+    const std::string backup = ContentOf(entries[0]);
+    EXPECT_EQ(backup.size(), length + 20);
+    EXPECT_EQ(entries[0].size_low, length + 20);
+    EXPECT_EQ(entries[0].zero_word, 0u);
+    EXPECT_EQ(entries[0].size_high, 0u);
+    EXPECT_EQ(entries[0].checksum, Checksum(backup));
+    EXPECT_EQ(entries[0].blocks.size(), (length + 20 + 65535) / 65536) << "a stream for each piece";
+    EXPECT_EQ(U32At(backup, 0), 1u);
+    EXPECT_EQ(U32At(backup, 8), length);
+    EXPECT_TRUE(backup.substr(20) == content);
+    ASSERT_EQ(Extract(), 0) << output_;
+    EXPECT_TRUE(ReadFile(Path("out/file")) == content);
+  }
+}
+
+TEST_F(LongNameCreation, BackupStreamsCarryExtendedAttributes) {
+  const std::string file = Path("file").string();
+  WriteFile(file, "content");
+  if (setxattr(file.c_str(), "user.origin", "here", 4, 0) != 0 ||
+      setxattr(file.c_str(), "user.empty", "", 0, 0) != 0) {
+    GTEST_SKIP() << "the file system keeps no extended attributes";
+  }
+  ASSERT_EQ(CreateLong("file", true), 0) << output_;
+  const std::string backup = ContentOf(Entries()[0]);
+  EXPECT_EQ(U32At(backup, 0), 2u) << "extended attributes come first";
+  ASSERT_EQ(Extract(), 0) << output_;
+  const std::string out = Path("out/file").string();
+  char value[16] = {};
+  ASSERT_EQ(getxattr(out.c_str(), "user.origin", value, sizeof value), 4);
+  EXPECT_EQ(std::string(value, 4), "here");
+  EXPECT_EQ(getxattr(out.c_str(), "user.empty", value, sizeof value), 0);
+  EXPECT_EQ(ReadFile(out), "content");
+}
+
+TEST_F(LongNameCreation, AppendingFollowsTheArchivesOwnMode) {
+  MakeTree(folder_.Path(), {{"old", FileNode("1")}, {"new", FileNode("2", 0644, 1000000000)}});
+  ASSERT_EQ(CreateLong("old", false), 0) << output_;
+  ASSERT_EQ(RunWith([](CCmdLineOptions& options) {
+              options.command_code = kCommandAppend;
+              options.file_names = {"new"};
+            }),
+            0)
+      << output_;
+  EXPECT_EQ(FileTimeIn(Entries()[1]), (1000000000u + 11644473600ull) * 10000000u);
+  WriteFile(Path("a.qel"), BuildArchive({}));
+  ASSERT_EQ(CreateLong("new", true, kCommandAppend), 0) << output_;
+  const auto entries = Entries();
+  EXPECT_EQ(entries[0].time_low, 1000000000u);
+  EXPECT_EQ(ContentOf(entries[0]), "2") << "backup streams are for long-name archives";
+}
+
+TEST_F(LongNameCreation, TheTwoOptionsNeedEachOther) {
+  const auto run = [this](bool acl, bool long_names) {
+    return RunWith([&](CCmdLineOptions& options) {
+      options.command_code = kCommandCreate;
+      options.acl = acl;
+      options.long_names = long_names;
+      options.file_names = {"x"};
+    });
+  };
+  EXPECT_EQ(run(true, false), 49);
+  EXPECT_EQ(output_, "MOLDEX: use -acl with -longnames (error 49). \n");
+  EXPECT_EQ(run(false, true), 51);
+  EXPECT_EQ(output_, "MOLDEX: use -longnames with -acl (error 51). \n");
+}
+
+}  // namespace
+}  // namespace moldex::test
