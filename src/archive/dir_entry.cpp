@@ -53,21 +53,23 @@ void CDirEntry::Finish() {
     FinishLongNames();
     return;
   }
-  if (!file_.SetDate(header_.time_low) && !IsShortcut()) throw CChgDateExcept(disk_name_);
-  if (!file_.SetPermissions(header_.mode & kModePermissions) && !IsShortcut()) {
-    throw CChgModExcept(disk_name_);
+  if (!file_.SetDate(header_.time_low) && !IsShortcut()) {
+    throw CChgDateExcept(OutputPath(disk_name_));
   }
-  if (!file_.Close()) throw CWriteExcept(disk_name_);
+  if (!file_.SetPermissions(header_.mode & kModePermissions) && !IsShortcut()) {
+    throw CChgModExcept(OutputPath(disk_name_));
+  }
+  if (!file_.Close()) throw CWriteExcept(OutputPath(disk_name_));
 }
 
 // Only the date of the last write is restored here, and attributes instead of permissions.
 void CDirEntry::FinishLongNames() {
-  if (!file_.SetLastWriteTime(FileTimeOf(header_))) throw CChgDateExcept(disk_name_);
+  if (!file_.SetLastWriteTime(FileTimeOf(header_))) throw CChgDateExcept(OutputPath(disk_name_));
   const bool executable = (header_.mode & kModeOwnerExecute) != 0;
   if (!file_.SetAttributes(AttributesOfMode(header_.mode), executable)) {
-    throw CSetFileAttrExcept(disk_name_);
+    throw CSetFileAttrExcept(OutputPath(disk_name_));
   }
-  if (!file_.Close()) throw CWriteExcept(disk_name_);
+  if (!file_.Close()) throw CWriteExcept(OutputPath(disk_name_));
 }
 
 void CDirEntry::Create() { file_ = CreateOutputFile(disk_name_); }

@@ -81,7 +81,6 @@ class CDirEntry {
   // Fills the header from the status, in long-name mode from the attributes; with the permissions
   // of -p where they are given.
   void FillHeader(const EntryType& type);
-
   const FileStatus& status() const { return status_; }
   void SetMode(std::uint32_t mode) { header_.mode = mode; }
   void SetSize(std::uint64_t bytes) { header_.set_size_bytes(bytes); }
@@ -92,6 +91,9 @@ class CDirEntry {
   bool OpenForReading();
 
  private:
+  void FillFromAttributes();
+  void FinishLongNames();
+
   std::string disk_name_;
   std::string archive_name_;
   FileStatus status_;
@@ -99,9 +101,6 @@ class CDirEntry {
   std::vector<std::uint8_t> user_data_;
   std::uint32_t header_position_ = 0;
   CFileHandle file_;
-
-  void FillFromAttributes();
-  void FinishLongNames();
 };
 
 }  // namespace moldex

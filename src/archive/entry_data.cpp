@@ -8,6 +8,7 @@
 #include "archive/checksum.h"
 #include "archive/container.h"
 #include "archive/dir_entry.h"
+#include "archive/output_place.h"
 #include "cscompr/cscompr.h"
 #include "platform/backup_stream.h"
 #include "platform/bytes.h"
@@ -113,7 +114,9 @@ class CDataRestorer {
     CFileHandle& file = entry_.file();
     const Transfer transfer =
         kind_ == DataKind::kBackupStream ? file.BackupWrite(bytes) : file.Write(bytes);
-    if (!transfer.ok || transfer.bytes != bytes.size()) throw CWriteExcept(entry_.GetName());
+    if (!transfer.ok || transfer.bytes != bytes.size()) {
+      throw CWriteExcept(OutputPath(entry_.GetName()));
+    }
   }
 
   [[noreturn]] void FailLength() const {
