@@ -9,6 +9,14 @@ target_compile_options(moldex_compile_options INTERFACE
 # 64-bit file positions wherever the system has a choice.
 target_compile_definitions(moldex_compile_options INTERFACE _FILE_OFFSET_BITS=64)
 
+if(WIN32)
+  # The system's interface as of Windows 10, without what a console program never needs.
+  target_compile_definitions(moldex_compile_options INTERFACE
+    WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00)
+  # One file that runs wherever it is copied to.
+  target_link_options(moldex_compile_options INTERFACE -static)
+endif()
+
 if(MOLDEX_SANITIZE)
   target_compile_options(moldex_compile_options INTERFACE
     -O1 -g -fno-omit-frame-pointer -fsanitize=address,undefined -fno-sanitize-recover=all)

@@ -1,5 +1,8 @@
 #include "platform/attributes.h"
 
+#include <algorithm>
+#include <string>
+
 #include "platform/file_status.h"
 
 namespace moldex {
@@ -11,15 +14,13 @@ struct AttributeBit {
 };
 
 constexpr AttributeBit kAttributeBits[] = {
-    {0x2, 0x40000},      // hidden
-    {0x4, 0x80000},      // system
-    {0x20, 0x100000},    // archive
-    {0x800, 0x200000},   // compressed
-    {0x4000, 0x400000},  // encrypted
-    {0x1000, 0x800000},  // offline
-    {0x400, 0x1000000},  // reparse point
-    {0x200, 0x2000000},  // sparse file
-    {0x100, 0x4000000},  // temporary
+    {kAttributeHidden, 0x40000}, {kAttributeSystem, 0x80000}, {0x20, 0x100000},  // archive
+    {0x800, 0x200000},                                                           // compressed
+    {0x4000, 0x400000},                                                          // encrypted
+    {0x1000, 0x800000},                                                          // offline
+    {0x400, 0x1000000},                                                          // reparse point
+    {0x200, 0x2000000},                                                          // sparse file
+    {0x100, 0x4000000},                                                          // temporary
 };
 
 bool IsExecutableName(std::string_view name) {
@@ -49,6 +50,21 @@ std::uint32_t AttributesOfMode(std::uint32_t mode) {
     attributes = (attributes & ~kAttributeNormal) | bit.attribute;
   }
   return attributes;
+}
+
+std::uint32_t RuntimeModeOf(std::uint32_t attributes, std::string_view name) {
+  constexpr std::uint32_t kAllRead = 0444;
+  constexpr std::uint32_t kAllWrite = 0222;
+  constexpr std::uint32_t kAllExecute = 0111;
+  const bool directory = (attributes & kAttributeDirectory) != 0;
+  std::string ending(name.substr(name.size() - std::min<std::size_t>(name.size(), 4)));
+  for (char& c : ending) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  std::uint32_t mode = kAllRead | (directory ? kModeDirectory : kModeRegular);
+  if ((attributes & kAttributeReadOnly) == 0) mode |= kAllWrite;
+  if (directory || IsExecutableName(ending)) mode |= kAllExecute;
+  return mode;
 }
 
 }  // namespace moldex

@@ -11,6 +11,8 @@
 namespace moldex {
 
 inline constexpr std::uint32_t kAttributeReadOnly = 0x1;
+inline constexpr std::uint32_t kAttributeHidden = 0x2;
+inline constexpr std::uint32_t kAttributeSystem = 0x4;
 inline constexpr std::uint32_t kAttributeDirectory = 0x10;
 inline constexpr std::uint32_t kAttributeNormal = 0x80;
 
@@ -24,6 +26,11 @@ std::uint32_t ModeOfAttributes(std::uint32_t attributes, std::string_view name);
 
 // What an extracted file gets. Kind and permissions but the owner's write bit have no attribute.
 std::uint32_t AttributesOfMode(std::uint32_t mode);
+
+// The mode word that Windows' runtime library makes of a file's attributes and name: everybody may
+// read, may write unless the file is read-only, and may execute what the name says is a program, in
+// letters of any case, or a directory.
+std::uint32_t RuntimeModeOf(std::uint32_t attributes, std::string_view name);
 
 }  // namespace moldex
 

@@ -54,6 +54,10 @@ bool SetPermissionsAt(const std::string& path, std::uint32_t bits);
 // execute does not come from the name.
 bool SetAttributesAt(const std::string& path, std::uint32_t attributes, bool executable);
 
+// Gives a directory that came out of an archive the mode of its entry. In long-name mode that was
+// made from attributes. Hidden and system directories become so on a system that knows such.
+bool SetDirectoryModeAt(const std::string& path, std::uint32_t mode, bool long_names);
+
 // Empty text when the system cannot tell.
 std::string CurrentDirectory();
 

@@ -144,6 +144,12 @@ bool SetAttributesAt(const std::string& path, std::uint32_t attributes, bool exe
   return Succeeded(chmod(path.c_str(), PermissionsOf(attributes, executable)));
 }
 
+// Attributes say nothing of the right to search a directory.
+bool SetDirectoryModeAt(const std::string& path, std::uint32_t mode, bool long_names) {
+  return long_names ? SetAttributesAt(path, AttributesOfMode(mode), true)
+                    : SetPermissionsAt(path, mode);
+}
+
 std::string CurrentDirectory() {
   const std::unique_ptr<char, FreeMemory> directory(getcwd(nullptr, 0));
   if (directory) return directory.get();

@@ -1,0 +1,25 @@
+// Shared by the Win32 sources of this room only: what an open file remembers between two pieces of
+// its backup stream.
+#ifndef MOLDEX_PLATFORM_BACKUP_CONTEXT_WIN32_H_
+#define MOLDEX_PLATFORM_BACKUP_CONTEXT_WIN32_H_
+
+#include "platform/file_handle.h"
+
+namespace moldex {
+
+struct CFileHandle::BackupContext {
+  explicit BackupContext(bool reads) : reading(reads) {}
+  BackupContext(const BackupContext&) = delete;
+  BackupContext& operator=(const BackupContext&) = delete;
+  ~BackupContext() { (void)Release(); }
+
+  // Lets the system forget the context; it is the function that made it that takes it back.
+  bool Release();
+
+  bool reading;
+  void* context = nullptr;
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_PLATFORM_BACKUP_CONTEXT_WIN32_H_

@@ -1,0 +1,21 @@
+// Which names a system takes as they are. What is refused here would not fail but become something
+// else: a device, a stream of another file, a name without its last dots and blanks.
+#ifndef MOLDEX_PLATFORM_NAME_RULES_H_
+#define MOLDEX_PLATFORM_NAME_RULES_H_
+
+#include <string_view>
+
+#include "platform/path_rules.h"
+
+namespace moldex {
+
+// Whether every component of a name, "." and ".." aside, can be the name of a file. A drive may
+// stand in front on Windows. POSIX takes every name.
+bool IsAllowedName(PathRules rules, std::string_view name);
+
+// Whether a name is that of a shortcut: it ends in ".lnk", on Windows in letters of any case.
+bool IsShortcutName(PathRules rules, std::string_view name);
+
+}  // namespace moldex
+
+#endif  // MOLDEX_PLATFORM_NAME_RULES_H_
