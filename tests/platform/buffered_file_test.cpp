@@ -162,7 +162,10 @@ TEST_F(BufferedFile, WritesOfAnySizeArriveInOrder) {
     CBufferedWriter writer(file);
     std::mt19937 random(seed);
     for (std::size_t at = 0; at < content.size();) {
-      const std::size_t most = random() % 20 == 0 ? 600'000 : AnySize(random);
+      // First one byte less than the buffer holds, then one more than is left.
+      const std::size_t start = at == 0 ? 256 * 1024 - 1 : 2;
+      const std::size_t later = random() % 20 == 0 ? 600'000 : AnySize(random);
+      const std::size_t most = at < 256 * 1024 ? start : later;
       const std::string piece = content.substr(at, most);
       ASSERT_TRUE(writer.Write(AsBytes(piece)));
       EXPECT_TRUE(random() % 50 != 0 || writer.Flush());

@@ -151,6 +151,7 @@ TEST_F(FileHandle, PositionsBeyondFourGibibytesAreGivenModulo2To32) {
   EXPECT_EQ(Read(file, 5), "end");
   file.SetPosition(0);
   EXPECT_TRUE(file.SeekToEnd());
+  EXPECT_FALSE(file.Skip(0, -1)) << "there would be room for it";
   EXPECT_EQ(file.GetPosition(), kGiB + 3);
 }
 
