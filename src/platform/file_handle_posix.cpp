@@ -110,7 +110,9 @@ bool CFileHandle::Open(const std::string& path, unsigned flags) {
     return false;
   }
   handle_ = descriptor;
-  return (flags & kOpenAtEnd) == 0 || SeekToEnd();
+  if ((flags & kOpenAtEnd) == 0 || SeekToEnd()) return true;
+  Close();
+  return false;
 }
 
 bool CFileHandle::Close() {

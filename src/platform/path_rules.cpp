@@ -19,6 +19,17 @@ std::string_view TakeComponent(PathRules rules, std::string_view* path) {
   return component;
 }
 
+// Bytes of the first character: one, and in UTF-8 those that continue it.
+std::size_t CharacterLength(std::string_view text) {
+  std::size_t length = 1;
+  const auto continues = [&] { return (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80; };
+  if (static_cast<unsigned char>(text[0]) >= 0xC0) {
+    while (length < text.size() && continues())
+      ++length;
+  }
+  return length;
+}
+
 // The classic two-pointer match: on a mismatch, let the last "*" take one character more.
 bool MatchesGlob(std::string_view pattern, std::string_view name) {
   std::size_t p = 0;
@@ -30,8 +41,8 @@ bool MatchesGlob(std::string_view pattern, std::string_view name) {
       star = p++;
       star_end = n;
     } else if (p < pattern.size() && (pattern[p] == '?' || pattern[p] == name[n])) {
+      n += pattern[p] == '?' ? CharacterLength(name.substr(n)) : 1;
       ++p;
-      ++n;
     } else if (star != std::string_view::npos) {
       p = star + 1;
       n = ++star_end;
@@ -74,7 +85,10 @@ bool IsAbsolutePath(PathRules rules, std::string_view path) {
 
 bool HasParentComponent(PathRules rules, std::string_view name) {
   while (!name.empty()) {
-    if (TakeComponent(rules, &name) == "..") return true;
+    std::string_view component = TakeComponent(rules, &name);
+    // What stands behind a drive begins a path of its own.
+    if (rules == PathRules::kWindows) component.remove_prefix(component.rfind(':') + 1);
+    if (component == "..") return true;
   }
   return false;
 }
@@ -108,8 +122,9 @@ std::string JoinPath(std::string_view directory, std::string_view name) {
 std::string StoredName(PathRules rules, std::string_view disk_name, bool keep_absolute) {
   std::string name = WithSlashes(rules, disk_name);
   if (!keep_absolute) {
-    if (HasDrive(name)) name.erase(0, kDriveLength);
-    name.erase(0, std::min(name.find_first_not_of('/'), name.size()));
+    while (HasDrive(name) || (!name.empty() && name[0] == '/')) {
+      name.erase(0, name[0] == '/' ? 1 : kDriveLength);
+    }
   }
   while (name.size() > 1 && name.back() == '/')
     name.pop_back();

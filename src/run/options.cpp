@@ -35,17 +35,17 @@ constexpr FlagWord kFlagWords[] = {
 };
 
 struct FlagLetter {
-  char letter;
   bool CCmdLineOptions::*flag;
+  char letter;
   bool value;
 };
 
 constexpr FlagLetter kFlagLetters[] = {
-    {'v', &CCmdLineOptions::verbose, true},
-    {'s', &CCmdLineOptions::space_check, true},
-    {'g', &CCmdLineOptions::ignore_case, true},
-    {'i', &CCmdLineOptions::ignore_inaccessible, true},
-    {'r', &CCmdLineOptions::resolve_links, false},
+    {&CCmdLineOptions::verbose, 'v', true},
+    {&CCmdLineOptions::space_check, 's', true},
+    {&CCmdLineOptions::ignore_case, 'g', true},
+    {&CCmdLineOptions::ignore_inaccessible, 'i', true},
+    {&CCmdLineOptions::resolve_links, 'r', false},
 };
 
 // Words whose next argument is a file or directory.

@@ -28,7 +28,8 @@ CRunContext::~CRunContext() { CCmdLineOptions::Destroy(); }
 
 void CRunContext::FixArchiveName() {
   const char* value = options_->archive_value;
-  archive_name_ = std::string(value != nullptr ? value : kDefaultArchive, 0, kLongestArchiveName);
+  archive_name_ =
+      std::string(value != nullptr ? value : kDefaultArchive).substr(0, kLongestArchiveName);
   start_directory_ = CurrentDirectory();
   const PathRules rules = SystemPathRules();
   archive_path_ = WithSlashes(rules, IsAbsolutePath(rules, archive_name_)
