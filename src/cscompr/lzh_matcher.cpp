@@ -17,13 +17,13 @@ constexpr std::array<LzhMatcher::Effort, 9> LzhMatcher::kEfforts = {{{4, 4, 16},
                                                                      {32, 258, 4096}}};
 
 void LzhMatcher::Reset(int level, std::uint32_t stream_length) {
+  effort_ = kEfforts[static_cast<std::size_t>(level) - 1];
   heads_.fill(0);
-  long_heads_.fill(0);
+  if (IsDeep()) long_heads_.fill(0);
   position_ = 0;
   end_ = 0;
   remaining_ = stream_length;
   pending_ = {};
-  effort_ = kEfforts[static_cast<std::size_t>(level) - 1];
 }
 
 std::uint32_t LzhMatcher::Fill(std::span<const std::uint8_t> input) {
@@ -39,16 +39,19 @@ std::uint32_t LzhMatcher::Fill(std::span<const std::uint8_t> input) {
 // the same for every way of cutting the input.
 void LzhMatcher::Slide() {
   std::memcpy(window_.data(), window_.data() + kHalfWindow, kHalfWindow);
-  const auto rebase = [](std::uint16_t entry) {
-    return static_cast<std::uint16_t>(entry > kHalfWindow ? entry - kHalfWindow : 0);
+  // Positions fit 15 bits, so the sign tells which ones drop out; compilers make vector code of it.
+  const auto rebase = [](auto& table) {
+    for (std::uint16_t& entry : table) {
+      const auto moved = static_cast<std::int16_t>(entry - kHalfWindow);
+      entry = static_cast<std::uint16_t>(std::max(moved, std::int16_t{0}));
+    }
   };
-  const auto rebase_all = [rebase](auto& table) {
-    std::transform(table.begin(), table.end(), table.begin(), rebase);
-  };
-  rebase_all(heads_);
-  rebase_all(links_);
-  rebase_all(long_heads_);
-  rebase_all(long_links_);
+  rebase(heads_);
+  rebase(links_);
+  if (IsDeep()) {
+    rebase(long_heads_);
+    rebase(long_links_);
+  }
   position_ -= kHalfWindow;
   end_ -= kHalfWindow;
 }

@@ -39,6 +39,8 @@ class LzhMatcher {
   static constexpr std::uint32_t kSlidePosition = kHalfWindow + kMaxDistance;
   static constexpr std::uint32_t kSlackBytes = 8;  // wide loads reach so far behind the window
   static constexpr std::uint32_t kHashEntries = 16384;
+  // Chains shorter than this are searched faster than the tables of a deep search are kept.
+  static constexpr std::uint32_t kDeepChain = 32;
 
   struct Effort {
     std::uint32_t good_length;  // from this length on the search for a better match is cut short
@@ -55,6 +57,7 @@ class LzhMatcher {
 
   [[nodiscard]] bool EndIsInWindow() const { return remaining_ == 0; }
   [[nodiscard]] bool AtStreamEnd() const { return EndIsInWindow() && position_ == end_; }
+  [[nodiscard]] bool IsDeep() const { return effort_.max_chain >= kDeepChain; }
   void Slide();
   // Decides the positions below `limit`. Behind each of them stand kMinLookahead bytes, or at
   // least three and then the stream's end.

@@ -14,15 +14,9 @@
 #include "cscompr/lzh_matcher.h"
 
 namespace cscompr {
-namespace {
-
-// Chains shorter than this are searched faster than the tables of a deep search are kept.
-constexpr std::uint32_t kDeepChain = 32;
-
-}  // namespace
 
 void LzhMatcher::Decide(LzhTokens& tokens, std::uint32_t limit) {
-  if (effort_.max_chain >= kDeepChain) {
+  if (IsDeep()) {
     DecideWith<true>(tokens, limit);
   } else {
     DecideWith<false>(tokens, limit);
