@@ -1,9 +1,9 @@
-// Searching the window for the longest match, nearest first: the two ways of doing it that the
-// encoder's central loop chooses from. Both give the same answer, that of a plain walk along the
+// Searching the window for the longest match, nearest first: the two ways of doing it, one for each
+// of the encoder's central loops. Both give the same answer, that of a plain walk along the
 // chain of positions whose three bytes share a hash: of the first `chain` candidates the nearest
-// one of the greatest length. Included by the central loop alone, which they are inlined into.
+// one of the greatest length. Included by the central loops alone, which they are inlined into.
 //
-// PlainSearch is that walk. DeepSearch leaves out nearly all candidates of a long chain that
+// ShortSearch is that walk. DeepSearch leaves out nearly all candidates of a long chain that
 // cannot win: a match longer than three bytes also shares its first four, and one longer than
 // `best` the last four it would have to have, so one of two sparser chains will do. How many
 // candidates the plain walk would have met before one of these follows from ranks: a position's
@@ -26,7 +26,13 @@ inline constexpr std::uint32_t kTooFarForShortest = 4096;
 
 inline constexpr int kHashBits = 14;
 
-// Of the first three of four bytes. Part of the format, as the candidates of a search depend on it.
+// Of three bytes. Part of the format, as the candidates of a search depend on it.
+constexpr std::uint16_t Hash(std::uint8_t first, std::uint8_t second, std::uint8_t third) {
+  return static_cast<std::uint16_t>(((first << 10) ^ (second << 5) ^ third) &
+                                    ((1 << kHashBits) - 1));
+}
+
+// Of the first three of four bytes, in the order of a little-endian word.
 constexpr std::uint32_t Hash(std::uint32_t bytes) {
   return ((bytes << 10) ^ (bytes >> 3 & 0x1FE0) ^ (bytes >> 16 & 0xFF)) & ((1U << kHashBits) - 1);
 }
@@ -36,7 +42,7 @@ constexpr std::uint32_t LongHash(std::uint32_t bytes) {
   return (bytes * 0x9E3779B1U) >> (32 - kHashBits);
 }
 
-// The tables of a matcher; links and ranks are indexed by position modulo 16,384.
+// The tables of a deep search; links and ranks are indexed by position modulo 16,384.
 struct ChainTables {
   static constexpr std::uint32_t kMask = 16383;
 
@@ -75,52 +81,59 @@ inline std::uint32_t MatchLength(const std::uint8_t* a, const std::uint8_t* b,
                   max_length);
 }
 
-// The nearest candidate that agrees in three bytes, and how far it does.
-inline FoundMatch FindShortest(const ChainTables& tables, const ChainQuery& query,
-                               std::uint32_t& chain) {
-  const std::uint8_t* const here = tables.window + query.position;
-  const std::uint64_t first = Load64(here);
-  std::uint32_t candidate = query.head;
-  for (;;) {
-    const std::uint8_t* const there = tables.window + candidate;
-    const std::uint64_t difference = first ^ Load64(there);
-    if ((difference & 0xFFFFFF) == 0) {
-      return {MatchLength(here, there, difference, query.max_length), candidate};
-    }
-    candidate = tables.links[candidate & ChainTables::kMask];
-    if (candidate <= query.limit || --chain == 0) return {};
-  }
-}
+// The links are indexed by position.
+class ShortSearch {
+ public:
+  ShortSearch(const std::uint8_t* window, const std::uint16_t* links)
+      : window_(window), links_(links) {}
 
-inline FoundMatch PlainSearch(const ChainTables& tables, const ChainQuery& query) {
-  const std::uint8_t* const here = tables.window + query.position;
-  const std::uint64_t first = Load64(here);
-  FoundMatch best{query.beat, 0};
-  std::uint32_t chain = query.chain;
-  std::uint32_t candidate = query.head;
-  if (query.beat < kMinMatch) {
-    best = FindShortest(tables, query, chain);
-    if (best.position == 0 || best.length >= query.max_length) return best;
-    candidate = tables.links[best.position & ChainTables::kMask];
-    if (candidate <= query.limit || --chain == 0) return best;
-  }
-  // The four bytes that a longer match must end in settle nearly every candidate.
-  std::uint32_t ending = Load32(here + best.length - 3);
-  for (;;) {
-    const std::uint8_t* const there = tables.window + candidate;
-    if (Load32(there + best.length - 3) == ending) {
-      const std::uint32_t length =
-          MatchLength(here, there, first ^ Load64(there), query.max_length);
-      if (length > best.length) {
-        best = {length, candidate};
-        if (length >= query.max_length) return best;
-        ending = Load32(here + length - 3);
-      }
+  // The longest match of three bytes or more; `query.beat` is not looked at.
+  [[gnu::always_inline]] FoundMatch Find(ChainQuery query) const {
+    const std::uint8_t* const here = window_ + query.position;
+    const std::uint64_t first = Load64(here);
+    std::uint64_t difference = first ^ Load64(window_ + query.head);
+    while ((difference & 0xFFFFFF) != 0) {
+      query.head = links_[query.head];
+      if (query.head <= query.limit || --query.chain == 0) return {};
+      difference = first ^ Load64(window_ + query.head);
     }
-    candidate = tables.links[candidate & ChainTables::kMask];
-    if (candidate <= query.limit || --chain == 0) return best;
+    const FoundMatch nearest = {
+        MatchLength(here, window_ + query.head, difference, query.max_length), query.head};
+    query.head = links_[query.head];
+    if (nearest.length >= query.max_length || query.head <= query.limit || --query.chain == 0) {
+      return nearest;
+    }
+    return FindLonger(query, nearest);
   }
-}
+
+  // The longest match that is longer than `best`, else `best`, whose length is at least 3.
+  // The four bytes that a longer match must end in settle nearly every candidate.
+  [[gnu::always_inline]] FoundMatch FindLonger(ChainQuery query, FoundMatch best) const {
+    const std::uint8_t* const here = window_ + query.position;
+    const std::uint64_t first = Load64(here);
+    const std::uint8_t* endings = window_ + best.length - 3;
+    std::uint32_t ending = Load32(endings + query.position);
+    do {
+      if (Load32(endings + query.head) == ending) [[unlikely]] {
+        const std::uint8_t* const there = window_ + query.head;
+        const std::uint32_t length =
+            MatchLength(here, there, first ^ Load64(there), query.max_length);
+        if (length > best.length) {
+          best = {length, query.head};
+          if (length >= query.max_length) break;
+          endings = window_ + length - 3;
+          ending = Load32(endings + query.position);
+        }
+      }
+      query.head = links_[query.head];
+    } while (query.head > query.limit && --query.chain != 0);
+    return best;
+  }
+
+ private:
+  const std::uint8_t* const window_;
+  const std::uint16_t* const links_;
+};
 
 class DeepSearch {
  public:

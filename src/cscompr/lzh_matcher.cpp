@@ -20,6 +20,7 @@ void LzhMatcher::Reset(int level, std::uint32_t stream_length) {
   effort_ = kEfforts[static_cast<std::size_t>(level) - 1];
   heads_.fill(0);
   if (IsDeep()) long_heads_.fill(0);
+  inserted_ = 0;
   position_ = 0;
   end_ = 0;
   remaining_ = stream_length;
@@ -40,17 +41,20 @@ std::uint32_t LzhMatcher::Fill(std::span<const std::uint8_t> input) {
 void LzhMatcher::Slide() {
   std::memcpy(window_.data(), window_.data() + kHalfWindow, kHalfWindow);
   // Positions fit 15 bits, so the sign tells which ones drop out; compilers make vector code of it.
-  const auto rebase = [](auto& table) {
-    for (std::uint16_t& entry : table) {
-      const auto moved = static_cast<std::int16_t>(entry - kHalfWindow);
-      entry = static_cast<std::uint16_t>(std::max(moved, std::int16_t{0}));
+  const auto rebase = [](auto& table, std::size_t first) {
+    for (std::size_t i = 0; i < kHalfWindow; ++i) {
+      const auto moved = static_cast<std::int16_t>(table[first + i] - kHalfWindow);
+      table[i] = static_cast<std::uint16_t>(std::max(moved, std::int16_t{0}));
     }
   };
-  rebase(heads_);
-  rebase(links_);
+  rebase(heads_, 0);
   if (IsDeep()) {
-    rebase(long_heads_);
-    rebase(long_links_);
+    rebase(links_, 0);
+    rebase(long_heads_, 0);
+    rebase(long_links_, 0);
+  } else {
+    rebase(links_, kHalfWindow);
+    inserted_ -= kHalfWindow;
   }
   position_ -= kHalfWindow;
   end_ -= kHalfWindow;
@@ -75,6 +79,14 @@ LzhMatcher::Pause LzhMatcher::Run(LzhTokens& tokens) {
     } else {
       FinishTail(tokens);
     }
+  }
+}
+
+void LzhMatcher::Decide(LzhTokens& tokens, std::uint32_t limit) {
+  if (IsDeep()) {
+    DecideDeep(tokens, limit);
+  } else {
+    DecideShort(tokens, limit);
   }
 }
 

@@ -1,5 +1,6 @@
-// The central loop of the encoder: lazy matching over hash chains. It stands alone because nearly
-// all of the encoder's time is spent here, and it is long because its state lives in locals.
+// The encoder's central loop: lazy matching over hash chains, here for the levels that search short
+// chains. It stands alone because nearly all of the encoder's time is spent here, and it is long
+// because its state lives in locals.
 //
 // The hash of three bytes has 14 bits; every position is inserted at the head of its hash's chain,
 // so a walk along a chain meets the nearest candidates first and only a longer match replaces one
@@ -7,31 +8,46 @@
 //
 // A match found at one position is kept pending until the next position was searched: if that
 // brings a longer one, a literal takes the first position's place, else the pending match is
-// added and the strings inside it are inserted unsearched.
+// added and the strings inside it are passed over.
+//
+// As every position is inserted whatever is decided about it, insertion runs ahead of the search
+// by hundreds of positions, in a loop of its own without branches that depend on the data. A
+// position's link, its predecessor in the chain, then is the first candidate of its search.
 #include <algorithm>
+#include <array>
 
 #include "cscompr/lzh_chain_search.h"
 #include "cscompr/lzh_matcher.h"
 
 namespace cscompr {
+namespace {
 
-void LzhMatcher::Decide(LzhTokens& tokens, std::uint32_t limit) {
-  if (IsDeep()) {
-    DecideWith<true>(tokens, limit);
-  } else {
-    DecideWith<false>(tokens, limit);
+constexpr std::uint32_t kInsertAhead = 256;
+
+}  // namespace
+
+void LzhMatcher::InsertUpTo(std::uint32_t limit) {
+  std::array<std::uint16_t, kHashBatch> hashes;  // NOLINT(*-member-init): filled below
+  while (inserted_ < limit) {
+    // Of whole batches, byte by byte: compilers make vector code of this form.
+    const std::uint8_t* const strings = window_.data() + inserted_;
+    for (std::size_t i = 0; i < kHashBatch; ++i)
+      hashes[i] = Hash(strings[i], strings[i + 1], strings[i + 2]);
+    const std::uint32_t count = std::min(limit - inserted_, kHashBatch);
+    std::uint16_t* const links = links_.data() + inserted_;
+    for (std::uint32_t i = 0; i < count; ++i) {
+      std::uint16_t& head = heads_[hashes[i]];
+      links[i] = head;
+      head = static_cast<std::uint16_t>(inserted_ + i);
+    }
+    inserted_ += count;
   }
 }
 
-template <bool kDeep>
-void LzhMatcher::DecideWith(LzhTokens& tokens, std::uint32_t limit) {
-  std::uint16_t* const heads = heads_.data();
-  std::uint16_t* const links = links_.data();
-  std::uint16_t* const long_heads = long_heads_.data();
-  std::uint16_t* const long_links = long_links_.data();
-  std::uint16_t* const ranks = ranks_.data();
+void LzhMatcher::DecideShort(LzhTokens& tokens, std::uint32_t limit) {
   const std::uint8_t* const window = window_.data();
-  const ChainTables tables{window, links, long_heads, long_links, ranks};
+  const std::uint16_t* const links = links_.data();
+  const ShortSearch searcher(window, links);
   LzhToken* next = tokens.tokens.data() + tokens.size;
   const LzhToken* const stop = tokens.tokens.data() + tokens.stop;
   const std::uint32_t end = end_;
@@ -39,62 +55,40 @@ void LzhMatcher::DecideWith(LzhTokens& tokens, std::uint32_t limit) {
   std::uint32_t position = position_;
   Match pending = pending_;
 
-  const auto insert = [=](std::uint32_t at) {
-    const std::uint32_t bytes = Load32(window + at);
-    std::uint16_t& head = heads[Hash(bytes)];
-    const std::uint32_t previous = head;
-    links[at & ChainTables::kMask] = head;
-    head = static_cast<std::uint16_t>(at);
-    if constexpr (kDeep) {
-      std::uint16_t& long_head = long_heads[LongHash(bytes)];
-      long_links[at & ChainTables::kMask] = long_head;
-      long_head = static_cast<std::uint16_t>(at);
-      ranks[at & ChainTables::kMask] =
-          static_cast<std::uint16_t>(ranks[previous & ChainTables::kMask] + 1);
-    }
-    return previous;
-  };
-  const auto search = [=](std::uint32_t at, std::uint32_t candidate, std::uint32_t beat,
-                          std::uint32_t chain) -> Match {
-    const std::uint32_t max_length = std::min(end - at, std::uint32_t{kMaxMatch});
-    const std::uint32_t farthest = at > kMaxDistance ? at - kMaxDistance : 0;
-    if (candidate == 0 || candidate < farthest || beat >= max_length) return {};
-    const ChainQuery query{at, candidate, beat, max_length, farthest, chain};
-    FoundMatch found;
-    if constexpr (kDeep) {
-      found = DeepSearch(tables, query).Run();
-    } else {
-      found = PlainSearch(tables, query);
-    }
-    return found.position != 0 ? Match{found.length, at - found.position} : Match{};
-  };
-
   while (position < limit && next != stop) {
-    const std::uint32_t candidate = insert(position);
+    if (position >= inserted_) InsertUpTo(std::min(position + kInsertAhead, end - kMinMatch + 1));
+    const std::uint32_t max_length = std::min(end - position, std::uint32_t{kMaxMatch});
+    const std::uint32_t farthest = position > kMaxDistance ? position - kMaxDistance : 0;
+    const std::uint32_t candidate = links[position];
+    const bool has_candidate = candidate != 0 && candidate >= farthest;
     if (pending.length == 0) {
-      pending = search(position, candidate, kMinMatch - 1, effort.max_chain);
-      if (pending.length == kMinMatch && pending.distance > kTooFarForShortest) pending = {};
-      if (pending.length == 0) *next++ = LiteralToken(window[position]);
-      ++position;
+      if (has_candidate) {
+        const FoundMatch found =
+            searcher.Find({position, candidate, 0, max_length, farthest, effort.max_chain});
+        const std::uint32_t distance = position - found.position;
+        if (found.length > kMinMatch ||
+            (found.length == kMinMatch && distance <= kTooFarForShortest)) {
+          pending = {found.length, distance};
+          ++position;
+          continue;
+        }
+      }
+      *next++ = LiteralToken(window[position++]);
       continue;
     }
-    Match longer;
-    if (pending.length < effort.max_lazy) {
-      const bool is_good = pending.length >= effort.good_length;
-      longer = search(position, candidate, pending.length, effort.max_chain / (is_good ? 4 : 1));
-    }
-    if (longer.length > 0) {
-      *next++ = LiteralToken(window[position - 1]);
-      pending = longer;
-      ++position;
-      continue;
+    if (has_candidate && pending.length < effort.max_lazy && pending.length < max_length) {
+      const std::uint32_t chain = effort.max_chain / (pending.length >= effort.good_length ? 4 : 1);
+      const FoundMatch longer = searcher.FindLonger(
+          {position, candidate, pending.length, max_length, farthest, chain}, {pending.length, 0});
+      if (longer.position != 0) {
+        *next++ = LiteralToken(window[position - 1]);
+        pending = {longer.length, position - longer.position};
+        ++position;
+        continue;
+      }
     }
     *next++ = MatchToken(pending.length, pending.distance);
-    const std::uint32_t behind = position - 1 + pending.length;
-    const std::uint32_t insertable = std::min(behind, end - kMinMatch + 1);
-    while (++position < insertable)
-      insert(position);
-    position = behind;
+    position += pending.length - 1;
     pending = {};
   }
 
