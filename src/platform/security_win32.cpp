@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "platform/security_descriptor.h"
 #include "platform/system_win32.h"
 #include "report/system_error.h"
 
@@ -43,14 +44,20 @@ bool EnablePrivilege(HANDLE token, const char* name) {
 class CAbsoluteDescriptor {
  public:
   // Both return the text that says what failed; none when nothing did.
-  std::string Allocate(PSECURITY_DESCRIPTOR relative) {
-    (void)Convert(relative);  // fails for want of room, and says how much each part needs
+  std::string Take(std::span<const std::uint8_t> descriptor) {
+    constexpr char kFailure[] = "Error converting relative to absolute security descriptor:\n\t";
+    if (!IsSecurityDescriptor(descriptor)) {
+      SetLastError(ERROR_INVALID_SECURITY_DESCR);
+      return kFailure + ErrorTextNow();
+    }
+    // The system wants to be able to write, and the bytes where a structure may stand.
+    std::vector<std::uint8_t> relative(descriptor.begin(), descriptor.end());
+    (void)Convert(relative.data());  // fails for want of room, and says how much each part needs
     for (Part* part : {&dacl_, &sacl_, &owner_, &group_}) {
       part->block.reset(GlobalAlloc(GPTR, part->size));
       if (!part->block) return "no more memory...";
     }
-    if (Convert(relative)) return {};
-    return "Error converting relative to absolute security descriptor:\n\t" + ErrorTextNow();
+    return Convert(relative.data()) ? std::string() : kFailure + ErrorTextNow();
   }
 
   std::string ApplyTo(std::string path) {
@@ -112,10 +119,8 @@ bool AcquirePrivileges(std::string* why) {
 bool RestoreSecurity(const std::string& path, std::span<const std::uint8_t> descriptor,
                      std::string* why) {
   if (!AcquirePrivileges(why)) return false;
-  // The system wants to be able to write, and the bytes where a structure may stand.
-  std::vector<std::uint8_t> relative(descriptor.begin(), descriptor.end());
   CAbsoluteDescriptor absolute;
-  std::string failure = absolute.Allocate(relative.data());
+  std::string failure = absolute.Take(descriptor);
   if (failure.empty()) failure = absolute.ApplyTo(SystemPath(path));
   if (!failure.empty()) *why = "MOLDEX: " + failure;
   return failure.empty();
