@@ -82,7 +82,7 @@ void CContainer::OpenForAppending() {
   const Format format = FormatOf(std::span(header).first(transfer.bytes));
   if (format == Format::kOther) throw CInvalExcept(archive_name_);
   // What is added has to look like what is there.
-  CRunContext::GetInstance().options().long_names = format == Format::kVersion2LongNames;
+  CRunContext::GetInstance().SetLongNames(format == Format::kVersion2LongNames);
   if (!file_.SeekToEnd()) throw COpenExcept(archive_name_);
 }
 
@@ -139,7 +139,7 @@ bool CContainer::CheckHeader() {
   is_version2_ = false;
   const Format format = FormatOf(ReadExactly(kArchiveHeaderBytes));
   if (format == Format::kOther) return false;
-  if (format == Format::kVersion2LongNames) CRunContext::GetInstance().SetLongNames();
+  if (format == Format::kVersion2LongNames) CRunContext::GetInstance().SetLongNames(true);
   const auto start = reader_->Peek(kEntryHeaderBytes);
   is_version2_ = start.size() < kEntryHeaderBytes || IsEntryType(start.data());
   return *is_version2_;

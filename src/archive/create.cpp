@@ -8,6 +8,8 @@
 #include "archive/entry_name.h"
 #include "archive/normal_compress.h"
 #include "platform/file_services.h"
+#include "platform/name_rules.h"
+#include "platform/shortcut.h"
 #include "report/except.h"
 #include "report/exit_status.h"
 #include "report/system_error.h"
@@ -79,12 +81,40 @@ bool CCreate::OnObject(const std::string& name, const FileStatus& status, bool i
   if (options_.IsExcluded(name)) return false;
   // An archive never contains itself, whatever it is called here.
   if (status.identity == archive_->identity()) return false;
-  return AddEntry(name, status);
+  const bool resolve = options_.resolve_links && status.kind == FileKind::kRegular &&
+                       IsShortcutName(SystemPathRules(), name);
+  if (!resolve) return AddEntry(name, status, name);
+  AddShortcutTarget(name, status);
+  return false;
 }
 
-bool CCreate::AddEntry(const std::string& name, const FileStatus& status) {
+// A shortcut becomes what it points to: a file, or a directory without what is in it. It is stored
+// under the target's name, in full where absolute names are kept. One that points to another
+// shortcut is left out: following a chain could go in circles.
+void CCreate::AddShortcutTarget(const std::string& name, const FileStatus& status) {
+  const Shortcut shortcut = ResolveShortcut(name);
+  if (shortcut.kind == ShortcutKind::kPlainFile) {
+    AddEntry(name, status, name);
+    return;
+  }
+  if (shortcut.kind == ShortcutKind::kNoTarget) {
+    OnLinkWithoutTarget(name);
+    return;
+  }
+  const PathRules rules = SystemPathRules();
+  const auto target = QueryStatus(shortcut.target);
+  const std::string last(LastComponent(rules, shortcut.target));
+  if (!target || last.empty() || IsShortcutName(rules, last)) {
+    OnInaccessible(name);
+  } else if (target->identity != archive_->identity()) {
+    AddEntry(shortcut.target, *target, options_.absolute_paths ? shortcut.target : last);
+  }
+}
+
+bool CCreate::AddEntry(const std::string& name, const FileStatus& status,
+                       const std::string& stored_as) {
   const std::string archive_name =
-      StoredName(SystemPathRules(), options_.Renamed(name), options_.absolute_paths);
+      StoredName(SystemPathRules(), options_.Renamed(stored_as), options_.absolute_paths);
   const std::string utf8_name = NameToUtf8(archive_name);
   const auto entry = MakeEntry(name, status);
   if (utf8_name.size() > kLongestName || !entry->Prepare()) {

@@ -32,7 +32,9 @@ class CCreate : public CCommand, private ITreeVisitor {
   std::unique_ptr<ICompressStrategy> MakeStrategy();
   void WalkNames();
   void FinishArchive();
-  bool AddEntry(const std::string& name, const FileStatus& status);
+  // Writes the entry for an object, stored under `stored_as` unless that is renamed.
+  bool AddEntry(const std::string& name, const FileStatus& status, const std::string& stored_as);
+  void AddShortcutTarget(const std::string& name, const FileStatus& status);
 
   CRunContext& context_;
   const CCmdLineOptions& options_;

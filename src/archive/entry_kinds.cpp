@@ -3,13 +3,12 @@
 #include "archive/entry_name.h"
 #include "archive/output_place.h"
 #include "platform/file_services.h"
+#include "platform/name_rules.h"
 #include "report/except.h"
 #include "run/run_context.h"
 
 namespace moldex {
 namespace {
-
-constexpr char kShortcutEnding[] = ".lnk";
 
 // The bits of a mode that make room for the kind of a stored link.
 constexpr std::uint32_t kModeOutsideLinkKind = 0xFFFF1FFF;
@@ -76,7 +75,7 @@ std::unique_ptr<CDirEntry> MakeEntry(const std::string& disk_name, const FileSta
     case FileKind::kDirectory:
       return std::make_unique<CDirectory>(disk_name, status);
     case FileKind::kRegular:
-      if (keep_links && disk_name.ends_with(kShortcutEnding)) {
+      if (keep_links && IsShortcutName(SystemPathRules(), disk_name)) {
         return std::make_unique<CLink>(disk_name, status);
       }
       return std::make_unique<CFile>(disk_name, status);

@@ -2,8 +2,8 @@
 
 #include "archive/output_place.h"
 #include "oldformat/extract_old.h"
-#include "platform/attributes.h"
 #include "platform/file_services.h"
+#include "platform/name_rules.h"
 #include "platform/security.h"
 #include "report/except.h"
 #include "report/exit_status.h"
@@ -86,8 +86,16 @@ bool CExtract::LacksTarget(const CDirEntry& entry) const {
   return link != nullptr && link->Target().empty();
 }
 
+// Whether the system takes the name as it is written, behind the target directory.
+bool CExtract::HasAllowedName(const CDirEntry& entry) const {
+  const PathRules rules = SystemPathRules();
+  const char* target = options_.target_directory != nullptr ? "." : "";
+  return IsAllowedName(rules, TargetName(rules, target, entry.GetName()));
+}
+
 // Whether extraction may put the entry where its name says, and a link where its target says.
 bool CExtract::MayBeWritten(const CDirEntry& entry) const {
+  if (!HasAllowedName(entry)) return false;
   if (options_.absolute_paths) return true;
   const PathRules rules = SystemPathRules();
   if (HasParentComponent(rules, entry.GetName())) return false;
@@ -96,6 +104,12 @@ bool CExtract::MayBeWritten(const CDirEntry& entry) const {
 }
 
 void CExtract::Refuse(const CDirEntry& entry) {
+  if (!HasAllowedName(entry)) {
+    CExcept failure("MOLDEX: name is not allowed on this system: " + entry.GetName(),
+                    kErrorNameNotAllowed, false);
+    context_.log().PrintInfo(failure);
+    return;
+  }
   CExcept failure(
       "MOLDEX: name leaves the target directory (use -P to allow it): " + entry.GetName(),
       kErrorLeavesTarget, false);
@@ -143,14 +157,11 @@ void CExtract::ApplyDirectories(CContainer& archive, CEntrySelection selection) 
   }
 }
 
-// The mode of a directory in long-name mode comes from attributes, which say nothing of the right
-// to search it.
 void CExtract::ApplyDirectory(const CDirEntry& entry) {
   const std::string path = OutputPath(entry.GetName());
-  const std::uint32_t mode = entry.header().mode;
-  const bool done = context_.long_names() ? SetAttributesAt(path, AttributesOfMode(mode), true)
-                                          : SetPermissionsAt(path, mode);
-  if (!done) throw CChgModExcept(path);
+  if (!SetDirectoryModeAt(path, entry.header().mode, context_.long_names())) {
+    throw CChgModExcept(path);
+  }
 }
 
 }  // namespace moldex

@@ -29,6 +29,7 @@ class CExtract : public CCommand {
   void ProcessEntries(CContainer& archive);
   bool ProcessEntry(CContainer& archive, CDirEntry& entry);
   bool MayBeWritten(const CDirEntry& entry) const;
+  bool HasAllowedName(const CDirEntry& entry) const;
   bool LacksTarget(const CDirEntry& entry) const;
   void Refuse(const CDirEntry& entry);
   void RestoreSecurityOf(const CDirEntry& entry);

@@ -8,6 +8,7 @@
 #include "driver/run.h"
 #include "driver/usage.h"
 #include "driver/version.h"
+#include "report/console.h"
 #include "report/except.h"
 #include "report/exit_status.h"
 #include "run/run_context.h"
@@ -72,6 +73,7 @@ void RunProgram(CRunContext& context, int argument_count, char** arguments) {
 int main(int argument_count, char** arguments) {
   // Names are in the code page of the user's locale; everything else stays as it is everywhere.
   std::setlocale(LC_CTYPE, "");
+  const moldex::CConsoleCodePage console;
   moldex::CRunContext& context = moldex::CRunContext::GetInstance();
   moldex::RunProgram(context, argument_count, arguments);
   const int status = moldex::ExitStatus();

@@ -72,6 +72,7 @@ void Run(CRunContext& context) {
   if (options.redirect_output) RedirectOutput();
   options.ReadNameLists();
   options.CheckOptions();
+  context.SetLongNames(options.long_names);
   context.FixArchiveName();
   if (options.statistics) {
     context.log().PrintMessage(std::string("running MOLDEX in release ") + ReleaseString());

@@ -49,6 +49,7 @@ enum ErrorCode : int {
   kErrorNameTooLong = 56,
   kErrorBadLength = 57,
   kErrorMergeWithItself = 58,
+  kErrorNameNotAllowed = 59,
   kErrorGeneric = 100,
   kErrorErrnoBase = 100  // failures of the stat family: this plus errno
 };

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "platform/file_services.h"
+#include "platform/long_name.h"
 #include "report/except.h"
 #include "run/archive_list.h"
 
@@ -35,6 +36,11 @@ void CRunContext::FixArchiveName() {
   archive_path_ = WithSlashes(rules, IsAbsolutePath(rules, archive_name_)
                                          ? archive_name_
                                          : JoinPath(start_directory_, archive_name_));
+}
+
+void CRunContext::SetLongNames(bool on) {
+  options_->long_names = on;
+  SetLongNameMode(on);
 }
 
 std::vector<std::string> CRunContext::ArchiveList() {

@@ -44,9 +44,10 @@ class CRunContext {
   void ReportInaccessibleFile(const std::string& name);
   bool files_inaccessible() const { return files_inaccessible_; }
 
-  // Reading an archive in long-name mode switches the rest of the run to it.
+  // Reading an archive in long-name mode switches the rest of the run to it. SetLongNames also
+  // tells the room that calls the system, whose paths take another form then.
   bool long_names() const { return options_->long_names; }
-  void SetLongNames() { options_->long_names = true; }
+  void SetLongNames(bool on);
 
  private:
   CRunContext();
