@@ -18,7 +18,9 @@ struct HeapNode {
   std::uint32_t node = 0;
 };
 
-// A binary min-heap with the smallest node on top.
+// A binary min-heap with the smallest node on top. Which child is the smaller one cannot be
+// foreseen, so it is computed rather than branched upon; for that a sentinel that sinks below
+// everything stands behind the last node.
 class NodeHeap {
  public:
   [[nodiscard]] std::size_t Size() const { return size_; }
@@ -28,13 +30,15 @@ class NodeHeap {
 
   // Makes a heap of what was appended.
   void Arrange() {
+    nodes_[size_ + 1] = kSentinel;
     for (std::size_t i = size_ / 2; i >= 1; --i)
       SiftDown(i);
   }
 
   HeapNode Pop() {
     const HeapNode top = nodes_[1];
-    nodes_[1] = nodes_[size_--];
+    nodes_[1] = nodes_[size_];
+    nodes_[size_--] = kSentinel;
     SiftDown(1);
     return top;
   }
@@ -45,10 +49,12 @@ class NodeHeap {
   }
 
  private:
+  static constexpr HeapNode kSentinel = {~0U, 0};
+
   void SiftDown(std::size_t parent) {
     const HeapNode sinking = nodes_[parent];
     for (std::size_t child = 2 * parent; child <= size_; child = 2 * parent) {
-      if (child < size_ && nodes_[child + 1].order <= nodes_[child].order) ++child;
+      child += nodes_[child + 1].order <= nodes_[child].order ? 1U : 0U;
       if (sinking.order <= nodes_[child].order) break;
       nodes_[parent] = nodes_[child];
       parent = child;
@@ -56,7 +62,7 @@ class NodeHeap {
     nodes_[parent] = sinking;
   }
 
-  std::array<HeapNode, kLiteralLengthCodes + 1> nodes_{};  // 1 to size_
+  std::array<HeapNode, kLiteralLengthCodes + 2> nodes_{};  // 1 to size_, then the sentinel
   std::size_t size_ = 0;
 };
 
@@ -144,13 +150,13 @@ void MeasureDepths(const Tree& tree, int max_bits, std::span<std::uint8_t> lengt
   Reassign(tree, counts, max_bits, lengths);
 }
 
+// The `bits` low bits of `code`, 16 at most, the other way round.
 constexpr std::uint32_t Reversed(std::uint32_t code, int bits) {
-  std::uint32_t reversed = 0;
-  for (; bits > 0; --bits) {
-    reversed = (reversed << 1) | (code & 1);
-    code >>= 1;
-  }
-  return reversed;
+  code = ((code & 0x5555) << 1) | ((code >> 1) & 0x5555);
+  code = ((code & 0x3333) << 2) | ((code >> 2) & 0x3333);
+  code = ((code & 0x0F0F) << 4) | ((code >> 4) & 0x0F0F);
+  code = ((code & 0x00FF) << 8) | (code >> 8);
+  return code >> (16 - bits);
 }
 
 }  // namespace
