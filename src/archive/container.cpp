@@ -57,6 +57,7 @@ CContainer::CContainer(const std::string& archive_name, std::uint32_t mode)
   const auto status = file_.Status();
   if (!status) throw COpenExcept(archive_name);
   identity_ = status->identity;
+  is_regular_ = status->kind == FileKind::kRegular;
   former_size_bytes_ = status->size_bytes;
   if (mode == kRead) {
     reader_.emplace(file_);
@@ -131,7 +132,8 @@ void CContainer::Finish() {
 }
 
 void CContainer::CutBack() {
-  if (!writer_->Flush() || !file_.Truncate(former_size_bytes_)) throw CWriteExcept(archive_name_);
+  if (!writer_->Flush()) throw CWriteExcept(archive_name_);
+  if (is_regular_ && !file_.Truncate(former_size_bytes_)) throw CWriteExcept(archive_name_);
 }
 
 bool CContainer::CheckHeader() {
@@ -158,6 +160,12 @@ CDirEntry* CContainer::NextEntry() {
     SkipBlock(type == kLastBlock);
   }
   return nullptr;
+}
+
+bool CContainer::CanRewind() {
+  if (is_regular_) return true;
+  RememberErrno(ESPIPE);
+  return false;
 }
 
 void CContainer::Rewind() {

@@ -75,7 +75,8 @@ class CContainer {
   void Write(std::span<const std::uint8_t> bytes);
   // Writes out what is buffered and closes the archive.
   void Finish();
-  // Cuts an archive opened for appending back to the length it had before.
+  // Cuts the archive back to the length that it had when it was opened, a new one to nothing; what
+  // is no regular file stays as it is.
   void CutBack();
   // What the archive's file is, so that it is not put into itself.
   const FileIdentity& identity() const { return identity_; }
@@ -89,6 +90,9 @@ class CContainer {
   // An entry is valid until the next call.
   CDirEntry* FirstEntry();
   CDirEntry* NextEntry();
+  // Whether the archive is a file that Rewind can go back in; the system's error is remembered
+  // where it is not.
+  bool CanRewind();
   // Goes back to the start, for another FirstEntry.
   void Rewind();
   // Whether a data block comes next.
@@ -109,6 +113,7 @@ class CContainer {
   std::string archive_name_;
   CFileHandle file_;
   FileIdentity identity_;
+  bool is_regular_ = false;
   std::uint64_t former_size_bytes_ = 0;
   std::uint64_t position_ = 0;  // where the next byte will be written
   std::optional<CBufferedReader> reader_;

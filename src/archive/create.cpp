@@ -57,7 +57,8 @@ std::unique_ptr<ICompressStrategy> CCreate::MakeStrategy() {
 void CCreate::WalkNames() {
   CTreeWalk walk(*this, options_.resolve_links);
   for (const std::string& name : options_.file_names) {
-    if (HasWildcard(name)) {
+    // A file may be called like a pattern; it is meant then.
+    if (HasWildcard(name) && TestExistence(name) != Existence::kExists) {
       walk.WalkPattern(name);
     } else {
       walk.Walk(name);
@@ -67,13 +68,24 @@ void CCreate::WalkNames() {
     walk.Walk(name);
 }
 
-// An archive that was appended to loses what this run added when something had to be left out
-// without leave; a new archive is deleted by the program's end in that case.
+// When something had to be left out without leave, a new archive is deleted, and one that was
+// appended to loses what this run added.
 void CCreate::FinishArchive() {
-  if (appending_ && context_.files_inaccessible() && !options_.ignore_inaccessible) {
-    archive_->CutBack();
-  }
+  const bool discard = context_.files_inaccessible() && !options_.ignore_inaccessible;
+  if (discard) archive_->CutBack();
   archive_->Finish();
+  if (discard && !appending_) DeleteArchive();
+}
+
+// Deletes what was written and nothing else: the name may be a link, or a device.
+void CCreate::DeleteArchive() {
+  const std::string& path = context_.archive_path();
+  const auto status = QueryLinkStatus(path);
+  const bool is_archive = status && status->identity == archive_->identity();
+  if (is_archive && status->kind == FileKind::kOther) return;
+  if (is_archive && DeleteFileAt(path)) return;
+  context_.log().PrintMessage("MOLDEX: could not delete the incomplete archive " +
+                              context_.archive_name());
 }
 
 bool CCreate::OnObject(const std::string& name, const FileStatus& status, bool is_start) {
@@ -117,7 +129,8 @@ bool CCreate::AddEntry(const std::string& name, const FileStatus& status,
       StoredName(SystemPathRules(), options_.Renamed(stored_as), options_.absolute_paths);
   const std::string utf8_name = NameToUtf8(archive_name);
   const auto entry = MakeEntry(name, status);
-  if (utf8_name.size() > kLongestName || !entry->Prepare()) {
+  const bool storable = !utf8_name.empty() && utf8_name.size() <= kLongestName;
+  if (!storable || !entry->Prepare()) {
     OnInaccessible(name);
     return false;
   }

@@ -32,6 +32,7 @@ class CCreate : public CCommand, private ITreeVisitor {
   std::unique_ptr<ICompressStrategy> MakeStrategy();
   void WalkNames();
   void FinishArchive();
+  void DeleteArchive();
   // Writes the entry for an object, stored under `stored_as` unless that is renamed.
   bool AddEntry(const std::string& name, const FileStatus& status, const std::string& stored_as);
   void AddShortcutTarget(const std::string& name, const FileStatus& status);

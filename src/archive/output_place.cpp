@@ -27,6 +27,13 @@ std::size_t ExistingPrefix(PathRules rules, const std::string& path) {
   return 0;
 }
 
+bool IsDirectory(const std::string& path) {
+  const auto status = QueryStatus(path);
+  if (status && status->kind == FileKind::kDirectory) return true;
+  if (status) RememberErrno(ENOTDIR);
+  return false;
+}
+
 // Creates the missing directories above the last component.
 bool CreateParents(const std::string& path) {
   if (path.empty()) return false;
@@ -69,6 +76,7 @@ void CreateOutputLink(const std::string& entry_name, const std::string& target,
 
 bool HasLinkAbove(const std::string& entry_name) {
   const PathRules rules = SystemPathRules();
+  const CSystemErrorGuard guard;
   for (std::size_t end = 1; end < entry_name.size(); ++end) {
     if (!IsSeparator(rules, entry_name[end])) continue;
     const auto status = QueryLinkStatus(OutputPath(entry_name.substr(0, end)));
@@ -81,6 +89,7 @@ void CreateOutputDirectory(const std::string& entry_name) {
   const std::string path = OutputPath(entry_name);
   switch (TestExistence(path)) {
     case Existence::kExists:
+      if (!IsDirectory(path)) throw CCreateDirExcept(path);
       if (!CRunContext::GetInstance().options().set_directory_permissions) return;
       if (!SetPermissionsAt(path, kOwnerAll)) throw CChgModExcept(path);
       return;

@@ -23,8 +23,9 @@ bool IsLinkWithoutTarget(const std::string& name) {
   return link && link->kind == FileKind::kSymbolicLink;
 }
 
-// Whether a directory is only where a walk starts, without a name to be stored under.
-bool IsStart(const std::string& name) {
+// Whether this is a directory where a walk only starts, without a name to be stored under.
+bool IsStart(const std::string& name, const FileStatus& status) {
+  if (status.kind != FileKind::kDirectory) return false;
   const PathRules rules = SystemPathRules();
   const std::string_view last = LastComponent(rules, name);
   return last == "." || last == ".." || StoredName(rules, name, false).empty();
@@ -69,7 +70,7 @@ void CTreeWalk::VisitName(const std::string& name) {
     visitor_.OnInaccessible(name);
   } else if (status->kind == FileKind::kDirectory && IsBeingWalked(status->identity)) {
     visitor_.OnLinkWithoutTarget(name);
-  } else if (visitor_.OnObject(name, *status, IsStart(name)) &&
+  } else if (visitor_.OnObject(name, *status, IsStart(name, *status)) &&
              status->kind == FileKind::kDirectory) {
     Enter(name, status->identity);
   }

@@ -1,9 +1,9 @@
 #include "commands/extract.h"
 
 #include "archive/output_place.h"
+#include "commands/admission.h"
+#include "commands/deferred_entries.h"
 #include "oldformat/extract_old.h"
-#include "platform/file_services.h"
-#include "platform/name_rules.h"
 #include "platform/security.h"
 #include "report/except.h"
 #include "report/exit_status.h"
@@ -36,6 +36,8 @@ void CExtract::Execute() {
 
 void CExtract::ProcessArchive(const std::string& name) {
   CContainer archive(name, CContainer::kRead);
+  // Extraction may have to go over an archive more than once.
+  if (extracting_ && !archive.CanRewind()) throw COpenExcept(name);
   if (!archive.CheckHeader()) throw CInvalExcept(name);
   std::string why;
   if (context_.long_names() && !AcquirePrivileges(&why)) throw CAddPrivilegeExcept(why);
@@ -57,63 +59,32 @@ void CExtract::ProcessEntries(CContainer& archive) {
     ++total_count_;
     ++archive_count_;
   }
-  if (links_wait_) MakeLinks(archive, selection_before);
-  if (directories_wait_) ApplyDirectories(archive, selection_before);
+  CDeferredEntries deferred(context_, archive, selection_before);
+  if (links_wait_) {
+    const std::uint32_t refused = deferred.MakeLinks();
+    total_count_ -= refused;
+    archive_count_ -= refused;
+  }
+  if (directories_wait_) deferred.ApplyDirectories();
 }
 
 // False for an entry that is left out.
 bool CExtract::ProcessEntry(CContainer& archive, CDirEntry& entry) {
-  if (extracting_ && LacksTarget(entry)) {
-    CExcept failure("MOLDEX: no link target for " + entry.GetName(), kErrorNoLinkTarget, false);
-    context_.log().PrintInfo(failure);
+  if (!extracting_) {
+    entry.Extract(archive, false);
+    return true;
+  }
+  const Refusal refusal = RefusalOf(entry, options_, archive.identity());
+  if (refusal != Refusal::kNone) {
+    PrintRefusal(refusal, entry, context_.log());
     return false;
   }
-  if (extracting_ && !MayBeWritten(entry)) {
-    Refuse(entry);
-    return false;
-  }
-  entry.Extract(archive, extracting_);
-  if (!extracting_) return true;
+  entry.Extract(archive, true);
   RestoreSecurityOf(entry);
   entry.Finish();
   directories_wait_ |= entry.IsDirectory() && options_.set_directory_permissions;
   links_wait_ |= entry.AsSymbolicLink() != nullptr;
   return true;
-}
-
-bool CExtract::LacksTarget(const CDirEntry& entry) const {
-  const CLink* link = entry.AsSymbolicLink();
-  return link != nullptr && link->Target().empty();
-}
-
-// Whether the system takes the name as it is written, behind the target directory.
-bool CExtract::HasAllowedName(const CDirEntry& entry) const {
-  const PathRules rules = SystemPathRules();
-  const char* target = options_.target_directory != nullptr ? "." : "";
-  return IsAllowedName(rules, TargetName(rules, target, entry.GetName()));
-}
-
-// Whether extraction may put the entry where its name says, and a link where its target says.
-bool CExtract::MayBeWritten(const CDirEntry& entry) const {
-  if (!HasAllowedName(entry)) return false;
-  if (options_.absolute_paths) return true;
-  const PathRules rules = SystemPathRules();
-  if (HasParentComponent(rules, entry.GetName())) return false;
-  const CLink* link = entry.AsSymbolicLink();
-  return link == nullptr || !LinkLeaves(rules, entry.GetName(), link->Target());
-}
-
-void CExtract::Refuse(const CDirEntry& entry) {
-  if (!HasAllowedName(entry)) {
-    CExcept failure("MOLDEX: name is not allowed on this system: " + entry.GetName(),
-                    kErrorNameNotAllowed, false);
-    context_.log().PrintInfo(failure);
-    return;
-  }
-  CExcept failure(
-      "MOLDEX: name leaves the target directory (use -P to allow it): " + entry.GetName(),
-      kErrorLeavesTarget, false);
-  context_.log().PrintInfo(failure);
 }
 
 // A security descriptor travels as an entry's user data; of a symbolic link those are the target.
@@ -122,45 +93,6 @@ void CExtract::RestoreSecurityOf(const CDirEntry& entry) {
   std::string why;
   if (!RestoreSecurity(OutputPath(entry.GetName()), entry.user_data(), &why)) {
     context_.log().PrintMessage(why);
-  }
-}
-
-// Links come last, so that no other entry of their archive is written through one; and directories
-// get their permissions once everything below them is written. Both are looked up in the archive
-// again, from the selection as it was at its start, instead of being remembered: an archive may
-// hold any number of them.
-void CExtract::MakeLinks(CContainer& archive, CEntrySelection selection) {
-  archive.Rewind();
-  for (CDirEntry* entry = archive.FirstEntry(); entry != nullptr; entry = archive.NextEntry()) {
-    if (!selection.Selects(entry->GetName(), entry->IsDirectory())) continue;
-    const CLink* link = entry->AsSymbolicLink();
-    if (link != nullptr && !LacksTarget(*link) && MayBeWritten(*link)) MakeLink(*link);
-  }
-}
-
-// A link that would be made through another one could lead anywhere.
-void CExtract::MakeLink(const CLink& link) {
-  if (!options_.absolute_paths && HasLinkAbove(link.GetName())) {
-    Refuse(link);
-    --total_count_;
-    --archive_count_;
-    return;
-  }
-  link.MakeLink();
-}
-
-void CExtract::ApplyDirectories(CContainer& archive, CEntrySelection selection) {
-  archive.Rewind();
-  for (CDirEntry* entry = archive.FirstEntry(); entry != nullptr; entry = archive.NextEntry()) {
-    if (!selection.Selects(entry->GetName(), entry->IsDirectory())) continue;
-    if (entry->IsDirectory() && MayBeWritten(*entry)) ApplyDirectory(*entry);
-  }
-}
-
-void CExtract::ApplyDirectory(const CDirEntry& entry) {
-  const std::string path = OutputPath(entry.GetName());
-  if (!SetDirectoryModeAt(path, entry.header().mode, context_.long_names())) {
-    throw CChgModExcept(path);
   }
 }
 

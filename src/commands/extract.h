@@ -28,15 +28,7 @@ class CExtract : public CCommand {
   void ProcessArchive(const std::string& name);
   void ProcessEntries(CContainer& archive);
   bool ProcessEntry(CContainer& archive, CDirEntry& entry);
-  bool MayBeWritten(const CDirEntry& entry) const;
-  bool HasAllowedName(const CDirEntry& entry) const;
-  bool LacksTarget(const CDirEntry& entry) const;
-  void Refuse(const CDirEntry& entry);
   void RestoreSecurityOf(const CDirEntry& entry);
-  void MakeLinks(CContainer& archive, CEntrySelection selection);
-  void MakeLink(const CLink& link);
-  void ApplyDirectories(CContainer& archive, CEntrySelection selection);
-  void ApplyDirectory(const CDirEntry& entry);
   const char* Done() const { return extracting_ ? "extracted" : "tested"; }
 
   CRunContext& context_;

@@ -8,6 +8,7 @@
 #include "report/except.h"
 #include "report/exit_status.h"
 #include "report/output.h"
+#include "report/system_error.h"
 #include "run/run_context.h"
 
 namespace moldex {
@@ -54,6 +55,7 @@ void PrintRecord(double amount_bytes, const std::string& location) {
 bool CSpaceInfo::AddEntry(const std::string& name, double size_bytes) {
   const char* target = CRunContext::GetInstance().options().target_directory;
   const std::string path = TargetName(SystemPathRules(), target != nullptr ? target : ".", name);
+  const CSystemErrorGuard guard;  // that there is no such file is no failure
   const auto existing = QueryStatus(path);
   const double needed_bytes =
       size_bytes - (existing ? static_cast<double>(existing->size_bytes) : 0);

@@ -11,6 +11,7 @@
 #include "report/console.h"
 #include "report/except.h"
 #include "report/exit_status.h"
+#include "report/output.h"
 #include "run/run_context.h"
 
 namespace moldex {
@@ -76,6 +77,11 @@ int main(int argument_count, char** arguments) {
   const moldex::CConsoleCodePage console;
   moldex::CRunContext& context = moldex::CRunContext::GetInstance();
   moldex::RunProgram(context, argument_count, arguments);
+  // A listing that nobody could read in full is no success, whoever is left to be told.
+  moldex::FlushOutput();
+  if (moldex::OutputFailed() && moldex::ExitStatus() == 0) {
+    moldex::SetExitStatus(moldex::kErrorWrite);
+  }
   const int status = moldex::ExitStatus();
   moldex::CRunContext::Destroy();
   return status;

@@ -59,9 +59,6 @@ void ReportLeftOutFiles(CRunContext& context) {
         "MOLDEX: some files could not be accessed (see MOLDEX.log for details)");
   }
   SetExitStatus(kErrorInaccessible);
-  const bool discard = !context.options().ignore_inaccessible;
-  // A new archive that lacks files is discarded; append has cut its archive back by itself.
-  if (discard && context.command_code() == kCommandCreate) DeleteFileAt(context.archive_path());
 }
 
 }  // namespace

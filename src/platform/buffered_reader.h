@@ -15,8 +15,8 @@ class CBufferedReader {
   // The largest piece that Take can give, in bytes.
   static constexpr std::size_t kCapacity = 128 * 1024;
 
-  // `file` stands at its start. It stays the caller's and must outlive the reader; nobody else moves
-  // its position.
+  // `file` stands at its start. It stays the caller's and must outlive the reader; nobody else
+  // moves its position.
   explicit CBufferedReader(CFileHandle& file);
 
   // The next `count` bytes (at most kCapacity), consumed. Fewer at the end of the file, or when a

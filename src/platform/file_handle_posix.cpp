@@ -66,10 +66,24 @@ bool MakePrivate(int descriptor) {
   return false;
 }
 
+bool HasOtherNames(int descriptor) {
+  struct stat record {};
+  return fstat(descriptor, &record) == 0 && S_ISREG(record.st_mode) && record.st_nlink > 1;
+}
+
 int OpenExtractedFile(const char* path) {
   constexpr int kFlags = O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
   int descriptor = OpenRetrying(path, kFlags, kOwnerOnly);
-  if (descriptor < 0 && errno == ELOOP && unlink(path) == 0) {
+  bool replace = descriptor < 0 && errno == ELOOP;  // a symbolic link
+  if (descriptor >= 0 && HasOtherNames(descriptor)) {
+    close(descriptor);
+    replace = true;
+  }
+  if (replace) {
+    if (unlink(path) != 0) {
+      RememberSystemError();
+      return -1;
+    }
     descriptor = OpenRetrying(path, kFlags | O_EXCL, kOwnerOnly);
   }
   if (descriptor < 0 || MakePrivate(descriptor)) return descriptor;

@@ -19,6 +19,16 @@ std::string_view TakeComponent(PathRules rules, std::string_view* path) {
   return component;
 }
 
+// Components that lead one directory down.
+int ComponentCount(PathRules rules, std::string_view path) {
+  int count = 0;
+  while (!path.empty()) {
+    const std::string_view component = TakeComponent(rules, &path);
+    if (!component.empty() && component != ".") ++count;
+  }
+  return count;
+}
+
 // Bytes of the first character: one, and in UTF-8 those that continue it.
 std::size_t CharacterLength(std::string_view text) {
   std::size_t length = 1;
@@ -94,19 +104,17 @@ bool HasParentComponent(PathRules rules, std::string_view name) {
 }
 
 bool LinkLeaves(PathRules rules, std::string_view name, std::string_view target) {
-  if (IsAbsolutePath(rules, target)) return true;
-  const std::size_t directory = LastSeparator(rules, name);
-  std::string walk(name.substr(0, directory == std::string_view::npos ? 0 : directory));
-  walk.append("/").append(target);
-  int depth = 0;
-  for (std::string_view left = walk; !left.empty();) {
-    const std::string_view component = TakeComponent(rules, &left);
+  if (IsAbsolutePath(rules, target) || HasDrive(target)) return true;
+  const std::size_t end = LastSeparator(rules, name);
+  int depth = ComponentCount(rules, name.substr(0, end == std::string_view::npos ? 0 : end));
+  bool descended = false;
+  while (!target.empty()) {
+    const std::string_view component = TakeComponent(rules, &target);
     if (component == "..") {
-      --depth;
+      if (descended || --depth < 0) return true;
     } else if (!component.empty() && component != ".") {
-      ++depth;
+      descended = true;
     }
-    if (depth < 0) return true;
   }
   return false;
 }

@@ -35,8 +35,9 @@ bool IsAbsolutePath(PathRules rules, std::string_view path);
 // Whether a component of the name is "..".
 bool HasParentComponent(PathRules rules, std::string_view name);
 
-// Whether a symbolic link of this name and target leads out of the directory that the name is
-// relative to: by an absolute target, or by more ".." than there are directories to leave.
+// Whether a symbolic link of this name and target may lead out of the directory that the name is
+// relative to: by an absolute target, by more ".." than there are directories to leave, or by a
+// ".." behind another component, which may be a link itself and lead elsewhere than its name says.
 bool LinkLeaves(PathRules rules, std::string_view name, std::string_view target);
 
 // `directory`, "/" unless one stands there already, `name`; an empty part yields the other one.

@@ -50,6 +50,7 @@ enum ErrorCode : int {
   kErrorBadLength = 57,
   kErrorMergeWithItself = 58,
   kErrorNameNotAllowed = 59,
+  kErrorReplacesArchive = 60,
   kErrorGeneric = 100,
   kErrorErrnoBase = 100  // failures of the stat family: this plus errno
 };

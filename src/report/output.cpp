@@ -8,4 +8,6 @@ void WriteOutput(std::string_view text) { std::fwrite(text.data(), 1, text.size(
 
 void FlushOutput() { std::fflush(stdout); }
 
+bool OutputFailed() { return std::ferror(stdout) != 0; }
+
 }  // namespace moldex

@@ -7,11 +7,14 @@
 
 namespace moldex {
 
-// Appends to standard output. A stream error is ignored: there is nowhere left to report it.
+// Appends to standard output. A stream error is not reported here: there is nowhere left to.
 void WriteOutput(std::string_view text);
 
 // Hands what was written to the system.
 void FlushOutput();
+
+// Whether some of the output could not be written.
+bool OutputFailed();
 
 }  // namespace moldex
 

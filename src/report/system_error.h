@@ -27,6 +27,18 @@ const SystemError& LastSystemError();
 // Goes back to an error from before: for a call whose failure was made good.
 void RestoreSystemError(const SystemError& error);
 
+// Keeps the error as it is: for calls whose failure is an answer.
+class CSystemErrorGuard {
+ public:
+  CSystemErrorGuard() : error_(LastSystemError()) {}
+  ~CSystemErrorGuard() { RestoreSystemError(error_); }
+  CSystemErrorGuard(const CSystemErrorGuard&) = delete;
+  CSystemErrorGuard& operator=(const CSystemErrorGuard&) = delete;
+
+ private:
+  SystemError error_;
+};
+
 // The system's sentence for the last error; empty when there is none.
 std::string LastSystemErrorText();
 

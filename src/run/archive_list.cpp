@@ -47,10 +47,14 @@ std::vector<std::string> Expand(const std::string& name, bool ignore_case) {
 
 }  // namespace
 
+bool NamesNoArchive(const char* value) { return Split(value).empty(); }
+
 std::vector<std::string> ExpandArchiveList(const std::string& value, bool ignore_case) {
   if (TestExistence(value) == Existence::kExists) return {value};
+  const std::vector<std::string> names = Split(value);
+  if (names.empty()) return {value};
   std::vector<std::string> archives;
-  for (const std::string& name : Split(value)) {
+  for (const std::string& name : names) {
     const bool literal = TestExistence(name) == Existence::kExists;
     if (!literal && (ignore_case || HasWildcard(name))) {
       const auto matches = Expand(name, ignore_case);

@@ -9,10 +9,14 @@ namespace moldex {
 
 inline constexpr char kDefaultArchive[] = "DEFAULT.QEL";
 
+// Whether a value names no archive at all.
+bool NamesNoArchive(const char* value);
+
 // A value that names an existing file as it stands is that one archive. Otherwise it is a list,
 // split at "," where it holds one and at blanks where it does not; "*" and "?" in the last part of
 // a name are expanded, sorted by name. With `ignore_case` capitals and small letters match each
 // other. A pattern that matches nothing stays as it is, so that opening it reports it.
+// Never empty: a value without any name is opened as it is, which reports it.
 std::vector<std::string> ExpandArchiveList(const std::string& value, bool ignore_case);
 
 }  // namespace moldex

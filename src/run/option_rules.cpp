@@ -2,6 +2,7 @@
 // in which they are tried.
 #include "platform/file_services.h"
 #include "report/except.h"
+#include "run/archive_list.h"
 #include "run/options.h"
 
 namespace moldex {
@@ -28,8 +29,13 @@ bool NamesNothing(const CCmdLineOptions& options) {
 bool IsCovered(const std::string& name, const std::vector<std::string>& operands) {
   for (const std::string& operand : operands) {
     const std::string above = NormalisedName(SystemPathRules(), operand);
-    if (above.empty()) return name[0] != '/';  // the current directory
-    if (name == above || (name.starts_with(above) && name[above.size()] == '/')) return true;
+    const bool everything = above.empty() || above == "/";
+    const bool absolute = name[0] == '/';
+    if (everything && absolute == !above.empty()) return true;
+    if (!everything && name.starts_with(above) &&
+        (name.size() == above.size() || name[above.size()] == '/')) {
+      return true;
+    }
   }
   return false;
 }
@@ -40,7 +46,7 @@ constexpr Rule kRules[] = {
      "MOLDEX: no files given for archiving", kErrorNoFiles, true},
     {Bit(kCommandExtract),
      [](const CCmdLineOptions& o) {
-       return o.archive_value == nullptr || o.archive_value[0] == '\0';
+       return o.archive_value == nullptr || NamesNoArchive(o.archive_value);
      },
      "MOLDEX: no archives specified for extracting", kErrorNoFiles, true},
     {Bit(kCommandAppend), NamesNothing, "MOLDEX: no files specified for appending", kErrorNoFiles,

@@ -120,7 +120,10 @@ class CCmdLineOptions::Parser {
     if (options_.*target != nullptr) {
       throw CExcept("MOLDEX: " + name + ": use option only once", kErrorOptionTwice, true);
     }
-    if (value == nullptr || value[0] == '-') {
+    // An empty directory for -R is a variable that was not set; it would not protect anything.
+    const bool empty_target =
+        target == &CCmdLineOptions::target_directory && value != nullptr && value[0] == '\0';
+    if (value == nullptr || value[0] == '-' || empty_target) {
       throw CExcept("MOLDEX: " + name + "-option specified without filename", kErrorOptionValue,
                     true);
     }

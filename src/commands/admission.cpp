@@ -1,0 +1,72 @@
+#include "commands/admission.h"
+
+#include <string>
+
+#include "archive/entry_kinds.h"
+#include "archive/output_place.h"
+#include "platform/file_services.h"
+#include "platform/name_rules.h"
+#include "report/except.h"
+#include "report/system_error.h"
+
+namespace moldex {
+namespace {
+
+// Whether the system takes the name as it is written, behind the target directory.
+bool HasAllowedName(const std::string& name, const CCmdLineOptions& options) {
+  const char* target = options.target_directory != nullptr ? "." : "";
+  return IsAllowedName(SystemPathRules(), TargetName(SystemPathRules(), target, name));
+}
+
+bool LeavesTarget(const CDirEntry& entry) {
+  const PathRules rules = SystemPathRules();
+  const std::string& name = entry.GetName();
+  if (HasParentComponent(rules, name)) return true;
+  // No target directory is put in front of the root's name.
+  if (!name.empty() && name.find_first_not_of('/') == std::string::npos) return true;
+  const CLink* link = entry.AsSymbolicLink();
+  return link != nullptr && LinkLeaves(rules, name, link->Target());
+}
+
+bool IsTheArchive(const std::string& name, const FileIdentity& archive) {
+  const CSystemErrorGuard guard;  // most entries are not there yet
+  const auto status = QueryLinkStatus(OutputPath(name));
+  return status && status->identity == archive;
+}
+
+struct RefusalText {
+  Refusal refusal;
+  const char* text;
+  int code;
+};
+
+constexpr RefusalText kTexts[] = {
+    {Refusal::kNoLinkTarget, "MOLDEX: no link target for ", kErrorNoLinkTarget},
+    {Refusal::kNotAllowed, "MOLDEX: name is not allowed on this system: ", kErrorNameNotAllowed},
+    {Refusal::kLeavesTarget,
+     "MOLDEX: name leaves the target directory (use -P to allow it): ", kErrorLeavesTarget},
+    {Refusal::kIsTheArchive,
+     "MOLDEX: entry would replace the archive that is read: ", kErrorReplacesArchive},
+};
+
+}  // namespace
+
+Refusal RefusalOf(const CDirEntry& entry, const CCmdLineOptions& options,
+                  const FileIdentity& archive) {
+  const CLink* link = entry.AsSymbolicLink();
+  if (link != nullptr && link->Target().empty()) return Refusal::kNoLinkTarget;
+  if (!HasAllowedName(entry.GetName(), options)) return Refusal::kNotAllowed;
+  if (!options.absolute_paths && LeavesTarget(entry)) return Refusal::kLeavesTarget;
+  if (IsTheArchive(entry.GetName(), archive)) return Refusal::kIsTheArchive;
+  return Refusal::kNone;
+}
+
+void PrintRefusal(Refusal refusal, const CDirEntry& entry, CLogMan& log) {
+  for (const RefusalText& row : kTexts) {
+    if (row.refusal != refusal) continue;
+    CExcept failure(row.text + entry.GetName(), row.code, false);
+    log.PrintInfo(failure);
+  }
+}
+
+}  // namespace moldex

@@ -1,0 +1,30 @@
+// Which entries extraction may put where their names say.
+#ifndef MOLDEX_COMMANDS_ADMISSION_H_
+#define MOLDEX_COMMANDS_ADMISSION_H_
+
+#include "archive/dir_entry.h"
+#include "platform/file_status.h"
+#include "report/log_manager.h"
+#include "run/options.h"
+
+namespace moldex {
+
+// Why an entry is left out; the run goes on with the next one.
+enum class Refusal {
+  kNone,
+  kNoLinkTarget,  // a symbolic link without target
+  kNotAllowed,    // the system would take the name for something else
+  kLeavesTarget,  // the name, or a link's target, leads out of the target directory
+  kIsTheArchive   // it would be written over the archive that it comes from
+};
+
+// Judges an entry of the archive whose file is `archive`.
+Refusal RefusalOf(const CDirEntry& entry, const CCmdLineOptions& options,
+                  const FileIdentity& archive);
+
+// Says so, which sets the exit status. `refusal` is not kNone.
+void PrintRefusal(Refusal refusal, const CDirEntry& entry, CLogMan& log);
+
+}  // namespace moldex
+
+#endif  // MOLDEX_COMMANDS_ADMISSION_H_

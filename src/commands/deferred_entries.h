@@ -1,0 +1,50 @@
+// What extraction puts off until all other entries of an archive are written.
+//
+// Symbolic links come last, so that no entry of their archive is written through one; then
+// directories get their permissions, which may forbid writing below them. Both are looked up in the
+// archive again instead of being remembered: it may hold any number of them.
+#ifndef MOLDEX_COMMANDS_DEFERRED_ENTRIES_H_
+#define MOLDEX_COMMANDS_DEFERRED_ENTRIES_H_
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "archive/container.h"
+#include "commands/entry_selection.h"
+#include "run/run_context.h"
+
+namespace moldex {
+
+class CDeferredEntries {
+ public:
+  // `selection` is the one that the walk over this archive began with.
+  CDeferredEntries(CRunContext& context, CContainer& archive, const CEntrySelection& selection)
+      : context_(context), archive_(archive), selection_(selection) {}
+
+  // Makes the links; returns how many were refused after all, because they would have been made
+  // through other links. Throws what CLink::MakeLink throws.
+  std::uint32_t MakeLinks();
+
+  // Throws CChgModExcept.
+  void ApplyDirectories();
+
+ private:
+  struct PendingDirectory {
+    std::string name;
+    std::uint32_t mode;
+  };
+
+  template <typename Visit>
+  void ForEachAdmitted(Visit visit);
+  void ApplyUpTo(const std::string& name);
+
+  CRunContext& context_;
+  CContainer& archive_;
+  const CEntrySelection& selection_;
+  std::vector<PendingDirectory> open_directories_;  // each below the one before it
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_COMMANDS_DEFERRED_ENTRIES_H_
