@@ -25,8 +25,15 @@ class NodeHeap {
  public:
   [[nodiscard]] std::size_t Size() const { return size_; }
   [[nodiscard]] HeapNode Top() const { return nodes_[1]; }
+  [[nodiscard]] HeapNode Last() const { return nodes_[size_]; }
 
   void Append(HeapNode node) { nodes_[++size_] = node; }
+
+  // Without a branch, as the unused symbols lie scattered among the used ones.
+  void AppendIf(bool is_used, HeapNode node) {
+    nodes_[size_ + 1] = node;
+    size_ += is_used ? 1U : 0U;
+  }
 
   // Makes a heap of what was appended.
   void Arrange() {
@@ -164,15 +171,12 @@ constexpr std::uint32_t Reversed(std::uint32_t code, int bits) {
 void BuildCodeLengths(std::span<const std::uint32_t> frequencies, int max_bits,
                       std::span<std::uint8_t> lengths) {
   NodeHeap heap;
-  std::uint32_t last_used = 0;
-  bool any_used = false;
   for (std::uint32_t symbol = 0; symbol < frequencies.size(); ++symbol) {
     lengths[symbol] = 0;
-    if (frequencies[symbol] == 0) continue;
-    heap.Append({frequencies[symbol] << 8, symbol});
-    last_used = symbol;
-    any_used = true;
+    heap.AppendIf(frequencies[symbol] != 0, {frequencies[symbol] << 8, symbol});
   }
+  bool any_used = heap.Size() > 0;
+  std::uint32_t last_used = any_used ? heap.Last().node : 0;
   // The companion of a lone symbol is symbol 0, or the next one where that keeps both below 3.
   while (heap.Size() < 2) {
     const std::uint32_t next = any_used ? last_used + 1 : 0;

@@ -25,31 +25,31 @@ inline constexpr unsigned kNoDistance = 31;
 
 namespace internal {
 
-// Distance symbols of `(row << shift) + 1` for 256 rows: exact for shift 0 up to distance 256, and
-// for shift 7 from distance 257 on, where no symbol begins inside a row.
-constexpr std::array<std::uint8_t, 256> MakeDistanceSymbols(int shift) {
-  std::array<std::uint8_t, 256> symbols{};
-  for (std::uint32_t row = 0; row < 256; ++row) {
-    const std::uint32_t distance = (row << shift) + 1;
-    std::uint8_t symbol = 0;
-    while (symbol + 1U < kDistanceCodes && kDistanceRanges[symbol + 1U].base <= distance)
-      ++symbol;
-    symbols[row] = symbol;
+// Row of a distance in the table of distance symbols: rows below 256 are for one distance each, the
+// others, of distances from 257 on, for 128, as no symbol begins inside those.
+constexpr std::uint32_t DistanceRow(std::uint32_t distance) {
+  const std::uint32_t above_one = distance - 1;
+  return above_one < 256 ? above_one : 256 + (above_one >> 7);
+}
+
+constexpr std::array<std::uint8_t, 512> MakeDistanceSymbols() {
+  std::array<std::uint8_t, 512> symbols{};
+  std::uint8_t symbol = 0;
+  for (std::uint32_t distance = 1; distance <= 32768; ++distance) {
+    if (symbol + 1U < kDistanceCodes && kDistanceRanges[symbol + 1U].base <= distance) ++symbol;
+    symbols[DistanceRow(distance)] = symbol;
   }
   return symbols;
 }
 
-inline constexpr auto kNearSymbols = MakeDistanceSymbols(0);
-inline constexpr auto kFarSymbols = MakeDistanceSymbols(7);
+inline constexpr auto kDistanceSymbols = MakeDistanceSymbols();
 
 }  // namespace internal
 
 constexpr LzhToken LiteralToken(std::uint8_t literal) { return literal | (kNoDistance << 9); }
 
 constexpr LzhToken MatchToken(std::uint32_t length, std::uint32_t distance) {
-  const std::uint32_t above_one = distance - 1;
-  const std::uint32_t symbol =
-      above_one < 256 ? internal::kNearSymbols[above_one] : internal::kFarSymbols[above_one >> 7];
+  const std::uint32_t symbol = internal::kDistanceSymbols[internal::DistanceRow(distance)];
   return (kFirstLengthRow + length - kMinMatch) | (symbol << 9) |
          ((distance - kDistanceRanges[symbol].base) << 14);
 }
