@@ -3,9 +3,9 @@
 #include <array>
 #include <cinttypes>
 #include <cstdio>
-#include <ctime>
 
 #include "platform/file_status.h"
+#include "platform/local_time.h"
 #include "report/output.h"
 #include "run/run_context.h"
 
@@ -34,26 +34,29 @@ std::array<char, 11> AttributesOf(std::uint32_t mode) {
 }
 
 // Long enough for every year that a 64-bit time can name.
-using DateText = std::array<char, 40>;
+using DateText = std::array<char, 64>;
 
-// Local time, English month names; empty when the time has no place in the calendar.
+constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                   "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+
+// Local time, English month names; empty when the time has no place in the calendar. Composed here,
+// because there are runtime libraries that know no year past 9999.
 DateText DateOf(const EntryHeader& header) {
   DateText text{};
-  const auto time = TimeOf(header, CRunContext::GetInstance().long_names());
-  if (!time) return text;
-  const std::time_t when = time->seconds;
-  const std::tm* calendar = std::localtime(&when);
-  if (calendar == nullptr ||
-      std::strftime(text.data(), text.size(), "%d %b %Y %H:%M", calendar) == 0) {
-    text[0] = '\0';
-  }
+  const bool long_names = CRunContext::GetInstance().long_names();
+  const auto time = TimeOf(header, long_names);
+  const auto calendar = time ? LocalTime(*time, long_names) : std::nullopt;
+  if (!calendar) return text;
+  const long year = 1900L + calendar->tm_year;
+  std::snprintf(text.data(), text.size(), "%02d %s %02ld %02d:%02d", calendar->tm_mday,
+                kMonths[calendar->tm_mon], year, calendar->tm_hour, calendar->tm_min);
   return text;
 }
 
 }  // namespace
 
 void CEntryInfo::Print() {
-  std::array<char, 96> columns{};
+  std::array<char, 128> columns{};
   std::snprintf(columns.data(), columns.size(), "%s%12" PRIu64 " %20s ",
                 AttributesOf(header_.mode).data(), header_.size_bytes(), DateOf(header_).data());
   WriteOutput(columns.data());
