@@ -17,7 +17,7 @@ std::string LongName(std::size_t length) {
 
 TEST_F(Names, ExtractionRefusesToClimb) {
   const struct {
-    const char* name;
+    std::string name;
     bool climbs;
   } cases[] = {{"..", true},        {"../x", true},   {"a/../x", true}, {"a/..", true},
                {"a/../../x", true}, {"./../x", true}, {"/../x", true},  {"a//../x", true},
@@ -29,12 +29,13 @@ TEST_F(Names, ExtractionRefusesToClimb) {
     Write("base/a.qel", BuildArchive({FileEntry(name, "1"), FileEntry("behind", "2")}));
     const RunResult result = RunProgram(Path("base"), {"-xf", "a.qel", "-R", "out"});
     const std::string message =
-        std::string("MOLDEX: name leaves the target directory (use -P to allow it): ") + name +
-        " (error 55)";
+        "MOLDEX: name leaves the target directory (use -P to allow it): " + name + " (error 55)";
     EXPECT_EQ(result.out.find(message) != std::string::npos, climbs) << result.out;
-    EXPECT_EQ(result.status, climbs ? 55 : 0) << result.out;
+    // Windows would drop the dots at the end, and is not given such a name.
+    const bool forbidden = OnWindows() && (name == "..." || name == "x..");
+    EXPECT_EQ(result.status, climbs ? 55 : forbidden ? 59 : 0) << result.out;
     const std::string summary =
-        "MOLDEX: " + std::to_string(climbs ? 1 : 2) + " file(s) extracted\n";
+        "MOLDEX: " + std::to_string(climbs || forbidden ? 1 : 2) + " file(s) extracted\n";
     EXPECT_NE(result.out.find(summary), std::string::npos) << result.out;
     EXPECT_EQ(Bytes("base/out/behind"), "2");
     EXPECT_FALSE(Exists("base/x") || Exists("x") || Exists("base/out/x"));
@@ -52,50 +53,67 @@ TEST_F(Names, ExtractionPutsNamesBelowItsTarget) {
   const struct {
     const char* name;
     const char* path;
+    const char* windows_path = nullptr;  // where it differs; "" for a name that is refused
   } cases[] = {
-      {"/x/y", "out/x/y"},   // a leading slash counts as relative
-      {"C:/x/y", "C:/x/y"},  // absolute by its drive
-      {"m/Foo::Bar.3", "out/m/Foo::Bar.3"},
-      {"ab:c", "out/ab:c"},
+      {"/x/y", "out/x/y"},  // a leading slash counts as relative
+      {"m/Foo::Bar.3", "out/m/Foo::Bar.3", ""},
+      {"ab:c", "out/ab:c", "out/c"},
       {"./x", "out/x"},
-      {"back\\slash", "out/back\\slash"},
+      {"back\\slash", "out/back\\slash", "out/back/slash"},
       {"sp\xC3\xA4\xC3\x9F/\xE6\x97\xA5\xE6\x9C\xAC",
        "out/sp\xC3\xA4\xC3\x9F/\xE6\x97\xA5\xE6\x9C\xAC"},
       {"\xF0\x9F\x98\x80", "out/\xF0\x9F\x98\x80"},
   };
-  for (const auto& [name, path] : cases) {
+  for (const auto& [name, path, windows_path] : cases) {
     std::filesystem::remove_all(Path("out"));
     Write("a.qel", BuildArchive({FileEntry(name, name)}));
+    const std::string where = OnWindows() && windows_path != nullptr ? windows_path : path;
+    if (where.empty()) {
+      ExpectBegins("-xvf a.qel -R out", Processing("a.qel") + "MOLDEX: name is not allowed", 59);
+      continue;
+    }
     ExpectRun("-xvf a.qel -R out",
               Processing("a.qel") + "x " + name + "\nMOLDEX: 1 file(s) extracted\n", 0);
-    EXPECT_TRUE(Exists(path) && Bytes(path) == name) << path;
+    EXPECT_TRUE(Exists(where) && Bytes(where) == name) << where;
   }
 }
 
+TEST_F(Names, ANameWithADriveIsAbsolute) {
+  if (OnWindows()) GTEST_SKIP() << "the drive is not below the test's folder";
+  Write("a.qel", BuildArchive({FileEntry("C:/x/y", "1")}));
+  ExpectRun("-xf a.qel -R out", Processing("a.qel") + "MOLDEX: 1 file(s) extracted\n", 0);
+  EXPECT_EQ(Bytes("C:/x/y"), "1");
+}
+
 TEST_F(Names, CreationStoresNamesAsGivenWithoutRootAndDrive) {
-  Make({{"x", FileNode("1")},
-        {"m/Foo::Bar.3", FileNode("1")},
-        {"C:/f", FileNode("1")},
-        {"C:g", FileNode("1")},
-        {"back\\slash", FileNode("1")},
-        {"sp\xC3\xA4\xC3\x9F", FileNode("1")}});
+  Make(
+      {{"x", FileNode("1")}, {"back/slash", FileNode("1")}, {"sp\xC3\xA4\xC3\x9F", FileNode("1")}});
+  const std::string backslash = OnWindows() ? "back/slash" : "back\\slash";
+  if (!OnWindows()) {
+    Make({{"m/Foo::Bar.3", FileNode("1")},
+          {"C:/f", FileNode("1")},
+          {"C:g", FileNode("1")},
+          {"back\\slash", FileNode("1")}});
+  }
   const std::string absolute = Path("x").string();
   const struct {
     std::string operand;
     std::string stored;
     std::string stored_with_p;
+    bool on_windows = true;
   } cases[] = {
       {"x", "x", "x"},
       {"./x", "./x", "./x"},
-      {"m/../x", "m/../x", "m/../x"},
+      {"back/../x", "back/../x", "back/../x"},
       {absolute, absolute.substr(1), absolute},
-      {"m/Foo::Bar.3", "m/Foo::Bar.3", "m/Foo::Bar.3"},
-      {"C:/f", "f", "C:/f"},
-      {"C:g", "g", "C:g"},
-      {"back\\slash", "back\\slash", "back\\slash"},
+      {"m/Foo::Bar.3", "m/Foo::Bar.3", "m/Foo::Bar.3", false},
+      {"C:/f", "f", "C:/f", false},
+      {"C:g", "g", "C:g", false},
+      {"back\\slash", backslash, backslash},
       {"sp\xC3\xA4\xC3\x9F", "sp\xC3\xA4\xC3\x9F", "sp\xC3\xA4\xC3\x9F"},
   };
-  for (const auto& [operand, stored, stored_with_p] : cases) {
+  for (const auto& [operand, stored, stored_with_p, on_windows] : cases) {
+    if (OnWindows() && !on_windows) continue;
     ExpectRun("-cf a.qel " + operand, "", 0);
     EXPECT_EQ(NamesOf(Entries("a.qel")), std::vector{stored});
     ExpectRun("-P -cf a.qel " + operand, "", 0);
@@ -138,6 +156,7 @@ TEST_F(Names, ReadingRefusesWhatIsNotUtf8) {
 }
 
 TEST_F(Names, CreationRefusesWhatIsNotUtf8) {
+  if (OnWindows()) GTEST_SKIP() << "names are UTF-16 there, and Wine makes some of any bytes";
   Make({{"\xFF", FileNode("1")}});
   ExpectRun("-cf a.qel \xFF", "MOLDEX: could not convert \xFF to UTF8.\n", 47);
 }

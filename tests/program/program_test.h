@@ -11,6 +11,7 @@
 
 #include "support/qel_bytes.h"
 #include "support/run_program.h"
+#include "support/target.h"
 #include "support/temp_dir.h"
 #include "support/tree.h"
 
@@ -20,6 +21,8 @@ class ProgramTest : public ::testing::Test {
  protected:
   std::filesystem::path Path(const std::string& name) const { return folder_.Path() / name; }
   std::string Bytes(const std::string& name) const { return ReadFile(Path(name)); }
+  // Of a text that the program wrote.
+  std::string Text(const std::string& name) const { return WithLineFeeds(Bytes(name)); }
   void Write(const std::string& name, const std::string& bytes) { WriteFile(Path(name), bytes); }
   bool Exists(const std::string& name) const { return std::filesystem::exists(Path(name)); }
   void Make(const Tree& tree) { MakeTree(folder_.Path(), tree); }
@@ -68,6 +71,14 @@ inline std::vector<std::string> NamesOf(const std::vector<QelEntry>& entries) {
   for (const QelEntry& entry : entries)
     names.push_back(entry.name);
   return names;
+}
+
+// Many bytes that compress well but not to nothing.
+inline std::string Numbers(int count) {
+  std::string text;
+  for (int i = 0; i < count; ++i)
+    text += std::to_string(i * 7919 % 65536) + (i % 7 == 0 ? "\n" : " ");
+  return text;
 }
 
 inline std::string Processing(const std::string& archive) {

@@ -98,9 +98,9 @@ TEST_F(Reporting, PrintsNoStatisticsAfterAFailure) {
 TEST_F(Reporting, RedirectsAllOutputWithE) {
   Make({{"x", FileNode("1")}, {"moldex_output", FileNode("a longer text from an earlier run\n")}});
   ExpectRun("-e -cvf a.qel x", "", 0);
-  EXPECT_EQ(Bytes("moldex_output"), "a x\n");
+  EXPECT_EQ(Text("moldex_output"), "a x\n");
   ExpectRun("-e -c", "", 29);
-  EXPECT_EQ(Bytes("moldex_output"), "MOLDEX: no files given for archiving (error 29). \n");
+  EXPECT_EQ(Text("moldex_output"), "MOLDEX: no files given for archiving (error 29). \n");
   ExpectRun("-e -q", "MOLDEX: unknown command option q (error 20). \n", 20);  // not yet redirected
   EXPECT_FALSE(Exists("moldex.log"));
 }
@@ -119,19 +119,20 @@ TEST_F(Reporting, ListsInaccessibleFilesInTheLogWithE) {
   const std::string closing =
       "MOLDEX: some files could not be accessed (see MOLDEX.log for details)\n";
   ExpectRun("-e -cf a.qel no x d", "", 44);
-  EXPECT_EQ(Bytes("moldex.log"), log + "no\nd/pipe\n");
-  EXPECT_EQ(Bytes("moldex_output"), closing);
+  EXPECT_EQ(Text("moldex.log"), log + "no\nd/pipe\n");
+  EXPECT_EQ(Text("moldex_output"), closing);
   EXPECT_FALSE(Exists("a.qel"));
   ExpectRun("-e -icf a.qel x no2", "", 44);
-  EXPECT_EQ(Bytes("moldex.log"), log + "no2\n");
-  EXPECT_EQ(Bytes("moldex_output"), closing);
+  EXPECT_EQ(Text("moldex.log"), log + "no2\n");
+  EXPECT_EQ(Text("moldex_output"), closing);
   EXPECT_TRUE(Exists("a.qel"));
 }
 
 TEST_F(Reporting, FailsWhenTheLogCannotBeWritten) {
   Make({{"moldex.log", DirectoryNode()}, {"x", FileNode("1")}});
   ExpectRun("-e -cf a.qel no x", "", 6);
-  EXPECT_EQ(Bytes("moldex_output"), "MOLDEX: error opening moldex.log (error 6). Is a directory\n");
+  EXPECT_EQ(Text("moldex_output"), "MOLDEX: error opening moldex.log (error 6). " +
+                                       SystemText(Complaint::kIsDirectory) + "\n");
 }
 
 TEST_F(Reporting, CallsAnythingElseAnInvalidArchive) {

@@ -10,6 +10,8 @@
 #include <memory>
 #include <stdexcept>
 
+#include "support/target.h"
+
 namespace moldex::test {
 namespace {
 
@@ -106,8 +108,8 @@ RunResult RunProgram(const std::filesystem::path& folder, const Words& arguments
   RunResult result;
   if (WIFEXITED(state)) result.status = WEXITSTATUS(state);
   if (WIFSIGNALED(state)) result.signal = WTERMSIG(state);
-  result.out = WholeText(out.get());
-  result.err = WholeText(err.get());
+  result.out = WithLineFeeds(WholeText(out.get()));
+  result.err = WithLineFeeds(WholeText(err.get()));
   result.peak_rss_kib = usage.ru_maxrss;
   return result;
 }
