@@ -60,14 +60,15 @@ void LzhMatcher::DecideShort(LzhTokens& tokens, std::uint32_t limit) {
     const std::uint32_t max_length = std::min(end - position, std::uint32_t{kMaxMatch});
     const std::uint32_t farthest = position > kMaxDistance ? position - kMaxDistance : 0;
     const std::uint32_t candidate = links[position];
-    const bool has_candidate = candidate != 0 && candidate >= farthest;
+    const bool has_candidate = candidate >= std::max(farthest, 1U);
     if (pending.length == 0) {
       if (has_candidate) {
         const FoundMatch found =
             searcher.Find({position, candidate, 0, max_length, farthest, effort.max_chain});
         const std::uint32_t distance = position - found.position;
-        if (found.length > kMinMatch ||
-            (found.length == kMinMatch && distance <= kTooFarForShortest)) {
+        // Chosen rather than branched upon, as it cannot be foreseen.
+        const std::uint32_t least = distance > kTooFarForShortest ? kMinMatch + 1 : kMinMatch;
+        if (found.length >= least) {
           pending = {found.length, distance};
           ++position;
           continue;
