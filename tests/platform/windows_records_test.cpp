@@ -1,0 +1,143 @@
+// What Windows keeps of files, as bytes and bits: attributes and modes, symbolic links, security
+// descriptors. Pure functions, tested alike on every system.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/attributes.h"
+#include "platform/bytes.h"
+#include "platform/reparse_data.h"
+#include "platform/security_descriptor.h"
+
+namespace moldex::test {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+TEST(Attributes, BecomeModesAndComeBack) {
+  const struct {
+    std::uint32_t attributes;
+    std::uint32_t mode;
+    std::uint32_t back;
+  } cases[] = {{0x80, 0x180, 0x80},    {0x1, 0x100, 0x1},    {0x20, 0x100180, 0x20},
+               {0x21, 0x100100, 0x21}, {0x2, 0x40180, 0x2},  {0x4, 0x80180, 0x4},
+               {0x6, 0xC0180, 0x6},    {0x7, 0xC0100, 0x7},  {0x10, 0x4180, 0x80},
+               {0x11, 0x4100, 0x1},    {0x16, 0xC4180, 0x6}, {0x5F24, 0x7F80180, 0x5F24}};
+  for (const auto& [attributes, mode, back] : cases) {
+    EXPECT_EQ(ModeOfAttributes(attributes, "name"), mode) << std::hex << attributes;
+    EXPECT_EQ(AttributesOfMode(mode), back) << std::hex << mode;
+  }
+}
+
+TEST(Attributes, TheRuntimesModeGivesEverybodyTheSame) {
+  const struct {
+    std::uint32_t attributes;
+    const char* name;
+    std::uint32_t mode;
+  } cases[] = {{0x20, "a.txt", 0100666},   {0x21, "a.txt", 0100444},   {0x80, "a.exe", 0100777},
+               {0x80, "A.EXE", 0100777},   {0x81, "d/a.Bat", 0100555}, {0x80, "exe", 0100666},
+               {0x80, "a.exe.x", 0100666}, {0x10, "folder", 040777},   {0x11, "folder", 040555},
+               {0x2, "", 0100666},         {0x80, "a.com", 0100777},   {0x80, "a.cmd", 0100777}};
+  for (const auto& [attributes, name, mode] : cases) {
+    EXPECT_EQ(RuntimeModeOf(attributes, name), mode) << std::oct << name;
+  }
+}
+
+// A symbolic link's reparse point, its substitute name in front of its print name.
+Bytes LinkData(const std::u16string& substitute, const std::u16string& print) {
+  Bytes data(20);
+  PutU32(data.data(), 0xA000000C);
+  PutU16(&data[10], static_cast<std::uint16_t>(substitute.size() * 2));
+  PutU16(&data[12], static_cast<std::uint16_t>(substitute.size() * 2));
+  PutU16(&data[14], static_cast<std::uint16_t>(print.size() * 2));
+  for (const char16_t unit : substitute + print) {
+    data.push_back(static_cast<std::uint8_t>(unit));
+    data.push_back(static_cast<std::uint8_t>(unit >> 8));
+  }
+  return data;
+}
+
+TEST(ReparseData, GiveTheTargetAsItWasGiven) {
+  EXPECT_EQ(SymbolicLinkTarget(LinkData(u"\\??\\C:\\d\\f", u"..\\f\u00E4")), u"..\\f\u00E4");
+  EXPECT_EQ(SymbolicLinkTarget(LinkData(u"\\??\\C:\\d\\f", u"")), u"C:\\d\\f");
+  EXPECT_EQ(SymbolicLinkTarget(LinkData(u"f", u"")), u"f");
+  Bytes junction = LinkData(u"x", u"y");
+  PutU32(junction.data(), 0xA0000003);
+  EXPECT_FALSE(SymbolicLinkTarget(junction).has_value());
+}
+
+TEST(ReparseData, NothingIsReadBeyondTheirEnd) {
+  const Bytes whole = LinkData(u"substitute", u"print");
+  for (std::size_t length = 0; length < whole.size(); ++length) {
+    const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+    EXPECT_FALSE(SymbolicLinkTarget(cut).has_value()) << length;
+  }
+  for (const std::size_t field : {12u, 14u}) {
+    Bytes data = whole;
+    PutU16(&data[field], 0xFFFF);
+    EXPECT_FALSE(SymbolicLinkTarget(data).has_value()) << field;
+  }
+}
+
+// Owner and group "BUILTIN\Administrators", and a list that allows them everything.
+Bytes Descriptor() {
+  const Bytes administrators = {1, 2, 0, 0, 0, 0, 0, 5, 0x20, 0, 0, 0, 0x20, 2, 0, 0};
+  Bytes bytes = {1, 0, 0x04, 0x80, 20, 0, 0, 0, 36, 0, 0, 0, 0, 0, 0, 0, 52, 0, 0, 0};
+  bytes.insert(bytes.end(), administrators.begin(), administrators.end());
+  bytes.insert(bytes.end(), administrators.begin(), administrators.end());
+  const Bytes list = {2, 0, 32, 0, 1, 0, 0, 0, 0, 0, 24, 0, 0xFF, 0x01, 0x1F, 0};
+  bytes.insert(bytes.end(), list.begin(), list.end());
+  bytes.insert(bytes.end(), administrators.begin(), administrators.end());
+  return bytes;
+}
+
+TEST(SecurityDescriptor, AWholeOneIsKnown) {
+  EXPECT_TRUE(IsSecurityDescriptor(Descriptor()));
+  Bytes empty(20);
+  empty[0] = 1;
+  empty[3] = 0x80;
+  EXPECT_TRUE(IsSecurityDescriptor(empty)) << "nothing is set";
+}
+
+TEST(SecurityDescriptor, NoPartMayReachBeyondTheEnd) {
+  const Bytes whole = Descriptor();
+  for (std::size_t length = 0; length < whole.size(); ++length) {
+    const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+    EXPECT_FALSE(IsSecurityDescriptor(cut)) << length;
+  }
+}
+
+TEST(SecurityDescriptor, EveryFieldThatLeadsSomewhereIsJudged) {
+  const struct {
+    std::size_t at;
+    std::uint8_t value;
+    const char* what;
+  } cases[] = {{0, 2, "revision"},
+               {3, 0, "absolute"},
+               {4, 19, "owner in the head"},
+               {4, 200, "owner behind the end"},
+               {4, 22, "owner askew"},
+               {7, 0x80, "owner far away"},
+               {20, 9, "owner's revision"},
+               {21, 16, "owner's parts"},
+               {8, 81, "group askew"},
+               {16, 84, "list behind the end"},
+               {54, 33, "list's size"},
+               {54, 7, "list smaller than its head"},
+               {56, 2, "list's count"},
+               {62, 28, "entry's size"},
+               {62, 23, "entry's size askew"},
+               {62, 4, "entry without its identifier"},
+               {69, 15, "identifier's parts"},
+               {52, 9, "list's revision"}};
+  for (const auto& [at, value, what] : cases) {
+    Bytes bytes = Descriptor();
+    bytes[at] = value;
+    EXPECT_FALSE(IsSecurityDescriptor(bytes)) << what;
+  }
+}
+
+}  // namespace
+}  // namespace moldex::test
