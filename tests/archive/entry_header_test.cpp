@@ -46,28 +46,5 @@ TEST(EntryHeaderBytes, AreReadFromTheirPlacesAndTheZeroWordIsNot) {
   }
 }
 
-TEST(EntryHeaderBytes, SizesAreSplitIntoTheirHalves) {
-  for (const std::uint64_t size :
-       {0ull, 0xFFFFFFFFull, 0x100000000ull, 0x123456789ABCDEFull, ~0ull}) {
-    EntryHeader header;
-    header.set_size_bytes(size);
-    EXPECT_EQ(header.size_low, size & 0xFFFFFFFF);
-    EXPECT_EQ(header.size_high, size >> 32);
-    EXPECT_EQ(header.size_bytes(), size);
-  }
-}
-
-TEST(EntryHeaderBytes, FivePairsOfLettersBeginAnEntry) {
-  int types = 0;
-  for (unsigned pair = 0; pair < 0x10000; ++pair) {
-    const std::uint8_t bytes[] = {static_cast<std::uint8_t>(pair >> 8),
-                                  static_cast<std::uint8_t>(pair)};
-    if (IsEntryType(bytes)) ++types;
-  }
-  EXPECT_EQ(types, 5);
-  for (const char* type : {"RG", "DR", "SC", "LK", "SV"})
-    EXPECT_TRUE(IsEntryType(reinterpret_cast<const std::uint8_t*>(type))) << type;
-}
-
 }  // namespace
 }  // namespace moldex::test

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 #include <iconv.h>
 
-#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
@@ -12,36 +11,6 @@
 
 namespace moldex::test {
 namespace {
-
-// The bits of a code point in `length` bytes, whether or not that many are needed or allowed.
-std::string InForm(std::uint32_t code_point, unsigned length) {
-  if (length == 1) return std::string(1, static_cast<char>(code_point));
-  std::string bytes(length, '\0');
-  for (unsigned i = length; i-- > 1; code_point >>= 6)
-    bytes[i] = static_cast<char>(0x80 | (code_point & 0x3F));
-  bytes[0] = static_cast<char>((0xF00 >> length) | code_point);
-  return bytes;
-}
-
-TEST(Utf8, ShortestFormsOfScalarValuesAreValidAndNoOthers) {
-  constexpr std::uint32_t kAbove[] = {0, 0x80, 0x800, 0x10000, 0x200000};  // by length of form
-  for (unsigned length = 1; length <= 4; ++length) {
-    for (std::uint32_t code_point = 0; code_point < kAbove[length]; ++code_point) {
-      const bool shortest = length == 1 || code_point >= kAbove[length - 1];
-      const bool scalar = code_point <= 0x10FFFF && (code_point < 0xD800 || code_point > 0xDFFF);
-      const std::size_t valid = shortest && scalar ? length : 0;
-      ASSERT_EQ(ValidUtf8Prefix(InForm(code_point, length)), valid) << code_point << ' ' << length;
-    }
-  }
-}
-
-TEST(Utf8, BytesThatBeginNoCharacterAreInvalid) {
-  for (unsigned lead = 0x80; lead < 0x100; ++lead) {
-    if (lead >= 0xC2 && lead < 0xF5) continue;
-    const std::string text = std::string(1, static_cast<char>(lead)) + "\x80\x80\x80\x80\x80";
-    EXPECT_EQ(ValidUtf8Prefix("ab" + text), 2u) << lead;
-  }
-}
 
 // How far the system's converter gets.
 std::size_t PrefixBySystem(iconv_t converter, std::string text) {
@@ -120,15 +89,6 @@ TEST(Utf8Names, InvalidNamesAreCutOneWayAndRefusedTheOther) {
     EXPECT_EQ(output.Text(), "");
     EXPECT_EQ(written, 0);
   }
-}
-
-TEST(Utf8Names, InputAndOutputMayBeOneBuffer) {
-  char name[64] = "b\xC3\xA4r";
-  EXPECT_EQ(ConvertUtf8ToLocal(name, sizeof name, nullptr, name), 0);
-  EXPECT_STREQ(name, "b\xC3\xA4r");
-  std::strcpy(name, "b\xC3r");
-  EXPECT_NE(ConvertUtf8ToLocal(name, sizeof name, nullptr, name), 0);
-  EXPECT_STREQ(name, "");
 }
 
 }  // namespace

@@ -37,15 +37,12 @@ class Directory : public testing::Test {
     }
   }
 
-  static Names All(CSortedDirectory& directory) {
+  Names All(std::size_t budget) const {
+    CSortedDirectory directory(folder_.Path().string(), budget);
     Names names;
     while (const auto name = directory.Next())
       names.push_back(*name);
     return names;
-  }
-  Names All(std::size_t budget) const {
-    CSortedDirectory directory(folder_.Path().string(), budget);
-    return All(directory);
   }
 
   TempDir folder_;
@@ -107,22 +104,6 @@ TEST_F(Directory, NamesThatComeAndGoDoNotDisturbTheOthers) {
   }
 }
 
-TEST_F(Directory, TheFilterDecidesWhatIsHandedOut) {
-  for (const char* name : {"a", "b", "c", "d", "e"})
-    Make(name);
-  for (const std::size_t budget : {std::size_t{1}, kPlenty}) {
-    CSortedDirectory directory(folder_.Path().string(), budget);
-    directory.SetFilter([](const char* name) { return name[0] % 2 == 1; });
-    EXPECT_EQ(All(directory), (Names{"a", "c", "e"}));
-  }
-}
-
-TEST_F(Directory, AnEmptyDirectoryIsComplete) {
-  CSortedDirectory directory(folder_.Path().string(), kPlenty);
-  EXPECT_FALSE(directory.Next());
-  EXPECT_EQ(directory.Result(), DirectoryResult::kComplete);
-}
-
 TEST_F(Directory, WhatCannotBeOpenedSaysSo) {
   Make("file");
   for (const char* name : {"missing", "file", "file/below"}) {
@@ -141,15 +122,6 @@ TEST_F(Directory, ADirectoryThatGoesAwayBetweenBatchesIsReported) {
   fs::remove_all(folder_.Path());
   EXPECT_FALSE(directory.Next());
   EXPECT_EQ(directory.Result(), DirectoryResult::kCannotOpen);
-}
-
-TEST_F(Directory, TheEmptyPathIsTheCurrentDirectory) {
-  Make("here");
-  const fs::path before = fs::current_path();
-  fs::current_path(folder_.Path());
-  CSortedDirectory directory("", kPlenty);
-  EXPECT_EQ(All(directory), Names{"here"});
-  fs::current_path(before);
 }
 
 }  // namespace

@@ -62,8 +62,7 @@ TEST_F(FileServices, StatusFollowsLinksAndLinkStatusDoesNot) {
   }
   EXPECT_FALSE(QueryStatus(Path("to_nowhere")));
   EXPECT_TRUE(QueryLinkStatus(Path("to_nowhere")));
-  EXPECT_FALSE(QueryStatus(Path("missing")));
-  EXPECT_FALSE(QueryLinkStatus(Path("missing")));
+  EXPECT_FALSE(QueryStatus(Path("missing")) || QueryLinkStatus(Path("missing")));
   EXPECT_NE(LastSystemError().code, 0u);
 }
 
@@ -82,11 +81,9 @@ TEST_F(FileServices, StatusTellsSizeDateModeAndIdentity) {
 }
 
 TEST_F(FileServices, CreatingADirectoryAcceptsWhatIsThere) {
-  EXPECT_TRUE(CreateDirectoryAt(Path("new")));
-  EXPECT_TRUE(CreateDirectoryAt(Path("new")));
-  EXPECT_TRUE(fs::is_directory(Path("new")));
-  for (const char* name : {"file", "folder", "to_nowhere"})
+  for (const char* name : {"new", "new", "file", "folder", "to_nowhere"})
     EXPECT_TRUE(CreateDirectoryAt(Path(name))) << name;
+  EXPECT_TRUE(fs::is_directory(Path("new")));
   EXPECT_EQ(ReadFile(Path("file")), "abc");
   EXPECT_EQ(LastSystemError().code, 0u);
   EXPECT_FALSE(CreateDirectoryAt(Path("missing/new"))) << "one level at a time";
@@ -105,17 +102,6 @@ TEST_F(FileServices, DeletingTakesANameAndNoDirectory) {
     EXPECT_NE(LastSystemError().code, 0u) << name;
   }
   EXPECT_TRUE(fs::exists(Path("folder/inner")));
-}
-
-TEST_F(FileServices, TheCurrentDirectoryCanBeChangedAndTold) {
-  const std::string before = CurrentDirectory();
-  EXPECT_FALSE(ChangeDirectory(Path("file")));
-  EXPECT_FALSE(ChangeDirectory(Path("missing")));
-  EXPECT_EQ(CurrentDirectory(), before);
-  EXPECT_TRUE(ChangeDirectory(Path("to_folder")));
-  EXPECT_TRUE(fs::equivalent(CurrentDirectory(), Path("folder")));
-  EXPECT_EQ(TestExistence("inner"), Existence::kExists);
-  EXPECT_TRUE(ChangeDirectory(before));
 }
 
 }  // namespace

@@ -111,14 +111,5 @@ TEST(Failures, NamesAreNoFormats) {
   EXPECT_EQ(CInvalExcept(longest).message(), "MOLDEX: invalid archive " + longest);
 }
 
-TEST(Failures, PrintTheirTextAsALine) {
-  CInvalExcept failure("n");
-  testing::internal::CaptureStdout();
-  failure.Print();
-  failure.SetText("another");
-  failure.Print();
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "MOLDEX: invalid archive n\nanother\n");
-}
-
 }  // namespace
 }  // namespace moldex::test

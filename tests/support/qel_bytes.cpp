@@ -12,6 +12,11 @@ namespace {
 constexpr std::size_t kStreamHeaderBytes = 8;
 constexpr int kRawWindow = -14;  // RFC 1951 without a wrapper, 16 KB window
 
+// The fields of four bytes that follow an entry's type, in their order.
+constexpr std::uint32_t QelEntry::*kFields[] = {
+    &QelEntry::mode,     &QelEntry::size_low,  &QelEntry::zero_word, &QelEntry::size_high,
+    &QelEntry::time_low, &QelEntry::time_high, &QelEntry::reserved};
+
 void Require(bool condition, const std::string& complaint) {
   if (!condition) throw std::runtime_error("malformed archive: " + complaint);
 }
@@ -69,13 +74,11 @@ QelEntry TakeEntry(Cursor& cursor) {
   entry.type = header.substr(0, 2);
   Require(entry.type == "RG" || entry.type == "DR" || entry.type == "SC" || entry.type == "LK",
           "entry type at " + std::to_string(entry.offset));
-  entry.mode = U32At(header, kModeAt);
-  entry.size_low = U32At(header, kSizeLowAt);
-  entry.zero_word = U32At(header, kZeroWordAt);
-  entry.size_high = U32At(header, kSizeHighAt);
-  entry.time_low = U32At(header, kTimeLowAt);
-  entry.time_high = U32At(header, kTimeHighAt);
-  entry.reserved = U32At(header, kReservedAt);
+  std::size_t at = kModeAt;
+  for (std::uint32_t QelEntry::*field : kFields) {
+    entry.*field = U32At(header, at);
+    at += 4;
+  }
   const std::uint32_t name_length = U16At(header, kNameLengthAt);
   Require(name_length > 0, "name without its closing zero");
   entry.name = cursor.Take(name_length);
@@ -161,10 +164,8 @@ QelEntry DirectoryEntry(std::string name, std::uint32_t mode) {
 
 std::string EncodeEntry(const QelEntry& entry) {
   std::string bytes = entry.type;
-  for (const std::uint32_t field : {entry.mode, entry.size_low, entry.zero_word, entry.size_high,
-                                    entry.time_low, entry.time_high, entry.reserved}) {
-    AppendU32(bytes, field);
-  }
+  for (const std::uint32_t QelEntry::*field : kFields)
+    AppendU32(bytes, entry.*field);
   AppendU16(bytes, entry.user_data.size());
   AppendU16(bytes, entry.name.size() + 1);
   bytes += entry.name + '\0' + entry.user_data;

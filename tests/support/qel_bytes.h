@@ -20,14 +20,10 @@ inline constexpr std::string_view kLongNamesHeader{
     8};
 inline constexpr std::size_t kMaxPayload = 65536;
 
-// Where the fields of an entry's 34 bytes stand.
+// Where fields of an entry's 34 bytes stand.
 inline constexpr std::size_t kModeAt = 2;
 inline constexpr std::size_t kSizeLowAt = 6;
-inline constexpr std::size_t kZeroWordAt = 10;
 inline constexpr std::size_t kSizeHighAt = 14;
-inline constexpr std::size_t kTimeLowAt = 18;
-inline constexpr std::size_t kTimeHighAt = 22;
-inline constexpr std::size_t kReservedAt = 26;
 inline constexpr std::size_t kUserDataLengthAt = 30;
 inline constexpr std::size_t kNameLengthAt = 32;
 inline constexpr std::size_t kEntryHeaderBytes = 34;

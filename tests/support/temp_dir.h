@@ -2,10 +2,8 @@
 #ifndef MOLDEX_TESTS_SUPPORT_TEMP_DIR_H_
 #define MOLDEX_TESTS_SUPPORT_TEMP_DIR_H_
 
-#include <stdlib.h>  // NOLINT(modernize-deprecated-headers): mkdtemp is POSIX
-
 #include <filesystem>
-#include <stdexcept>
+#include <random>
 #include <string>
 
 #include "support/tree.h"
@@ -15,9 +13,11 @@ namespace moldex::test {
 class TempDir {
  public:
   TempDir() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "moldex-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no folder " + pattern);
-    path_ = pattern;
+    std::random_device random;
+    do {
+      const std::string name = "moldex-" + std::to_string(random());
+      path_ = std::filesystem::temp_directory_path() / name;
+    } while (!std::filesystem::create_directory(path_));
     std::filesystem::permissions(path_, std::filesystem::perms(0755));  // others may enter
   }
   ~TempDir() { RemoveTree(path_); }

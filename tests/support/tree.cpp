@@ -15,39 +15,19 @@ namespace {
 namespace fs = std::filesystem;
 
 Kind KindOf(unsigned mode) {
-  switch (mode & S_IFMT) {
-    case S_IFREG:
-      return Kind::kFile;
-    case S_IFDIR:
-      return Kind::kDirectory;
-    case S_IFLNK:
-      return Kind::kSymlink;
-    case S_IFIFO:
-      return Kind::kFifo;
-    default:
-      return Kind::kOther;
-  }
+  if (S_ISREG(mode)) return Kind::kFile;
+  if (S_ISDIR(mode)) return Kind::kDirectory;
+  if (S_ISLNK(mode)) return Kind::kSymlink;
+  return S_ISFIFO(mode) ? Kind::kFifo : Kind::kOther;
 }
 
 void MakeNode(const fs::path& path, const Node& node) {
-  fs::create_directories(path.parent_path());
-  switch (node.kind) {
-    case Kind::kFile:
-      WriteFile(path, node.content);
-      return;
-    case Kind::kDirectory:
-      fs::create_directories(path);
-      return;
-    case Kind::kSymlink:
-      fs::create_symlink(node.content, path);
-      return;
-    case Kind::kFifo:
-      if (mkfifo(path.c_str(), 0644) == 0) return;
-      break;
-    case Kind::kOther:
-      break;
+  fs::create_directories(node.kind == Kind::kDirectory ? path : path.parent_path());
+  if (node.kind == Kind::kFile) WriteFile(path, node.content);
+  if (node.kind == Kind::kSymlink) fs::create_symlink(node.content, path);
+  if (node.kind == Kind::kFifo && mkfifo(path.c_str(), 0644) != 0) {
+    throw std::runtime_error("cannot make " + path.string());
   }
-  throw std::runtime_error("cannot make " + path.string());
 }
 
 void SetTimeAndMode(const fs::path& path, const Node& node) {
