@@ -20,30 +20,17 @@ std::string RandomBytes(std::size_t count) {
 }
 
 TEST_F(Create, StoresEveryFieldOfAFile) {
-  Make({{"x", FileNode("hello hello hello", 0640, 1700000000)}});
+  Make({{"x", FileNode("123456789", 0640, 1700000000)}});
   ExpectRun("-cf a.qel x", "", 0);
-  const std::string bytes = Bytes("a.qel");
+  QelEntry expected = FileEntry("x", "123456789", StoredMode(0100640));
+  expected.time_low = 1700000000;
+  expected.checksum = 0x2DFD2D88;  // starts at zero and is not inverted
   const QelEntry entry = Entries("a.qel").at(0);
-  EXPECT_EQ(bytes.substr(0, 10), "VUK 2.00RG");
-  EXPECT_EQ(entry.mode, 0100640U);
-  EXPECT_EQ(entry.size_low, 17U);
-  EXPECT_EQ(entry.zero_word, 0U);
-  EXPECT_EQ(entry.size_high, 0U);
-  EXPECT_EQ(entry.time_low, 1700000000U);
-  EXPECT_EQ(entry.time_high, 0U);
-  EXPECT_EQ(entry.reserved, 0U);
-  EXPECT_EQ(entry.name, "x");
-  EXPECT_EQ(entry.user_data, "");
   ASSERT_EQ(entry.blocks.size(), 1U);
-  EXPECT_EQ(entry.blocks[0].payload.substr(0, 8), std::string("\x11\0\0\0\x12\x1F\x9D\x02", 8));
-  EXPECT_EQ(ContentOf(entry), "hello hello hello");
-  EXPECT_EQ(entry.checksum, Checksum("hello hello hello"));
-}
-
-TEST_F(Create, ChecksumStartsAtZeroAndIsNotInverted) {
-  Make({{"x", FileNode("123456789")}});
-  ExpectRun("-cf a.qel x", "", 0);
-  EXPECT_EQ(Entries("a.qel").at(0).checksum, 0x2DFD2D88U);
+  EXPECT_EQ(entry.blocks[0].payload.substr(0, 8), std::string("\x9\0\0\0\x12\x1F\x9D\x02", 8));
+  EXPECT_EQ(ContentOf(entry), "123456789");
+  expected.blocks = entry.blocks;
+  EXPECT_EQ(Bytes("a.qel"), BuildArchive({expected}));
 }
 
 TEST_F(Create, StoresContentsOfEveryLength) {
@@ -60,9 +47,7 @@ TEST_F(Create, StoresContentsOfEveryLength) {
   for (std::size_t i = 1; i < entries.size(); ++i) {
     const std::string content = Bytes(entries[i].name);
     EXPECT_EQ(entries[i].size_low, content.size()) << entries[i].name;
-    EXPECT_EQ(entries[i].blocks.empty(), content.empty()) << entries[i].name;
     EXPECT_TRUE(ContentOf(entries[i]) == content) << entries[i].name;
-    if (content.empty()) continue;
     EXPECT_EQ(entries[i].checksum, Checksum(content)) << entries[i].name;
   }
 }
@@ -81,16 +66,10 @@ TEST_F(Create, WalksADirectoryInByteOrderItsOwnEntryFirst) {
   EXPECT_EQ(NamesOf(entries),
             (Names{"d", "d/.hidden", "d/B", "d/a", "d/a/z", "d/a.x", "d/b", "d/~", "d/\xC3\xA9"}));
   EXPECT_EQ(entries.at(3).type, "DR");
-  EXPECT_EQ(entries.at(3).mode, 040750U);
+  EXPECT_EQ(entries.at(3).mode, StoredMode(040750U));
   EXPECT_EQ(entries.at(3).size_low, 0U);
   ExpectRun("-cf b.qel d", "", 0);
   EXPECT_TRUE(Bytes("a.qel") == Bytes("b.qel"));
-}
-
-TEST_F(Create, KeepsTheOrderOfTheCommandLineAndPrintsItWithV) {
-  Make({{"d/f", FileNode("1")}, {"x", FileNode("2")}});
-  ExpectRun("-cvf q.qel x d", "a x\na d\na d/f\n", 0);
-  EXPECT_EQ(NamesOf(Entries("q.qel")), (Names{"x", "d", "d/f"}));
 }
 
 TEST_F(Create, StoresWhatADotHoldsAndNeverItself) {
@@ -120,10 +99,10 @@ TEST_F(Create, TakesNamesRelativeToTheCDirectory) {
   EXPECT_EQ(NamesOf(Entries("a.qel")), (Names{"e", "e/f"}));
   ExpectRun("-cf b.qel -C d x", "MOLDEX: inaccessible file x\n", 44);
   EXPECT_FALSE(Exists("b.qel") || Exists("d/b.qel"));
-  ExpectRun("-cf c.qel x -C no",
-            "MOLDEX: can not change to dir no (error 102). "
-            "No such file or directory\n",
-            102);
+  ExpectRun(
+      "-cf c.qel x -C no",
+      "MOLDEX: can not change to dir no (error 102). " + SystemText(Complaint::kNoFile) + "\n",
+      102);
 }
 
 TEST_F(Create, ReplacesPermissionBitsWithP) {
@@ -144,15 +123,12 @@ TEST_F(Create, DropsTheArchiveWhenAFileIsInaccessible) {
   EXPECT_EQ(NamesOf(Entries("a.qel")), Names{"x"});
 }
 
-TEST_F(Create, LeavesOutUnreadableFiles) {
+TEST_F(Create, LeavesOutWhatCannotBeRead) {
   Make({{"d/closed", FileNode("1", 0000)}, {"d/open", FileNode("2")}});
   ExpectRun("-cif a.qel d", "MOLDEX: inaccessible file d/closed\n", 44, User::kNobody);
   EXPECT_EQ(NamesOf(Entries("a.qel")), (Names{"d", "d/open"}));
-}
-
-TEST_F(Create, NeverCallsAnUnreadableDirectoryASuccess) {
-  Make({{"d/closed", DirectoryNode(0000)}, {"d/open", FileNode("2")}});
-  EXPECT_NE(Run("-cif a.qel d", User::kNobody).status, 0);
+  Make({{"e/closed", DirectoryNode(0000)}});
+  EXPECT_NE(Run("-cif a.qel e", User::kNobody).status, 0);
 }
 
 TEST_F(Create, NeverOpensAFifo) {
@@ -168,13 +144,14 @@ TEST_F(Create, FollowsSymbolicLinks) {
   ExpectRun("-cf a.qel d", "", 0);
   const auto entries = Entries("a.qel");
   EXPECT_EQ(NamesOf(entries), (Names{"d", "d/file", "d/folder", "d/folder/f"}));
-  EXPECT_EQ(entries.at(1).mode, 0100600U);
+  EXPECT_EQ(entries.at(1).mode, StoredMode(0100600U));
   EXPECT_EQ(ContentOf(entries.at(1)), "text");
   EXPECT_EQ(entries.at(2).type, "DR");
 }
 
 TEST_F(Create, LeavesOutLinksThatLeadNowhereOrInCircles) {
-  for (const char* target : {"missing", ".", "../d", "link"}) {
+  for (const std::string target : {"missing", ".", "../d", "link"}) {
+    if (OnWindows() && (target == "missing" || target == "link")) continue;  // Wine hides these
     const TempDir folder;
     MakeTree(folder.Path(), {{"d/link", SymlinkNode(target)}, {"d/x", FileNode("1")}});
     const RunResult result = RunProgram(folder.Path(), {"-cf", "a.qel", "d"});
@@ -193,9 +170,9 @@ TEST_F(Create, EndsWhenALinkLeadsAboveTheWalk) {
 
 TEST_F(Create, ReportsAnArchiveItCannotOpenOrWrite) {
   Make({{"x", FileNode("1")}});
-  ExpectRun("-cf no/a.qel x",
-            "MOLDEX: error opening no/a.qel (error 6). No such file or directory\n", 6);
-  ExpectRun("-cf . x", "MOLDEX: error opening . (error 6). Is a directory\n", 6);
+  ExpectRun("-cf no/a.qel x", OpenError("no/a.qel", Complaint::kNoPath), 6);
+  ExpectRun("-cf . x", OpenError(".", Complaint::kIsDirectory), 6);
+  if (OnWindows()) return;  // has no such file
   ExpectRun("-cf /dev/full x",
             "MOLDEX: error writing to /dev/full (error 4). No space left on device\n", 4,
             User::kNobody);
@@ -215,6 +192,26 @@ TEST_F(Create, RunsInConstantMemory) {
   EXPECT_LT(Run("-df a.qel").peak_rss_kib, 8192);
   EXPECT_LT(Run("-xf a.qel -R out").peak_rss_kib, 8192);
   EXPECT_TRUE(Bytes("out/d/big") == Bytes("d/big"));
+}
+
+TEST_F(Create, DeletesNothingButTheArchiveThatItWrote) {
+  Make({{"real", FileNode("")}, {"link.qel", SymlinkNode("real")}});
+  ExpectRun("-cf link.qel none",
+            "MOLDEX: inaccessible file none\n"
+            "MOLDEX: could not delete the incomplete archive link.qel\n",
+            44);
+  EXPECT_TRUE(std::filesystem::is_symlink(Path("link.qel")));
+  EXPECT_EQ(Bytes("real"), "");
+}
+
+TEST_F(Create, ReportsAFileThatHasNoStorableName) {
+  Write("c:", "a drive and nothing else");
+  ExpectRun("-cf a.qel c:", "MOLDEX: inaccessible file c:\n", 44);
+}
+
+TEST_F(Create, TakesAnExistingNameForNoPattern) {
+  Make({{"wha?", FileNode("1")}, {"what", FileNode("2")}});
+  ExpectRun("-cvf a.qel wha?", "a wha?\n", 0);
 }
 
 }  // namespace

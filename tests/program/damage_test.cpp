@@ -66,6 +66,7 @@ class Damage : public ProgramTest {
         FlipByte(archive, offset, mask);
         const RunResult extracted = ExtractInto(archive);
         const RunResult verified = Run("-df a.qel");
+        (void)Run("-tf a.qel");  // ends by itself
         if (extracted.status != 0) continue;
         EXPECT_EQ(verified.status, 0) << verified.out;
         // A kind in the mode that became another may leave an entry without its data; all else
@@ -98,17 +99,6 @@ TEST_F(Damage, EveryCutIsAReadingErrorUnlessItIsBetweenEntries) {
     const RunResult extracted = ExtractInto(good_.substr(0, length));
     EXPECT_EQ(extracted.status, status) << extracted.out;
     EXPECT_EQ(Run("-df a.qel").status, status);
-  }
-}
-
-TEST_F(Damage, ListingEndsByItselfOnEveryDamage) {
-  for (std::size_t offset = 0; offset < good_.size(); ++offset) {
-    SCOPED_TRACE(offset);
-    std::string archive = good_;
-    FlipByte(archive, offset, 0x80);
-    Write("a.qel", archive);
-    (void)Run("-tf a.qel");
-    Write("a.qel", good_.substr(0, offset));
     (void)Run("-tf a.qel");
   }
 }

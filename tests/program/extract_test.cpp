@@ -7,13 +7,6 @@
 namespace moldex::test {
 namespace {
 
-std::string Extracted(unsigned count) {
-  return "MOLDEX: " + std::to_string(count) + " file(s) extracted\n";
-}
-std::string Tested(unsigned count) {
-  return "MOLDEX: " + std::to_string(count) + " file(s) tested\n";
-}
-
 class Extract : public ProgramTest {
  protected:
   void Archive(const std::vector<QelEntry>& entries) { Write("a.qel", BuildArchive(entries)); }
@@ -26,22 +19,20 @@ class Extract : public ProgramTest {
 };
 
 TEST_F(Extract, BringsATreeBack) {
-  std::string text;
-  for (int i = 0; i < 40000; ++i)
-    text += std::to_string(i * i) + (i % 7 == 0 ? "\n" : " ");
+  const std::string text = Numbers(40000);
   Make({{"d/text", FileNode(text, 0640, 1234567890)},
         {"d/empty", FileNode("", 0604, 1)},
         {"d/sub/closed", DirectoryNode(0500)},
         {"d/sub/closed/x", FileNode("x", 0755, 0x7FFFFFFF)},
         {"d/sub/void", DirectoryNode(0711)},
         {"d/late", FileNode("after 2038", 0600, 0xF0000000)},
-        {"d/ blank and: colon", FileNode("1")}});
+        {OnWindows() ? "d/ blank and+ plus" : "d/ blank and: colon", FileNode("1")}});
   ExpectRun("-cf a.qel d", "", 0);
   ExpectRun("-df a.qel", Processing("a.qel") + Tested(9), 0);
   ExpectRun("-xf a.qel -R out", Processing("a.qel") + Extracted(9), 0);
-  EXPECT_EQ(Below("out/d"), Below("d"));
+  EXPECT_EQ(Below("out/d"), AsExtracted(Below("d")));
   ExpectRun("-xf a.qel -R out", Processing("a.qel") + Extracted(9), 0);  // over what is there
-  EXPECT_EQ(Below("out/d"), Below("d"));
+  EXPECT_EQ(Below("out/d"), AsExtracted(Below("d")));
 }
 
 TEST_F(Extract, FillsADirectoryThatWillBeClosed) {
@@ -50,15 +41,17 @@ TEST_F(Extract, FillsADirectoryThatWillBeClosed) {
   Make({{"old/d", DirectoryNode(0500)}});
   for (const std::string target : {"new", "old"}) {
     ExpectRun("-xf a.qel -R " + target, Processing("a.qel") + Extracted(2), 0, User::kNobody);
+    EXPECT_EQ(Bytes(target + "/d/x"), "1");
+    if (OnWindows()) continue;  // Wine closes no directory
     EXPECT_EQ(Below(target), expected);
   }
 }
 
 TEST_F(Extract, ReadsStreamsCutIntoBlocksOfAnySize) {
-  std::string text;
-  for (int i = 0; i < 3000; ++i)
-    text += std::to_string(i);
-  for (const std::size_t piece : {8U, 9U, 10U, 64U, 1000U, 65536U}) {
+  const std::string text = Numbers(3000);
+  // The last leaves the stream's closing byte to a block of its own.
+  const std::size_t all_but_one = CompressedStream(text).size() - 1;
+  for (const std::size_t piece : {std::size_t{8}, std::size_t{9}, kMaxPayload, all_but_one}) {
     Archive({FileEntry("x", text, 0100644, piece), FileEntry("y", "behind")});
     ExpectRun("-xf a.qel -R out", Processing("a.qel") + Extracted(2), 0);
     EXPECT_TRUE(Bytes("out/x") == text) << piece;
@@ -67,12 +60,8 @@ TEST_F(Extract, ReadsStreamsCutIntoBlocksOfAnySize) {
 }
 
 TEST_F(Extract, ReadsSeveralStreamsInOneEntry) {
-  QelEntry entry = FileEntry("x", "first", 0100644, 10);
-  const QelEntry second = FileEntry("x", "second", 0100644, 9);
-  entry.blocks.back().type = "DA";
-  entry.blocks.insert(entry.blocks.end(), second.blocks.begin(), second.blocks.end());
-  entry.size_low = 11;
-  entry.checksum = Checksum("firstsecond");
+  QelEntry entry = FileEntry("x", "firstsecond");
+  entry.blocks = {{"DA", CompressedStream("first")}, {"ED", CompressedStream("second")}};
   Archive({entry});
   ExpectRun("-xf a.qel", Processing("a.qel") + Extracted(1), 0);
   EXPECT_EQ(Bytes("x"), "firstsecond");
@@ -84,8 +73,8 @@ TEST_F(Extract, RestoresTimeAndPermissionsButNoSetuidBits) {
     file.time_low = 0x80000001;
     Archive({file, DirectoryEntry("d", 040000 | mode)});
     ExpectRun("-xf a.qel -R out", Processing("a.qel") + Extracted(2), 0);
-    EXPECT_EQ(Below("out"), (Tree{{"d", DirectoryNode(mode & 0777)},
-                                  {"x", FileNode("1", mode & 0777, 0x80000001)}}));
+    EXPECT_EQ(Below("out"), AsExtracted({{"d", DirectoryNode(mode & 0777)},
+                                         {"x", FileNode("1", mode & 0777, 0x80000001)}}));
     RemoveTree(Path("out"));
   }
 }
@@ -97,15 +86,8 @@ TEST_F(Extract, LeavesDirectoryPermissionsAloneWithH) {
   EXPECT_EQ(Below("out").at("old").mode, 0751U);
   EXPECT_TRUE(std::filesystem::is_directory(Path("out/new")));
   ExpectRun("-xf a.qel -R out", Processing("a.qel") + Extracted(3), 0);
-  EXPECT_EQ(Below("out").at("old").mode, 0700U);
-  EXPECT_EQ(Below("out").at("new").mode, 0711U);
-}
-
-TEST_F(Extract, CreatesMissingParents) {
-  Archive({FileEntry("p/q/r", "1"), DirectoryEntry("s/t/u")});
-  ExpectRun("-xf a.qel -R deep/er/", Processing("a.qel") + Extracted(2), 0);
-  EXPECT_EQ(Bytes("deep/er/p/q/r"), "1");
-  EXPECT_TRUE(std::filesystem::is_directory(Path("deep/er/s/t/u")));
+  EXPECT_EQ(Below("out").at("old").mode, OnWindows() ? 0751U : 0700U);  // was writable before
+  EXPECT_EQ(Below("out").at("new").mode, ExtractedMode(Kind::kDirectory, 0711U));
 }
 
 TEST_F(Extract, EndsWhenAParentIsAFile) {
@@ -122,32 +104,11 @@ TEST_F(Extract, ReplacesFilesButNotReadOnlyOnes) {
   ExpectRun("-xf a.qel", Processing("a.qel") + Extracted(1), 0);
   EXPECT_EQ(Bytes("x"), "new");
   Make({{"x", FileNode("old", 0444)}});
-  ExpectRun(
-      "-xf a.qel",
-      Processing("a.qel") + "MOLDEX: could not open for writing x (error 28). Permission denied\n",
-      28, User::kNobody);
+  ExpectRun("-xf a.qel",
+            Processing("a.qel") + "MOLDEX: could not open for writing x (error 28). " +
+                SystemText(Complaint::kDenied) + "\n",
+            28, User::kNobody);
   EXPECT_EQ(Bytes("x"), "old");
-}
-
-TEST_F(Extract, RestoresAShortcutAsAFile) {
-  QelEntry shortcut = FileEntry("s.lnk", "bytes", 0x11A4);
-  shortcut.type = "SC";
-  Archive({shortcut});
-  ExpectRun("-xf a.qel -R out", Processing("a.qel") + Extracted(1), 0);
-  EXPECT_EQ(Below("out"), (Tree{{"s.lnk", FileNode("bytes")}}));
-}
-
-TEST_F(Extract, PrintsOneLinePerEntryWithV) {
-  Archive({DirectoryEntry("d"), FileEntry("d/x", "1")});
-  ExpectRun("-xvf a.qel -R out", Processing("a.qel") + "x d\nx d/x\n" + Extracted(2), 0);
-  ExpectRun("-dvf a.qel", Processing("a.qel") + "d d\nd d/x\n" + Tested(2), 0);
-}
-
-TEST_F(Extract, VerifyTouchesNothing) {
-  Archive({DirectoryEntry("d"), FileEntry("d/x", "1")});
-  const Tree before = ReadTree(folder_.Path());
-  ExpectRun("-df a.qel", Processing("a.qel") + Tested(2), 0);
-  EXPECT_EQ(ReadTree(folder_.Path()), before);
 }
 
 TEST_F(Extract, SumsOverTheArchivesOfAList) {
@@ -155,9 +116,8 @@ TEST_F(Extract, SumsOverTheArchivesOfAList) {
   Write("b.qel", BuildArchive({FileEntry("b1", "1"), FileEntry("b2", "2"), FileEntry("b3", "3"),
                                FileEntry("b4", "4")}));
   const RunResult result = Run(Words{"-xf", "a.qel no.qel b.qel", "-R", "out"});
-  EXPECT_EQ(result.out, Processing("a.qel") + Extracted(3) +
-                            "MOLDEX: error opening no.qel (error 6). No such file or directory\n" +
-                            Extracted(3) + Processing("b.qel") + Extracted(7));
+  EXPECT_EQ(result.out, Processing("a.qel") + Extracted(3) + OpenError("no.qel") + Extracted(3) +
+                            Processing("b.qel") + Extracted(7));
   EXPECT_EQ(result.status, 6);
   EXPECT_EQ(Below("out").size(), 7U);
 }
@@ -200,26 +160,17 @@ TEST_F(Extract, LowersAndFlattensNamesBeforeChoosing) {
                Processing("a.qel") + "MOLDEX: not all files", 40);
 }
 
-TEST_F(Extract, EndsAtAWrongChecksum) {
-  std::string archive =
-      BuildArchive({FileEntry("a", "1"), FileEntry("b", "22"), FileEntry("c", "3")});
-  SetU32(archive, ParseArchive(archive).at(1).checksum_offset, 0);
-  Write("a.qel", archive);
-  ExpectBothFail("MOLDEX: checksum error in ", 12);
-  EXPECT_TRUE(Exists("out/a"));
-  EXPECT_FALSE(Exists("out/c"));
-}
-
 TEST_F(Extract, ComparesTheChecksumWithTheRestoredBytes) {
   // A changed literal decodes as well as the right one; only the checksum can tell.
-  std::string archive = BuildArchive({FileEntry("x", "abcdefgh")});
+  std::string archive = BuildArchive({FileEntry("x", "abcdefgh"), FileEntry("y", "1")});
   const std::size_t data = ParseArchive(archive).at(0).blocks.at(0).offset + kBlockHeaderBytes + 8;
   FlipByte(archive, data + 2, 0x20);
   Write("a.qel", archive);
   ExpectBothFail("MOLDEX: checksum error in ", 12);
+  EXPECT_FALSE(Exists("out/y"));
   FixChecksum(archive, 0);
   Write("a.qel", archive);
-  ExpectRun("-df a.qel", Processing("a.qel") + Tested(1), 0);
+  ExpectRun("-df a.qel", Processing("a.qel") + Tested(2), 0);
 }
 
 TEST_F(Extract, ReportsWhatTheDecompressorRefuses) {
@@ -229,23 +180,19 @@ TEST_F(Extract, ReportsWhatTheDecompressorRefuses) {
     const char* code;
   } cases[] = {
       {5, 0x1E, "-50"}, {6, 0, "-50"}, {4, 0x13, "-21"}, {8, 0x01, "-22"}, {8, 0x07, "-22"}};
+  const auto expect_refused = [this](const QelEntry& entry, const std::string& code) {
+    Archive({entry});
+    ExpectBothFail("MOLDEX: error decompressing ", 100);
+    EXPECT_NE(Run("-df a.qel").out.find(" x; error code is " + code + "\n"), std::string::npos);
+  };
   for (const auto& [at, value, code] : cases) {
     QelEntry entry = FileEntry("x", "some text");
-    entry.blocks[0].payload[at] = static_cast<char>(value);
-    Archive({entry});
-    ExpectRun("-df a.qel",
-              Processing("a.qel") + "MOLDEX: error decompressing x; error code is " + code + "\n",
-              100);
-    ExpectBegins("-xf a.qel", Processing("a.qel") + "MOLDEX: error decompressing ", 100);
+    SetByte(entry.blocks[0].payload, at, value);
+    expect_refused(entry, code);
   }
-}
-
-TEST_F(Extract, ReportsAChainThatEndsBeforeItsStream) {
-  QelEntry entry = FileEntry("x", std::string(1000, 'x') + "some more text");
-  entry.blocks[0].payload.resize(12);
-  Archive({entry});
-  ExpectRun("-df a.qel", Processing("a.qel") + "MOLDEX: error decompressing x; error code is 3\n",
-            100);
+  QelEntry cut = FileEntry("x", std::string(1000, 'x') + "some more text");
+  cut.blocks[0].payload.resize(12);
+  expect_refused(cut, "3");
 }
 
 TEST_F(Extract, RefusesLengthsThatBreakTheLimits) {
@@ -267,8 +214,7 @@ TEST_F(Extract, RefusesLengthsThatBreakTheLimits) {
     std::string archive = good;
     SetU32(archive, at, value);
     Write("a.qel", archive);
-    ExpectBegins("-df a.qel", Processing("a.qel") + "MOLDEX: ", 57);
-    ExpectBegins("-xf a.qel -R out", Processing("a.qel") + "MOLDEX: ", 57);
+    ExpectBothFail("MOLDEX: ", 57);
   }
 }
 
@@ -289,14 +235,33 @@ TEST_F(Extract, RefusesUnknownBlocksAndEntries) {
   ExpectBothFail("MOLDEX: unknown entry type encountered (error 100). ", 100);
 }
 
-TEST_F(Extract, RefusesASkipOver2GiB) {
-  std::string archive = BuildArchive({FileEntry("x", "some text"), DirectoryEntry("d")});
-  SetU32(archive, ParseArchive(archive).at(0).blocks.at(0).offset + kPayloadLengthAt, 0x80000000);
+TEST_F(Extract, NeverWritesOverTheArchiveThatIsRead) {
+  const std::string archive = BuildArchive({FileEntry("a.qel", "gotcha"), FileEntry("f", "1")});
   Write("a.qel", archive);
-  const RunResult result = Run("-tf a.qel");
-  EXPECT_NE(result.out.find("MOLDEX: error in second MoveFlPtr() (error 100). "),
-            std::string::npos);
-  EXPECT_EQ(result.status, 100);
+  ExpectRun("-xf a.qel",
+            Processing("a.qel") +
+                "MOLDEX: entry would replace the archive that is read: a.qel (error 60). \n" +
+                Extracted(1),
+            60);
+  EXPECT_TRUE(Bytes("a.qel") == archive);
+}
+
+TEST_F(Extract, LeavesTheRootAloneAndMakesNoDirectoryOfAFile) {
+  Write("a.qel", BuildArchive({DirectoryEntry("/"), DirectoryEntry("//")}));
+  const RunResult root = Run("-xf a.qel -R out", User::kNobody);
+  EXPECT_EQ(root.status, 55) << root.out;
+  EXPECT_NE(root.out.find("MOLDEX: 0 file(s) extracted"), std::string::npos) << root.out;
+  Write("d", "a file");
+  Write("b.qel", BuildArchive({DirectoryEntry("d")}));
+  ExpectRun("-xf b.qel",
+            Processing("b.qel") + "MOLDEX: can not create directory d (error 3). Not a directory\n",
+            3);
+}
+
+TEST_F(Extract, ClosesInnerDirectoriesBeforeOuterOnes) {
+  Write("a.qel", BuildArchive({DirectoryEntry("d", 040644), DirectoryEntry("d/e", 040644),
+                               FileEntry("d/e/f", "1"), DirectoryEntry("d/g", 040600)}));
+  ExpectRun("-xf a.qel -R out", Processing("a.qel") + Extracted(4), 0, User::kNobody);
 }
 
 }  // namespace

@@ -6,6 +6,9 @@
 namespace moldex::test {
 namespace {
 
+constexpr char kWineMakesNone[] = "Wine makes no symbolic links, and says that it does";
+constexpr char kWineFollows[] = "Wine shows symbolic links as what they lead to";
+
 class Links : public ProgramTest {
  protected:
   static QelEntry Link(std::string name, std::string target) {
@@ -19,6 +22,7 @@ class Links : public ProgramTest {
 };
 
 TEST_F(Links, AreStoredWithTheirTargetsWhenTheyAreKept) {
+  if (OnWindows()) GTEST_SKIP() << kWineFollows;
   Make({{"d", DirectoryNode()},
         {"d/file", FileNode("content")},
         {"d/link", SymlinkNode("file")},
@@ -29,25 +33,15 @@ TEST_F(Links, AreStoredWithTheirTargetsWhenTheyAreKept) {
   const auto entries = Entries("a.qel");
   ASSERT_EQ(NamesOf(entries), (std::vector<std::string>{"d", "d/file", "d/link", "d/nowhere",
                                                         "d/short.lnk", "d/up"}));
-  EXPECT_EQ(entries[2].type, "LK");
-  EXPECT_EQ(entries[2].mode & 0xF000, 0x1000u);
-  EXPECT_EQ(entries[2].size_low, 0u);
-  EXPECT_EQ(entries[2].user_data, "file");
-  EXPECT_TRUE(entries[2].blocks.empty());
+  QelEntry link = Link("d/link", "file");
+  link.time_low = entries[2].time_low;
+  EXPECT_EQ(EncodeEntry(entries[2]), EncodeEntry(link));
   EXPECT_EQ(entries[3].user_data, "nöwhere");
   EXPECT_EQ(entries[4].type, "SC");
   EXPECT_EQ(entries[4].mode, 0x1000u | 0640u);
   EXPECT_EQ(ContentOf(entries[4]), "shortcut bytes");
-  ExpectRun("-xf a.qel -R out", Processing("a.qel") + "MOLDEX: 6 file(s) extracted\n", 0);
+  ExpectRun("-xf a.qel -R out", Processing("a.qel") + Extracted(6), 0);
   EXPECT_EQ(Below("out/d"), Below("d"));
-}
-
-TEST_F(Links, AreFollowedByDefaultAndShortcutsAreFiles) {
-  Make({{"file", FileNode("content")}, {"link", SymlinkNode("file")}, {"s.lnk", FileNode("s")}});
-  ExpectRun("-cf a.qel link s.lnk", "", 0);
-  const auto entries = Entries("a.qel");
-  EXPECT_EQ(entries[0].type + entries[1].type, "RGRG");
-  EXPECT_EQ(ContentOf(entries[0]), "content");
 }
 
 TEST_F(Links, ThatLeadOutOfTheTargetAreRefusedUnlessAllowed) {
@@ -58,7 +52,7 @@ TEST_F(Links, ThatLeadOutOfTheTargetAreRefusedUnlessAllowed) {
   } cases[] = {
       {"l", "/etc/passwd", true},    {"l", "..", true},        {"l", "a/../..", true},
       {"d/l", "../..", true},        {"d/l", "..", false},     {"d/e/l", "../../x", false},
-      {"l", "a/b/../../c", false},   {"l", ".../x", false},    {"./d/./l", "../../x", true},
+      {"l", "a/../c", true},         {"l", ".../x", false},    {"./d/./l", "../../x", true},
       {"l", "x/../../inside", true}, {"d//l", "../../x", true}};
   for (const auto& [name, target, leaves] : cases) {
     Write("a.qel", BuildArchive({Link(name, target), FileEntry("after", "1")}));
@@ -70,8 +64,9 @@ TEST_F(Links, ThatLeadOutOfTheTargetAreRefusedUnlessAllowed) {
         "-xf a.qel -R out",
         Processing("a.qel") + (leaves ? refusal : "") + "MOLDEX: " + count + " file(s) extracted\n",
         leaves ? 55 : 0);
+    if (OnWindows()) continue;  // Wine makes no symbolic links, and says that it does
     EXPECT_EQ(std::filesystem::is_symlink(Path(std::string("out/") + name)), !leaves) << target;
-    ExpectRun("-x -P -f a.qel -R all", Processing("a.qel") + "MOLDEX: 2 file(s) extracted\n", 0);
+    ExpectRun("-x -P -f a.qel -R all", Processing("a.qel") + Extracted(2), 0);
     EXPECT_EQ(std::filesystem::read_symlink(Path(std::string("all/") + name)), target);
     RemoveTree(Path("out"));
     RemoveTree(Path("all"));
@@ -79,6 +74,7 @@ TEST_F(Links, ThatLeadOutOfTheTargetAreRefusedUnlessAllowed) {
 }
 
 TEST_F(Links, AreMadeAfterAllOtherEntries) {
+  if (OnWindows()) GTEST_SKIP() << kWineMakesNone;
   // Written in the archive's order, the file would go through the link.
   Make({{"out", DirectoryNode()}, {"out/target", DirectoryNode()}});
   Write("a.qel", BuildArchive({Link("d", "target"), FileEntry("d/file", "content")}));
@@ -88,7 +84,19 @@ TEST_F(Links, AreMadeAfterAllOtherEntries) {
   EXPECT_EQ(result.status, 28) << result.out;  // a directory stands where the link should go
 }
 
+TEST_F(Links, BehindLinksOfAnotherArchiveLeadNowhereElse) {
+  // Every ".." alone is matched by a component in front of it, but that component is a link to ".".
+  Write("1.qel", BuildArchive({Link("s", "."), Link("up", "s/.."), Link("top", "up/..")}));
+  Write("2.qel", BuildArchive({FileEntry("top/stolen", "1"), FileEntry("s/inside", "2")}));
+  Make({{"in", DirectoryNode()}, {"in/out", DirectoryNode()}});
+  Run("-xf 1.qel,2.qel -R in/out");
+  EXPECT_EQ(Bytes("in/out/inside"), "2");
+  EXPECT_EQ(Bytes("in/out/top/stolen"), "1");
+  EXPECT_FALSE(Exists("stolen") || Exists("in/stolen"));
+}
+
 TEST_F(Links, AreNotMadeThroughOtherLinks) {
+  if (OnWindows()) GTEST_SKIP() << kWineMakesNone;
   // Each target alone stays inside; the second link, made through the first, would not.
   Write("a.qel", BuildArchive({DirectoryEntry("a"), DirectoryEntry("a/b"), Link("a/b/c", "../.."),
                                Link("a/b/c/l", "../../x")}));
@@ -106,19 +114,28 @@ TEST_F(Links, WithoutTargetAreReportedAndLeftOut) {
             Processing("a.qel") +
                 "MOLDEX: no link target for l (error 45). \nMOLDEX: 1 file(s) extracted\n",
             45);
-  ExpectRun("-df a.qel", Processing("a.qel") + "MOLDEX: 2 file(s) tested\n", 0);
+  ExpectRun("-df a.qel", Processing("a.qel") + Tested(2), 0);
 }
 
 TEST_F(Links, OnDiskAreReplacedByFilesAndLinks) {
+  if (OnWindows()) GTEST_SKIP() << kWineFollows;
   Make({{"out", DirectoryNode()},
         {"outside", FileNode("must stay")},
         {"out/f", SymlinkNode("../outside")},
         {"out/l", SymlinkNode("../outside")}});
   Write("a.qel", BuildArchive({FileEntry("f", "new"), Link("l", "f")}));
-  ExpectRun("-xf a.qel -R out", Processing("a.qel") + "MOLDEX: 2 file(s) extracted\n", 0);
+  ExpectRun("-xf a.qel -R out", Processing("a.qel") + Extracted(2), 0);
   EXPECT_EQ(Bytes("outside"), "must stay");
   EXPECT_EQ(Below("out").at("f").content, "new");
   EXPECT_EQ(Below("out").at("l").content, "f");
+}
+
+TEST_F(Links, OfAFileKeepTheirBytesWhenTheFileIsReplaced) {
+  Make({{"other", FileNode("must stay")}, {"out", DirectoryNode()}});
+  std::filesystem::create_hard_link(Path("other"), Path("out/f"));
+  Write("a.qel", BuildArchive({FileEntry("f", "new")}));
+  ExpectRun("-xf a.qel -R out", Processing("a.qel") + Extracted(1), 0);
+  EXPECT_EQ(Bytes("other") + Bytes("out/f"), "must staynew");
 }
 
 }  // namespace

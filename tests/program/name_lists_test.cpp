@@ -63,8 +63,7 @@ TEST_F(NameLists, BrokenListsAreRefused) {
     EXPECT_FALSE(Exists("new.qel")) << content;
   }
   for (const std::string option : {"-A", "-X", "-T"}) {
-    ExpectRun("-cf new.qel x.txt " + option + " none",
-              "MOLDEX: error opening none (error 6). " + SystemText(Complaint::kNoFile) + "\n", 6);
+    ExpectRun("-cf new.qel x.txt " + option + " none", OpenError("none"), 6);
   }
 }
 
@@ -96,9 +95,7 @@ TEST_F(NameLists, ListsOfArchivesAreExpandedAndSorted) {
   ExpectRun("-t -f *.qel", both, 0);
   // Where case does not tell names apart, this is the name of a file as it stands.
   ExpectRun("-t -g -f upper.qel", Processing(OnWindows() ? "upper.qel" : "Upper.QEL"), 0);
-  ExpectRun("-t -f no*.qel",
-            "MOLDEX: error opening no*.qel (error 6). " + SystemText(Complaint::kBadName) + "\n",
-            6);
+  ExpectRun("-t -f no*.qel", OpenError("no*.qel", Complaint::kBadName), 6);
 }
 
 }  // namespace

@@ -81,8 +81,18 @@ inline std::string Numbers(int count) {
   return text;
 }
 
+// Lines that the program prints.
 inline std::string Processing(const std::string& archive) {
   return "MOLDEX: processing archive " + archive + "...\n";
+}
+inline std::string Extracted(unsigned count) {
+  return "MOLDEX: " + std::to_string(count) + " file(s) extracted\n";
+}
+inline std::string Tested(unsigned count) {
+  return "MOLDEX: " + std::to_string(count) + " file(s) tested\n";
+}
+inline std::string OpenError(const std::string& name, Complaint complaint = Complaint::kNoFile) {
+  return "MOLDEX: error opening " + name + " (error 6). " + SystemText(complaint) + "\n";
 }
 
 }  // namespace moldex::test

@@ -34,14 +34,6 @@ TEST_F(Scan, LeavesOutExcludedNames) {
   EXPECT_EQ(Text("files.log"), std::string(kHead) + "folderx\n");
 }
 
-TEST_F(Scan, ReportsALogThatCannotBeWritten) {
-  Make({{"files.log", DirectoryNode()}});
-  ExpectRun(
-      "-l x",
-      "MOLDEX: error opening files.log (error 6). " + SystemText(Complaint::kIsDirectory) + "\n",
-      6);
-}
-
 class Space : public ProgramTest {
  protected:
   // An entry that only says how large it is: a listing looks no further.
