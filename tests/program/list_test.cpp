@@ -105,11 +105,5 @@ TEST_F(List, ForgetsALongerMatchedDirectoryForTheNext) {
   EXPECT_NE(Run("-tf a.qel d").out.find(" d/z\n"), std::string::npos);
 }
 
-TEST_F(List, TakesTheDefaultArchiveWithoutF) {
-  ExpectRun("-t", OpenError("DEFAULT.QEL"), 6);
-  Write("DEFAULT.QEL", BuildArchive({}));
-  ExpectRun("-t", Processing("DEFAULT.QEL"), 0);
-}
-
 }  // namespace
 }  // namespace moldex::test
