@@ -80,16 +80,17 @@ Bytes Compress(const Bytes& input, int level, const Cut& input_cut = kWhole,
 }
 
 Bytes ZlibCompress(const Bytes& input, int level) {
-  static constexpr std::array<std::array<int, 3>, 9> tuning = {{{4, 4, 16},
-                                                                {6, 8, 16},
-                                                                {8, 16, 32},
-                                                                {8, 32, 64},
-                                                                {8, 64, 128},
-                                                                {8, 128, 256},
-                                                                {8, 128, 512},
-                                                                {32, 258, 1024},
-                                                                {32, 258, 4096}}};
-  return ZlibDeflate(input, {6, Z_DEFAULT_STRATEGY, -14, 7, tuning.at(level - 1U)});
+  static constexpr std::array<std::array<int, 3>, 9> kTuning = {{{4, 4, 16},
+                                                                 {6, 8, 16},
+                                                                 {8, 16, 32},
+                                                                 {8, 32, 64},
+                                                                 {8, 64, 128},
+                                                                 {8, 128, 256},
+                                                                 {8, 128, 512},
+                                                                 {32, 258, 1024},
+                                                                 {32, 258, 4096}}};
+  return ZlibDeflate(
+      input, {6, Z_DEFAULT_STRATEGY, -14, 7, kTuning.at(static_cast<std::size_t>(level) - 1)});
 }
 
 TokenStream Parse(const Bytes& stream) {
@@ -145,14 +146,14 @@ TEST(LzhEncoder, TakesTheDecisionsOfZlibWhereTheWindowMoves) {
 // window's upper half begins: moving the window makes it unreachable, so the match exists only
 // while enough bytes follow to leave the window alone.
 TEST(LzhEncoder, LosesTheFarthestCandidateWhenTheWindowMovesOverIt) {
-  constexpr std::array<std::uint8_t, 6> marker = {251, 252, 253, 254, 255, 251};
+  constexpr std::array<std::uint8_t, 6> kMarker = {251, 252, 253, 254, 255, 251};
   for (const std::size_t base : {std::size_t{0}, std::size_t{16384}}) {
     // Small bytes share no hash with the marker, so its copy stays the first candidate.
     Bytes input = Noise(base + 33500, 16);
     const std::size_t first = base + 16384;
     const std::size_t second = first + 16122;
-    std::ranges::copy(marker, &input[first]);
-    std::ranges::copy(marker, &input[second]);
+    std::ranges::copy(kMarker, &input[first]);
+    std::ranges::copy(kMarker, &input[second]);
     input[first - 1] = 16;
     input[second - 1] = 17;
     for (const std::size_t behind : {6U, 7U, 100U, 260U, 261U, 262U, 263U, 500U}) {
