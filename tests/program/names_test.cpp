@@ -126,8 +126,10 @@ TEST_F(Names, CreationRefusesNamesOver260Bytes) {
   const std::string over = LongName(261);
   Make({{longest, FileNode("1")}, {over, FileNode("2")}});
   ExpectRun("-cf a.qel " + longest, "", 0);
-  ExpectRun("-xf a.qel -R out", Processing("a.qel") + Extracted(1), 0);
-  EXPECT_EQ(Bytes("out/" + longest), "1");
+  if (!OnWindows()) {  // where Wine takes no longer path in the local code page
+    ExpectRun("-xf a.qel -R out", Processing("a.qel") + Extracted(1), 0);
+    EXPECT_EQ(Bytes("out/" + longest), "1");
+  }
   ExpectRun("-icf b.qel " + over + " " + longest, "MOLDEX: inaccessible file " + over + "\n", 44);
   EXPECT_EQ(NamesOf(Entries("b.qel")), std::vector{longest});
 }
