@@ -33,14 +33,14 @@ TEST(Attributes, BecomeModesAndComeBack) {
 
 TEST(Attributes, TheRuntimesModeGivesEverybodyTheSame) {
   const struct {
-    std::uint32_t attributes;
     const char* name;
+    std::uint32_t attributes;
     std::uint32_t mode;
-  } cases[] = {{0x20, "a.txt", 0100666},   {0x21, "a.txt", 0100444},   {0x80, "a.exe", 0100777},
-               {0x80, "A.EXE", 0100777},   {0x81, "d/a.Bat", 0100555}, {0x80, "exe", 0100666},
-               {0x80, "a.exe.x", 0100666}, {0x10, "folder", 040777},   {0x11, "folder", 040555},
-               {0x2, "", 0100666},         {0x80, "a.com", 0100777},   {0x80, "a.cmd", 0100777}};
-  for (const auto& [attributes, name, mode] : cases) {
+  } cases[] = {{"a.txt", 0x20, 0100666},   {"a.txt", 0x21, 0100444},   {"a.exe", 0x80, 0100777},
+               {"A.EXE", 0x80, 0100777},   {"d/a.Bat", 0x81, 0100555}, {"exe", 0x80, 0100666},
+               {"a.exe.x", 0x80, 0100666}, {"folder", 0x10, 040777},   {"folder", 0x11, 040555},
+               {"", 0x2, 0100666},         {"a.com", 0x80, 0100777},   {"a.cmd", 0x80, 0100777}};
+  for (const auto& [name, attributes, mode] : cases) {
     EXPECT_EQ(RuntimeModeOf(attributes, name), mode) << std::oct << name;
   }
 }

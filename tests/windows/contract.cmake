@@ -6,7 +6,7 @@ add_subdirectory(/usr/src/googletest/googletest ${CMAKE_BINARY_DIR}/googletest E
 
 set(platform ${PROJECT_SOURCE_DIR}/tests/platform)
 add_executable(windows_contract EXCLUDE_FROM_ALL
-  contract_main.cpp only_windows_test.cpp tree_win32.cpp
+  contract_main_win32.cpp only_windows_test_win32.cpp tree_win32.cpp
   ${platform}/path_rules_test.cpp ${platform}/name_rules_test.cpp
   ${platform}/windows_records_test.cpp ${platform}/file_handle_test.cpp
   ${platform}/file_services_test.cpp ${platform}/buffered_file_test.cpp
@@ -14,7 +14,7 @@ add_executable(windows_contract EXCLUDE_FROM_ALL
 target_include_directories(windows_contract PRIVATE ${PROJECT_SOURCE_DIR}/tests)
 target_link_libraries(windows_contract PRIVATE platform codepage moldex_compile_options gtest)
 
-add_executable(make_shortcut EXCLUDE_FROM_ALL make_shortcut.cpp)
+add_executable(make_shortcut EXCLUDE_FROM_ALL make_shortcut_win32.cpp)
 target_link_libraries(make_shortcut PRIVATE moldex_compile_options ole32 uuid)
 
 add_custom_target(windows_tests DEPENDS windows_contract make_shortcut)

@@ -1,6 +1,7 @@
 // moldex.exe and what only Windows has: shortcuts, attributes, refused names; and its archives
 // against those of the program of this system.
 #include <cstdlib>
+#include <optional>
 #include <string>
 
 #include "program/program_test.h"
@@ -11,24 +12,29 @@ namespace {
 constexpr char kLongNamesHeader[] = {'V', 'U', 'K', 0, '2', '.', '0', '0', 0};
 const std::string kLongNames(kLongNamesHeader, 8);
 
-// Runs one program in place of another that an environment variable names.
-class OtherProgram {
+// Gives an environment variable another value for a while, or none.
+class OtherValue {
  public:
-  OtherProgram(const char* variable, const char* value)
-      : variable_(variable), former_(std::getenv(variable)) {
-    if (value != nullptr) {
-      setenv(variable, value, 1);
-    } else {
-      unsetenv(variable);
-    }
+  OtherValue(const char* variable, const char* value) : variable_(variable) {
+    const char* former = std::getenv(variable);
+    if (former != nullptr) former_ = former;
+    Set(value);
   }
-  ~OtherProgram() { setenv(variable_, former_.c_str(), 1); }
-  OtherProgram(const OtherProgram&) = delete;
-  OtherProgram& operator=(const OtherProgram&) = delete;
+  ~OtherValue() { Set(former_ ? former_->c_str() : nullptr); }
+  OtherValue(const OtherValue&) = delete;
+  OtherValue& operator=(const OtherValue&) = delete;
 
  private:
+  void Set(const char* value) const {
+    if (value != nullptr) {
+      setenv(variable_, value, 1);
+    } else {
+      unsetenv(variable_);
+    }
+  }
+
   const char* variable_;
-  std::string former_;
+  std::optional<std::string> former_;
 };
 
 class Windows : public ProgramTest {
@@ -37,15 +43,15 @@ class Windows : public ProgramTest {
 
   // Wine shows this machine's files as drive Z.
   void MakeShortcut(const std::string& target, const std::string& name) const {
-    const OtherProgram maker("MOLDEX_EXE", std::getenv("MOLDEX_SHORTCUT_MAKER"));
+    const OtherValue maker("MOLDEX_EXE", std::getenv("MOLDEX_SHORTCUT_MAKER"));
     const RunResult made = RunProgram(folder_.Path(), {DriveZ(target), DriveZ(name)});
     ASSERT_EQ(made.status, 0) << made.err;
     ASSERT_TRUE(Exists(name));
   }
 
   RunResult RunNative(const Words& arguments) const {
-    const OtherProgram native("MOLDEX_PROGRAM", nullptr);
-    const OtherProgram target("MOLDEX_TARGET", "");
+    const OtherValue native("MOLDEX_PROGRAM", nullptr);
+    const OtherValue target("MOLDEX_TARGET", nullptr);
     return Run(arguments);
   }
 

@@ -17,7 +17,7 @@ constexpr char kModes[] = "needs permissions; Windows keeps none but that to wri
 constexpr char kNames[] = "needs names that Windows does not have";
 constexpr char kRename[] = "renames an open file, which Windows refuses";
 
-// What of these holds on Windows, too, only_windows_test.cpp asks instead.
+// What of these holds on Windows, too, only_windows_test_win32.cpp asks instead.
 constexpr LeftOut kLeftOut[] = {
     {"ExtractedFile.IsItsOwnersAloneUntilItGetsPermissions", kModes},
     {"ExtractedFile.ReplacesASymbolicLinkInsteadOfFollowingIt", kLinks},
