@@ -35,18 +35,18 @@ bool IsTheArchive(const std::string& name, const FileIdentity& archive) {
 }
 
 struct RefusalText {
-  Refusal refusal;
   const char* text;
+  Refusal refusal;
   int code;
 };
 
 constexpr RefusalText kTexts[] = {
-    {Refusal::kNoLinkTarget, "MOLDEX: no link target for ", kErrorNoLinkTarget},
-    {Refusal::kNotAllowed, "MOLDEX: name is not allowed on this system: ", kErrorNameNotAllowed},
-    {Refusal::kLeavesTarget,
-     "MOLDEX: name leaves the target directory (use -P to allow it): ", kErrorLeavesTarget},
-    {Refusal::kIsTheArchive,
-     "MOLDEX: entry would replace the archive that is read: ", kErrorReplacesArchive},
+    {"MOLDEX: no link target for ", Refusal::kNoLinkTarget, kErrorNoLinkTarget},
+    {"MOLDEX: name is not allowed on this system: ", Refusal::kNotAllowed, kErrorNameNotAllowed},
+    {"MOLDEX: name leaves the target directory (use -P to allow it): ", Refusal::kLeavesTarget,
+     kErrorLeavesTarget},
+    {"MOLDEX: entry would replace the archive that is read: ", Refusal::kIsTheArchive,
+     kErrorReplacesArchive},
 };
 
 }  // namespace

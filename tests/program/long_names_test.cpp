@@ -104,6 +104,25 @@ TEST_F(Variants, UserDataOfAnyLengthAreReadAndHarmless) {
   }
 }
 
+TEST_F(Variants, BlocksOfOneByteAndSeveralStreamsAreRead) {
+  const std::string first(70000, 'x');
+  const std::string second = "and a second stream";
+  const std::string stream = CompressedStream(first);
+  QelEntry entry = FileEntry("f", first + second);
+  entry.blocks = {{"DA", stream.substr(0, 8)}};  // a stream's first block holds its header
+  for (const char byte : stream.substr(8))
+    entry.blocks.push_back({"DA", std::string(1, byte)});
+  entry.blocks.push_back({"ED", CompressedStream(second)});
+  EXPECT_TRUE(ExtractOne(entry, kArchiveHeader) == first + second);
+}
+
+TEST_F(Variants, AnEndMarkInABlockOfItsOwnBelongsToItsStream) {
+  const std::string stream = CompressedStream("content");
+  QelEntry entry = FileEntry("f", "content", 0100644, stream.size() - 1);
+  ASSERT_EQ(entry.blocks.back().payload, std::string(1, '\0'));
+  EXPECT_EQ(ExtractOne(entry, kArchiveHeader), "content");
+}
+
 TEST_F(Variants, LzcDataAreRead) {
   QelEntry entry = FileEntry("f", "aaa");
   const std::string codes("a\x02\x02", 3);  // 'a', then 257, each in 9 bits

@@ -31,6 +31,17 @@ TEST_F(Merge, CopiesEveryByteBehindTheHeaderUnread) {
   }
 }
 
+TEST_F(Merge, KeepsUserDataReservedFieldsAndUnknownModeBits) {
+  QelEntry odd = FileEntry("odd", "content");
+  odd.mode = 0xF8000000u | 0100644u;
+  odd.reserved = 0xDEADBEEF;
+  odd.user_data = std::string("\0\1\2user", 7);
+  Write("s.qel", BuildArchive({odd}));
+  Write("t.qel", BuildArchive({}));
+  ExpectRun("-mf s.qel,t.qel", "", 0);
+  EXPECT_EQ(Bytes("t.qel"), Bytes("s.qel"));
+}
+
 TEST_F(Merge, RefusesAnythingButTwoArchives) {
   const std::string message =
       "MOLDEX: merging only supported for exactly two archives (error 100). \n";
