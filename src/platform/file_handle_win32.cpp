@@ -60,15 +60,31 @@ HANDLE OpenWithRetries(const std::string& path, unsigned flags) {
   return handle;
 }
 
-// A file out of an archive takes the place of a symbolic link instead of going where it leads.
-void RemoveSymbolicLink(const std::string& path) {
+bool IsSymbolicLink(const std::string& path) {
   WIN32_FIND_DATAA data{};
   const HANDLE search = FindFirstFileA(path.c_str(), &data);
-  if (search == INVALID_HANDLE_VALUE) return;
+  if (search == INVALID_HANDLE_VALUE) return false;
   FindClose(search);
-  const bool is_link = (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
-                       data.dwReserved0 == IO_REPARSE_TAG_SYMLINK;
-  if (is_link) (void)DeleteFileA(path.c_str());
+  return (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+         data.dwReserved0 == IO_REPARSE_TAG_SYMLINK;
+}
+
+bool HasOtherNames(const std::string& path) {
+  const HANDLE handle =
+      CreateFileA(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                  OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) return false;
+  BY_HANDLE_FILE_INFORMATION record{};
+  const bool known = GetFileInformationByHandle(handle, &record) != FALSE;
+  CloseHandle(handle);
+  return known && record.nNumberOfLinks > 1;
+}
+
+// A file out of an archive takes the place of a symbolic link instead of going where it leads, and
+// of one name of a file instead of changing what its other names show.
+bool MakeRoom(const std::string& path) {
+  if (!IsSymbolicLink(path) && !HasOtherNames(path)) return true;
+  return Succeeded(DeleteFileA(path.c_str()) != FALSE);
 }
 
 bool MovePointer(std::intptr_t handle, std::int64_t distance, DWORD from) {
@@ -121,7 +137,7 @@ CFileHandle::~CFileHandle() { Close(); }
 bool CFileHandle::Open(const std::string& path, unsigned flags) {
   Close();
   const std::string name = SystemPath(path);
-  if ((flags & kOpenExtracted) != 0) RemoveSymbolicLink(name);
+  if ((flags & kOpenExtracted) != 0 && !MakeRoom(name)) return false;
   const HANDLE handle = OpenWithRetries(name, flags);
   if (!Succeeded(handle != INVALID_HANDLE_VALUE)) return false;
   BY_HANDLE_FILE_INFORMATION record{};
