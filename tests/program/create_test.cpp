@@ -195,6 +195,7 @@ TEST_F(Create, RunsInConstantMemory) {
 }
 
 TEST_F(Create, DeletesNothingButTheArchiveThatItWrote) {
+  if (OnWindows()) GTEST_SKIP() << "Wine deletes what a link leads to instead of the link";
   Make({{"real", FileNode("")}, {"link.qel", SymlinkNode("real")}});
   ExpectRun("-cf link.qel none",
             "MOLDEX: inaccessible file none\n"
@@ -210,6 +211,7 @@ TEST_F(Create, ReportsAFileThatHasNoStorableName) {
 }
 
 TEST_F(Create, TakesAnExistingNameForNoPattern) {
+  if (OnWindows()) GTEST_SKIP() << "no file can have such a name there";
   Make({{"wha?", FileNode("1")}, {"what", FileNode("2")}});
   ExpectRun("-cvf a.qel wha?", "a wha?\n", 0);
 }

@@ -254,7 +254,8 @@ TEST_F(Extract, LeavesTheRootAloneAndMakesNoDirectoryOfAFile) {
   Write("d", "a file");
   Write("b.qel", BuildArchive({DirectoryEntry("d")}));
   ExpectRun("-xf b.qel",
-            Processing("b.qel") + "MOLDEX: can not create directory d (error 3). Not a directory\n",
+            Processing("b.qel") + "MOLDEX: can not create directory d (error 3). " +
+                SystemText(Complaint::kNotADirectory) + "\n",
             3);
 }
 

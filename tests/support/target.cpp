@@ -22,6 +22,8 @@ std::string SystemText(Complaint complaint) {
       return OnWindows() ? "Access denied.\n" : "Permission denied";
     case Complaint::kBadName:
       return OnWindows() ? "Invalid name.\n" : "No such file or directory";
+    case Complaint::kNotADirectory:
+      return OnWindows() ? "Directory name invalid.\n" : "Not a directory";
   }
   return {};
 }

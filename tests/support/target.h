@@ -14,7 +14,7 @@ namespace moldex::test {
 bool OnWindows();
 
 // The system's sentence for an error. Windows ends it with a line break.
-enum class Complaint { kNoFile, kNoPath, kIsDirectory, kDenied, kBadName };
+enum class Complaint { kNoFile, kNoPath, kIsDirectory, kDenied, kBadName, kNotADirectory };
 std::string SystemText(Complaint complaint);
 
 // The mode that is stored for a file or directory of this one. Windows knows only whether a file
