@@ -53,6 +53,7 @@ void CDirEntry::Finish() {
     FinishLongNames();
     return;
   }
+  if (!file_.EndWriting()) throw CWriteExcept(OutputPath(disk_name_));
   if (!file_.SetDate(header_.time_low) && !IsShortcut()) {
     throw CChgDateExcept(OutputPath(disk_name_));
   }
@@ -65,6 +66,7 @@ void CDirEntry::Finish() {
 // Only the date of the last write is restored here, and attributes instead of permissions.
 void CDirEntry::FinishLongNames() {
   if (!file_.SetLastWriteTime(FileTimeOf(header_))) throw CChgDateExcept(OutputPath(disk_name_));
+  if (!file_.EndWriting()) throw CWriteExcept(OutputPath(disk_name_));
   const bool executable = (header_.mode & kModeOwnerExecute) != 0;
   if (!file_.SetAttributes(AttributesOfMode(header_.mode), executable)) {
     throw CSetFileAttrExcept(OutputPath(disk_name_));
@@ -110,6 +112,7 @@ void CDirEntry::WriteTo(CContainer& archive, const std::string& utf8_name,
     strategy.SetEntry(this);
     strategy.Compress(archive);
   }
+  archive.EndEntry();
   file_.Close();
 }
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "platform/interrupt.h"
+
 namespace moldex {
 namespace {
 
@@ -34,6 +36,7 @@ std::span<const std::uint8_t> CBufferedReader::Peek(std::size_t count) {
 }
 
 void CBufferedReader::Fill(std::size_t wanted) {
+  ThrowIfInterrupted();
   if (failed_) return;
   std::memmove(buffer_.data(), buffer_.data() + begin_, Held());
   end_ -= begin_;

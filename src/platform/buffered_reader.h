@@ -20,7 +20,7 @@ class CBufferedReader {
   explicit CBufferedReader(CFileHandle& file);
 
   // The next `count` bytes (at most kCapacity), consumed. Fewer at the end of the file, or when a
-  // read failed, which Failed tells. Valid until the next call.
+  // read failed, which Failed tells. Valid until the next call. Throws CInterruptExcept.
   std::span<const std::uint8_t> Take(std::size_t count);
 
   // The same without consuming them.
@@ -32,6 +32,8 @@ class CBufferedReader {
   SkipResult Skip(std::uint64_t distance);
 
   bool Failed() const { return failed_; }
+  // Where in the file the next byte stands.
+  std::uint64_t Position() const { return position_ - Held(); }
 
  private:
   std::size_t Held() const { return end_ - begin_; }

@@ -19,6 +19,9 @@ class CBufferedWriter {
   // False when the system wrote less than it was given; what follows is not written then.
   bool Write(std::span<const std::uint8_t> bytes);
   bool Flush();
+  // Forgets what was not handed to the system yet.
+  void Drop() { used_ = 0; }
+  std::size_t PendingBytes() const { return used_; }
 
  private:
   CFileHandle& file_;

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "platform/directory.h"
+#include "platform/path_calls_win32.h"
 #include "platform/path_rules.h"
 #include "platform/system_win32.h"
 #include "report/system_error.h"
@@ -13,7 +14,7 @@ namespace {
 class CSearch {
  public:
   CSearch(const std::string& pattern, WIN32_FIND_DATAA* data)
-      : handle_(FindFirstFileA(pattern.c_str(), data)) {}
+      : handle_(CallFindFirstFile(pattern, data)) {}
   ~CSearch() {
     if (IsValid()) FindClose(handle_);
   }

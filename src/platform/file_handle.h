@@ -53,6 +53,10 @@ class CFileHandle {
   bool IsValid() const { return handle_ != kInvalid; }
   // False when the system reports that earlier writes were lost. Closing twice does nothing.
   bool Close();
+  // Ends the writing of a file that is to get a date or permissions; false as with Close. A system
+  // that keeps these by the file's name closes it here: what may follow is SetDate, SetPermissions,
+  // SetAttributes and, at the end, Close.
+  bool EndWriting();
 
   // Move exactly the span where they can; fewer bytes mean the end of the file (read), a full disk
   // (write) or an error.
@@ -73,9 +77,9 @@ class CFileHandle {
   std::optional<FileStatus> Status() const;
   // Cuts the file to `size_bytes` and moves to its new end.
   bool Truncate(std::uint64_t size_bytes);
-  // Sets access and modification time, in seconds since 1970-01-01 00:00 UTC.
+  // After EndWriting: sets access and modification time, in seconds since 1970-01-01 00:00 UTC.
   bool SetDate(std::uint32_t seconds);
-  // Sets the modification time alone, as a Windows file time (file_time.h).
+  // Before EndWriting: sets the modification time alone, as a Windows file time (file_time.h).
   bool SetLastWriteTime(std::uint64_t file_time);
   // Sets the permission bits (kModePermissions).
   bool SetPermissions(std::uint32_t bits);
@@ -98,6 +102,7 @@ class CFileHandle {
   static constexpr std::intptr_t kInvalid = -1;
 
   std::intptr_t handle_ = kInvalid;
+  std::string name_;  // from Open to Close, where the system needs it
   std::unique_ptr<BackupContext> backup_;
 };
 

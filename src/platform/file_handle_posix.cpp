@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/backup_context_posix.h"
+#include "platform/retry_posix.h"
 #include "platform/status_posix.h"
 #include "report/except.h"
 #include "report/system_error.h"
@@ -24,10 +25,7 @@ int OpenFlagsOf(unsigned flags) {
 }
 
 int OpenRetrying(const char* path, int flags, mode_t mode) {
-  int descriptor;
-  do {
-    descriptor = open(path, flags, mode);
-  } while (descriptor < 0 && errno == EINTR);
+  const int descriptor = Retrying([&] { return open(path, flags, mode); });
   if (descriptor < 0) RememberSystemError();
   return descriptor;
 }
@@ -61,7 +59,7 @@ bool MakePrivate(int descriptor) {
   }
   // A file of somebody else's may refuse this; the final permissions then report it.
   if ((record.st_mode & 07777) != kOwnerOnly) (void)fchmod(descriptor, kOwnerOnly);
-  if (record.st_size == 0 || ftruncate(descriptor, 0) == 0) return true;
+  if (record.st_size == 0 || Retrying([&] { return ftruncate(descriptor, 0); }) == 0) return true;
   RememberSystemError();
   return false;
 }
@@ -132,24 +130,31 @@ bool CFileHandle::Open(const std::string& path, unsigned flags) {
 bool CFileHandle::Close() {
   backup_.reset();
   if (!IsValid()) return true;
-  if (close(Descriptor(std::exchange(handle_, kInvalid))) == 0) return true;
+  // Interrupted or not, the descriptor is gone, and nothing is known to be lost.
+  if (close(Descriptor(std::exchange(handle_, kInvalid))) == 0 || errno == EINTR) return true;
   RememberSystemError();
   return false;
+}
+
+// Everything goes through the descriptor, whatever becomes of the name.
+bool CFileHandle::EndWriting() {
+  if (!IsValid()) RememberErrno(EBADF);
+  return IsValid();
 }
 
 Transfer CFileHandle::Read(std::span<std::uint8_t> buffer) {
   Transfer done{true, 0};
   while (done.bytes < buffer.size()) {
+    const std::span rest = buffer.subspan(done.bytes);
     const ssize_t count =
-        read(Descriptor(handle_), buffer.data() + done.bytes, buffer.size() - done.bytes);
+        Retrying([&] { return read(Descriptor(handle_), rest.data(), rest.size()); });
     if (count == 0) break;
-    if (count > 0) {
-      done.bytes += static_cast<std::size_t>(count);
-    } else if (errno != EINTR) {
+    if (count < 0) {
       RememberSystemError();
       done.ok = false;
       break;
     }
+    done.bytes += static_cast<std::size_t>(count);
   }
   return done;
 }
@@ -157,15 +162,15 @@ Transfer CFileHandle::Read(std::span<std::uint8_t> buffer) {
 Transfer CFileHandle::Write(std::span<const std::uint8_t> bytes) {
   Transfer done{true, 0};
   while (done.bytes < bytes.size()) {
+    const std::span rest = bytes.subspan(done.bytes);
     const ssize_t count =
-        write(Descriptor(handle_), bytes.data() + done.bytes, bytes.size() - done.bytes);
-    if (count >= 0) {
-      done.bytes += static_cast<std::size_t>(count);
-    } else if (errno != EINTR) {
+        Retrying([&] { return write(Descriptor(handle_), rest.data(), rest.size()); });
+    if (count < 0) {
       RememberSystemError();
       done.ok = false;
       break;
     }
+    done.bytes += static_cast<std::size_t>(count);
   }
   return done;
 }
@@ -210,7 +215,7 @@ std::optional<FileStatus> CFileHandle::Status() const {
 
 bool CFileHandle::Truncate(std::uint64_t size_bytes) {
   const off_t size = static_cast<off_t>(size_bytes);
-  if (ftruncate(Descriptor(handle_), size) == 0 &&
+  if (Retrying([&] { return ftruncate(Descriptor(handle_), size); }) == 0 &&
       lseek(Descriptor(handle_), size, SEEK_SET) == size) {
     return true;
   }
@@ -220,7 +225,7 @@ bool CFileHandle::Truncate(std::uint64_t size_bytes) {
 
 bool CFileHandle::SetDate(std::uint32_t seconds) {
   const timespec both[2] = {{static_cast<time_t>(seconds), 0}, {static_cast<time_t>(seconds), 0}};
-  if (futimens(Descriptor(handle_), both) == 0) return true;
+  if (Retrying([&] { return futimens(Descriptor(handle_), both); }) == 0) return true;
   RememberSystemError();
   return false;
 }
@@ -233,19 +238,21 @@ bool CFileHandle::SetLastWriteTime(std::uint64_t file_time) {
   }
   const timespec both[2] = {{0, UTIME_OMIT},
                             {static_cast<time_t>(time->seconds), time->nanoseconds}};
-  if (futimens(Descriptor(handle_), both) == 0) return true;
+  if (Retrying([&] { return futimens(Descriptor(handle_), both); }) == 0) return true;
   RememberSystemError();
   return false;
 }
 
 bool CFileHandle::SetAttributes(std::uint32_t attributes, bool executable) {
-  if (fchmod(Descriptor(handle_), PermissionsOf(attributes, executable)) == 0) return true;
+  const mode_t permissions = PermissionsOf(attributes, executable);
+  if (Retrying([&] { return fchmod(Descriptor(handle_), permissions); }) == 0) return true;
   RememberSystemError();
   return false;
 }
 
 bool CFileHandle::SetPermissions(std::uint32_t bits) {
-  if (fchmod(Descriptor(handle_), static_cast<mode_t>(bits & kModePermissions)) == 0) return true;
+  const auto permissions = static_cast<mode_t>(bits & kModePermissions);
+  if (Retrying([&] { return fchmod(Descriptor(handle_), permissions); }) == 0) return true;
   RememberSystemError();
   return false;
 }

@@ -1,14 +1,18 @@
 #include "platform/file_handle.h"
 
+#include <fcntl.h>
+#include <io.h>
+#include <sys/stat.h>
 #include <windows.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
+#include <limits>
 #include <utility>
 
 #include "platform/backup_context_win32.h"
 #include "platform/long_name.h"
+#include "platform/path_calls_win32.h"
 #include "platform/system_win32.h"
 #include "report/except.h"
 #include "report/system_error.h"
@@ -36,9 +40,9 @@ DWORD AccessOf(unsigned flags) {
 
 HANDLE OpenSystemFile(const std::string& path, unsigned flags, DWORD access, DWORD attributes) {
   const DWORD backup = LongNameMode() ? FILE_FLAG_BACKUP_SEMANTICS : 0;
-  return CreateFileA(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                     (flags & kOpenCreate) != 0 ? CREATE_ALWAYS : OPEN_EXISTING,
-                     attributes | FILE_FLAG_SEQUENTIAL_SCAN | backup, nullptr);
+  return CallCreateFile(path, access, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                        (flags & kOpenCreate) != 0 ? CREATE_ALWAYS : OPEN_EXISTING,
+                        attributes | FILE_FLAG_SEQUENTIAL_SCAN | backup);
 }
 
 // Two refusals are made good. A process without the privilege for system security can still read
@@ -51,7 +55,7 @@ HANDLE OpenWithRetries(const std::string& path, unsigned flags) {
     handle = OpenSystemFile(path, flags, access, FILE_ATTRIBUTE_NORMAL);
   }
   if (handle != INVALID_HANDLE_VALUE || GetLastError() != ERROR_ACCESS_DENIED) return handle;
-  const DWORD present = GetFileAttributesA(path.c_str());
+  const DWORD present = CallGetFileAttributes(path);
   const DWORD kept = present & (FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM);
   const bool replaceable = present != INVALID_FILE_ATTRIBUTES && kept != 0 &&
                            (present & FILE_ATTRIBUTE_DIRECTORY) == 0 && (flags & kOpenCreate) != 0;
@@ -62,7 +66,7 @@ HANDLE OpenWithRetries(const std::string& path, unsigned flags) {
 
 bool IsSymbolicLink(const std::string& path) {
   WIN32_FIND_DATAA data{};
-  const HANDLE search = FindFirstFileA(path.c_str(), &data);
+  const HANDLE search = CallFindFirstFile(path, &data);
   if (search == INVALID_HANDLE_VALUE) return false;
   FindClose(search);
   return (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
@@ -71,8 +75,8 @@ bool IsSymbolicLink(const std::string& path) {
 
 bool HasOtherNames(const std::string& path) {
   const HANDLE handle =
-      CreateFileA(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                  OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+      CallCreateFile(path, 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, OPEN_EXISTING,
+                     FILE_FLAG_OPEN_REPARSE_POINT);
   if (handle == INVALID_HANDLE_VALUE) return false;
   BY_HANDLE_FILE_INFORMATION record{};
   const bool known = GetFileInformationByHandle(handle, &record) != FALSE;
@@ -84,7 +88,7 @@ bool HasOtherNames(const std::string& path) {
 // of one name of a file instead of changing what its other names show.
 bool MakeRoom(const std::string& path) {
   if (!IsSymbolicLink(path) && !HasOtherNames(path)) return true;
-  return Succeeded(DeleteFileA(path.c_str()) != FALSE);
+  return Succeeded(CallDeleteFile(path));
 }
 
 bool MovePointer(std::intptr_t handle, std::int64_t distance, DWORD from) {
@@ -97,23 +101,29 @@ FILETIME ToSystem(std::uint64_t file_time) {
   return {static_cast<DWORD>(file_time), static_cast<DWORD>(file_time >> 32)};
 }
 
-// The last letters of the open file's name, which say whether it is a program. Only ASCII counts.
-std::string EndOfName(HANDLE handle) {
-  constexpr std::size_t kEnd = 4;
-  std::array<wchar_t, 32768> buffer{};
-  auto* info = reinterpret_cast<FILE_NAME_INFO*>(buffer.data());
-  if (GetFileInformationByHandleEx(handle, FileNameInfo, info, sizeof(buffer)) == FALSE) return {};
-  const std::size_t length = info->FileNameLength / sizeof(wchar_t);
-  std::string end;
-  for (std::size_t at = length - std::min(length, kEnd); at < length; ++at)
-    end.push_back(static_cast<char>(info->FileName[at] < 0x80 ? info->FileName[at] : '?'));
-  return end;
+// The date of an open file as the runtime library has it. That goes through local time in a way of
+// its own, which the library's setting of dates undoes.
+std::optional<std::int64_t> RuntimeSeconds(HANDLE file) {
+  HANDLE copy = nullptr;
+  if (DuplicateHandle(GetCurrentProcess(), file, GetCurrentProcess(), &copy, 0, FALSE,
+                      DUPLICATE_SAME_ACCESS) == FALSE) {
+    return std::nullopt;
+  }
+  const int descriptor = _open_osfhandle(reinterpret_cast<std::intptr_t>(copy), _O_RDONLY);
+  if (descriptor < 0) {
+    CloseHandle(copy);
+    return std::nullopt;
+  }
+  struct _stati64 record {};
+  const bool known = _fstati64(descriptor, &record) == 0;
+  _close(descriptor);
+  if (!known) return std::nullopt;
+  return record.st_mtime;
 }
 
-bool SetBasicAttributes(HANDLE handle, DWORD attributes) {
-  FILE_BASIC_INFO info{};  // times of 0 stay as they are, and so would attributes of 0
-  info.FileAttributes = attributes != 0 ? attributes : FILE_ATTRIBUTE_NORMAL;
-  return Succeeded(SetFileInformationByHandle(handle, FileBasicInfo, &info, sizeof(info)) != FALSE);
+// The library knows no dates before 1970, and some of its versions none after 2106.
+bool RuntimeKnows(const TimePoint& time) {
+  return time.seconds >= 0 && time.seconds <= std::numeric_limits<std::uint32_t>::max();
 }
 
 }  // namespace
@@ -121,12 +131,15 @@ bool SetBasicAttributes(HANDLE handle, DWORD attributes) {
 CFileHandle::CFileHandle() = default;
 
 CFileHandle::CFileHandle(CFileHandle&& other) noexcept
-    : handle_(std::exchange(other.handle_, kInvalid)), backup_(std::move(other.backup_)) {}
+    : handle_(std::exchange(other.handle_, kInvalid)),
+      name_(std::exchange(other.name_, {})),
+      backup_(std::move(other.backup_)) {}
 
 CFileHandle& CFileHandle::operator=(CFileHandle&& other) noexcept {
   if (this != &other) {
     Close();
     handle_ = std::exchange(other.handle_, kInvalid);
+    name_ = std::exchange(other.name_, {});
     backup_ = std::move(other.backup_);
   }
   return *this;
@@ -150,11 +163,25 @@ bool CFileHandle::Open(const std::string& path, unsigned flags) {
     return false;
   }
   handle_ = reinterpret_cast<std::intptr_t>(handle);
+  name_ = name;
   return (flags & kOpenAtEnd) == 0 || SeekToEnd();
+}
+
+// The system dates a file that was written to when it is closed, over what _utime has set.
+bool CFileHandle::EndWriting() {
+  if (IsValid()) {
+    std::string name = std::move(name_);
+    const bool closed = Close();
+    name_ = std::move(name);
+    return closed;
+  }
+  RememberErrno(EBADF);
+  return false;
 }
 
 bool CFileHandle::Close() {
   backup_.reset();
+  name_.clear();
   if (!IsValid()) return true;
   return Succeeded(CloseHandle(Handle(std::exchange(handle_, kInvalid))) != FALSE);
 }
@@ -226,9 +253,13 @@ std::optional<FileStatus> CFileHandle::Status() const {
   const FILETIME& time = record.ftLastWriteTime;
   FileStatus status =
       StatusOf(record.dwFileAttributes, Joined(record.nFileSizeHigh, record.nFileSizeLow),
-               Joined(time.dwHighDateTime, time.dwLowDateTime), EndOfName(Handle(handle_)));
+               Joined(time.dwHighDateTime, time.dwLowDateTime), name_);
   status.identity = {record.dwVolumeSerialNumber,
                      Joined(record.nFileIndexHigh, record.nFileIndexLow)};
+  if (!LongNameMode() && RuntimeKnows(status.modified)) {
+    const auto seconds = RuntimeSeconds(Handle(handle_));
+    if (seconds) status.modified = {*seconds, 0};
+  }
   return status;
 }
 
@@ -237,13 +268,12 @@ bool CFileHandle::Truncate(std::uint64_t size_bytes) {
          Succeeded(SetEndOfFile(Handle(handle_)) != FALSE);
 }
 
-// Through the open file and not through its name: the system would set the time of the last write
-// anew when a file that was written to is closed, unless its own handle has set one.
 bool CFileHandle::SetDate(std::uint32_t seconds) {
-  const FILETIME time = ToSystem(FileTimeOf({seconds, 0}));
-  return Succeeded(SetFileTime(Handle(handle_), nullptr, &time, &time) != FALSE);
+  struct _utimbuf times = {seconds, seconds};
+  return RuntimeSucceeded(CallUtime(name_, &times));
 }
 
+// Through the open file: the date that its own handle has set outlives its closing.
 bool CFileHandle::SetLastWriteTime(std::uint64_t file_time) {
   if (file_time >> 63 != 0) {  // to the system not a time but an order to keep none
     RememberErrno(EINVAL);
@@ -254,16 +284,12 @@ bool CFileHandle::SetLastWriteTime(std::uint64_t file_time) {
 }
 
 bool CFileHandle::SetPermissions(std::uint32_t bits) {
-  BY_HANDLE_FILE_INFORMATION record{};
-  if (!Succeeded(GetFileInformationByHandle(Handle(handle_), &record) != FALSE)) return false;
-  DWORD attributes = record.dwFileAttributes & kSettableAttributes;
-  attributes &= ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_NORMAL);
-  if ((bits & 0200) == 0) attributes |= FILE_ATTRIBUTE_READONLY;
-  return SetBasicAttributes(Handle(handle_), attributes);
+  return RuntimeSucceeded(CallChmod(name_, static_cast<int>(bits & kModePermissions)));
 }
 
 bool CFileHandle::SetAttributes(std::uint32_t attributes, bool /*executable*/) {
-  return SetBasicAttributes(Handle(handle_), attributes & kSettableAttributes);
+  return !name_.empty() &&
+         Succeeded(CallSetFileAttributes(name_, attributes & kSettableAttributes));
 }
 
 }  // namespace moldex

@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "platform/attributes.h"
+#include "platform/retry_posix.h"
 #include "platform/status_posix.h"
 #include "report/system_error.h"
 
@@ -17,8 +18,9 @@ namespace moldex {
 namespace {
 
 // Remembers the error of a call that returned non-zero.
-bool Succeeded(int result) {
-  if (result == 0) return true;
+template <typename Call>
+bool Succeeds(Call call) {
+  if (Retrying(call) == 0) return true;
   RememberSystemError();
   return false;
 }
@@ -71,13 +73,13 @@ PathRules SystemPathRules() { return PathRules::kPosix; }
 
 std::optional<FileStatus> QueryStatus(const std::string& path) {
   struct stat record {};
-  if (!Succeeded(stat(path.c_str(), &record))) return std::nullopt;
+  if (!Succeeds([&] { return stat(path.c_str(), &record); })) return std::nullopt;
   return ToFileStatus(record);
 }
 
 std::optional<FileStatus> QueryLinkStatus(const std::string& path) {
   struct stat record {};
-  if (!Succeeded(lstat(path.c_str(), &record))) return std::nullopt;
+  if (!Succeeds([&] { return lstat(path.c_str(), &record); })) return std::nullopt;
   return ToFileStatus(record);
 }
 
@@ -89,7 +91,7 @@ Existence TestExistence(const std::string& path) {
 }
 
 bool CreateDirectoryAt(const std::string& path) {
-  if (mkdir(path.c_str(), 0777) == 0 || errno == EEXIST) return true;
+  if (Retrying([&] { return mkdir(path.c_str(), 0777); }) == 0 || errno == EEXIST) return true;
   RememberSystemError();
   return false;
 }
@@ -111,7 +113,8 @@ std::optional<std::string> ReadSymbolicLink(const std::string& path) {
 }
 
 bool CreateSymbolicLink(const std::string& path, const std::string& target) {
-  if (symlink(target.c_str(), path.c_str()) == 0) return true;
+  const auto make = [&] { return symlink(target.c_str(), path.c_str()); };
+  if (Retrying(make) == 0) return true;
   struct stat record {};
   const bool replace =
       errno == EEXIST && lstat(path.c_str(), &record) == 0 && !S_ISDIR(record.st_mode);
@@ -119,29 +122,33 @@ bool CreateSymbolicLink(const std::string& path, const std::string& target) {
     RememberSystemError();
     return false;
   }
-  return Succeeded(unlink(path.c_str())) && Succeeded(symlink(target.c_str(), path.c_str()));
+  return DeleteFileAt(path) && Succeeds(make);
 }
 
 bool SetLinkDate(const std::string& path, const TimePoint& time) {
   const timespec when = {static_cast<time_t>(time.seconds), time.nanoseconds};
   const timespec both[2] = {when, when};
-  return Succeeded(utimensat(AT_FDCWD, path.c_str(), both, AT_SYMLINK_NOFOLLOW));
+  return Succeeds([&] { return utimensat(AT_FDCWD, path.c_str(), both, AT_SYMLINK_NOFOLLOW); });
 }
 
 std::optional<double> DiskFreeSpace(const std::string& path) {
   struct statvfs record {};
-  if (!Succeeded(statvfs(path.c_str(), &record))) return std::nullopt;
+  if (!Succeeds([&] { return statvfs(path.c_str(), &record); })) return std::nullopt;
   return static_cast<double>(record.f_bavail) * static_cast<double>(record.f_frsize);
 }
 
-bool DeleteFileAt(const std::string& path) { return Succeeded(unlink(path.c_str())); }
+bool DeleteFileAt(const std::string& path) {
+  return Succeeds([&] { return unlink(path.c_str()); });
+}
 
 bool SetPermissionsAt(const std::string& path, std::uint32_t bits) {
-  return Succeeded(chmod(path.c_str(), static_cast<mode_t>(bits & kModePermissions)));
+  const auto permissions = static_cast<mode_t>(bits & kModePermissions);
+  return Succeeds([&] { return chmod(path.c_str(), permissions); });
 }
 
 bool SetAttributesAt(const std::string& path, std::uint32_t attributes, bool executable) {
-  return Succeeded(chmod(path.c_str(), PermissionsOf(attributes, executable)));
+  const mode_t permissions = PermissionsOf(attributes, executable);
+  return Succeeds([&] { return chmod(path.c_str(), permissions); });
 }
 
 // Attributes say nothing of the right to search a directory.
@@ -157,6 +164,8 @@ std::string CurrentDirectory() {
   return {};
 }
 
-bool ChangeDirectory(const std::string& path) { return Succeeded(chdir(path.c_str())); }
+bool ChangeDirectory(const std::string& path) {
+  return Succeeds([&] { return chdir(path.c_str()); });
+}
 
 }  // namespace moldex

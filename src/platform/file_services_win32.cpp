@@ -14,6 +14,7 @@
 
 #include "platform/attributes.h"
 #include "platform/long_name.h"
+#include "platform/path_calls_win32.h"
 #include "platform/reparse_data.h"
 #include "platform/system_win32.h"
 #include "report/except.h"
@@ -27,18 +28,11 @@ namespace {
 
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
-// Remembers the error of a call of the runtime library, which keeps it in errno.
-bool RuntimeSucceeded(int result) {
-  if (result == 0) return true;
-  RememberErrno(errno);
-  return false;
-}
-
 class COpenObject {
  public:
   COpenObject(const std::string& path, DWORD flags)
-      : handle_(CreateFileA(SystemPath(path).c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,
-                            flags | FILE_FLAG_BACKUP_SEMANTICS, nullptr)) {}
+      : handle_(CallCreateFile(SystemPath(path), 0, kShareAll, OPEN_EXISTING,
+                               flags | FILE_FLAG_BACKUP_SEMANTICS)) {}
   ~COpenObject() {
     if (IsValid()) CloseHandle(handle_);
   }
@@ -73,7 +67,7 @@ std::string WithoutTrailingSeparators(std::string path) {
 
 std::optional<FileStatus> RuntimeStatus(const std::string& path) {
   struct _stati64 record {};
-  if (!RuntimeSucceeded(_stati64(path.c_str(), &record))) return std::nullopt;
+  if (!RuntimeSucceeded(CallStat(path, &record))) return std::nullopt;
   FileStatus status;
   status.mode = record.st_mode;
   status.kind = FileKind::kOther;
@@ -83,7 +77,7 @@ std::optional<FileStatus> RuntimeStatus(const std::string& path) {
     status.size_bytes = static_cast<std::uint64_t>(record.st_size);
   }
   status.modified.seconds = record.st_mtime;
-  status.attributes = GetFileAttributesA(path.c_str());
+  status.attributes = CallGetFileAttributes(path);
   return status;
 }
 
@@ -94,7 +88,7 @@ std::optional<WIN32_FIND_DATAA> FindObject(const std::string& path) {
     RememberErrno(ENOENT);  // a search would find something else
     return std::nullopt;
   }
-  const HANDLE search = FindFirstFileA(path.c_str(), &data);
+  const HANDLE search = CallFindFirstFile(path, &data);
   if (search != INVALID_HANDLE_VALUE) {
     FindClose(search);
     return data;
@@ -148,6 +142,11 @@ bool Succeeded(bool result) {
   return result;
 }
 
+bool RuntimeSucceeded(int result) {
+  if (result != 0) RememberErrno(errno);
+  return result == 0;
+}
+
 FileStatus StatusOf(std::uint32_t attributes, std::uint64_t size_bytes, std::uint64_t file_time,
                     const std::string& name) {
   FileStatus status;
@@ -184,15 +183,14 @@ std::optional<FileStatus> QueryLinkStatus(const std::string& path) {
 }
 
 Existence TestExistence(const std::string& path) {
-  if (_access(SystemPath(path).c_str(), 0) == 0) return Existence::kExists;
+  if (CallAccess(SystemPath(path)) == 0) return Existence::kExists;
   if (errno == ENOENT) return Existence::kMissing;
   RememberErrno(errno);
   return Existence::kUnknown;
 }
 
 bool CreateDirectoryAt(const std::string& path) {
-  return CreateDirectoryA(SystemPath(path).c_str(), nullptr) != FALSE ||
-         Succeeded(GetLastError() == ERROR_ALREADY_EXISTS);
+  return CallCreateDirectory(SystemPath(path)) || Succeeded(GetLastError() == ERROR_ALREADY_EXISTS);
 }
 
 std::optional<std::string> ReadSymbolicLink(const std::string& path) {
@@ -221,18 +219,17 @@ bool CreateSymbolicLink(const std::string& path, const std::string& target) {
   std::string backslashed = target;
   std::replace(backslashed.begin(), backslashed.end(), '/', '\\');
   const std::string name = SystemPath(path);
-  if (CreateSymbolicLinkA(name.c_str(), backslashed.c_str(), flags) != 0) return true;
+  if (CallCreateSymbolicLink(name, backslashed, flags)) return true;
   if (GetLastError() != ERROR_ALREADY_EXISTS) return Succeeded(false);
-  return DeleteFileAt(path) &&
-         Succeeded(CreateSymbolicLinkA(name.c_str(), backslashed.c_str(), flags) != 0);
+  return DeleteFileAt(path) && Succeeded(CallCreateSymbolicLink(name, backslashed, flags));
 }
 
 bool SetLinkDate(const std::string& path, const TimePoint& time) {
   const std::uint64_t value = FileTimeOf(time);
   const FILETIME file_time = {static_cast<DWORD>(value), static_cast<DWORD>(value >> 32)};
-  const HANDLE handle = CreateFileA(
-      SystemPath(path).c_str(), FILE_WRITE_ATTRIBUTES, kShareAll, nullptr, OPEN_EXISTING,
-      FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+  const HANDLE handle =
+      CallCreateFile(SystemPath(path), FILE_WRITE_ATTRIBUTES, kShareAll, OPEN_EXISTING,
+                     FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT);
   if (!Succeeded(handle != INVALID_HANDLE_VALUE)) return false;
   const bool done = Succeeded(SetFileTime(handle, nullptr, &file_time, &file_time) != FALSE);
   CloseHandle(handle);
@@ -241,7 +238,7 @@ bool SetLinkDate(const std::string& path, const TimePoint& time) {
 
 std::optional<double> DiskFreeSpace(const std::string& path) {
   ULARGE_INTEGER free_bytes{};
-  if (GetDiskFreeSpaceExA(SystemPath(path).c_str(), &free_bytes, nullptr, nullptr) != FALSE) {
+  if (CallGetDiskFreeSpace(SystemPath(path), &free_bytes)) {
     return static_cast<double>(free_bytes.QuadPart);
   }
   if (GetLastError() == ERROR_CALL_NOT_IMPLEMENTED) return -1;
@@ -249,17 +246,14 @@ std::optional<double> DiskFreeSpace(const std::string& path) {
   return std::nullopt;
 }
 
-bool DeleteFileAt(const std::string& path) {
-  return Succeeded(DeleteFileA(SystemPath(path).c_str()) != FALSE);
-}
+bool DeleteFileAt(const std::string& path) { return Succeeded(CallDeleteFile(SystemPath(path))); }
 
 bool SetPermissionsAt(const std::string& path, std::uint32_t bits) {
-  return RuntimeSucceeded(
-      _chmod(SystemPath(path).c_str(), static_cast<int>(bits & kModePermissions)));
+  return RuntimeSucceeded(CallChmod(SystemPath(path), static_cast<int>(bits & kModePermissions)));
 }
 
 bool SetAttributesAt(const std::string& path, std::uint32_t attributes, bool /*executable*/) {
-  return Succeeded(SetFileAttributesA(SystemPath(path).c_str(), attributes) != FALSE);
+  return Succeeded(CallSetFileAttributes(SystemPath(path), attributes));
 }
 
 bool SetDirectoryModeAt(const std::string& path, std::uint32_t mode, bool /*long_names*/) {

@@ -10,7 +10,7 @@ namespace {
 bool long_name_mode = false;
 
 constexpr std::string_view kPrefix = R"(\\?\)";
-constexpr std::string_view kSharePrefix = R"(\\?\UNC\)";
+constexpr std::string_view kSharePrefix = R"(\\?\UNC)";
 constexpr PathRules kRules = PathRules::kWindows;
 
 bool IsSharePath(std::string_view path) {
@@ -48,7 +48,7 @@ std::string LongNameForm(std::string_view path, std::string_view current_directo
   if (path.empty() || path.starts_with(kPrefix)) return std::string(path);
   if (IsSharePath(path)) {
     // A server and a share stand where other paths have their drive.
-    return std::string(kSharePrefix).append(Resolved(path, 2).substr(1));
+    return std::string(kSharePrefix).append(Resolved(path, 2));
   }
   if (path == "/" || path == "\\") {
     return LongNameForm(std::string(current_directory.substr(0, 2)) + "/", current_directory);

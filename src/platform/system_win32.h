@@ -16,6 +16,9 @@ std::string SystemPath(const std::string& path);
 
 // Remembers the error of a call that returned false.
 bool Succeeded(bool result);
+// The same of a call of the runtime library, which returned other than 0 and keeps its error in
+// errno.
+bool RuntimeSucceeded(int result);
 
 // The status of what has these attributes and this last-write time; mode as the runtime library
 // makes it of `name`.

@@ -103,6 +103,7 @@ TEST_F(FileHandle, AnInvalidHandleRefusesEverything) {
   EXPECT_FALSE(file.SeekToEnd());
   EXPECT_FALSE(file.Status().has_value());
   EXPECT_FALSE(file.Truncate(0));
+  EXPECT_FALSE(file.EndWriting());
   EXPECT_FALSE(file.SetDate(0));
   EXPECT_FALSE(file.SetPermissions(0644));
   EXPECT_THROW(file.GetPosition(), CInvalidHandle);
@@ -178,6 +179,35 @@ TEST_F(FileHandle, TruncateMovesToTheNewEnd) {
   EXPECT_TRUE(file.Truncate(7));
   EXPECT_TRUE(Write(file, "y").ok);
   EXPECT_EQ(ReadFile(path), std::string("0123x\0\0y", 8));
+}
+
+// Dates of a file that was written to, in either way and in every order of the calls that end it.
+TEST_F(FileHandle, DatesAreKeptThroughTheEndOfWriting) {
+  const std::string path = Path("file");
+  for (const std::uint32_t seconds : {0u, 1u, 1000000000u, 1720000000u, 0x80000001u, 0xF0000000u}) {
+    for (const bool whole_file_time : {false, true}) {
+      CFileHandle file;
+      ASSERT_TRUE(file.Open(path, kOpenCreate | kOpenExtracted));
+      ASSERT_TRUE(Write(file, "written before").ok);
+      if (whole_file_time) {
+        EXPECT_TRUE(file.SetLastWriteTime(FileTimeOf({seconds, 500})));
+      }
+      EXPECT_TRUE(file.EndWriting());
+      if (!whole_file_time) {
+        EXPECT_TRUE(file.SetDate(seconds));
+      }
+      EXPECT_TRUE(file.SetPermissions(0444));
+      EXPECT_TRUE(file.Close());
+      EXPECT_FALSE(file.SetDate(7)) << "closed for good";
+      const FileStatus status = QueryStatus(path).value();
+      EXPECT_EQ(status.modified.seconds, seconds);
+      EXPECT_EQ(status.mode & 0222, 0u);
+      EXPECT_EQ(ReadFile(path), "written before");
+      ASSERT_TRUE(file.Open(path, kOpenExisting));
+      EXPECT_EQ(file.Status()->modified.seconds, seconds);
+      EXPECT_TRUE(file.Close() && SetPermissionsAt(path, 0644));
+    }
+  }
 }
 
 TEST_F(FileHandle, PermissionsAreNineBits) {
