@@ -23,6 +23,10 @@ if(MOLDEX_SANITIZE)
   target_link_options(moldex_compile_options INTERFACE -fsanitize=address,undefined)
 endif()
 
+if(MOLDEX_FUZZ)
+  target_compile_options(moldex_compile_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 # The rooms of src/ that call the operating system have one file per system.
 if(WIN32)
   set(MOLDEX_SYSTEM win32)

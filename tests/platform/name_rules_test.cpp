@@ -135,6 +135,7 @@ TEST(LongNames, AreAbsoluteWithBackslashesAndNothingLeftToResolve) {
                {"D:", R"(\\?\D:\)"},
                {R"(\\?\D:\as it\is.)", R"(\\?\D:\as it\is.)"},
                {"//server/share/a/../b", R"(\\?\UNC\server\share\b)"},
+               {"//./.", R"(\\?\UNC)"},
                {R"(\\server\share\..\..\b)", R"(\\?\UNC\server\share\b)"}};
   for (const auto& [path, form] : cases) {
     EXPECT_EQ(LongNameForm(path, R"(C:\work)"), form) << path;

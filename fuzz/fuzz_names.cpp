@@ -1,0 +1,53 @@
+// Any text as a name, on both systems: what the rules promise about each other.
+#include <cstdlib>
+#include <string>
+
+#include "platform/long_name.h"
+#include "platform/name_rules.h"
+#include "platform/path_rules.h"
+
+namespace {
+
+using moldex::PathRules;
+
+void Require(bool promise) {
+  if (!promise) std::abort();
+}
+
+void TryName(PathRules rules, const std::string& name) {
+  const std::string normal = moldex::NormalisedName(rules, name);
+  Require(moldex::NormalisedName(rules, normal) == normal);
+  Require(moldex::HasParentComponent(PathRules::kPosix, name) <=
+          moldex::HasParentComponent(PathRules::kWindows, name));
+  const std::string stored = moldex::StoredName(rules, name, false);
+  Require(stored.empty() || stored[0] != '/');
+  Require(!moldex::IsAbsolutePath(rules, stored));
+  Require(moldex::LinkLeaves(rules, "a/b", "../../" + name));
+  // What is allowed and does not climb stays below the target.
+  const std::string path = moldex::TargetName(rules, "target", name);
+  if (moldex::IsRelative(name) && !moldex::HasParentComponent(rules, name) &&
+      moldex::IsAllowedName(rules, path)) {
+    Require(path.starts_with("target/") && !moldex::HasParentComponent(rules, path));
+  }
+}
+
+void TryLongName(const std::string& name) {
+  const std::string form = moldex::LongNameForm(name, "C:\\here");
+  Require(name.empty() == form.empty());
+  Require(moldex::LongNameForm(form, "D:\\there") == form);
+}
+
+}  // namespace
+
+// The length of a pattern, the pattern, a name.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  const std::string text(data + 1, data + size);
+  const std::string name = text.substr(std::min<std::size_t>(data[0], text.size()));
+  moldex::MatchesPattern(text.substr(0, data[0]), name);
+  moldex::IsShortcutName(PathRules::kWindows, name);
+  for (const PathRules rules : {PathRules::kPosix, PathRules::kWindows})
+    TryName(rules, name);
+  TryLongName(name);
+  return 0;
+}

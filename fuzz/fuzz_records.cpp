@@ -1,0 +1,69 @@
+// Any bytes as the records of Windows that entries carry: backup streams, extended attributes,
+// security descriptors, reparse points.
+#include <cstdlib>
+
+#include "fuzz/pieces.h"
+#include "platform/backup_stream.h"
+#include "platform/reparse_data.h"
+#include "platform/security_descriptor.h"
+
+namespace {
+
+using moldex::fuzz::Bytes;
+using moldex::fuzz::Pieces;
+using ByteSpan = std::span<const std::uint8_t>;
+
+// Takes everything down in order; the cuts within the data do not count.
+class Recorder : public moldex::IBackupSink {
+ public:
+  bool OnData(ByteSpan bytes) override { return Take('D', bytes); }
+  bool OnPosition(std::uint64_t position) override {
+    const auto value = static_cast<std::uint8_t>(position);
+    return Take('P', {&value, 1});
+  }
+  bool OnExtendedAttributes(ByteSpan bytes) override {
+    for (const auto& attribute : moldex::DecodeExtendedAttributes(bytes))
+      if (attribute.name.empty() && attribute.value.empty()) return false;
+    return Take('E', bytes);
+  }
+  const Bytes& taken() const { return taken_; }
+
+ private:
+  bool Take(char kind, ByteSpan bytes) {
+    if (kind != last_ || kind != 'D') taken_.push_back(static_cast<std::uint8_t>(kind));
+    last_ = kind;
+    taken_.insert(taken_.end(), bytes.begin(), bytes.end());
+    return true;
+  }
+  Bytes taken_;
+  char last_ = 0;
+};
+
+Bytes Parse(ByteSpan bytes, Pieces pieces, bool* at_end) {
+  Recorder recorder;
+  moldex::CBackupStreamParser parser;
+  while (!bytes.empty()) {
+    const std::size_t size = pieces.Next(1, bytes.size());
+    if (!parser.Take(moldex::fuzz::Copy(bytes.first(size)), recorder)) break;
+    bytes = bytes.subspan(size);
+  }
+  *at_end = parser.AtStreamEnd();
+  return recorder.taken();
+}
+
+}  // namespace
+
+// Two bytes that cut the stream, then the record.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size < 2) return 0;
+  const Bytes record = moldex::fuzz::Copy({data + 2, size - 2});
+  moldex::IsSecurityDescriptor(record);
+  moldex::SymbolicLinkTarget(record);
+  bool whole_end = false;
+  bool cut_end = false;
+  const Bytes whole = Parse(record, Pieces(), &whole_end);
+  const Bytes cut = Parse(record, Pieces(data), &cut_end);
+  if (whole != cut || whole_end != cut_end) std::abort();
+  if (moldex::IsBackupStream(record) && !whole_end) std::abort();
+  return 0;
+}
