@@ -17,3 +17,10 @@ need_packages() {
 }
 
 need_build_packages() { need_packages g++ cmake ninja-build; }
+
+# The libraries that bench/ is built with, and the programs that scripts/bench runs.
+need_bench_libraries() { need_packages libbenchmark-dev zlib1g-dev libdeflate-dev libisal-dev; }
+need_bench_packages() {
+  need_bench_libraries
+  need_packages python3 ncompress zip unzip libarchive-tools 7zip gnuplot-nox time
+}
