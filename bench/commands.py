@@ -1,0 +1,155 @@
+"""Runs commands: whole programs against their peers, in turn, and each command's peak memory."""
+import json
+import os
+import shutil
+import statistics
+import subprocess
+import sys
+import time
+
+# Per work: who does it, how, and what is removed before it. {moldex} and {lzc_pipe} are programs.
+ROUND = [
+    ("create/moldex", "{moldex} -cf a.qel tree", ["a.qel"]),
+    ("create/zip", "zip -2qr z.zip tree", ["z.zip"]),
+    ("create/7zz", "7zz a -tzip -mm=Deflate -mx=1 -mmt=1 -bso0 -bsp0 y.zip tree", ["y.zip"]),
+    ("extract/moldex", "{moldex} -xf a.qel -R out", ["out"]),
+    ("extract/bsdtar", "bsdtar -xf z.zip -C out", ["out/"]),
+    ("extract/unzip", "unzip -q z.zip -d out", ["out"]),
+    ("extract/7zz", "7zz x -mmt=1 -bso0 -bsp0 -oout z.zip", ["out"]),
+    ("extract/cp", "cp -r tree out", ["out"]),
+    ("verify/moldex", "{moldex} -df a.qel", ["out"]),
+    ("verify/unzip", "unzip -tq z.zip", []),
+    ("verify/7zz", "7zz t -mmt=1 -bso0 -bsp0 z.zip", []),
+    ("list/moldex", "{moldex} -tf e.qel", []),
+    ("list/unzip", "unzip -l e.zip", []),
+    ("list/bsdtar", "bsdtar -tvf e.zip", []),
+    ("list/7zz", "7zz l e.zip", []),
+    ("lzc-compress/moldex", "{lzc_pipe} compress samples.joined s.lzc", []),
+    ("lzc-compress/compress", "compress -b 13 -c <samples.joined >s.Z", []),
+    ("lzc-decompress/moldex", "{lzc_pipe} decompress s.lzc s.out", []),
+    ("lzc-decompress/compress", "compress -dc <same.Z >s.out", []),
+]
+
+# Commands of the archiver whose peak memory counts, in this order: on the tree and, as far as they
+# make sense, on many entries.
+PEAKS = [
+    ("create", "{moldex} -cf p.qel tree"),
+    ("append", "{moldex} -af p.qel samples"),
+    ("list", "{moldex} -tf p.qel"),
+    ("list with space report", "{moldex} -tsf p.qel"),
+    ("verify", "{moldex} -df p.qel"),
+    ("extract", "{moldex} -xf p.qel -R out"),
+    ("merge", "{moldex} -mf", "a.qel p.qel"),
+    ("scan", "{moldex} -lf p.qel tree"),
+    ("create, many entries", "{moldex} -cf e.qel entries"),
+    ("list, many entries", "{moldex} -tf e.qel"),
+    ("verify, many entries", "{moldex} -df e.qel"),
+    ("extract, many entries", "{moldex} -xf e.qel -R out"),
+]
+HEADER_BYTES = 8  # of a compressed stream
+COMPRESS_HEADER = b"\x1f\x9d\x8d"  # block mode, 13 bits
+
+
+class Runner:
+    def __init__(self, folder, programs):
+        self.folder = folder
+        self.programs = programs
+        self.failures = []
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def remove(self, name):
+        path = self.path(name)
+        if os.path.isdir(path):
+            shutil.rmtree(path)
+        elif os.path.exists(path):
+            os.remove(path)
+
+    def run(self, line, *more, wrapper=()):
+        """Seconds on the clock and of the processor; None when the command fails."""
+        words = line.format(**self.programs).split()
+        opened = {"<": "/dev/null", ">": "/dev/null"}
+        opened.update((word[0], self.path(word[1:])) for word in words if word[0] in "<>")
+        words = [*wrapper, *(word for word in words if word[0] not in "<>"), *more]
+        try:
+            with open(opened["<"], "rb") as source, open(opened[">"], "wb") as target, \
+                    open(self.path("stderr"), "wb") as errors:
+                start = time.perf_counter()
+                process = subprocess.Popen(words, cwd=self.folder, stdin=source, stdout=target,
+                                           stderr=errors)
+                _, status, usage = os.wait4(process.pid, 0)
+                wall = time.perf_counter() - start
+        except OSError as failure:
+            self.failures.append(str(failure))
+            return None
+        process.returncode = os.waitstatus_to_exitcode(status)
+        if process.returncode == 0:
+            return wall, usage.ru_utime + usage.ru_stime
+        with open(self.path("stderr"), encoding="utf-8", errors="replace") as errors:
+            self.failures.append(
+                f"{' '.join(words)}: status {process.returncode} {errors.read()[-300:]}")
+        return None
+
+
+def measure_peaks(runner):
+    """Kilobytes by command. Another program starts the archiver: what a process needed before it
+    became the archiver counts as its peak, and this script is large."""
+    peaks = {}
+    for name, line, *more in PEAKS:
+        if "-R out" in line:
+            runner.remove("out")
+        if line.endswith("-mf"):
+            runner.run("{moldex} -cf a.qel samples")
+        if runner.run(line, *more, wrapper=["/usr/bin/time", "-o", "peak", "-f", "%M"]):
+            with open(runner.path("peak"), encoding="ascii") as file:
+                peaks[name] = int(file.read())
+    for name in ("out", "p.qel", "a.qel", "files.log"):
+        runner.remove(name)
+    return peaks
+
+
+def prepare_peers(runner):
+    """What the peers of a round find there: the archive to list and a stream of the same codes."""
+    runner.run("zip -0qr e.zip entries")
+    if runner.run("{lzc_pipe} compress samples.joined s.lzc"):
+        with open(runner.path("s.lzc"), "rb") as own, open(runner.path("same.Z"), "wb") as same:
+            same.write(COMPRESS_HEADER + own.read()[HEADER_BYTES:])
+
+
+def measure_rounds(runner, rounds):
+    """Per command the medians of wall and processor time, in seconds."""
+    times = {}
+    for number in range(rounds):
+        print(f"round {number + 1} of {rounds}", file=sys.stderr)
+        for name, line, stale in ROUND:
+            for path in stale:
+                runner.remove(path.rstrip("/"))
+                if path.endswith("/"):
+                    os.makedirs(runner.path(path))
+            taken = runner.run(line)
+            if taken:
+                times.setdefault(name, []).append(taken)
+    return {name: [statistics.median(clock) for clock in zip(*taken)]
+            for name, taken in times.items() if len(taken) == rounds}
+
+
+def measure_codecs(program, samples, rounds, least_seconds):
+    """Per WORK/WHO the bytes per second of processor time, by sample: medians of rounds whose
+    benchmarks come in random order."""
+    done = subprocess.run(
+        [program, f"--benchmark_repetitions={rounds}", "--benchmark_enable_random_interleaving=true",
+         f"--benchmark_min_time={least_seconds}", "--benchmark_format=json", *samples],
+        stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, check=False)
+    if done.returncode != 0:
+        print(done.stderr[-500:], file=sys.stderr)
+        return {}
+    rates = {}
+    for entry in json.loads(done.stdout)["benchmarks"]:
+        if entry["run_type"] == "iteration":
+            work, who, sample = entry["run_name"].split("/", 2)
+            sample = sample.split("/repeats:")[0]
+            rates.setdefault(f"{work}/{who}", {}).setdefault(sample, []).append(
+                entry["bytes_per_second"])
+    return {name: {sample: statistics.median(values) for sample, values in by_sample.items()}
+            for name, by_sample in rates.items()}

@@ -1,0 +1,131 @@
+"""Measures, prints the ratio table, and writes the report; scripts/bench calls it."""
+import argparse
+import json
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+
+import commands
+import machine
+import report
+import rows
+import workload
+
+ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+MB = workload.MB
+ENTRIES = (100_000, 10_000)  # count and bytes of each
+LEAST_ROUNDS = 5
+
+
+def arguments():
+    parser = argparse.ArgumentParser(prog="scripts/bench", description=(
+        "Measures the archiver and its codecs beside their peers, on one core, in turn. Exits 1 "
+        "where a must is missed or a figure is missing."))
+    parser.add_argument("paths", nargs="*", metavar="PATH",
+                        help="files or directories to measure on; else the machine's own")
+    parser.add_argument("--report", action="store_true", help="write docs/performance.md, too")
+    parser.add_argument("--rounds", type=int, default=LEAST_ROUNDS)
+    parser.add_argument("--processor", action="store_true",
+                        help="compare processor times: for a machine that is busy otherwise")
+    parser.add_argument("--quick", action="store_true",
+                        help="little data, one round: only shows that everything can be measured")
+    parser.add_argument("--build", default=None, help="a build folder that is complete already")
+    parser.add_argument("--figures", default=None, help="where to keep the figures, as JSON")
+    parser.add_argument("--from", dest="source", metavar="FIGURES",
+                        help="measure nothing: judge and report these figures")
+    parser.add_argument("--docs", default=os.path.join(ROOT, "docs"), help=argparse.SUPPRESS)
+    options = parser.parse_args()
+    if not options.quick and options.rounds < LEAST_ROUNDS:
+        parser.error(f"medians are of {LEAST_ROUNDS} rounds at least")
+    return options
+
+
+def complete_build(options):
+    if options.build:
+        return os.path.abspath(options.build)
+    done = subprocess.run([os.path.join(ROOT, "scripts", "build"), "bench"], check=False,
+                          stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
+    if done.returncode != 0:
+        sys.exit(done.stderr[-3000:])
+    return os.path.join(ROOT, "build", "bench")
+
+
+def entry_count(folder, quick):
+    """100,000 entries of 10 KB, two archives of them and what is extracted: 4 GB at the worst."""
+    count, length = (200, 1000) if quick else ENTRIES
+    fitting = int(workload.free_bytes(folder) * 0.8 / (3.2 * length))
+    if fitting < count:
+        print(f"reduced: the archive to list to {fitting} entries for want of room")
+    return min(count, fitting), length
+
+
+def measure(options, build, folder):
+    quick = options.quick
+    tree = workload.make_tree(os.path.join(folder, "tree"), options.paths, quick)
+    samples = workload.make_samples(os.path.join(folder, "tree"), os.path.join(folder, "samples"),
+                                    100_000 if quick else 4 * MB)
+    entries = workload.make_entries(os.path.join(folder, "entries"), *entry_count(folder, quick))
+    print(f"{tree['files']} files, {tree['bytes'] / MB:.0f} MB; codecs: {len(samples)} samples, "
+          f"{sum(samples.values()) / MB:.0f} MB; {entries['files']} entries to list", flush=True)
+    runner = commands.Runner(folder, {name: os.path.join(build, name)
+                                      for name in ("moldex", "lzc_pipe")})
+    rounds = 1 if quick else options.rounds
+    peaks = commands.measure_peaks(runner)
+    commands.prepare_peers(runner)
+    seconds = commands.measure_rounds(runner, rounds)
+    rates = commands.measure_codecs(os.path.join(build, "codec_bench"),
+                                    [os.path.join(folder, "samples", name) for name in samples],
+                                    rounds, 0.0001 if quick else 0.05)
+    for failure in runner.failures:
+        print(f"failed: {failure}", file=sys.stderr)
+    return {"machine": machine.describe(build), "quick": quick, "rounds": rounds,
+            "clock": "processor" if options.processor else "wall", "tree": tree,
+            "entries": entries, "samples": samples, "rates": rates, "seconds": seconds,
+            "peaks": peaks, "commands": [peak[0] for peak in commands.PEAKS],
+            "archives": {name: os.path.getsize(runner.path(name))
+                         for name in ("a.qel", "z.zip", "y.zip") if os.path.exists(runner.path(name))}}
+
+
+def measure_on_one_core(options):
+    build = complete_build(options)
+    os.sched_setaffinity(0, {max(os.sched_getaffinity(0))})
+    folder = tempfile.mkdtemp(prefix="moldex-bench-", dir="/dev/shm")
+    try:
+        return measure(options, build, folder)
+    finally:
+        shutil.rmtree(folder, ignore_errors=True)
+
+
+def busy_share(figures):
+    """How much of the time the commands waited for a processor that others had."""
+    wall = sum(taken[0] for taken in figures["seconds"].values())
+    return 1 - sum(taken[1] for taken in figures["seconds"].values()) / wall if wall else 0
+
+
+def main():
+    options = arguments()
+    if options.source:
+        with open(options.source, encoding="utf-8") as file:
+            figures = json.load(file)
+    else:
+        figures = measure_on_one_core(options)
+        kept = options.figures or os.path.join(ROOT, "build", "bench", "figures.json")
+        os.makedirs(os.path.dirname(os.path.abspath(kept)), exist_ok=True)
+        with open(kept, "w", encoding="utf-8") as file:
+            json.dump(figures, file, indent=1)
+    lines, failed = rows.judge(figures)
+    print(rows.text_table(lines))
+    if figures["clock"] == "wall" and busy_share(figures) > 0.1 and not figures["quick"]:
+        print(f"The commands waited {busy_share(figures):.0%} of their time for a processor: "
+              "wall times of this run mean little, see --processor.")
+    for row in failed:
+        print(f"missed or not measured: {row.work} {row.beside}".rstrip())
+    if options.report:
+        report.write(figures, options.docs, os.path.dirname(os.path.abspath(__file__)))
+    return 1 if failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
