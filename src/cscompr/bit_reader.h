@@ -56,6 +56,14 @@ struct BitReader {
 
   void Trim() { bits &= (std::uint64_t{1} << count) - 1; }
 
+  // Forgets bytes that were loaded behind `end`.
+  void DropBehindEnd() {
+    if (next <= end) return;
+    count -= 8 * static_cast<unsigned>(next - end);
+    next = end;
+    Trim();
+  }
+
   // Hands whole bytes that nothing was decoded from back to an input that began at `begin`.
   void GiveBack(const std::uint8_t* begin) {
     const auto bytes = std::min<std::ptrdiff_t>(count / 8, next - begin);

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <bit>
+#include <type_traits>
 
 #include "cscompr/cscompr.h"
 #include "cscompr/sliding_window.h"
+#include "cscompr/wide_access.h"
 
 namespace cscompr {
 namespace {
@@ -48,10 +50,16 @@ constexpr Meanings<32> MakeDistanceMeanings() {
   return meanings;
 }
 
+// Shortest run and extra bits of the code length symbols 16 to 18.
+constexpr std::array<ValueRange, 3> kRuns = {{{3, 2}, {3, 3}, {11, kMaxRunBits}}};
+
 constexpr Meanings<kCodeLengthCodes> MakeCodeLengthMeanings() {
   Meanings<kCodeLengthCodes> meanings{};
   for (std::size_t symbol = 0; symbol < meanings.size(); ++symbol) {
-    meanings[symbol] = static_cast<TableEntry>(symbol) << kValueShift;
+    const ValueRange run =
+        symbol < kRepeatPrevious ? ValueRange{1, 0} : kRuns[symbol - kRepeatPrevious];
+    meanings[symbol] = static_cast<TableEntry>(symbol) << kValueShift |
+                       static_cast<TableEntry>(run.base) << kRunShift | run.extra_bits;
   }
   return meanings;
 }
@@ -65,22 +73,54 @@ constexpr auto kCodeLengthMeanings = MakeCodeLengthMeanings();
 struct CanonicalOrder {
   std::array<std::uint16_t, kMaxCodeBits + 1> counts{};
   std::array<std::uint16_t, kMaxSymbols> symbols{};
+  std::array<std::uint16_t, kMaxSymbols>
+      codes{};  // as the stream sends them, once there are tables
   int used = 0;
 };
 
+// Most symbols of a small block have no code, and stand in long rows: these are passed eight at a
+// time. The rest is handled without a branch on the length.
+constexpr std::size_t kRow = 8;
+
+constexpr bool IsUnusedRow(std::span<const std::uint8_t> row) {
+  if (std::is_constant_evaluated()) {
+    return std::all_of(row.begin(), row.end(), [](std::uint8_t length) { return length == 0; });
+  }
+  return Load64(row.data()) == 0;
+}
+
+// Calls `use` for every symbol that stands in a row with used ones.
+template <typename Use>
+constexpr void ForEachSymbol(std::span<const std::uint8_t> lengths, Use use) {
+  std::size_t symbol = 0;
+  while (symbol + kRow <= lengths.size()) {
+    if (IsUnusedRow(lengths.subspan(symbol, kRow))) {
+      symbol += kRow;
+      continue;
+    }
+    for (std::size_t i = 0; i < kRow; ++i, ++symbol)
+      use(symbol);
+  }
+  for (; symbol < lengths.size(); ++symbol)
+    use(symbol);
+}
+
 constexpr CanonicalOrder Sort(std::span<const std::uint8_t> lengths) {
   CanonicalOrder order;
-  for (const std::uint8_t length : lengths)
-    ++order.counts[length];
+  // Neighbours often have the same length; separate counters do not wait for each other.
+  std::array<std::array<std::uint16_t, kMaxCodeBits + 1>, 2> counts{};
+  ForEachSymbol(lengths, [&](std::size_t symbol) { ++counts[symbol & 1][lengths[symbol]]; });
+  // The unused symbols of used rows go behind the used ones.
   std::array<std::uint16_t, kMaxCodeBits + 1> offsets{};
-  for (std::size_t length = 1; length < kMaxCodeBits; ++length) {
-    offsets[length + 1] = static_cast<std::uint16_t>(offsets[length] + order.counts[length]);
+  for (std::size_t length = 1; length <= kMaxCodeBits; ++length) {
+    order.counts[length] = static_cast<std::uint16_t>(counts[0][length] + counts[1][length]);
+    const std::size_t next = length < kMaxCodeBits ? length + 1 : 0;
+    offsets[next] = static_cast<std::uint16_t>(offsets[length] + order.counts[length]);
   }
-  order.used = offsets[kMaxCodeBits] + order.counts[kMaxCodeBits];
-  for (std::size_t symbol = 0; symbol < lengths.size(); ++symbol) {
-    if (lengths[symbol] == 0) continue;
+  order.used = offsets[0];
+  ForEachSymbol(lengths, [&](std::size_t symbol) {
     order.symbols[offsets[lengths[symbol]]++] = static_cast<std::uint16_t>(symbol);
-  }
+  });
   return order;
 }
 
@@ -113,15 +153,18 @@ class TableBuilder {
                          std::span<TableEntry> table)
       : meanings_(meanings), root_bits_(root_bits), table_(table) {}
 
-  constexpr void Fill(const CanonicalOrder& order) {
+  // Notes the codes in `order`, too.
+  constexpr void Fill(CanonicalOrder& order) {
     remaining_ = order.counts;
     int left = order.used;
     const std::uint16_t* symbol = order.symbols.data();
+    std::uint16_t* noted = order.codes.data();
     std::uint32_t code = 0;
     for (unsigned length = 1; left > 0; ++length) {
       if (length <= root_bits_) Double(length);
       for (; remaining_[length] > 0; --remaining_[length], ++symbol) {
         PutCode(code, length, meanings_[*symbol]);
+        *noted++ = static_cast<std::uint16_t>(code);
         if (--left > 0) code = NextCode(code, length);
       }
     }
@@ -175,7 +218,7 @@ class TableBuilder {
 
 enum class Incomplete : std::uint8_t { kRefused, kOneCode, kOneOrNone };
 
-constexpr std::int32_t BuildTable(const CanonicalOrder& order, std::span<const TableEntry> meanings,
+constexpr std::int32_t BuildTable(CanonicalOrder& order, std::span<const TableEntry> meanings,
                                   Incomplete allowed, unsigned root_bits,
                                   std::span<TableEntry> table) {
   const int left = CodesLeft(order);
@@ -196,55 +239,91 @@ constexpr std::int32_t BuildTable(const CanonicalOrder& order, std::span<const T
   return 0;
 }
 
-// Joins a literal and the length behind it wherever the length's code ends within the root bits.
-// From the last entry down: the length is looked up among entries that are not joined yet. The
-// conditions are summed up without branches, which nothing could predict.
-constexpr void JoinLiteralsAndLengths(LiteralTable& table) {
-  for (std::size_t i = std::size_t{1} << kLiteralRootBits; i-- > 0;) {
-    const TableEntry literal = table[i];
-    const unsigned bits = CodeBits(literal);
-    const TableEntry length = table[i >> bits];
-    const TableEntry joined =
-        Entry(length, bits) | (literal & (0xFFU << kLiteralShift | 1U << kWithLiteralShift));
-    const bool fits = bits + CodeBits(length) <= kLiteralRootBits;
-    const bool is_pair = IsLiteral(literal) & ((length & (kLiteralFlag | kExceptional)) == 0);
-    table[i] = (fits & is_pair) ? joined : literal;
-  }
-}
+// The codes of literals, or of lengths, that may stand in a joined entry, shortest first.
+struct ShortCodes {
+  struct Code {
+    TableEntry meaning = 0;
+    std::uint16_t code = 0;
+    std::uint16_t bits = 0;
+  };
+  std::array<Code, kMaxSymbols> codes{};
+  std::size_t count = 0;
+  // Shares of all codes that codes of up to so many bits have, in units of one longest code.
+  std::array<std::uint32_t, kMaxCodeBits + 1> shares{};
+};
 
-// Whether most pairs of a literal and a length would share an entry. Where few do, it is up to
-// chance which, and that spoils the patterns by which a processor predicts what comes next.
-constexpr bool JoiningPays(std::span<const std::uint8_t> code_lengths) {
-  std::array<std::uint64_t, kMaxCodeBits + 1> literals{};
-  std::array<std::uint64_t, kMaxCodeBits + 1> lengths{};
-  for (std::size_t symbol = 0; symbol < code_lengths.size(); ++symbol) {
-    if (symbol != kEndOfBlock)
-      ++(symbol < kLiteralCount ? literals : lengths)[code_lengths[symbol]];
-  }
-  // Shares of all codes, in units of one code of kMaxCodeBits, or of a pair of such codes.
-  std::uint64_t all_literals = 0;
-  std::uint64_t all_lengths = 0;
-  std::uint64_t joined = 0;
-  for (std::size_t first = 1; first <= kMaxCodeBits; ++first) {
-    all_literals += literals[first] << (kMaxCodeBits - first);
-    all_lengths += lengths[first] << (kMaxCodeBits - first);
-    for (std::size_t second = 1; first + second <= kLiteralRootBits; ++second) {
-      joined += literals[first] * lengths[second] << (2 * kMaxCodeBits - first - second);
+// Joins a literal and the length behind it wherever the length's code ends within the root bits.
+class Joiner {
+ public:
+  constexpr explicit Joiner(const CanonicalOrder& order) {
+    int k = 0;
+    for (unsigned bits = 1; bits <= kMaxCodeBits; ++bits) {
+      for (const int end = k + order.counts[bits]; k < end; ++k) {
+        const auto at = static_cast<std::size_t>(k);
+        const std::uint16_t symbol = order.symbols[at];
+        if (symbol == kEndOfBlock) continue;
+        ShortCodes& kind = symbol < kLiteralCount ? literals_ : lengths_;
+        kind.shares[bits] += 1U << (kMaxCodeBits - bits);
+        if (bits >= kLiteralRootBits) continue;
+        kind.codes[kind.count++] = {kLiteralMeanings[symbol], order.codes[at],
+                                    static_cast<std::uint16_t>(bits)};
+      }
+    }
+    for (std::size_t bits = 1; bits <= kMaxCodeBits; ++bits) {
+      lengths_.shares[bits] += lengths_.shares[bits - 1];
     }
   }
-  return joined > 0 && 2 * joined >= all_literals * all_lengths;
-}
 
-constexpr std::int32_t BuildLiterals(std::span<const std::uint8_t> lengths, LiteralTable& table) {
+  // Whether most pairs of a literal and a length would share an entry. Where few do, it is up to
+  // chance which, and that spoils the patterns by which a processor predicts what comes next.
+  [[nodiscard]] constexpr bool Pays() const {
+    std::uint64_t all_literals = 0;
+    std::uint64_t joined = 0;
+    for (std::size_t bits = 1; bits <= kMaxCodeBits; ++bits) {
+      all_literals += literals_.shares[bits];
+      if (bits < kLiteralRootBits) {
+        joined += std::uint64_t{literals_.shares[bits]} * lengths_.shares[kLiteralRootBits - bits];
+      }
+    }
+    return joined > 0 && 2 * joined >= all_literals * lengths_.shares[kMaxCodeBits];
+  }
+
+  constexpr void Join(LiteralTable& table) const {
+    for (std::size_t i = 0; i < literals_.count; ++i) {
+      const ShortCodes::Code& literal = literals_.codes[i];
+      for (std::size_t k = 0; k < lengths_.count; ++k) {
+        const ShortCodes::Code& length = lengths_.codes[k];
+        const unsigned bits = literal.bits + length.bits;
+        if (bits > kLiteralRootBits) break;
+        const TableEntry entry = Entry(length.meaning, bits) | (literal.meaning & ~kLiteralFlag);
+        const std::size_t first = literal.code | std::size_t{length.code} << literal.bits;
+        for (std::size_t at = first; at < std::size_t{1} << kLiteralRootBits;
+             at += std::size_t{1} << bits) {
+          table[at] = entry;
+        }
+      }
+    }
+  }
+
+ private:
+  ShortCodes literals_;
+  ShortCodes lengths_;
+};
+
+constexpr std::int32_t BuildLiterals(std::span<const std::uint8_t> lengths, bool join,
+                                     LiteralTable& table) {
+  CanonicalOrder order = Sort(lengths);
   const std::int32_t code =
-      BuildTable(Sort(lengths), kLiteralMeanings, Incomplete::kOneCode, kLiteralRootBits, table);
-  if (code == 0 && JoiningPays(lengths)) JoinLiteralsAndLengths(table);
+      BuildTable(order, kLiteralMeanings, Incomplete::kOneCode, kLiteralRootBits, table);
+  if (code != 0 || !join || order.used == 1) return code;
+  const Joiner joiner(order);
+  if (joiner.Pays()) joiner.Join(table);
   return code;
 }
 
 constexpr LiteralTable MakeFixedLiteralTable() {
   LiteralTable table{};
-  BuildLiterals(kFixedLiteralLengths, table);
+  BuildLiterals(kFixedLiteralLengths, true, table);
   return table;
 }
 
@@ -252,24 +331,26 @@ constexpr DistanceTable MakeFixedDistanceTable() {
   std::array<std::uint8_t, 32> lengths{};
   lengths.fill(kFixedDistanceBits);
   DistanceTable table{};
-  BuildTable(Sort(lengths), kDistanceMeanings, Incomplete::kRefused, kDistanceRootBits, table);
+  CanonicalOrder order = Sort(lengths);
+  BuildTable(order, kDistanceMeanings, Incomplete::kRefused, kDistanceRootBits, table);
   return table;
 }
 
 }  // namespace
 
-std::int32_t BuildLiteralTable(std::span<const std::uint8_t> lengths, LiteralTable& table) {
-  return BuildLiterals(lengths, table);
+std::int32_t BuildLiteralTable(std::span<const std::uint8_t> lengths, bool join,
+                               LiteralTable& table) {
+  return BuildLiterals(lengths, join, table);
 }
 
 std::int32_t BuildDistanceTable(std::span<const std::uint8_t> lengths, DistanceTable& table) {
-  return BuildTable(Sort(lengths), kDistanceMeanings, Incomplete::kOneOrNone, kDistanceRootBits,
-                    table);
+  CanonicalOrder order = Sort(lengths);
+  return BuildTable(order, kDistanceMeanings, Incomplete::kOneOrNone, kDistanceRootBits, table);
 }
 
 std::int32_t BuildCodeLengthTable(std::span<const std::uint8_t> lengths, CodeLengthTable& table) {
-  return BuildTable(Sort(lengths), kCodeLengthMeanings, Incomplete::kRefused, kCodeLengthRootBits,
-                    table);
+  CanonicalOrder order = Sort(lengths);
+  return BuildTable(order, kCodeLengthMeanings, Incomplete::kRefused, kCodeLengthRootBits, table);
 }
 
 constinit const LiteralTable kFixedLiteralTable = MakeFixedLiteralTable();

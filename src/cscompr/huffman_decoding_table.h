@@ -18,6 +18,11 @@
 //   bit  21     a literal, perhaps before a length
 //   bits 24-31  the literal
 //
+// and among code lengths
+//
+//   bits 12-15  how often at least the length stands there
+//   bits 16-31  the symbol
+//
 // Where a literal and the length code behind it fit in the root bits together, one entry holds
 // both. That spares the decoder most of the branches on what comes next, which are its dearest, for
 // nothing predicts them. The code bits of such an entry are those of both codes.
@@ -43,6 +48,7 @@ inline constexpr TableEntry kEndOfBlockFlag = 1U << 14;
 inline constexpr TableEntry kNoMeaningFlag = 1U << 15;
 inline constexpr unsigned kValueShift = 16;
 inline constexpr unsigned kLengthShift = 12;
+inline constexpr unsigned kRunShift = 12;
 inline constexpr unsigned kWithLiteralShift = 21;
 inline constexpr unsigned kLiteralShift = 24;
 
@@ -50,6 +56,7 @@ constexpr unsigned SkipBits(TableEntry entry) { return entry & kSkipMask; }
 constexpr unsigned CodeBits(TableEntry entry) { return (entry >> kCodeBitsShift) & 0xF; }
 constexpr unsigned Value(TableEntry entry) { return entry >> kValueShift; }
 constexpr unsigned LengthBase(TableEntry entry) { return (entry >> kLengthShift) & 0x1FF; }
+constexpr unsigned RunBase(TableEntry entry) { return (entry >> kRunShift) & 0xF; }
 constexpr unsigned LiteralCount(TableEntry entry) { return (entry >> kWithLiteralShift) & 1; }
 constexpr std::uint8_t Literal(TableEntry entry) {
   return static_cast<std::uint8_t>(entry >> kLiteralShift);
@@ -65,6 +72,7 @@ constexpr bool IsLink(TableEntry entry) {
 
 inline constexpr int kLiteralRootBits = 11;
 inline constexpr int kDistanceRootBits = 8;
+inline constexpr unsigned kMaxRunBits = 7;  // extra bits of the longest runs of code lengths
 inline constexpr int kCodeLengthRootBits = kMaxCodeLengthCodeBits;
 
 // The lowest `number` bits.
@@ -90,8 +98,10 @@ using CodeLengthTable = std::array<TableEntry, std::size_t{1} << kCodeLengthRoot
 // 15 bits (7 for the code length code). Return 0, kCsOversubscribed or kCsIncomplete; the table is
 // then not to be used. Incomplete codes are refused but for a single code of one bit and, for
 // distances, none at all: the codes that are left over have no meaning. Distances beyond the 16 KB
-// window have no meaning either.
-std::int32_t BuildLiteralTable(std::span<const std::uint8_t> lengths, LiteralTable& table);
+// window have no meaning either. Without `join` no literal shares its entry with a length, which
+// is sooner done, for blocks that are soon over.
+std::int32_t BuildLiteralTable(std::span<const std::uint8_t> lengths, bool join,
+                               LiteralTable& table);
 std::int32_t BuildDistanceTable(std::span<const std::uint8_t> lengths, DistanceTable& table);
 std::int32_t BuildCodeLengthTable(std::span<const std::uint8_t> lengths, CodeLengthTable& table);
 

@@ -17,8 +17,9 @@ constexpr std::int32_t kGoOn = 0;
 constexpr unsigned kFixedCodes = 1;
 constexpr unsigned kDynamicCodes = 2;
 
-// Shortest run and extra bits of the code length symbols 16 to 18.
-constexpr std::array<ValueRange, 3> kRuns = {{{3, 2}, {3, 3}, {11, 7}}};
+// Bytes of a stream from which on joined literals and lengths save more time than making them
+// takes.
+constexpr std::uint32_t kLeastToJoin = 8192;
 
 // The longest that has to be in the bit buffer at once: a length and a distance with extra bits,
 // the two farthest distances excepted, which mean nothing here.
@@ -76,6 +77,7 @@ Outcome LzhDecoder::Decode(const Buffers& buffers, const std::uint8_t* input) {
   run.out = run.out_begin = buffers.output;
   const auto room = static_cast<std::uint32_t>(buffers.output_length);
   run.out_end = buffers.output + std::min(room, remaining_);
+  run.room_end = buffers.output + room;
   run.window = &window_;
 
   const std::int32_t code = RunSteps(run);
@@ -86,7 +88,7 @@ Outcome LzhDecoder::Decode(const Buffers& buffers, const std::uint8_t* input) {
   }
   bits_ = run.reader.bits;
   bit_count_ = run.reader.count;
-  window_.Append(run.out_begin, run.produced());
+  if (step_ != Step::kEnd) window_.Append(run.out_begin, run.produced());
   remaining_ -= static_cast<std::uint32_t>(run.produced());
   if (code < 0) {
     step_ = Step::kFailed;
@@ -174,35 +176,36 @@ std::int32_t LzhDecoder::ReadCodeLengthLengths(BitReader& reader) {
   return BuildCodeLengthTable(code_length_lengths_, code_length_table_);
 }
 
-bool LzhDecoder::ReadCodeLengthRun(BitReader& reader, unsigned& value, unsigned& repeat) const {
-  reader.Fill();
-  const TableEntry entry = code_length_table_[LowBits(reader.bits, kCodeLengthRootBits)];
-  const unsigned symbol = Value(entry);
-  const ValueRange run =
-      symbol < kRepeatPrevious ? ValueRange{1, 0} : kRuns[symbol - kRepeatPrevious];
-  if (reader.count < SkipBits(entry) + run.extra_bits) return false;
-  reader.Skip(SkipBits(entry));
-  value = symbol;
-  repeat = run.base + reader.Take(run.extra_bits);
-  return true;
-}
-
-std::int32_t LzhDecoder::ReadCodeLengths(BitReader& reader) {
+std::int32_t LzhDecoder::ReadCodeLengths(BitReader& shared_reader) {
+  BitReader reader = shared_reader;  // in registers while the loop runs
   const unsigned total = literal_codes_ + distance_codes_;
-  while (lengths_read_ < total) {
-    unsigned value = 0;
-    unsigned repeat = 0;
-    if (!ReadCodeLengthRun(reader, value, repeat)) return kCsInputExhausted;
-    if (repeat > total - lengths_read_) return kCsBadBlockHeader;
-    if (value == kRepeatPrevious) {
-      if (lengths_read_ == 0) return kCsBadBlockHeader;
-      value = code_lengths_[lengths_read_ - 1];
-    } else if (value > kRepeatPrevious) {
-      value = 0;
+  unsigned done = lengths_read_;
+  std::int32_t code = kGoOn;
+  while (done < total) {
+    if (reader.count < kMaxCodeLengthCodeBits + kMaxRunBits) reader.Fill();
+    const TableEntry entry = code_length_table_[LowBits(reader.bits, kCodeLengthRootBits)];
+    if (reader.count < SkipBits(entry)) {
+      code = kCsInputExhausted;
+      break;
     }
-    std::fill_n(code_lengths_.begin() + lengths_read_, repeat, static_cast<std::uint8_t>(value));
-    lengths_read_ += repeat;
+    const unsigned symbol = Value(entry);
+    if (symbol < kRepeatPrevious) {
+      reader.Skip(SkipBits(entry));
+      code_lengths_[done++] = static_cast<std::uint8_t>(symbol);
+      continue;
+    }
+    const unsigned repeat = RunBase(entry) + TakeExtra(entry, reader);
+    if (repeat > total - done || (symbol == kRepeatPrevious && done == 0)) {
+      code = kCsBadBlockHeader;
+      break;
+    }
+    const std::uint8_t length = symbol == kRepeatPrevious ? code_lengths_[done - 1] : 0;
+    std::memset(code_lengths_.data() + done, length, repeat);
+    done += repeat;
   }
+  lengths_read_ = done;
+  shared_reader = reader;
+  if (code != kGoOn) return code;
   step_ = Step::kSymbols;
   return BuildDynamicTables();
 }
@@ -213,7 +216,8 @@ std::int32_t LzhDecoder::BuildDynamicTables() {
   literals_ = literal_table_.data();
   literal_lengths_ = code_lengths_.data();
   distances_ = distance_table_.data();
-  const std::int32_t code = BuildLiteralTable(lengths.first(literal_codes_), literal_table_);
+  const std::int32_t code =
+      BuildLiteralTable(lengths.first(literal_codes_), remaining_ >= kLeastToJoin, literal_table_);
   if (code != 0) return code;
   return BuildDistanceTable(lengths.subspan(literal_codes_, distance_codes_), distance_table_);
 }

@@ -60,8 +60,6 @@ class LzhDecoder {
   std::int32_t ReadMatch(SymbolRun& run, const BitReader& behind_length, unsigned length);
   std::int32_t CopyMatch(SymbolRun& run);
 
-  // One code length or run of them; false when the input ends before it does.
-  bool ReadCodeLengthRun(BitReader& reader, unsigned& value, unsigned& repeat) const;
   std::int32_t BuildDynamicTables();
   void EndBlock();
 

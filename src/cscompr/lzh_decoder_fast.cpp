@@ -5,6 +5,10 @@
 // of the buffers once, at its start; the margins below prove that no turn gets past them. The bit
 // buffer is filled at most twice a turn, with a load of eight bytes that does not branch. The table
 // entry of the next symbol is loaded before a match is copied, so that both go on at the same time.
+//
+// Near the ends, where a small file spends most of its time, the same loop runs once more, on a
+// copy of the last input with zeros behind it. There it remembers where each turn began, and takes
+// a turn back that used bits or promised bytes which are not there.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -30,8 +34,10 @@ static_assert(kLiteralRootBits + 5 + kMaxCodeBits + 12 + kLiteralRootBits <=
 // and the last loads 8.
 constexpr std::ptrdiff_t kInputMargin = 2 * 7 + BitReader::kWideLoadBytes;
 // A match copies two chunks, or one more than it fills.
+constexpr std::ptrdiff_t kCopyMargin = 2 * kChunk;
+constexpr std::ptrdiff_t kLiteralMargin = kLiteralsPerTurn + 1;
 constexpr std::ptrdiff_t kOutputMargin =
-    kLiteralsPerTurn + 1 + kMaxMatch + static_cast<std::ptrdiff_t>(kChunk);
+    kLiteralMargin + kMaxMatch + static_cast<std::ptrdiff_t>(kChunk);
 static_assert(kMaxMatch >= 2 * kChunk && 2 * kChunk <= SlidingWindow::kReadAhead);
 
 template <std::size_t kBytes>
@@ -98,6 +104,10 @@ struct LoopBits {
     next += (~count >> 3) & 7;
     count |= kFilledBits;
   }
+  // Whether no bit was taken behind the byte before `end`.
+  bool UsedUpTo(const std::uint8_t* end) const {
+    return 8 * (next - end) <= static_cast<std::ptrdiff_t>(count & 63);
+  }
   void Skip(TableEntry entry) {
     bits >>= SkipBits(entry);
     count -= entry;
@@ -120,23 +130,37 @@ static_assert(kSkipMask == 63 && kFilledBits == 56);
 
 inline void PutLiteral(TableEntry entry, std::uint8_t*& out) { *out++ = Literal(entry); }
 
+// Where the loop begins no further turn; beyond that, for the careful loop, what a turn must keep.
+struct Limits {
+  const std::uint8_t* in = nullptr;
+  const std::uint8_t* out = nullptr;
+  const std::uint8_t* match = nullptr;      // where a match may end
+  const std::uint8_t* input_end = nullptr;  // of the bytes that are not padding
+  const std::uint8_t* output_end = nullptr;
+};
+
+template <bool kCareful>
 [[gnu::always_inline]] inline FastStop Loop(const TableEntry* literals, const TableEntry* distances,
-                                            SymbolRun& run) {
-  if (run.reader.end - run.reader.next < kInputMargin || run.out_end - run.out < kOutputMargin) {
-    return FastStop::kEdge;
-  }
+                                            SymbolRun& run, const Limits& limits) {
   LoopBits in{run.reader.bits, run.reader.count, run.reader.next};
   std::uint8_t* out = run.out;
   std::uint8_t* const out_begin = run.out_begin;
-  const std::uint8_t* const in_limit = run.reader.end - kInputMargin;
-  const std::uint8_t* const out_limit = run.out_end - kOutputMargin;
+  const std::uint8_t* const in_limit = limits.in;
+  const std::uint8_t* const out_limit = limits.out;
   const std::uint8_t* const window_end = run.window->end();
   const auto window_size = static_cast<std::ptrdiff_t>(run.window->size());
   FastStop stop = FastStop::kEdge;
+  LoopBits turn_in = in;
+  std::uint8_t* turn_out = out;
+  const auto is_sound = [&] { return out <= limits.output_end && in.UsedUpTo(limits.input_end); };
 
   in.Fill();
   TableEntry entry = in.Find(literals, kLiteralRootBits);
   do {
+    if constexpr (kCareful) {
+      turn_in = in;
+      turn_out = out;
+    }
     if (IsLiteral(entry)) {
       PutLiteral(entry, out);
       in.Skip(entry);
@@ -197,6 +221,12 @@ inline void PutLiteral(TableEntry entry, std::uint8_t*& out) { *out++ = Literal(
     // first 16 KB. The branch is for matches that go across, and for those that begin nowhere.
     const std::ptrdiff_t back = static_cast<std::ptrdiff_t>(distance) - (out - out_begin);
     const bool behind = back > 0;
+    if constexpr (kCareful) {
+      if (limits.match - out < static_cast<std::ptrdiff_t>(length)) {
+        stop = FastStop::kBadCode;  // for which it is taken back
+        break;
+      }
+    }
     if (back > window_size || static_cast<std::size_t>(back - 1) < length - 1) {
       if (!CopyAcross(run, out, distance, length)) {
         stop = FastStop::kBadCode;
@@ -212,8 +242,15 @@ inline void PutLiteral(TableEntry entry, std::uint8_t*& out) { *out++ = Literal(
       CopyNear(out, from, distance, length);
     }
     out += length;
-  } while (in.next <= in_limit && out <= out_limit);
+  } while (in.next <= in_limit && out <= out_limit && (!kCareful || is_sound()));
 
+  if constexpr (kCareful) {
+    if (stop == FastStop::kBadCode || !is_sound()) {
+      in = turn_in;
+      out = turn_out;
+      stop = FastStop::kEdge;
+    }
+  }
   run.reader.bits = in.bits;
   run.reader.count = in.count & 63;
   run.reader.next = in.next;
@@ -222,24 +259,81 @@ inline void PutLiteral(TableEntry entry, std::uint8_t*& out) { *out++ = Literal(
   return stop;
 }
 
+using LoopFunction = FastStop (*)(const TableEntry*, const TableEntry*, SymbolRun&, const Limits&);
+
+template <bool kCareful>
+FastStop LoopPortable(const TableEntry* literals, const TableEntry* distances, SymbolRun& run,
+                      const Limits& limits) {
+  return Loop<kCareful>(literals, distances, run, limits);
+}
+
 #if defined(__x86_64__)
 // The same loop with the shifts and bit extractions of BMI2, which need no flags and any register.
+template <bool kCareful>
 [[gnu::target("bmi,bmi2")]] FastStop LoopBmi2(const TableEntry* literals,
-                                              const TableEntry* distances, SymbolRun& run) {
-  return Loop(literals, distances, run);
+                                              const TableEntry* distances, SymbolRun& run,
+                                              const Limits& limits) {
+  return Loop<kCareful>(literals, distances, run, limits);
 }
 #endif
+
+template <bool kCareful>
+LoopFunction ChooseLoop([[maybe_unused]] bool portable) {
+#if defined(__x86_64__)
+  if (!portable && __builtin_cpu_supports("bmi2") != 0) return LoopBmi2<kCareful>;
+#endif
+  return LoopPortable<kCareful>;
+}
+
+FastStop RunCareful(const TableEntry* literals, const TableEntry* distances, SymbolRun& run,
+                    const std::uint8_t* input_end, const std::uint8_t* readable_end,
+                    bool portable) {
+  if (run.room_end - run.out < kCopyMargin + kLiteralMargin) return FastStop::kEdge;
+  Limits limits;
+  limits.in = readable_end - kInputMargin;
+  limits.match = run.room_end - kCopyMargin;
+  limits.out = limits.match - kLiteralMargin;
+  limits.input_end = input_end;
+  limits.output_end = run.out_end;
+  return ChooseLoop<true>(portable)(literals, distances, run, limits);
+}
+
+// Goes on to the last symbol that the input holds in full, in a copy with zeros behind it.
+FastStop RunPadded(const TableEntry* literals, const TableEntry* distances, SymbolRun& run,
+                   bool portable) {
+  std::array<std::uint8_t, 3 * kInputMargin> padded{};
+  const std::uint8_t* const end = run.reader.end;
+  const std::ptrdiff_t left = end - run.reader.next;
+  std::copy_n(run.reader.next, left, padded.begin());
+  run.reader.next = padded.data();
+  run.reader.end = padded.data() + left;
+  const FastStop stop =
+      RunCareful(literals, distances, run, run.reader.end, padded.data() + padded.size(), portable);
+  run.reader.DropBehindEnd();
+  run.reader.next = end - (run.reader.end - run.reader.next);
+  run.reader.end = end;
+  return stop;
+}
 
 }  // namespace
 
 FastStop RunFast(const TableEntry* literals, const TableEntry* distances, SymbolRun& run,
-                 [[maybe_unused]] bool portable) {
-#if defined(__x86_64__)
-  if (!portable && __builtin_cpu_supports("bmi2") != 0) {
-    return LoopBmi2(literals, distances, run);
+                 bool portable) {
+  FastStop stop = FastStop::kEdge;
+  const std::uint8_t* const end = run.reader.end;
+  if (end - run.reader.next >= kInputMargin && run.out_end - run.out >= kOutputMargin) {
+    Limits limits;
+    limits.in = end - kInputMargin;
+    limits.out = run.out_end - kOutputMargin;
+    stop = ChooseLoop<false>(portable)(literals, distances, run, limits);
   }
-#endif
-  return Loop(literals, distances, run);
+  if (stop == FastStop::kEdge && end - run.reader.next >= kInputMargin) {
+    stop = RunCareful(literals, distances, run, end, end, portable);
+  }
+  if (stop == FastStop::kEdge && end - run.reader.next < kInputMargin) {
+    stop = RunPadded(literals, distances, run, portable);
+  }
+  return stop;
 }
 
 }  // namespace cscompr

@@ -17,6 +17,7 @@ struct SymbolRun {
   std::uint8_t* out = nullptr;        // where the next byte goes
   std::uint8_t* out_begin = nullptr;  // of this call
   std::uint8_t* out_end = nullptr;    // neither beyond the buffer nor beyond the original length
+  std::uint8_t* room_end = nullptr;   // of the buffer
   const SlidingWindow* window = nullptr;
 
   std::size_t room() const { return static_cast<std::size_t>(out_end - out); }
@@ -34,7 +35,7 @@ enum class FastStop : std::uint8_t {
 };
 
 // Decodes symbols without looking at the buffers' ends but once a turn, and stops near them.
-// Overwrites output beyond `out`, never beyond `out_end`. With `portable` it uses no instruction
+// Overwrites output beyond `out`, never beyond `room_end`. With `portable` it uses no instruction
 // that only some processors have.
 FastStop RunFast(const TableEntry* literals, const TableEntry* distances, SymbolRun& run,
                  bool portable);
