@@ -17,4 +17,11 @@ target_link_libraries(windows_contract PRIVATE platform codepage moldex_compile_
 add_executable(make_shortcut EXCLUDE_FROM_ALL make_shortcut_win32.cpp)
 target_link_libraries(make_shortcut PRIVATE moldex_compile_options ole32 uuid)
 
-add_custom_target(windows_tests DEPENDS windows_contract make_shortcut)
+add_executable(run_in EXCLUDE_FROM_ALL run_in_win32.cpp)
+target_link_libraries(run_in PRIVATE moldex_compile_options)
+
+# The program without its manifest, which the system gives its own ANSI code page.
+add_executable(moldex_ansi EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/src/driver/main.cpp)
+target_link_libraries(moldex_ansi PRIVATE moldex_compile_options driver)
+
+add_custom_target(windows_tests DEPENDS windows_contract make_shortcut run_in moldex_ansi)

@@ -1,67 +1,13 @@
 // moldex.exe and what only Windows has: shortcuts, attributes, refused names; and its archives
 // against those of the program of this system.
-#include <cstdlib>
-#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
-#include "program/program_test.h"
+#include "windows/windows_test.h"
 
 namespace moldex::test {
 namespace {
-
-constexpr char kLongNamesHeader[] = {'V', 'U', 'K', 0, '2', '.', '0', '0', 0};
-const std::string kLongNames(kLongNamesHeader, 8);
-
-// Gives an environment variable another value for a while, or none.
-class OtherValue {
- public:
-  OtherValue(const char* variable, const char* value) : variable_(variable) {
-    const char* former = std::getenv(variable);
-    if (former != nullptr) former_ = former;
-    Set(value);
-  }
-  ~OtherValue() { Set(former_ ? former_->c_str() : nullptr); }
-  OtherValue(const OtherValue&) = delete;
-  OtherValue& operator=(const OtherValue&) = delete;
-
- private:
-  void Set(const char* value) const {
-    if (value != nullptr) {
-      setenv(variable_, value, 1);
-    } else {
-      unsetenv(variable_);
-    }
-  }
-
-  const char* variable_;
-  std::optional<std::string> former_;
-};
-
-class Windows : public ProgramTest {
- protected:
-  std::string DriveZ(const std::string& name) const { return "Z:" + Path(name).string(); }
-
-  // Wine shows this machine's files as drive Z.
-  void MakeShortcut(const std::string& target, const std::string& name) const {
-    const OtherValue maker("MOLDEX_EXE", std::getenv("MOLDEX_SHORTCUT_MAKER"));
-    const RunResult made = RunProgram(folder_.Path(), {DriveZ(target), DriveZ(name)});
-    ASSERT_EQ(made.status, 0) << made.err;
-    ASSERT_TRUE(Exists(name));
-  }
-
-  RunResult RunNative(const Words& arguments) const {
-    const OtherValue native("MOLDEX_PROGRAM", nullptr);
-    const OtherValue target("MOLDEX_TARGET", nullptr);
-    return Run(arguments);
-  }
-
-  // The modes that moldex.exe makes of what is there now, from attributes.
-  std::vector<QelEntry> LongNameEntries(const std::string& name) {
-    Write("modes.qel", kLongNames);
-    ExpectRun("-af modes.qel " + name, "", 0);  // appending follows the archive's mode
-    return ParseArchive("VUK " + Bytes("modes.qel").substr(4));
-  }
-};
 
 TEST_F(Windows, ShortcutsGoInAsWhatTheyPointTo) {
   Make({{"there/text", FileNode("the text")}, {"there/d/x", FileNode("x")}});
@@ -153,7 +99,7 @@ TEST_F(Windows, AttributesComeBackInLongNameMode) {
     entry.time_high = 30000000;
     entries.push_back(entry);
   }
-  Write("a.qel", BuildArchive(entries, kLongNames));
+  Write("a.qel", BuildArchive(entries, kLongNamesHeader));
   ExpectRun("-xf a.qel", Processing("a.qel") + "MOLDEX: 6 file(s) extracted\n", 0);
   const auto again = LongNameEntries("d");
   ASSERT_EQ(again.size(), modes.size());
@@ -203,7 +149,7 @@ TEST_F(Windows, EachProgramReadsTheOthersArchives) {
   EXPECT_EQ(Below("n"), from_windows);
   EXPECT_EQ(RunNative({"-df", "windows.qel"}).status, 0);
   // Names and dates in long-name mode, the modes made from attributes.
-  Write("long.qel", kLongNames);
+  Write("long.qel", std::string(kLongNamesHeader));
   ExpectRun("-af long.qel d", "", 0);
   EXPECT_EQ(RunNative({"-xf", "long.qel", "-R", "l"}).status, 0);
   EXPECT_EQ(Bytes("l/d/text"), tree.at("d/text").content);

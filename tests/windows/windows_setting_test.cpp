@@ -1,0 +1,136 @@
+// moldex.exe and where it runs: a console, another code page, a user without privileges, another
+// time zone, deep directories.
+#include <sys/stat.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "windows/windows_test.h"
+
+namespace moldex::test {
+namespace {
+
+class Setting : public Windows {
+ protected:
+  // The program without its manifest: it gets the ANSI code page of the system, which is 1252.
+  RunResult RunInCodePage1252(const std::string& line) const {
+    RunResult result = RunOther("moldex_ansi.exe", SplitAtBlanks(line));
+    EXPECT_EQ(result.err, "");
+    return result;
+  }
+  RunResult RunIn(const std::string& zone, const std::string& line) const {
+    const std::string program = "env TZ=" + zone + " " + std::getenv("MOLDEX_PROGRAM");
+    const OtherValue other("MOLDEX_PROGRAM", program.c_str());
+    return Run(line);
+  }
+};
+
+TEST_F(Setting, AConsoleHasTheCodePageWhileTheProgramRuns) {
+  Write("big", Numbers(200'000) + std::string(20'000'000, 'x'));
+  // Of a terminal that it finds on standard input, Wine makes a console.
+  const std::string line = std::getenv("MOLDEX_PROGRAM") + std::string(" console 850 ") +
+                           Beside("moldex.exe") + " -cvf a.qel big 2>report";
+  const OtherValue helper("MOLDEX_EXE", Beside("run_in.exe").c_str());
+  const OtherValue terminal("MOLDEX_PROGRAM", "script");
+  const RunResult result =
+      RunProgram(folder_.Path(), {"--quiet", "--return", "--command", line, "/dev/null"});
+  EXPECT_EQ(result.status, 0) << result.out << result.err;
+  EXPECT_EQ(Text("report"), "code pages: 65001, then 850\n") << result.out;
+  EXPECT_EQ(NamesOf(Entries("a.qel")), std::vector<std::string>{"big"});
+}
+
+TEST_F(Setting, WithAnotherCodePageNamesGoInAsUtf8OrNotAtAll) {
+  Make({{"d/\xC3\xA4", FileNode("1")}, {"d/\xE6\x97\xA5", FileNode("2")}, {"d/x", FileNode("3")}});
+  const RunResult made = RunInCodePage1252("-icf a.qel d");
+  EXPECT_EQ(made.out, "MOLDEX: inaccessible file d/?\n");
+  EXPECT_EQ(made.status, 44);
+  EXPECT_EQ(NamesOf(Entries("a.qel")), (std::vector<std::string>{"d", "d/x", "d/\xC3\xA4"}));
+  EXPECT_EQ(RunInCodePage1252("-tf a.qel").status, 0);
+  EXPECT_EQ(RunInCodePage1252("-xf a.qel -R out").status, 0);
+  EXPECT_EQ(Bytes("out/d/\xC3\xA4"), "1");
+  Write("b.qel", BuildArchive({FileEntry("\xE6\x97\xA5", "2")}));
+  const RunResult refused = RunInCodePage1252("-xf b.qel");
+  EXPECT_EQ(refused.out, Processing("b.qel") + "MOLDEX: could not convert from UTF8 string\n");
+  EXPECT_EQ(refused.status, 47);
+}
+
+TEST_F(Setting, WithoutPrivilegesLongNameModeArchivesButDoesNotExtract) {
+  Make({{"d/x", FileNode("content", 0444, 1000000000)}});
+  Write("a.qel", std::string(kLongNamesHeader));
+  const auto run = [&](const std::string& line) {
+    return RunOther("run_in.exe", SplitAtBlanks("no-privileges " + Beside("moldex.exe") + line));
+  };
+  RunResult result = run(" -af a.qel d");
+  EXPECT_EQ(result.status, 0) << result.out << result.err;
+  result = run(" -xf a.qel -R out");
+  EXPECT_EQ(result.status, 50);
+  EXPECT_EQ(WithLineFeeds(result.out),
+            "MOLDEX: adding privileges failed.Not all privileges assigned.\n\n");
+  EXPECT_FALSE(Exists("out"));
+  EXPECT_EQ(run(" -df a.qel").status, 50);
+  EXPECT_EQ(run(" -tf a.qel").status, 0);
+  ExpectRun("-xf a.qel -R out", Processing("a.qel") + Extracted(2), 0);
+  EXPECT_EQ(Bytes("out/d/x"), "content");
+}
+
+TEST_F(Setting, DatesAreTheSameInEveryTimeZone) {
+  Tree tree;
+  const std::int64_t dates[] = {0, 1, 1105103100, 1120741500, 0x80000001, 0xF0000000};
+  for (const std::int64_t date : dates)
+    tree["d/" + std::to_string(date)] = FileNode("x", date % 2 == 0 ? 0644 : 0444, date);
+  Make(tree);
+  ExpectRun("-cf a.qel d", "", 0);
+  Write("long.qel", std::string(kLongNamesHeader));
+  ExpectRun("-af long.qel d", "", 0);
+  for (const std::string zone : {"UTC", "America/Los_Angeles", "Asia/Tokyo"}) {
+    for (const std::string archive : {"a.qel", "long.qel"}) {
+      SCOPED_TRACE(zone + archive);
+      const RunResult result = RunIn(zone, "-xf " + archive + " -R out");
+      EXPECT_EQ(result.status, 0) << result.out;
+      for (const auto& [name, node] : tree) {
+        const std::string path = Path("out/" + name).string();
+        struct stat record {};
+        ASSERT_EQ(stat(path.c_str(), &record), 0) << name;
+        EXPECT_EQ(record.st_mtime, node.mtime) << name;
+        // Long-name mode leaves the date of the last access to the system.
+        EXPECT_EQ(record.st_atime == node.mtime, archive == "a.qel") << name;
+        EXPECT_EQ(record.st_mode & 0777, ExtractedMode(Kind::kFile, node.mode)) << name;
+      }
+      RemoveTree(Path("out"));
+    }
+  }
+}
+
+// Stored names end at 260 bytes; what stands in front of them does not.
+TEST_F(Setting, PathsOver260CharactersGoInAndComeOut) {
+  const std::string part(60, 'p');
+  const std::string deep = "d/" + part + "/" + part + "/" + part;
+  const Tree tree = {{deep + "/" + std::string(50, 'f'), FileNode(Numbers(3000), 0644, 1000000000)},
+                     {deep + "/" + part + "/read-only", FileNode("2", 0444, 1)},
+                     {deep + "/sub", DirectoryNode()}};
+  Make(tree);
+  ASSERT_GT(Path(deep + "/" + part + "/read-only").string().size(), 260U);
+  Write("long.qel", std::string(kLongNamesHeader));
+  ExpectRun("-cf a.qel d", "", 0);
+  ExpectRun("-af long.qel d", "", 0);
+  for (const std::string archive : {"a.qel", "long.qel"}) {
+    SCOPED_TRACE(archive);
+    const std::string out = "out/" + part + "/" + part + "/" + part;
+    EXPECT_EQ(Run("-tf " + archive).status, 0);
+    for (int round = 0; round < 2; ++round) {
+      ExpectRun("-xf " + archive + " -R " + out, Processing(archive) + Extracted(8), 0);
+      EXPECT_EQ(Below(out + "/d"), AsExtracted(Below("d")));
+      RemoveTree(Path(out) / deep / part);
+    }
+    // The archive's own path is long, too, and so are those of a scan and of the space check.
+    const std::string moved = out + "/" + part + "/" + archive;
+    Make({{moved, FileNode(Bytes(archive))}});
+    ExpectRun("-df " + moved, Processing(moved) + Tested(8), 0);
+    EXPECT_EQ(Run("-tsf " + archive + " -R " + out).status, 0);
+    ExpectRun("-l " + moved, "", 0);
+  }
+}
+
+}  // namespace
+}  // namespace moldex::test
