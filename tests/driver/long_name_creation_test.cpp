@@ -6,9 +6,7 @@
 #include <filesystem>
 #include <string>
 
-#include "driver/run.h"
-#include "report/except.h"
-#include "report/exit_status.h"
+#include "driver/in_process.h"
 #include "support/qel_bytes.h"
 #include "support/temp_dir.h"
 #include "support/tree.h"
@@ -18,44 +16,21 @@ namespace {
 
 class LongNameCreation : public ::testing::Test {
  protected:
-  ~LongNameCreation() override { CRunContext::Destroy(); }
-
-  // Sets the record up by `prepare` and runs it, in the test's folder; the exit status.
-  template <typename Prepare>
-  int RunWith(Prepare prepare) {
-    const auto before = std::filesystem::current_path();
-    std::filesystem::current_path(folder_.Path());
-    CRunContext::Destroy();
-    SetExitStatus(0);
-    CRunContext& context = CRunContext::GetInstance();
-    context.options().archive_value = "a.qel";
-    prepare(context.options());
-    ::testing::internal::CaptureStdout();
-    try {
-      ::moldex::Run(context);
-    } catch (CExcept& failure) {
-      failure.Print();
-    }
-    output_ = ::testing::internal::GetCapturedStdout();
-    std::filesystem::current_path(before);
-    return ExitStatus();
-  }
-
-  int CreateLong(const std::string& name, bool backup, int command = kCommandCreate) {
-    return RunWith([&](CCmdLineOptions& options) {
-      options.command_code = command;
-      options.acl = options.long_names = true;
+  int RunWith(const std::string& line, bool acl, bool long_names, bool backup) {
+    const RunResult result = RunInProcess(folder_.Path(), line, [&](CCmdLineOptions& options) {
+      options.acl = acl;
+      options.long_names = long_names;
       options.backup = backup;
-      options.file_names = {name};
     });
+    output_ = result.out;
+    return result.status;
   }
 
-  int Extract() {
-    return RunWith([](CCmdLineOptions& options) {
-      options.command_code = kCommandExtract;
-      options.target_directory = "out";
-    });
+  int CreateLong(const std::string& name, bool backup, const std::string& command = "-cf") {
+    return RunWith(command + " a.qel " + name, true, true, backup);
   }
+
+  int Extract() { return RunWith("-xf a.qel -R out", false, false, false); }
 
   std::vector<QelEntry> Entries() const { return ParseArchive(ReadFile(folder_.Path() / "a.qel")); }
   std::filesystem::path Path(const std::string& name) const { return folder_.Path() / name; }
@@ -138,32 +113,19 @@ TEST_F(LongNameCreation, BackupStreamsCarryExtendedAttributes) {
 TEST_F(LongNameCreation, AppendingFollowsTheArchivesOwnMode) {
   MakeTree(folder_.Path(), {{"old", FileNode("1")}, {"new", FileNode("2", 0644, 1000000000)}});
   ASSERT_EQ(CreateLong("old", false), 0) << output_;
-  ASSERT_EQ(RunWith([](CCmdLineOptions& options) {
-              options.command_code = kCommandAppend;
-              options.file_names = {"new"};
-            }),
-            0)
-      << output_;
+  ASSERT_EQ(RunWith("-af a.qel new", false, false, false), 0) << output_;
   EXPECT_EQ(FileTimeIn(Entries()[1]), (1000000000u + 11644473600ull) * 10000000u);
   WriteFile(Path("a.qel"), BuildArchive({}));
-  ASSERT_EQ(CreateLong("new", true, kCommandAppend), 0) << output_;
+  ASSERT_EQ(CreateLong("new", true, "-af"), 0) << output_;
   const auto entries = Entries();
   EXPECT_EQ(entries[0].time_low, 1000000000u);
   EXPECT_EQ(ContentOf(entries[0]), "2") << "backup streams are for long-name archives";
 }
 
 TEST_F(LongNameCreation, TheTwoOptionsNeedEachOther) {
-  const auto run = [this](bool acl, bool long_names) {
-    return RunWith([&](CCmdLineOptions& options) {
-      options.command_code = kCommandCreate;
-      options.acl = acl;
-      options.long_names = long_names;
-      options.file_names = {"x"};
-    });
-  };
-  EXPECT_EQ(run(true, false), 49);
+  EXPECT_EQ(RunWith("-cf a.qel x", true, false, false), 49);
   EXPECT_EQ(output_, "MOLDEX: use -acl with -longnames (error 49). \n");
-  EXPECT_EQ(run(false, true), 51);
+  EXPECT_EQ(RunWith("-cf a.qel x", false, true, false), 51);
   EXPECT_EQ(output_, "MOLDEX: use -longnames with -acl (error 51). \n");
 }
 

@@ -1,0 +1,159 @@
+// A small archive with every kind of entry, cut at every length, with every bit turned and every
+// length field set to what hurts: the run ends by itself with a message and a status, never gives
+// wrong bytes for right ones and never writes beside its target.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+#include <string>
+
+#include "driver/in_process.h"
+#include "support/qel_bytes.h"
+#include "support/temp_dir.h"
+#include "support/tree.h"
+
+namespace moldex::test {
+namespace {
+
+constexpr char kText[] = "some text, some more text";
+
+void AppendStream(std::string& backup, unsigned id, const std::string& content) {
+  std::string head(20, '\0');
+  SetU32(head, 0, id);
+  SetU32(head, 8, static_cast<std::uint32_t>(content.size()));
+  backup += head + content;
+}
+
+// What the parameter says: whether the archive is one in long-name mode, with a backup stream.
+class DamageSweep : public ::testing::TestWithParam<bool> {
+ protected:
+  DamageSweep() {
+    QelEntry file = FileEntry("dir/file", kText, 0100644, 20);
+    file.user_data = "user";
+    QelEntry shortcut = FileEntry("sc", "bytes of it", 0x11A4);
+    shortcut.type = "SC";
+    QelEntry link;
+    link.type = "LK";
+    link.mode = 0120777;
+    link.name = "lk";
+    link.user_data = std::string("dir/file\0", 9);
+    std::vector<QelEntry> entries = {DirectoryEntry("dir"), file, FileEntry("mt", ""), shortcut,
+                                     link};
+    contents_ = {kText, "", "bytes of it"};
+    if (GetParam()) {
+      std::string backup;
+      AppendStream(backup, 4, "what this system has no place for");
+      AppendStream(backup, 1, "of a backup stream");
+      entries.push_back(FileEntry("bk", backup));
+      contents_.insert("of a backup stream");
+    }
+    good_ = BuildArchive(entries, GetParam() ? kLongNamesHeader : kArchiveHeader);
+    entries_ = ParseArchive(good_);
+    WriteFile(folder_.Path() / "beside", "untouched");
+  }
+
+  RunResult Run(const std::string& line) const { return RunInProcess(folder_.Path(), line); }
+
+  // Extracts, verifies and lists the archive; the status of the extraction.
+  int TryAll(const std::string& archive) const {
+    const auto out = folder_.Path() / "out";
+    RemoveTree(out);
+    WriteFile(folder_.Path() / "a.qel", archive);
+    std::filesystem::create_directory(out);
+    const RunResult extracted = Run("-xf a.qel -R out");
+    const RunResult verified = Run("-df a.qel");
+    const RunResult listed = Run("-tf a.qel");
+    for (const RunResult& run : {extracted, verified, listed})
+      EXPECT_EQ(run.out.compare(0, 6, "MOLDEX"), 0) << run.out;
+    EXPECT_TRUE(extracted.status != 0 || verified.status == 0) << verified.out;
+    Tree tree = ReadTree(folder_.Path());
+    EXPECT_EQ(tree["beside"].content, "untouched");
+    std::erase_if(tree, [](const auto& item) { return item.first.starts_with("out"); });
+    EXPECT_EQ(tree.size(), 2U);
+    return extracted.status;
+  }
+
+  bool ContentsAreRight() const {
+    std::multiset<std::string> contents;
+    for (const auto& [name, node] : ReadTree(folder_.Path() / "out")) {
+      if (node.kind == Kind::kFile) contents.insert(node.content);
+    }
+    return contents == contents_;
+  }
+
+  // No checksum covers names, times and user data, which then are what they say. Nor does one cover
+  // an entry's mode, where another kind may leave the entry without its data, and the bit of the
+  // archive's header that makes a backup stream a file's bytes.
+  bool IsUncovered(std::size_t offset) const {
+    constexpr std::size_t kLongNamesAt = 3;
+    return offset == kLongNamesAt ||
+           std::any_of(entries_.begin(), entries_.end(), [offset](const QelEntry& entry) {
+             return offset >= entry.offset + kModeAt && offset < entry.offset + kSizeLowAt;
+           });
+  }
+
+  void ExpectFailureOrTheRightBytes(const std::string& archive, std::size_t offset) const {
+    EXPECT_TRUE(TryAll(archive) != 0 || IsUncovered(offset) || ContentsAreRight());
+  }
+
+  // A field of `width` bytes at `offset`, set to its limits and to more than is left behind it.
+  void SweepField(std::size_t offset, std::size_t width) const {
+    const std::uint32_t largest = width == 2 ? 0xFFFF : 0xFFFFFFFF;
+    const auto left = static_cast<std::uint32_t>(good_.size() - offset - width);
+    for (const std::uint32_t value : {0U, 1U, largest, largest / 2 + 1, left + 1}) {
+      SCOPED_TRACE("field at " + std::to_string(offset) + ": " + std::to_string(value));
+      std::string archive = good_;
+      width == 2 ? SetU16(archive, offset, value) : SetU32(archive, offset, value);
+      ExpectFailureOrTheRightBytes(archive, offset);
+    }
+  }
+
+  const TempDir folder_;
+  std::string good_;
+  std::vector<QelEntry> entries_;
+  std::multiset<std::string> contents_;
+};
+
+TEST_P(DamageSweep, TheUndamagedArchiveIsExtracted) {
+  EXPECT_EQ(TryAll(good_), 0);
+  EXPECT_TRUE(ContentsAreRight());
+}
+
+TEST_P(DamageSweep, EveryCutIsAReadingErrorUnlessItIsBetweenEntries) {
+  std::set<std::size_t> boundaries = {kArchiveHeader.size()};
+  for (const QelEntry& entry : entries_)
+    boundaries.insert(entry.offset);
+  for (std::size_t length = 0; length < good_.size(); ++length) {
+    SCOPED_TRACE(length);
+    EXPECT_EQ(TryAll(good_.substr(0, length)), boundaries.contains(length) ? 0 : 5);
+  }
+}
+
+TEST_P(DamageSweep, NoTurnedBitGoesWrong) {
+  for (std::size_t bit = 0; bit < 8 * good_.size(); ++bit) {
+    SCOPED_TRACE("byte " + std::to_string(bit / 8) + " bit " + std::to_string(bit % 8));
+    std::string archive = good_;
+    FlipByte(archive, bit / 8, 1U << bit % 8);
+    ExpectFailureOrTheRightBytes(archive, bit / 8);
+  }
+}
+
+TEST_P(DamageSweep, NoLengthGoesWrong) {
+  for (const QelEntry& entry : entries_) {
+    for (const std::size_t at : {kSizeLowAt, kSizeHighAt})
+      SweepField(entry.offset + at, 4);
+    for (const std::size_t at : {kUserDataLengthAt, kNameLengthAt})
+      SweepField(entry.offset + at, 2);
+    for (const QelBlock& block : entry.blocks)
+      SweepField(block.offset + kPayloadLengthAt, 4);
+    // The length at the start of the compressed stream.
+    if (!entry.blocks.empty()) SweepField(entry.blocks[0].offset + kBlockHeaderBytes, 4);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Archives, DamageSweep, ::testing::Bool(),
+                         [](const auto& archive) { return archive.param ? "LongNames" : "Plain"; });
+
+}  // namespace
+}  // namespace moldex::test
