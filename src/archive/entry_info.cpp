@@ -60,7 +60,7 @@ void CEntryInfo::Print() {
   std::snprintf(columns.data(), columns.size(), "%s%12" PRIu64 " %20s ",
                 AttributesOf(header_.mode).data(), header_.size_bytes(), DateOf(header_).data());
   WriteOutput(columns.data());
-  WriteOutput(name_);
+  WriteShown(name_);
   WriteOutput("\n");
 }
 

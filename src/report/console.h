@@ -18,6 +18,13 @@ class CConsoleCodePage {
   unsigned former_ = 0;  // 0 when there is nothing to put back
 };
 
+// Whether standard output is a terminal that somebody looks at.
+bool OutputIsTerminal();
+
+// Whether terminals here obey the control characters above 0x7F, too, which are letters in the
+// code pages of others.
+bool TerminalHasHighControls();
+
 }  // namespace moldex
 
 #endif  // MOLDEX_REPORT_CONSOLE_H_

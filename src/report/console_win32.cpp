@@ -5,8 +5,7 @@
 namespace moldex {
 
 CConsoleCodePage::CConsoleCodePage() {
-  DWORD mode = 0;
-  if (GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) == FALSE) return;
+  if (!OutputIsTerminal()) return;
   const UINT former = GetConsoleOutputCP();
   if (former != GetACP() && SetConsoleOutputCP(GetACP()) != FALSE) former_ = former;
 }
@@ -14,5 +13,12 @@ CConsoleCodePage::CConsoleCodePage() {
 CConsoleCodePage::~CConsoleCodePage() {
   if (former_ != 0) (void)SetConsoleOutputCP(former_);
 }
+
+bool OutputIsTerminal() {
+  DWORD mode = 0;
+  return GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) != FALSE;
+}
+
+bool TerminalHasHighControls() { return false; }
 
 }  // namespace moldex

@@ -18,13 +18,19 @@ CExcept::CExcept(const std::string& message, int code, bool with_system_text)
     : CExcept(message, code, with_system_text ? Ending::kCodeAndSystemText : Ending::kCode) {}
 
 CExcept::CExcept(const std::string& message, int code, Ending ending)
-    : message_(message), code_(code) {
+    : message_(Shown(message)), code_(code) {
   if (ending != Ending::kNothing) message_ += " (error " + std::to_string(code) + "). ";
   if (ending == Ending::kCodeAndSystemText) message_ += LastSystemErrorText();
   SetExitStatus(code);
 }
 
-CExcept::CExcept(const std::string& message, Unnumbered /*unnumbered*/) : message_(message) {}
+CExcept::CExcept(const std::string& message, Unnumbered /*unnumbered*/)
+    : message_(Shown(message)) {}
+
+void CExcept::AddLine(const std::string& line) {
+  if (!message_.ends_with('\n')) message_ += '\n';
+  message_ += line;
+}
 
 void CExcept::Print() {
   WriteOutput(message_);
@@ -78,7 +84,8 @@ CSetFileAttrExcept::CSetFileAttrExcept(const std::string& name)
     : CExcept("MOLDEX: setting file attributes failed for" + name, kErrorSetAttributes, true) {}
 
 CAddPrivilegeExcept::CAddPrivilegeExcept(const std::string& privilege)
-    : CExcept("MOLDEX: adding privileges failed." + privilege, kErrorPrivileges, Ending::kNothing) {
+    : CExcept("MOLDEX: adding privileges failed.", kErrorPrivileges, Ending::kNothing) {
+  CExcept::SetText(message() + privilege);  // may be the system's text, with line breaks
 }
 
 CInvalidHandle::CInvalidHandle()
@@ -97,6 +104,9 @@ CDecompExcept::CDecompExcept(const std::string& name, int library_code)
     : CExcept(
           "MOLDEX: error decompressing " + name + "; error code is " + std::to_string(library_code),
           Unnumbered{}) {}
+
+CInterruptExcept::CInterruptExcept(int status)
+    : CExcept("MOLDEX: interrupted", status, Ending::kCode) {}
 
 CCompExcept::CCompExcept(const std::string& name)
     : CExcept("MOLDEX: error compressing " + name, Unnumbered{}) {}

@@ -20,6 +20,8 @@ class CExcept : public CUserInfo {
   CExcept(const std::string& message, int code, bool with_system_text);
 
   void SetText(const std::string& text) override { message_ = text; }
+  // What else there is to say of the failure.
+  void AddLine(const std::string& line);
   // The message line, flushed.
   void Print() override;
 
@@ -132,6 +134,13 @@ class CGetFilePosExcept : public CExcept {
 class CSetFilePointerExcept : public CExcept {
  public:
   CSetFilePointerExcept();
+};
+
+// Somebody asked for the run to end: Ctrl-C, or a signal. The status is that of shells, 128 plus
+// the signal's number.
+class CInterruptExcept : public CExcept {
+ public:
+  explicit CInterruptExcept(int status);
 };
 
 // Not an archive of this format version. Has no number: the old-format command decides.

@@ -12,7 +12,7 @@ namespace moldex {
 
 class CLogMan {
  public:
-  // Writes one line and hands it to the system at once.
+  // Writes one line, without line breaks of its own, and hands it to the system at once.
   virtual void PrintMessage(const std::string& text) = 0;
   virtual void PrintInfo(CUserInfo& info) = 0;
   virtual ~CLogMan() = default;
@@ -27,12 +27,17 @@ class CConsoleLogMan : public CLogMan {
   // opened; the system's error is remembered then.
   int OpenLog(const std::string& name);
 
-  // Writes a line and hands it to the system; false for a handle that OpenLog did not give. A
-  // stream error is ignored.
+  // Writes a line and hands it to the system; false for a handle that OpenLog did not give. The
+  // first line that the system does not take is reported, which sets the exit status.
   bool WriteLog(int handle, const std::string& line);
 
  private:
-  std::vector<std::ofstream> logs_;
+  struct Log {
+    std::ofstream stream;
+    std::string name;
+  };
+
+  std::vector<Log> logs_;
 };
 
 }  // namespace moldex

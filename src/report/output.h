@@ -3,12 +3,20 @@
 #ifndef MOLDEX_REPORT_OUTPUT_H_
 #define MOLDEX_REPORT_OUTPUT_H_
 
+#include <string>
 #include <string_view>
 
 namespace moldex {
 
 // Appends to standard output. A stream error is not reported here: there is nowhere left to.
 void WriteOutput(std::string_view text);
+
+// A line of the program's as it is to be written: for a terminal with control characters as octal
+// escapes (\033), so that no name moves the cursor or looks like lines of ours; else as it is.
+std::string Shown(std::string line);
+
+// Appends one line's part that way.
+void WriteShown(std::string_view text);
 
 // Hands what was written to the system.
 void FlushOutput();
