@@ -6,6 +6,7 @@
 #include "archive/container.h"
 #include "archive/data_blocks.h"
 #include "archive/dir_entry.h"
+#include "platform/interrupt.h"
 #include "report/except.h"
 
 namespace moldex {
@@ -22,6 +23,7 @@ void CBackupCompress::Compress(CContainer& archive) {
 
 // Reads the next piece into the input buffer; 0 at the end.
 std::size_t CBackupCompress::ReadPiece() {
+  ThrowIfInterrupted();
   const Transfer transfer = entry_->file().BackupRead(buffers_.input);
   if (!transfer.ok) throw CReadExcept(entry_->GetName());
   total_bytes_ += transfer.bytes;

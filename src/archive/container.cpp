@@ -8,7 +8,9 @@
 
 #include "archive/entry_name.h"
 #include "platform/bytes.h"
+#include "platform/interrupt.h"
 #include "report/except.h"
+#include "report/output.h"
 #include "report/system_error.h"
 #include "run/run_context.h"
 
@@ -66,13 +68,10 @@ CContainer::CContainer(const std::string& archive_name, std::uint32_t mode)
   if (mode == kAppend) {
     OpenForAppending();
     position_ = former_size_bytes_;
+    entry_ends_.push_back(position_);
   }
   is_version2_ = true;
   writer_.emplace(file_);
-}
-
-CContainer::~CContainer() {
-  if (writer_ && file_.IsValid()) (void)writer_->Flush();
 }
 
 void CContainer::OpenForAppending() {
@@ -93,6 +92,7 @@ void CContainer::WriteHeader() {
   std::memcpy(&header[kMagicBytes], kVersion, 4);
   if (CRunContext::GetInstance().long_names()) header[kMagicBytes - 1] = 0;
   Write(header);
+  EndEntry();
 }
 
 void CContainer::WriteEntry(EntryHeader header, const std::string& utf8_name,
@@ -123,6 +123,7 @@ void CContainer::PatchEntrySize(std::uint32_t header_position, std::uint32_t siz
 }
 
 void CContainer::Write(std::span<const std::uint8_t> bytes) {
+  ThrowIfInterrupted();
   if (!writer_->Write(bytes)) throw CWriteExcept(archive_name_);
   position_ += bytes.size();
 }
@@ -131,9 +132,39 @@ void CContainer::Finish() {
   if (!writer_->Flush() || !file_.Close()) throw CWriteExcept(archive_name_);
 }
 
+void CContainer::EndEntry() {
+  const std::uint64_t on_disk_bytes = position_ - writer_->PendingBytes();
+  while (entry_ends_.size() > 1 && entry_ends_[1] <= on_disk_bytes)
+    entry_ends_.pop_front();
+  entry_ends_.push_back(position_);
+}
+
 void CContainer::CutBack() {
-  if (!writer_->Flush()) throw CWriteExcept(archive_name_);
+  writer_->Drop();
   if (is_regular_ && !file_.Truncate(former_size_bytes_)) throw CWriteExcept(archive_name_);
+}
+
+std::vector<std::string> CContainer::KeepWholeEntries() {
+  std::vector<std::string> complaints;
+  const auto complain = [&](const std::string& text) {
+    complaints.push_back(Shown("MOLDEX: " + text + archive_name_ + ". ") + LastSystemErrorText());
+  };
+  if (!entry_ends_.empty()) whole_bytes_ = entry_ends_.back();
+  if (!is_regular_ || !file_.IsValid()) {
+    writer_->Drop();
+    return complaints;
+  }
+  if (!writer_->Flush()) complain("could not write all whole entries to ");
+  const auto status = file_.Status();
+  const std::uint64_t size_bytes = status ? status->size_bytes : whole_bytes_;
+  while (!entry_ends_.empty() && entry_ends_.back() > size_bytes)
+    entry_ends_.pop_back();
+  whole_bytes_ = entry_ends_.empty() ? 0 : entry_ends_.back();
+  const bool cut = status && (size_bytes == whole_bytes_ || file_.Truncate(whole_bytes_));
+  if (!cut || !file_.Close()) {
+    complain("could not cut back to byte " + std::to_string(whole_bytes_) + " the archive ");
+  }
+  return complaints;
 }
 
 bool CContainer::CheckHeader() {
@@ -144,6 +175,7 @@ bool CContainer::CheckHeader() {
   if (format == Format::kVersion2LongNames) CRunContext::GetInstance().SetLongNames(true);
   const auto start = reader_->Peek(kEntryHeaderBytes);
   is_version2_ = start.size() < kEntryHeaderBytes || IsEntryType(start.data());
+  whole_bytes_ = kArchiveHeaderBytes;
   return *is_version2_;
 }
 
@@ -193,12 +225,18 @@ void CContainer::SkipBlock(bool last) {
   if (distance > kLongestStep) throw CExcept("MOLDEX: error in second MoveFlPtr()");
   switch (reader_->Skip(distance)) {
     case CBufferedReader::SkipResult::kMoved:
+      if (last) NoteWholeEntry();
       return;
     case CBufferedReader::SkipResult::kBeyondEnd:
       throw CReadExcept(archive_name_);
     case CBufferedReader::SkipResult::kFailed:
       throw CExcept("MOLDEX: error in second MoveFlPtr()");
   }
+}
+
+void CContainer::NoteWholeEntry() {
+  whole_bytes_ = reader_->Position();
+  if (entry_ != nullptr) whole_name_ = entry_->GetName();
 }
 
 CDirEntry* CContainer::ReadEntry(const EntryType& type) {
@@ -233,6 +271,8 @@ CDirEntry* CContainer::BuildEntry(const EntryHeader& header, std::string name) {
   if (header.type == kTypeShortcut || header.type == kTypeLink) entry = &link_entry_;
   if (entry == nullptr) throw CExcept("MOLDEX: unknown entry type encountered");
   entry->Fill(header, std::move(name), user_data_);
+  entry_ = entry;
+  if (header.size_bytes() == 0 || entry->IsDirectory()) NoteWholeEntry();
   return entry;
 }
 
@@ -255,7 +295,10 @@ DataBlock CContainer::GetEntryData() {
   const std::size_t trailer = type == kLastBlock ? kChecksumBytes : 0;
   const auto bytes = ReadExactly(payload_length + trailer);
   DataBlock block{bytes.first(payload_length), type == kBlock, 0};
-  if (!block.more_follow) block.checksum = GetU32(&bytes[payload_length]);
+  if (!block.more_follow) {
+    block.checksum = GetU32(&bytes[payload_length]);
+    NoteWholeEntry();
+  }
   return block;
 }
 

@@ -12,6 +12,7 @@
 
 #include <array>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <span>
@@ -51,14 +52,15 @@ class CContainer {
   // Opens the archive. Throws COpenExcept. In append mode the file must be a version-2 archive
   // (CInvalExcept); nothing of it is changed until something is written.
   CContainer(const std::string& archive_name, std::uint32_t mode);
-  // Writes out what is still buffered, as far as that goes, and closes.
-  ~CContainer();
+  // Closes. What was not written out by Finish or KeepWholeEntries is lost.
+  ~CContainer() = default;
   CContainer(const CContainer&) = delete;
   CContainer& operator=(const CContainer&) = delete;
 
   const std::string& name() const { return archive_name_; }
 
-  // --- Writing. Every operation throws CWriteExcept when the archive takes less than was given.
+  // --- Writing. Every operation throws CWriteExcept when the archive takes less than was given,
+  // and CInterruptExcept when the run is to end.
 
   // The header of a new archive.
   void WriteHeader();
@@ -73,11 +75,19 @@ class CContainer {
   void PatchEntrySize(std::uint32_t header_position, std::uint32_t size_bytes);
   // Bytes of an entry's data section, in one piece.
   void Write(std::span<const std::uint8_t> bytes);
+  // Says that everything of the entry was given to Write.
+  void EndEntry();
   // Writes out what is buffered and closes the archive.
   void Finish();
   // Cuts the archive back to the length that it had when it was opened, a new one to nothing; what
   // is no regular file stays as it is.
   void CutBack();
+  // After a failure: cuts the archive back to the end of the last entry that is there as a whole,
+  // and closes it. Returns lines that say what of this failed, too; throws nothing of its own. What
+  // is no regular file stays as it is.
+  std::vector<std::string> KeepWholeEntries();
+  // Whether KeepWholeEntries has left entries in the archive.
+  bool HoldsEntries() const { return whole_bytes_ > kArchiveHeaderBytes; }
   // What the archive's file is, so that it is not put into itself.
   const FileIdentity& identity() const { return identity_; }
 
@@ -100,11 +110,16 @@ class CContainer {
   // The next block of the current entry. Throws CExcept for a block that is none, and for one that
   // is empty or too long, before it is read.
   DataBlock GetEntryData();
+  // Where the last entry ends that was read, or passed over, to its end, and its name; before the
+  // first, the end of the archive's header and nothing.
+  std::uint64_t whole_bytes() const { return whole_bytes_; }
+  const std::string& whole_name() const { return whole_name_; }
 
  private:
   void OpenForAppending();
   std::span<const std::uint8_t> ReadExactly(std::size_t count);
   bool ReadType(EntryType* type);
+  void NoteWholeEntry();
   void SkipBlock(bool last);
   CDirEntry* ReadEntry(const EntryType& type);
   std::string ReadName(std::size_t length);
@@ -116,6 +131,10 @@ class CContainer {
   bool is_regular_ = false;
   std::uint64_t former_size_bytes_ = 0;
   std::uint64_t position_ = 0;  // where the next byte will be written
+  // Ends of entries: of the last one that is on disk, and of those behind it.
+  std::deque<std::uint64_t> entry_ends_;
+  std::uint64_t whole_bytes_ = 0;
+  std::string whole_name_;
   std::optional<CBufferedReader> reader_;
   std::optional<CBufferedWriter> writer_;
   std::vector<std::uint8_t> write_buffer_;
@@ -124,6 +143,7 @@ class CContainer {
   CFile file_entry_;
   CDirectory directory_entry_;
   CLink link_entry_;
+  const CDirEntry* entry_ = nullptr;  // the one that was read last
 };
 
 }  // namespace moldex

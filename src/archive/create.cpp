@@ -12,6 +12,7 @@
 #include "platform/shortcut.h"
 #include "report/except.h"
 #include "report/exit_status.h"
+#include "report/output.h"
 #include "report/system_error.h"
 
 namespace moldex {
@@ -25,6 +26,20 @@ CCreate::~CCreate() = default;
 
 void CCreate::Execute() {
   OpenArchive();
+  try {
+    WriteArchive();
+  } catch (CExcept& failure) {
+    for (const std::string& line : CleanUp())
+      failure.AddLine(line);
+    throw;
+  } catch (...) {
+    for (const std::string& line : CleanUp())
+      context_.log().PrintMessage(line);
+    throw;
+  }
+}
+
+void CCreate::WriteArchive() {
   const char* directory = options_.change_directory;
   if (directory != nullptr && !ChangeDirectory(directory)) throw CChgDirExcept(directory);
   strategy_ = MakeStrategy();
@@ -74,18 +89,27 @@ void CCreate::FinishArchive() {
   const bool discard = context_.files_inaccessible() && !options_.ignore_inaccessible;
   if (discard) archive_->CutBack();
   archive_->Finish();
-  if (discard && !appending_) DeleteArchive();
+  if (!discard || appending_) return;
+  for (const std::string& line : DeleteArchive())
+    context_.log().PrintMessage(line);
 }
 
-// Deletes what was written and nothing else: the name may be a link, or a device.
-void CCreate::DeleteArchive() {
+// After a failure. Returns what is to be said of it besides the failure itself.
+std::vector<std::string> CCreate::CleanUp() {
+  std::vector<std::string> lines = archive_->KeepWholeEntries();
+  if (lines.empty() && !appending_ && !archive_->HoldsEntries()) return DeleteArchive();
+  return lines;
+}
+
+// Deletes what was written and nothing else: the name may be a link, or a device. Returns what is
+// to be said when that fails.
+std::vector<std::string> CCreate::DeleteArchive() {
   const std::string& path = context_.archive_path();
   const auto status = QueryLinkStatus(path);
   const bool is_archive = status && status->identity == archive_->identity();
-  if (is_archive && status->kind == FileKind::kOther) return;
-  if (is_archive && DeleteFileAt(path)) return;
-  context_.log().PrintMessage("MOLDEX: could not delete the incomplete archive " +
-                              context_.archive_name());
+  if (is_archive && status->kind == FileKind::kOther) return {};
+  if (is_archive && DeleteFileAt(path)) return {};
+  return {Shown("MOLDEX: could not delete the incomplete archive " + context_.archive_name())};
 }
 
 bool CCreate::OnObject(const std::string& name, const FileStatus& status, bool is_start) {
@@ -123,14 +147,23 @@ void CCreate::AddShortcutTarget(const std::string& name, const FileStatus& statu
   }
 }
 
+std::string CCreate::PrepareEntry(CDirEntry& entry, const std::string& archive_name) {
+  try {
+    const std::string utf8_name = NameToUtf8(archive_name);
+    return utf8_name.size() <= kLongestName && entry.Prepare() ? utf8_name : std::string();
+  } catch (CConversionExcept& failure) {  // of the name, or of a link's target
+    context_.log().PrintInfo(failure);
+    return {};
+  }
+}
+
 bool CCreate::AddEntry(const std::string& name, const FileStatus& status,
                        const std::string& stored_as) {
   const std::string archive_name =
       StoredName(SystemPathRules(), options_.Renamed(stored_as), options_.absolute_paths);
-  const std::string utf8_name = NameToUtf8(archive_name);
   const auto entry = MakeEntry(name, status);
-  const bool storable = !utf8_name.empty() && utf8_name.size() <= kLongestName;
-  if (!storable || !entry->Prepare()) {
+  const std::string utf8_name = PrepareEntry(*entry, archive_name);
+  if (utf8_name.empty()) {
     OnInaccessible(name);
     return false;
   }

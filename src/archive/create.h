@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "archive/compress_strategy.h"
 #include "archive/container.h"
@@ -20,7 +21,7 @@ class CCreate : public CCommand, private ITreeVisitor {
 
   // Walks the operands and the names of the -A file in order and writes an entry for each object.
   // What cannot be read is reported and left out; every other failure ends the command and leaves
-  // the archive as written so far.
+  // the archive with the entries that are in it as a whole, and a new one without any is deleted.
   void Execute() override;
 
  private:
@@ -29,10 +30,14 @@ class CCreate : public CCommand, private ITreeVisitor {
   void OnLinkWithoutTarget(const std::string& name) override;
 
   void OpenArchive();
+  void WriteArchive();
   std::unique_ptr<ICompressStrategy> MakeStrategy();
   void WalkNames();
   void FinishArchive();
-  void DeleteArchive();
+  std::vector<std::string> CleanUp();
+  std::vector<std::string> DeleteArchive();
+  // The entry's name in UTF-8; empty when the entry cannot be stored.
+  std::string PrepareEntry(CDirEntry& entry, const std::string& archive_name);
   // Writes the entry for an object, stored under `stored_as` unless that is renamed.
   bool AddEntry(const std::string& name, const FileStatus& status, const std::string& stored_as);
   void AddShortcutTarget(const std::string& name, const FileStatus& status);

@@ -12,6 +12,7 @@
 #include "cscompr/cscompr.h"
 #include "platform/backup_stream.h"
 #include "platform/bytes.h"
+#include "platform/interrupt.h"
 #include "report/except.h"
 #include "run/run_context.h"
 
@@ -93,6 +94,7 @@ class CDataRestorer {
   }
 
   void TakeOutput(std::span<const std::uint8_t> bytes) {
+    ThrowIfInterrupted();  // a small archive may hold much
     if (bytes.size() > size() - done_bytes_) FailLength();
     done_bytes_ += bytes.size();
     checksum_ = UpdateChecksum(checksum_, bytes);

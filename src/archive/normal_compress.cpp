@@ -7,7 +7,7 @@
 #include "archive/data_blocks.h"
 #include "archive/dir_entry.h"
 #include "cscompr/cscompr.h"
-#include "platform/bytes.h"
+#include "platform/interrupt.h"
 #include "report/except.h"
 
 namespace moldex {
@@ -47,6 +47,7 @@ void CNormalCompress::CompressChunk(CContainer& archive, std::int32_t length, bo
 
 std::span<const std::uint8_t> CNormalCompress::ReadPiece(std::size_t length) {
   const std::span<std::uint8_t> piece(buffers_.input.data(), length);
+  ThrowIfInterrupted();
   const Transfer transfer = entry_->file().Read(piece);
   if (!transfer.ok || transfer.bytes != length) throw CReadExcept(entry_->GetName());
   checksum_ = UpdateChecksum(checksum_, piece);

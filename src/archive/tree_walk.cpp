@@ -4,6 +4,7 @@
 #include <cerrno>
 
 #include "platform/file_services.h"
+#include "platform/interrupt.h"
 #include "report/except.h"
 #include "report/system_error.h"
 
@@ -31,6 +32,8 @@ bool IsStart(const std::string& name, const FileStatus& status) {
   return last == "." || last == ".." || StoredName(rules, name, false).empty();
 }
 
+[[noreturn]] void FailReading() { throw CExcept("MOLDEX: error in CCreate::ProcessDirectory"); }
+
 std::string WithoutTrailingSeparators(std::string_view name) {
   while (name.size() > 1 && IsSeparator(SystemPathRules(), name.back()))
     name.remove_suffix(1);
@@ -55,10 +58,12 @@ void CTreeWalk::WalkPattern(std::string_view pattern) {
     VisitName(directory + *name);
     DrainLevels();
   }
+  if (matched && names.Result() == DirectoryResult::kReadFailed) FailReading();
   if (!matched) visitor_.OnInaccessible(std::string(pattern));
 }
 
 void CTreeWalk::VisitName(const std::string& name) {
+  ThrowIfInterrupted();
   const auto status = follow_links_ ? QueryStatus(name) : QueryLinkStatus(name);
   if (!status) {
     if (IsLinkWithoutTarget(name)) {
@@ -91,9 +96,7 @@ void CTreeWalk::DrainLevels() {
     const std::string path = std::move(level.path);
     levels_.pop_back();
     if (result == DirectoryResult::kCannotOpen) visitor_.OnInaccessible(path);
-    if (result == DirectoryResult::kReadFailed) {
-      throw CExcept("MOLDEX: error in CCreate::ProcessDirectory");
-    }
+    if (result == DirectoryResult::kReadFailed) FailReading();
   }
 }
 

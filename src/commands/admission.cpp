@@ -1,5 +1,6 @@
 #include "commands/admission.h"
 
+#include <optional>
 #include <string>
 
 #include "archive/entry_kinds.h"
@@ -18,14 +19,22 @@ bool HasAllowedName(const std::string& name, const CCmdLineOptions& options) {
   return IsAllowedName(SystemPathRules(), TargetName(SystemPathRules(), target, name));
 }
 
-bool LeavesTarget(const CDirEntry& entry) {
+bool LeavesTarget(const CDirEntry& entry, const std::string& link_target) {
   const PathRules rules = SystemPathRules();
   const std::string& name = entry.GetName();
   if (HasParentComponent(rules, name)) return true;
   // No target directory is put in front of the root's name.
   if (!name.empty() && name.find_first_not_of('/') == std::string::npos) return true;
-  const CLink* link = entry.AsSymbolicLink();
-  return link != nullptr && LinkLeaves(rules, name, link->Target());
+  return LinkLeaves(rules, name, link_target);
+}
+
+// Empty when the target has no form in the local code page.
+std::optional<std::string> TargetOf(const CLink& link) {
+  try {
+    return link.Target();
+  } catch (const CConversionExcept&) {  // reported with the link's name instead
+    return std::nullopt;
+  }
 }
 
 bool IsTheArchive(const std::string& name, const FileIdentity& archive) {
@@ -42,6 +51,7 @@ struct RefusalText {
 
 constexpr RefusalText kTexts[] = {
     {"MOLDEX: no link target for ", Refusal::kNoLinkTarget, kErrorNoLinkTarget},
+    {"MOLDEX: link target can not be converted from UTF8: ", Refusal::kBadTarget, kErrorConversion},
     {"MOLDEX: name is not allowed on this system: ", Refusal::kNotAllowed, kErrorNameNotAllowed},
     {"MOLDEX: name leaves the target directory (use -P to allow it): ", Refusal::kLeavesTarget,
      kErrorLeavesTarget},
@@ -54,9 +64,11 @@ constexpr RefusalText kTexts[] = {
 Refusal RefusalOf(const CDirEntry& entry, const CCmdLineOptions& options,
                   const FileIdentity& archive) {
   const CLink* link = entry.AsSymbolicLink();
-  if (link != nullptr && link->Target().empty()) return Refusal::kNoLinkTarget;
+  const auto target = link != nullptr ? TargetOf(*link) : std::string();
+  if (!target) return Refusal::kBadTarget;
+  if (link != nullptr && target->empty()) return Refusal::kNoLinkTarget;
   if (!HasAllowedName(entry.GetName(), options)) return Refusal::kNotAllowed;
-  if (!options.absolute_paths && LeavesTarget(entry)) return Refusal::kLeavesTarget;
+  if (!options.absolute_paths && LeavesTarget(entry, *target)) return Refusal::kLeavesTarget;
   if (IsTheArchive(entry.GetName(), archive)) return Refusal::kIsTheArchive;
   return Refusal::kNone;
 }

@@ -13,6 +13,7 @@ namespace moldex {
 enum class Refusal {
   kNone,
   kNoLinkTarget,  // a symbolic link without target
+  kBadTarget,     // the target has no form in the local code page
   kNotAllowed,    // the system would take the name for something else
   kLeavesTarget,  // the name, or a link's target, leads out of the target directory
   kIsTheArchive   // it would be written over the archive that it comes from

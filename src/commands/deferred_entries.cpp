@@ -19,19 +19,27 @@ void CDeferredEntries::ForEachAdmitted(Visit visit) {
 }
 
 std::uint32_t CDeferredEntries::MakeLinks() {
-  std::uint32_t refused = 0;
+  std::uint32_t left_out = 0;
   ForEachAdmitted([&](const CDirEntry& entry) {
     const CLink* link = entry.AsSymbolicLink();
-    if (link == nullptr) return;
-    // A link that is made through another one could lead anywhere.
-    if (!context_.options().absolute_paths && HasLinkAbove(entry.GetName())) {
-      PrintRefusal(Refusal::kLeavesTarget, entry, context_.log());
-      ++refused;
-    } else {
-      link->MakeLink();
-    }
+    if (link != nullptr && !MakeLink(*link)) ++left_out;
   });
-  return refused;
+  return left_out;
+}
+
+bool CDeferredEntries::MakeLink(const CLink& link) const {
+  // A link that is made through another one could lead anywhere.
+  if (!context_.options().absolute_paths && HasLinkAbove(link.GetName())) {
+    PrintRefusal(Refusal::kLeavesTarget, link, context_.log());
+    return false;
+  }
+  try {
+    link.MakeLink();
+    return true;
+  } catch (COpenForWritingExcept& failure) {  // no reason to leave the directories open
+    context_.log().PrintInfo(failure);
+    return false;
+  }
 }
 
 // A directory comes after those below it, because it may be closed to its owner then. As

@@ -22,8 +22,9 @@ class CDeferredEntries {
   CDeferredEntries(CRunContext& context, CContainer& archive, const CEntrySelection& selection)
       : context_(context), archive_(archive), selection_(selection) {}
 
-  // Makes the links; returns how many were refused after all, because they would have been made
-  // through other links. Throws what CLink::MakeLink throws.
+  // Makes the links; returns how many were left out after all, because they would have been made
+  // through other links, or because the system refused them, which is reported. Throws
+  // CCreateDirExcept.
   std::uint32_t MakeLinks();
 
   // Throws CChgModExcept.
@@ -35,6 +36,7 @@ class CDeferredEntries {
     std::uint32_t mode;
   };
 
+  bool MakeLink(const CLink& link) const;
   template <typename Visit>
   void ForEachAdmitted(Visit visit);
   void ApplyUpTo(const std::string& name);

@@ -7,8 +7,21 @@
 #include "platform/security.h"
 #include "report/except.h"
 #include "report/exit_status.h"
+#include "report/output.h"
 
 namespace moldex {
+
+namespace {
+
+// What is worth keeping of an archive that ends too early, or cannot be read to its end.
+std::string GoodPartOf(const CContainer& archive) {
+  const bool none = archive.whole_bytes() <= kArchiveHeaderBytes;
+  return Shown("MOLDEX: the good part of " + archive.name() + " ends at byte " +
+               std::to_string(archive.whole_bytes()) +
+               (none ? ", before its first entry" : ", behind " + archive.whole_name()));
+}
+
+}  // namespace
 
 CExtract::CExtract(CRunContext& context)
     : context_(context),
@@ -43,7 +56,12 @@ void CExtract::ProcessArchive(const std::string& name) {
   if (context_.long_names() && !AcquirePrivileges(&why)) throw CAddPrivilegeExcept(why);
   context_.log().PrintMessage("MOLDEX: processing archive " + name + "...");
   archive_count_ = 0;
-  ProcessEntries(archive);
+  try {
+    ProcessEntries(archive);
+  } catch (CReadExcept& failure) {
+    if (!extracting_) failure.AddLine(GoodPartOf(archive));
+    throw;
+  }
   if (archive_count_ < selection_.name_count()) {
     SetExitStatus(kErrorOldFormat);
     context_.log().PrintMessage(std::string("MOLDEX: not all files could be ") + Done());
@@ -92,7 +110,8 @@ void CExtract::RestoreSecurityOf(const CDirEntry& entry) {
   if (entry.user_data().empty() || entry.AsSymbolicLink() != nullptr) return;
   std::string why;
   if (!RestoreSecurity(OutputPath(entry.GetName()), entry.user_data(), &why)) {
-    context_.log().PrintMessage(why);
+    WriteOutput(why + '\n');
+    FlushOutput();
   }
 }
 

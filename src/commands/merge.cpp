@@ -7,7 +7,10 @@
 
 #include "archive/container.h"
 #include "platform/file_handle.h"
+#include "platform/interrupt.h"
 #include "report/except.h"
+#include "report/output.h"
+#include "report/system_error.h"
 
 namespace moldex {
 namespace {
@@ -24,6 +27,7 @@ void CopyRest(CFileHandle& source, const std::string& source_name, std::uint64_t
               CFileHandle& target, const std::string& target_name) {
   std::vector<std::uint8_t> buffer(kCopyBytes);
   while (remaining_bytes > 0) {
+    ThrowIfInterrupted();
     const std::span<std::uint8_t> chunk(
         buffer.data(),
         static_cast<std::size_t>(std::min<std::uint64_t>(kCopyBytes, remaining_bytes)));
@@ -32,6 +36,21 @@ void CopyRest(CFileHandle& source, const std::string& source_name, std::uint64_t
     remaining_bytes -= chunk.size();
   }
   if (!target.Close()) throw CWriteExcept(target_name);
+}
+
+// Cuts the target back to what it was, also when it was closed already: that may have been what
+// failed. Returns what is to be said when this fails, too.
+std::string CutBack(CFileHandle& target, const std::string& name, const FileStatus& former) {
+  if (former.kind != FileKind::kRegular) return {};
+  const bool open = target.IsValid() || target.Open(name, kOpenReadWrite);
+  const auto now = open ? target.Status() : std::nullopt;
+  if (now && now->identity == former.identity && target.Truncate(former.size_bytes) &&
+      target.Close()) {
+    return {};
+  }
+  return Shown("MOLDEX: could not cut back to byte " + std::to_string(former.size_bytes) +
+               " the archive " + name + ". ") +
+         LastSystemErrorText();
 }
 
 }  // namespace
@@ -48,7 +67,8 @@ void CMerge::Execute() {
   if (!source.Open(source_name, kOpenExisting)) throw COpenExcept(source_name);
   if (!target.Open(target_name, kOpenReadWrite | kOpenAtEnd)) throw COpenExcept(target_name);
   const FileStatus status = StatusOf(source, source_name);
-  if (status.identity == StatusOf(target, target_name).identity) {
+  const FileStatus former = StatusOf(target, target_name);
+  if (status.identity == former.identity) {
     throw CExcept("MOLDEX: an archive can not be merged with itself: " + target_name,
                   kErrorMergeWithItself, false);
   }
@@ -56,7 +76,13 @@ void CMerge::Execute() {
   if (!source.Skip(kArchiveHeaderBytes, 0)) {
     throw CExcept("MOLDEX: can't move file pointer in " + source_name);
   }
-  CopyRest(source, source_name, status.size_bytes - kArchiveHeaderBytes, target, target_name);
+  try {
+    CopyRest(source, source_name, status.size_bytes - kArchiveHeaderBytes, target, target_name);
+  } catch (CExcept& failure) {
+    const std::string line = CutBack(target, target_name, former);
+    if (!line.empty()) failure.AddLine(line);
+    throw;
+  }
 }
 
 }  // namespace moldex

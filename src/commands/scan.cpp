@@ -1,6 +1,7 @@
 #include "commands/scan.h"
 
 #include "platform/file_services.h"
+#include "platform/interrupt.h"
 #include "report/except.h"
 
 namespace moldex {
@@ -18,6 +19,7 @@ void CScan::Execute() {
   log.WriteLog(handle, "# ==========================");
   bool missing = false;
   for (const std::string& name : context_.options().NameList()) {
+    ThrowIfInterrupted();
     if (context_.options().IsExcluded(name) || QueryStatus(name)) continue;
     log.WriteLog(handle, name);
     missing = true;

@@ -8,6 +8,7 @@
 #include "driver/run.h"
 #include "driver/usage.h"
 #include "driver/version.h"
+#include "platform/interrupt.h"
 #include "report/console.h"
 #include "report/except.h"
 #include "report/exit_status.h"
@@ -29,7 +30,7 @@ void Dispatch(CRunContext& context, int argument_count, char** arguments) {
     CUsage usage;
     context.log().PrintInfo(usage);
   } else if (IsVersionWord(arguments[1])) {
-    context.log().PrintMessage(VersionText());
+    WriteOutput(VersionText() + "\n");
   } else {
     context.options().Parse(argument_count, arguments);
     Run(context);
@@ -74,6 +75,7 @@ void RunProgram(CRunContext& context, int argument_count, char** arguments) {
 int main(int argument_count, char** arguments) {
   // Names are in the code page of the user's locale; everything else stays as it is everywhere.
   std::setlocale(LC_CTYPE, "");
+  moldex::CatchInterrupts();
   const moldex::CConsoleCodePage console;
   moldex::CRunContext& context = moldex::CRunContext::GetInstance();
   moldex::RunProgram(context, argument_count, arguments);
