@@ -1,0 +1,309 @@
+// Every call of the system that a command makes fails once, one after the other: the run says so
+// with the right message and status, calls nothing done that is not, spoils nothing that was there
+// before, and survives what a program has to survive.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "faults/system_faults.h"
+#include "run/run_context.h"
+#include "support/qel_bytes.h"
+#include "support/temp_dir.h"
+#include "support/tree.h"
+
+namespace moldex::test {
+namespace {
+
+// How a run may end on which a call failed. A status of 0 is allowed where the result is the same
+// as without the fault, and only there.
+struct Outcome {
+  Call call;
+  int status;
+  const char* message;
+};
+
+enum class Leaves { kNewArchive, kLongerArchive, kFormerArchive, kFiles };
+
+struct Scenario {
+  const char* name;
+  Words words;
+  std::vector<Outcome> outcomes;
+  Leaves leaves = Leaves::kFormerArchive;
+  bool long_names = false;
+};
+
+std::string Noise(std::size_t count, unsigned seed) {
+  std::mt19937 random(seed);
+  std::string bytes(count, '\0');
+  for (char& byte : bytes)
+    byte = static_cast<char>(random());
+  return bytes;
+}
+
+// More than the program writes at once, with small entries in front of and behind it.
+Tree Contents() {
+  return {{"d", DirectoryNode(0750)},
+          {"d/a", FileNode("small")},
+          {"d/big", FileNode(Noise(300'000, 1))},
+          {"d/c", FileNode("also small", 0400)},
+          {"d/e", FileNode("")},
+          {"d/sub", DirectoryNode()},
+          {"d/sub/big", FileNode(Noise(20'000, 2))},
+          {"d/sub/link", SymlinkNode("../a")},
+          {"d/z", FileNode("last")}};
+}
+
+std::string FormerArchive() {
+  return BuildArchive({DirectoryEntry("old"), FileEntry("old/f", "was there before")});
+}
+
+const char kOpening[] = "MOLDEX: error opening ";
+const char kReading[] = "MOLDEX: error reading from ";
+const char kWriting[] = "MOLDEX: error writing to ";
+const char kPositioning[] = "MOLDEX: could not set position of file pointer. (error 54). ";
+
+const std::vector<Outcome> kCreateOutcomes = {
+    {Call::kOpen, 6, "MOLDEX: error opening a.qel (error 6). "},
+    {Call::kOpen, 44, "MOLDEX: inaccessible file d"},
+    {Call::kRead, 5, "MOLDEX: error reading from d/"},
+    {Call::kWrite, 4, "MOLDEX: error writing to a.qel (error 4). "},
+    {Call::kClose, 4, "MOLDEX: error writing to a.qel (error 4). "}};
+
+std::vector<Outcome> With(std::vector<Outcome> outcomes, std::initializer_list<Outcome> more) {
+  outcomes.insert(outcomes.end(), more);
+  return outcomes;
+}
+
+const std::vector<Outcome> kExtractOutcomes = {
+    {Call::kOpen, 6, "MOLDEX: error opening full.qel (error 6). "},
+    {Call::kOpen, 28, "MOLDEX: could not open for writing out/d/"},
+    {Call::kRead, 5, "MOLDEX: error reading from full.qel (error 5). "},
+    {Call::kWrite, 4, "MOLDEX: error writing to out/d/"},
+    {Call::kSeek, 54, kPositioning},
+    {Call::kSeek, 100, "MOLDEX: error in second MoveFlPtr() (error 100). "},
+    {Call::kClose, 4, "MOLDEX: error writing to out/d/"},
+    {Call::kMkdir, 3, "MOLDEX: can not create directory out/d"},
+    {Call::kChmod, 13, "MOLDEX: can not set permissions for out/d"},
+    {Call::kUtime, 14, "MOLDEX: can not change date for out/d/"},
+    {Call::kLink, 28, "MOLDEX: could not open for writing out/d/sub/link (error 28). "}};
+
+std::vector<Scenario> Scenarios() {
+  return {
+      {"Create", {"-crvf", "a.qel", "d"}, kCreateOutcomes, Leaves::kNewArchive},
+      {"CreateBackupStreams",
+       {"-crf", "a.qel", "d"},
+       With(kCreateOutcomes, {{Call::kSeek, 53, "MOLDEX: could not get position of file pointer. "},
+                              {Call::kSeek, 54, kPositioning}}),
+       Leaves::kNewArchive,
+       true},
+      {"Append",
+       {"-arf", "former.qel", "d"},
+       {{Call::kOpen, 6, "MOLDEX: error opening former.qel (error 6). "},
+        {Call::kOpen, 44, "MOLDEX: inaccessible file d"},
+        {Call::kRead, 5, kReading},
+        {Call::kWrite, 4, "MOLDEX: error writing to former.qel (error 4). "},
+        {Call::kSeek, 6, "MOLDEX: error opening former.qel (error 6). "},
+        {Call::kSeek, 54, kPositioning},
+        {Call::kClose, 4, "MOLDEX: error writing to former.qel (error 4). "}},
+       Leaves::kLongerArchive},
+      {"Extract", {"-xf", "full.qel", "-R", "out"}, kExtractOutcomes, Leaves::kFiles},
+      {"ExtractSome",
+       {"-xf", "full.qel", "-R", "out", "d/z", "d/e"},
+       kExtractOutcomes,
+       Leaves::kFiles},
+      {"ExtractLongNames",
+       {"-xf", "long.qel", "-R", "out"},
+       With(kExtractOutcomes,
+            {{Call::kOpen, 6, "MOLDEX: error opening long.qel (error 6). "},
+             {Call::kRead, 5, "MOLDEX: error reading from long.qel (error 5). "},
+             {Call::kChmod, 48, "MOLDEX: setting file attributes failed forout/d/"}}),
+       Leaves::kFiles},
+      {"Verify", {"-df", "full.qel"}, {{Call::kOpen, 6, kOpening}, {Call::kRead, 5, kReading}}},
+      {"List",
+       {"-tf", "full.qel"},
+       {{Call::kOpen, 6, kOpening},
+        {Call::kRead, 5, kReading},
+        {Call::kSeek, 100, "MOLDEX: error in second MoveFlPtr() (error 100). "}}},
+      {"SpaceReport",
+       {"-tsf", "full.qel"},
+       {{Call::kOpen, 6, kOpening},
+        {Call::kRead, 5, kReading},
+        {Call::kSeek, 100, "MOLDEX: error in second MoveFlPtr() (error 100). "}}},
+      {"Merge",
+       {"-mf", "full.qel,former.qel"},
+       {{Call::kOpen, 6, kOpening},
+        {Call::kRead, 5, "MOLDEX: error reading from full.qel (error 5). "},
+        {Call::kWrite, 4, "MOLDEX: error writing to former.qel (error 4). "},
+        {Call::kSeek, 6, "MOLDEX: error opening former.qel (error 6). "},
+        {Call::kSeek, 100, "MOLDEX: can't move file pointer in full.qel (error 100). "},
+        {Call::kClose, 4, "MOLDEX: error writing to former.qel (error 4). "}}},
+      {"Scan",
+       {"-l", "-A", "names"},
+       {{Call::kOpen, 6, "MOLDEX: error opening names (error 6). "},
+        {Call::kRead, 5, "MOLDEX: error reading from names (error 5). "}}},
+  };
+}
+
+bool CanHappen(Call call, Fault fault) {
+  const bool makes = call == Call::kOpen || call == Call::kMkdir || call == Call::kLink;
+  switch (fault) {
+    case Fault::kNoSpace:
+      return makes || call == Call::kWrite || call == Call::kClose;
+    case Fault::kIoError:
+      return !makes;
+    case Fault::kInterrupted:
+      return call != Call::kSeek;  // which never waits
+    case Fault::kOneByteShort:
+      return call == Call::kRead || call == Call::kWrite;
+    case Fault::kStaysFull:
+      return call == Call::kWrite;
+  }
+  return false;
+}
+
+class FaultSweep : public ::testing::TestWithParam<Scenario> {
+ protected:
+  FaultSweep() {
+    before_ = Contents();
+    before_["names"] = FileNode("d/a\nmissing\n");
+    before_["former.qel"] = FileNode(FormerArchive());
+    MakeTree(folder_.Path(), before_);
+    EXPECT_EQ(RunWithFaults(folder_.Path(), {"-crf", "full.qel", "d"}, {}).status, 0);
+    EXPECT_EQ(RunWithFaults(folder_.Path(), {"-crf", "long.qel", "d"}, {}, LongNames).status, 0);
+    before_ = ReadTree(folder_.Path());
+  }
+
+  static void LongNames() {
+    CCmdLineOptions& options = CRunContext::GetInstance().options();
+    options.acl = options.long_names = options.backup = true;
+  }
+
+  FaultyRun Run(const std::vector<FaultPlan>& plans) const {
+    for (const char* name : {"out", "a.qel", "files.log"})
+      RemoveTree(folder_.Path() / name);
+    WriteFile(folder_.Path() / "former.qel", before_.at("former.qel").content);
+    return RunWithFaults(folder_.Path(), GetParam().words, plans,
+                         GetParam().long_names ? LongNames : std::function<void()>());
+  }
+
+  // The tree afterwards without the times that the clock gives.
+  Tree After() const {
+    Tree tree = ReadTree(folder_.Path());
+    for (const char* name : {"former.qel", "a.qel", "files.log"}) {
+      if (tree.count(name) != 0) tree[name].mtime = 0;
+    }
+    return tree;
+  }
+
+  void ExpectFailure(const FaultPlan& plan, const FaultyRun& run) const {
+    const auto& outcomes = GetParam().outcomes;
+    const bool known = std::any_of(outcomes.begin(), outcomes.end(), [&](const Outcome& outcome) {
+      return outcome.call == plan.call && outcome.status == run.status &&
+             run.out.find(outcome.message) != std::string::npos;
+    });
+    EXPECT_TRUE(known) << run.status << '\n' << run.out;
+    const char* text = plan.fault == Fault::kIoError ? "Input/output error" : "No space left";
+    if (run.status == 4 || run.status == 6) {
+      EXPECT_NE(run.out.find(text), std::string::npos) << run.out;
+    }
+    EXPECT_EQ(run.out.find("could not cut back"), std::string::npos) << run.out;
+  }
+
+  // What was there before is as it was; what is there now besides is whole.
+  void ExpectNothingSpoiled(const FaultyRun& run, Tree after) const {
+    switch (GetParam().leaves) {
+      case Leaves::kNewArchive:
+        if (after.count("a.qel") != 0)
+          ExpectStartOf(clean_.at("a.qel").content, after["a.qel"].content);
+        break;
+      case Leaves::kLongerArchive:
+        EXPECT_GE(after["former.qel"].content.size(), FormerArchive().size());
+        ExpectStartOf(clean_.at("former.qel").content, after["former.qel"].content);
+        after["former.qel"] = before_.at("former.qel");
+        break;
+      case Leaves::kFormerArchive:
+        if (run.status == 0) after["former.qel"] = before_.at("former.qel");
+        break;
+      case Leaves::kFiles:
+        ExpectTrueSummary(run, after);
+        break;
+    }
+    Tree expected = before_;
+    expected["former.qel"].mtime = after["former.qel"].mtime = 0;
+    std::erase_if(after, [](const auto& item) {
+      return item.first == "a.qel" || item.first == "files.log" || item.first.starts_with("out");
+    });
+    EXPECT_TRUE(after == expected) << run.out;
+  }
+
+  // An archive that was cut back is the first entries of the one without the fault.
+  static void ExpectStartOf(const std::string& clean, const std::string& archive) {
+    EXPECT_TRUE(clean.starts_with(archive));
+    const auto entries = ParseArchive(archive);  // throws for half an entry
+    EXPECT_GT(entries.size(), 0U);
+  }
+
+  void ExpectTrueSummary(const FaultyRun& run, const Tree& after) const {
+    const auto made = std::count_if(after.begin(), after.end(), [](const auto& item) {
+      return item.first.starts_with("out/") && item.second.kind != Kind::kDirectory;
+    });
+    const auto all = std::count_if(clean_.begin(), clean_.end(), [](const auto& item) {
+      return item.first.starts_with("out/") && item.second.kind != Kind::kDirectory;
+    });
+    const std::size_t at = run.out.find(" file(s) extracted");
+    if (run.status == 0 || at == std::string::npos) return;
+    const std::size_t start = run.out.rfind(' ', at - 1) + 1;
+    const int missing = clean_count_ - std::stoi(run.out.substr(start, at - start));
+    EXPECT_TRUE(missing == all - made || (made == 0 && missing == clean_count_)) << run.out;
+  }
+
+  const TempDir folder_;
+  Tree before_;
+  Tree clean_;
+  int clean_count_ = 0;
+};
+
+TEST_P(FaultSweep, EveryFailingCallIsReportedOrSurvived) {
+  const FaultyRun clean = Run({});
+  ASSERT_EQ(clean.status, 0) << clean.out;
+  clean_ = After();
+  const std::size_t summary = clean.out.find(" file(s) extracted");
+  if (summary != std::string::npos) {
+    clean_count_ = std::stoi(clean.out.substr(clean.out.rfind(' ', summary - 1) + 1));
+  }
+  int runs = 0;
+  for (const Call call : kAllCalls) {
+    for (const Fault fault : {Fault::kNoSpace, Fault::kIoError, Fault::kInterrupted,
+                              Fault::kOneByteShort, Fault::kStaysFull}) {
+      if (!CanHappen(call, fault)) continue;
+      for (int nth = 1; nth <= CountOf(clean.calls, call) && !HasFailure(); ++nth, ++runs) {
+        SCOPED_TRACE(std::string(NameOf(call)) + " number " + std::to_string(nth) + ", fault " +
+                     std::to_string(static_cast<int>(fault)));
+        const FaultPlan plan = {call, fault, nth};
+        const FaultyRun run = Run({plan});
+        const Tree after = After();
+        const bool harmless = fault == Fault::kInterrupted || fault == Fault::kOneByteShort;
+        if (run.status == 0) {
+          EXPECT_EQ(run.out, clean.out);
+          EXPECT_TRUE(after == clean_);
+        } else {
+          EXPECT_FALSE(harmless);
+          ExpectFailure(plan, run);
+        }
+        ExpectNothingSpoiled(run, after);
+      }
+    }
+  }
+  EXPECT_GT(runs, 0);
+  RecordProperty("runs", runs);
+  std::printf("%d runs\n", runs);
+}
+
+INSTANTIATE_TEST_SUITE_P(Commands, FaultSweep, ::testing::ValuesIn(Scenarios()),
+                         [](const auto& scenario) { return scenario.param.name; });
+
+}  // namespace
+}  // namespace moldex::test
