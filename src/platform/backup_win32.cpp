@@ -20,8 +20,8 @@ Transfer CFileHandle::BackupRead(std::span<std::uint8_t> buffer) {
   if (!backup_) backup_ = std::make_unique<BackupContext>(true);
   DWORD count = 0;
   const BOOL done =
-      ::BackupRead(reinterpret_cast<HANDLE>(handle_), buffer.data(),
-                   static_cast<DWORD>(buffer.size()), &count, FALSE, TRUE, &backup_->context);
+      ::BackupRead(SystemHandle(handle_), buffer.data(), static_cast<DWORD>(buffer.size()), &count,
+                   FALSE, TRUE, &backup_->context);
   return {Succeeded(done != FALSE), count};
 }
 
@@ -30,9 +30,8 @@ Transfer CFileHandle::BackupWrite(std::span<const std::uint8_t> bytes) {
   DWORD count = 0;
   // The system only reads the bytes, whatever its declaration says.
   auto* start = const_cast<std::uint8_t*>(bytes.data());  // NOLINT
-  const BOOL done =
-      ::BackupWrite(reinterpret_cast<HANDLE>(handle_), start, static_cast<DWORD>(bytes.size()),
-                    &count, FALSE, TRUE, &backup_->context);
+  const BOOL done = ::BackupWrite(SystemHandle(handle_), start, static_cast<DWORD>(bytes.size()),
+                                  &count, FALSE, TRUE, &backup_->context);
   return {Succeeded(done != FALSE), count};
 }
 

@@ -26,8 +26,6 @@ constexpr std::size_t kLargestTransfer = std::size_t{1} << 30;
 // What SetFileAttributes heeds; the rest is not an attribute that a program can set so.
 constexpr DWORD kSettableAttributes = 0x31A7;
 
-HANDLE Handle(std::intptr_t handle) { return reinterpret_cast<HANDLE>(handle); }
-
 DWORD AccessOf(unsigned flags) {
   const bool long_names = LongNameMode();
   if ((flags & kOpenCreate) != 0) {
@@ -94,7 +92,7 @@ bool MakeRoom(const std::string& path) {
 bool MovePointer(std::intptr_t handle, std::int64_t distance, DWORD from) {
   LARGE_INTEGER to{};
   to.QuadPart = distance;
-  return Succeeded(SetFilePointerEx(Handle(handle), to, nullptr, from) != FALSE);
+  return Succeeded(SetFilePointerEx(SystemHandle(handle), to, nullptr, from) != FALSE);
 }
 
 FILETIME ToSystem(std::uint64_t file_time) {
@@ -183,7 +181,7 @@ bool CFileHandle::Close() {
   backup_.reset();
   name_.clear();
   if (!IsValid()) return true;
-  return Succeeded(CloseHandle(Handle(std::exchange(handle_, kInvalid))) != FALSE);
+  return Succeeded(CloseHandle(SystemHandle(std::exchange(handle_, kInvalid))) != FALSE);
 }
 
 Transfer CFileHandle::Read(std::span<std::uint8_t> buffer) {
@@ -192,8 +190,8 @@ Transfer CFileHandle::Read(std::span<std::uint8_t> buffer) {
   while (done.ok && done.bytes < buffer.size()) {
     const auto wanted = static_cast<DWORD>(std::min(buffer.size() - done.bytes, kLargestTransfer));
     DWORD count = 0;
-    done.ok =
-        ReadFile(Handle(handle_), buffer.data() + done.bytes, wanted, &count, nullptr) != FALSE;
+    done.ok = ReadFile(SystemHandle(handle_), buffer.data() + done.bytes, wanted, &count,
+                       nullptr) != FALSE;
     done.bytes += count;
     // A pipe that its writer closed has come to its end.
     if (!done.ok && GetLastError() == ERROR_BROKEN_PIPE) return {true, done.bytes};
@@ -209,8 +207,8 @@ Transfer CFileHandle::Write(std::span<const std::uint8_t> bytes) {
   while (done.ok && done.bytes < bytes.size()) {
     const auto wanted = static_cast<DWORD>(std::min(bytes.size() - done.bytes, kLargestTransfer));
     DWORD count = 0;
-    done.ok =
-        WriteFile(Handle(handle_), bytes.data() + done.bytes, wanted, &count, nullptr) != FALSE;
+    done.ok = WriteFile(SystemHandle(handle_), bytes.data() + done.bytes, wanted, &count,
+                        nullptr) != FALSE;
     done.bytes += count;
     if (!done.ok) RememberSystemError();
     if (count == 0) break;
@@ -222,7 +220,7 @@ bool CFileHandle::Skip(std::int32_t low, std::int32_t high) {
   if (!IsValid() || low < 0 || high < 0) return false;
   LONG high_half = high;
   SetLastError(NO_ERROR);
-  const DWORD low_half = SetFilePointer(Handle(handle_), low, &high_half, FILE_CURRENT);
+  const DWORD low_half = SetFilePointer(SystemHandle(handle_), low, &high_half, FILE_CURRENT);
   return Succeeded(low_half != INVALID_SET_FILE_POINTER || GetLastError() == NO_ERROR);
 }
 
@@ -234,7 +232,7 @@ bool CFileHandle::SeekToEnd() {
 std::uint32_t CFileHandle::GetPosition() {
   if (!IsValid()) throw CInvalidHandle();
   LARGE_INTEGER position{};
-  if (!Succeeded(SetFilePointerEx(Handle(handle_), {}, &position, FILE_CURRENT) != FALSE)) {
+  if (!Succeeded(SetFilePointerEx(SystemHandle(handle_), {}, &position, FILE_CURRENT) != FALSE)) {
     throw CGetFilePosExcept();
   }
   return static_cast<std::uint32_t>(position.QuadPart);
@@ -247,7 +245,7 @@ void CFileHandle::SetPosition(std::uint32_t position) {
 
 std::optional<FileStatus> CFileHandle::Status() const {
   BY_HANDLE_FILE_INFORMATION record{};
-  if (!Succeeded(GetFileInformationByHandle(Handle(handle_), &record) != FALSE)) {
+  if (!Succeeded(GetFileInformationByHandle(SystemHandle(handle_), &record) != FALSE)) {
     return std::nullopt;
   }
   const FILETIME& time = record.ftLastWriteTime;
@@ -257,7 +255,7 @@ std::optional<FileStatus> CFileHandle::Status() const {
   status.identity = {record.dwVolumeSerialNumber,
                      Joined(record.nFileIndexHigh, record.nFileIndexLow)};
   if (!LongNameMode() && RuntimeKnows(status.modified)) {
-    const auto seconds = RuntimeSeconds(Handle(handle_));
+    const auto seconds = RuntimeSeconds(SystemHandle(handle_));
     if (seconds) status.modified = {*seconds, 0};
   }
   return status;
@@ -265,7 +263,7 @@ std::optional<FileStatus> CFileHandle::Status() const {
 
 bool CFileHandle::Truncate(std::uint64_t size_bytes) {
   return MovePointer(handle_, static_cast<std::int64_t>(size_bytes), FILE_BEGIN) &&
-         Succeeded(SetEndOfFile(Handle(handle_)) != FALSE);
+         Succeeded(SetEndOfFile(SystemHandle(handle_)) != FALSE);
 }
 
 bool CFileHandle::SetDate(std::uint32_t seconds) {
@@ -280,7 +278,7 @@ bool CFileHandle::SetLastWriteTime(std::uint64_t file_time) {
     return false;
   }
   const FILETIME time = ToSystem(file_time);
-  return Succeeded(SetFileTime(Handle(handle_), nullptr, nullptr, &time) != FALSE);
+  return Succeeded(SetFileTime(SystemHandle(handle_), nullptr, nullptr, &time) != FALSE);
 }
 
 bool CFileHandle::SetPermissions(std::uint32_t bits) {

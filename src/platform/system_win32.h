@@ -25,6 +25,11 @@ bool RuntimeSucceeded(int result);
 FileStatus StatusOf(std::uint32_t attributes, std::uint64_t size_bytes, std::uint64_t file_time,
                     const std::string& name);
 
+// The system's handle (HANDLE) as an open file keeps it.
+inline void* SystemHandle(std::intptr_t handle) {
+  return reinterpret_cast<void*>(handle);  // NOLINT(performance-no-int-to-ptr): it leads nowhere
+}
+
 constexpr std::uint64_t Joined(std::uint32_t high, std::uint32_t low) {
   return static_cast<std::uint64_t>(high) << 32 | low;
 }
