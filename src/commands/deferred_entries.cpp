@@ -1,8 +1,8 @@
 #include "commands/deferred_entries.h"
 
+#include "archive/admission.h"
+#include "archive/directory_modes.h"
 #include "archive/output_place.h"
-#include "commands/admission.h"
-#include "platform/file_services.h"
 #include "report/except.h"
 
 namespace moldex {
@@ -42,27 +42,12 @@ bool CDeferredEntries::MakeLink(const CLink& link) const {
   }
 }
 
-// A directory comes after those below it, because it may be closed to its owner then. As
-// directories stand in an archive in front of what is in them, the ones that wait are nested in one
-// another.
 void CDeferredEntries::ApplyDirectories() {
+  CDirectoryModes modes(context_.long_names());
   ForEachAdmitted([&](const CDirEntry& entry) {
-    if (!entry.IsDirectory()) return;
-    ApplyUpTo(entry.GetName());
-    open_directories_.push_back({entry.GetName(), entry.header().mode});
+    if (entry.IsDirectory()) modes.Add(entry.GetName(), entry.header().mode);
   });
-  ApplyUpTo("");
-}
-
-// Applies what waits, from the innermost outward, up to a directory that `name` lies below.
-void CDeferredEntries::ApplyUpTo(const std::string& name) {
-  while (!open_directories_.empty() && !name.starts_with(open_directories_.back().name + "/")) {
-    const std::string path = OutputPath(open_directories_.back().name);
-    if (!SetDirectoryModeAt(path, open_directories_.back().mode, context_.long_names())) {
-      throw CChgModExcept(path);
-    }
-    open_directories_.pop_back();
-  }
+  modes.Finish();
 }
 
 }  // namespace moldex

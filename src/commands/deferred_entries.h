@@ -7,11 +7,9 @@
 #define MOLDEX_COMMANDS_DEFERRED_ENTRIES_H_
 
 #include <cstdint>
-#include <string>
-#include <vector>
 
 #include "archive/container.h"
-#include "commands/entry_selection.h"
+#include "archive/entry_selection.h"
 #include "run/run_context.h"
 
 namespace moldex {
@@ -31,20 +29,13 @@ class CDeferredEntries {
   void ApplyDirectories();
 
  private:
-  struct PendingDirectory {
-    std::string name;
-    std::uint32_t mode;
-  };
-
   bool MakeLink(const CLink& link) const;
   template <typename Visit>
   void ForEachAdmitted(Visit visit);
-  void ApplyUpTo(const std::string& name);
 
   CRunContext& context_;
   CContainer& archive_;
   const CEntrySelection& selection_;
-  std::vector<PendingDirectory> open_directories_;  // each below the one before it
 };
 
 }  // namespace moldex

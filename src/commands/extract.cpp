@@ -1,7 +1,7 @@
 #include "commands/extract.h"
 
+#include "archive/admission.h"
 #include "archive/output_place.h"
-#include "commands/admission.h"
 #include "commands/deferred_entries.h"
 #include "oldformat/extract_old.h"
 #include "platform/security.h"

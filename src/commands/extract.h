@@ -6,7 +6,7 @@
 #include <string>
 
 #include "archive/container.h"
-#include "commands/entry_selection.h"
+#include "archive/entry_selection.h"
 #include "run/command.h"
 #include "run/run_context.h"
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "commands/entry_selection.h"
+#include "archive/entry_selection.h"
 #include "commands/space_info.h"
 #include "run/command.h"
 #include "run/run_context.h"

@@ -1,4 +1,4 @@
-#include "commands/entry_selection.h"
+#include "archive/entry_selection.h"
 
 #include <algorithm>
 

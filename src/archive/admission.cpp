@@ -1,4 +1,4 @@
-#include "commands/admission.h"
+#include "archive/admission.h"
 
 #include <optional>
 #include <string>

@@ -1,6 +1,6 @@
 // Which entries extraction may put where their names say.
-#ifndef MOLDEX_COMMANDS_ADMISSION_H_
-#define MOLDEX_COMMANDS_ADMISSION_H_
+#ifndef MOLDEX_ARCHIVE_ADMISSION_H_
+#define MOLDEX_ARCHIVE_ADMISSION_H_
 
 #include "archive/dir_entry.h"
 #include "platform/file_status.h"
@@ -28,4 +28,4 @@ void PrintRefusal(Refusal refusal, const CDirEntry& entry, CLogMan& log);
 
 }  // namespace moldex
 
-#endif  // MOLDEX_COMMANDS_ADMISSION_H_
+#endif  // MOLDEX_ARCHIVE_ADMISSION_H_

@@ -1,6 +1,6 @@
 // Which entries of an archive the command line asks for.
-#ifndef MOLDEX_COMMANDS_ENTRY_SELECTION_H_
-#define MOLDEX_COMMANDS_ENTRY_SELECTION_H_
+#ifndef MOLDEX_ARCHIVE_ENTRY_SELECTION_H_
+#define MOLDEX_ARCHIVE_ENTRY_SELECTION_H_
 
 #include <string>
 #include <vector>
@@ -25,4 +25,4 @@ class CEntrySelection {
 
 }  // namespace moldex
 
-#endif  // MOLDEX_COMMANDS_ENTRY_SELECTION_H_
+#endif  // MOLDEX_ARCHIVE_ENTRY_SELECTION_H_

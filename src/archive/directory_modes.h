@@ -1,0 +1,38 @@
+// The permissions of extracted directories, put off until everything below them is written, which
+// they may forbid.
+#ifndef MOLDEX_ARCHIVE_DIRECTORY_MODES_H_
+#define MOLDEX_ARCHIVE_DIRECTORY_MODES_H_
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace moldex {
+
+// A directory comes after those below it, because it may be closed to its owner then. As
+// directories stand in an archive in front of what is in them, the ones that wait are nested in one
+// another, however many there are.
+class CDirectoryModes {
+ public:
+  explicit CDirectoryModes(bool long_names) : long_names_(long_names) {}
+
+  // Applies what waits and does not hold this directory; then this one waits. Throws CChgModExcept.
+  void Add(const std::string& name, std::uint32_t mode);
+  // Applies what still waits. Throws CChgModExcept.
+  void Finish() { ApplyUpTo(""); }
+
+ private:
+  struct PendingDirectory {
+    std::string name;
+    std::uint32_t mode;
+  };
+
+  void ApplyUpTo(const std::string& name);
+
+  bool long_names_;
+  std::vector<PendingDirectory> pending_;  // each below the one before it
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_ARCHIVE_DIRECTORY_MODES_H_
