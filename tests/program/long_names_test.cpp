@@ -9,7 +9,7 @@ namespace {
 constexpr std::uint64_t kStepsPerSecond = 10'000'000;
 constexpr std::int64_t kSecondsTo1970 = 11'644'473'600;
 
-constexpr char kWineHasNoBackup[] = "BackupWrite is not supported by Wine";
+constexpr char kWineHasNoBackup[] = "backup streams: Wine does not support BackupWrite";
 
 class Variants : public ProgramTest {
  protected:
@@ -131,24 +131,24 @@ TEST_F(Variants, LzcDataAreRead) {
 }
 
 TEST_F(Variants, BackupStreamsGiveTheFileBack) {
-  if (OnWindows()) GTEST_SKIP() << kWineHasNoBackup;
   const std::string content = "the file's own bytes";
   const std::string backup = BackupPart(3, "", "a security descriptor") +
                              BackupPart(1, "", content) +
                              BackupPart(4, std::string("x\0y\0", 4), "a named stream");
-  EXPECT_EQ(ExtractOne(FileEntry("f", backup, 0x180)), content);
   // Without long-name mode they are nothing but bytes.
   EXPECT_EQ(ExtractOne(FileEntry("g", backup, 0100644), kArchiveHeader), backup);
   // And so is what only looks like them.
   EXPECT_EQ(ExtractOne(FileEntry("h", backup + "x", 0x180)), backup + "x");
+  if (LeftOutOnWindows(kWineHasNoBackup)) return;
+  EXPECT_EQ(ExtractOne(FileEntry("f", backup, 0x180)), content);
 }
 
 TEST_F(Variants, LongBackupStreamsAreKnownByTheirPieces) {
-  if (OnWindows()) GTEST_SKIP() << kWineHasNoBackup;
   const std::string content = Numbers(30000);
   const std::string backup = BackupPart(1, "", content);
   QelEntry entry = FileEntry("f", backup, 0x180);
   EXPECT_TRUE(ExtractOne(entry) == backup) << "one stream: the bytes of a file";
+  if (LeftOutOnWindows(kWineHasNoBackup)) return;
   entry.blocks.clear();
   for (std::size_t at = 0; at < backup.size(); at += 65536) {
     const bool last = at + 65536 >= backup.size();

@@ -79,10 +79,12 @@ TEST_F(Names, ExtractionPutsNamesBelowItsTarget) {
 }
 
 TEST_F(Names, ANameWithADriveIsAbsolute) {
-  if (OnWindows()) GTEST_SKIP() << "the drive is not below the test's folder";
-  Write("a.qel", BuildArchive({FileEntry("C:/x/y", "1")}));
+  // Wine's drive of this machine's files does not begin in the test's folder, as "C:" does here.
+  const std::string drive = OnWindows() ? "Z:" + Path("").string() : "C:/";
+  Write("a.qel", BuildArchive({FileEntry(drive + "x/y", "1")}));
   ExpectRun("-xf a.qel -R out", Processing("a.qel") + Extracted(1), 0);
-  EXPECT_EQ(Bytes("C:/x/y"), "1");
+  EXPECT_EQ(Bytes(OnWindows() ? "x/y" : "C:/x/y"), "1");
+  EXPECT_FALSE(Exists("out"));
 }
 
 TEST_F(Names, CreationStoresNamesAsGivenWithoutRootAndDrive) {
@@ -113,7 +115,7 @@ TEST_F(Names, CreationStoresNamesAsGivenWithoutRootAndDrive) {
       {"sp\xC3\xA4\xC3\x9F", "sp\xC3\xA4\xC3\x9F", "sp\xC3\xA4\xC3\x9F"},
   };
   for (const auto& [operand, stored, stored_with_p, on_windows] : cases) {
-    if (OnWindows() && !on_windows) continue;
+    if (!on_windows && LeftOutOnWindows("names with \":\": no file can have one")) continue;
     ExpectRun("-cf a.qel " + operand, "", 0);
     EXPECT_EQ(NamesOf(Entries("a.qel")), std::vector{stored});
     ExpectRun("-P -cf a.qel " + operand, "", 0);
@@ -126,10 +128,8 @@ TEST_F(Names, CreationRefusesNamesOver260Bytes) {
   const std::string over = LongName(261);
   Make({{longest, FileNode("1")}, {over, FileNode("2")}});
   ExpectRun("-cf a.qel " + longest, "", 0);
-  if (!OnWindows()) {  // where Wine takes no longer path in the local code page
-    ExpectRun("-xf a.qel -R out", Processing("a.qel") + Extracted(1), 0);
-    EXPECT_EQ(Bytes("out/" + longest), "1");
-  }
+  ExpectRun("-xf a.qel -R out", Processing("a.qel") + Extracted(1), 0);
+  EXPECT_EQ(Bytes("out/" + longest), "1");
   ExpectRun("-icf b.qel " + over + " " + longest, "MOLDEX: inaccessible file " + over + "\n", 44);
   EXPECT_EQ(NamesOf(Entries("b.qel")), std::vector{longest});
 }

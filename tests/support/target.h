@@ -13,6 +13,10 @@ namespace moldex::test {
 
 bool OnWindows();
 
+// True on Windows, for a part of a test that cannot be run there: says which and why. A whole test
+// is skipped instead.
+bool LeftOutOnWindows(const char* part_and_reason);
+
 // The system's sentence for an error. Windows ends it with a line break.
 enum class Complaint { kNoFile, kNoPath, kIsDirectory, kDenied, kBadName, kNotADirectory };
 std::string SystemText(Complaint complaint);

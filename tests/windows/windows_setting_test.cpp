@@ -2,6 +2,8 @@
 // time zone, deep directories.
 #include <sys/stat.h>
 
+#include <csignal>
+
 #include <string>
 #include <utility>
 #include <vector>
@@ -100,6 +102,22 @@ TEST_F(Setting, DatesAreTheSameInEveryTimeZone) {
       RemoveTree(Path("out"));
     }
   }
+}
+
+// Of a system that is out of room, as far as a file can be had that no program may make longer.
+TEST_F(Setting, WhatCannotBeWrittenInFullEndsTheRun) {
+  Write("big", Numbers(200'000));
+  ExpectRun("-cf big.qel big", "", 0);
+  const std::string limited =
+      std::string("prlimit --fsize=102400 ") + std::getenv("MOLDEX_PROGRAM");
+  const OtherValue program("MOLDEX_PROGRAM", limited.c_str());
+  const auto former = std::signal(SIGXFSZ, SIG_IGN);  // Wine inherits that
+  ExpectRun("-cf a.qel big", "MOLDEX: error writing to a.qel (error 4). General failure.\n\n", 4);
+  ExpectRun(
+      "-xf big.qel -R out",
+      Processing("big.qel") + "MOLDEX: error writing to out/big (error 4). General failure.\n\n",
+      4);
+  std::signal(SIGXFSZ, former);
 }
 
 // Stored names end at 260 bytes; what stands in front of them does not.
