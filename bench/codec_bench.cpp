@@ -19,6 +19,7 @@ namespace moldex::bench {
 namespace {
 
 constexpr std::array kLevels = {1, 2, 6, 9};
+constexpr std::size_t kLargestSample = 128'000'000;
 
 // A file to measure on, with the streams that are made of it; lives as long as its benchmarks.
 struct Sample {
@@ -35,7 +36,9 @@ struct Sample {
 std::vector<std::uint8_t> ReadFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   std::vector<std::uint8_t> bytes((std::istreambuf_iterator<char>(file)), {});
-  if (!file || bytes.empty()) throw std::runtime_error("cannot read " + path);
+  if (!file || bytes.empty() || bytes.size() > kLargestSample) {
+    throw std::runtime_error(path + " cannot be read, is empty or too large");
+  }
   return bytes;
 }
 
@@ -85,10 +88,13 @@ void AddCompressors(const std::shared_ptr<Sample>& sample) {
       Sink sink;
       CsCompress(measured.bytes, LzhOption(level), sink);
     });
-    Add(sample, work + "/zlib", [level](Sample& measured) {
-      Sink sink;
-      ZlibCompress(measured.bytes, level, sink);
-    });
+    for (const int memory_level : {7, 8}) {
+      Add(sample, work + "/zlib-" + std::to_string(memory_level),
+          [level, memory_level](Sample& measured) {
+            Sink sink;
+            ZlibCompress(measured.bytes, level, memory_level, sink);
+          });
+    }
     Add(sample, work + "/libdeflate", [level](Sample& measured) {
       benchmark::DoNotOptimize(LibdeflateCompress(measured.bytes, level, measured.whole_output));
     });
@@ -133,11 +139,20 @@ void AddChecksums(const std::shared_ptr<Sample>& sample) {
       [](Sample& measured) { benchmark::DoNotOptimize(LibdeflateChecksum(measured.bytes)); });
 }
 
+// Copies what no cache holds: a place in memory comes again only when far more than the caches hold
+// has been copied.
+void CopyFarApart(std::size_t length) {
+  static std::vector<std::uint8_t> source(kLargestSample, 1);
+  static std::vector<std::uint8_t> target(kLargestSample, 2);
+  static std::size_t at = 0;
+  if (at + length > kLargestSample) at = 0;
+  std::memcpy(target.data() + at, source.data() + at, length);
+  benchmark::ClobberMemory();
+  at += length;
+}
+
 void AddLimits(const std::shared_ptr<Sample>& sample) {
-  Add(sample, "limit/memcpy", [](Sample& measured) {
-    std::memcpy(measured.whole_output.data(), measured.bytes.data(), measured.bytes.size());
-    benchmark::ClobberMemory();
-  });
+  Add(sample, "limit/memcpy", [](Sample& measured) { CopyFarApart(measured.bytes.size()); });
   Add(sample, "limit/read", [](Sample& measured) {
     const UnbufferedFile file(measured.path, "rb");
     std::array<std::uint8_t, kPieceBytes> room;

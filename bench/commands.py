@@ -1,6 +1,7 @@
 """Runs commands: whole programs against their peers, in turn, and each command's peak memory."""
 import json
 import os
+import shlex
 import shutil
 import statistics
 import subprocess
@@ -24,10 +25,10 @@ ROUND = [
     ("list/unzip", "unzip -l e.zip", []),
     ("list/bsdtar", "bsdtar -tvf e.zip", []),
     ("list/7zz", "7zz l e.zip", []),
-    ("lzc-compress/moldex", "{lzc_pipe} compress samples.joined s.lzc", []),
-    ("lzc-compress/compress", "compress -b 13 -c <samples.joined >s.Z", []),
-    ("lzc-decompress/moldex", "{lzc_pipe} decompress s.lzc s.out", []),
-    ("lzc-decompress/compress", "compress -dc <same.Z >s.out", []),
+    ("lzc-compress/moldex", "{lzc_pipe} compress samples.joined /dev/null", []),
+    ("lzc-compress/compress", "compress -b 13 -c samples.joined", []),
+    ("lzc-decompress/moldex", "{lzc_pipe} decompress s.lzc /dev/null", []),
+    ("lzc-decompress/compress", "compress -dc same.Z", []),
 ]
 
 # Commands of the archiver whose peak memory counts, in this order: on the tree and, as far as they
@@ -39,7 +40,7 @@ PEAKS = [
     ("list with space report", "{moldex} -tsf p.qel"),
     ("verify", "{moldex} -df p.qel"),
     ("extract", "{moldex} -xf p.qel -R out"),
-    ("merge", "{moldex} -mf", "a.qel p.qel"),
+    ("merge", "{moldex} -mf 'a.qel p.qel'"),
     ("scan", "{moldex} -lf p.qel tree"),
     ("create, many entries", "{moldex} -cf e.qel entries"),
     ("list, many entries", "{moldex} -tf e.qel"),
@@ -66,18 +67,14 @@ class Runner:
         elif os.path.exists(path):
             os.remove(path)
 
-    def run(self, line, *more, wrapper=()):
+    def run(self, line, wrapper=()):
         """Seconds on the clock and of the processor; None when the command fails."""
-        words = line.format(**self.programs).split()
-        opened = {"<": "/dev/null", ">": "/dev/null"}
-        opened.update((word[0], self.path(word[1:])) for word in words if word[0] in "<>")
-        words = [*wrapper, *(word for word in words if word[0] not in "<>"), *more]
+        words = [*wrapper, *shlex.split(line.format(**self.programs))]
         try:
-            with open(opened["<"], "rb") as source, open(opened[">"], "wb") as target, \
-                    open(self.path("stderr"), "wb") as errors:
+            with open(self.path("stderr"), "wb") as errors:
                 start = time.perf_counter()
-                process = subprocess.Popen(words, cwd=self.folder, stdin=source, stdout=target,
-                                           stderr=errors)
+                process = subprocess.Popen(words, cwd=self.folder, stdin=subprocess.DEVNULL,
+                                           stdout=subprocess.DEVNULL, stderr=errors)
                 _, status, usage = os.wait4(process.pid, 0)
                 wall = time.perf_counter() - start
         except OSError as failure:
@@ -96,12 +93,11 @@ def measure_peaks(runner):
     """Kilobytes by command. Another program starts the archiver: what a process needed before it
     became the archiver counts as its peak, and this script is large."""
     peaks = {}
-    for name, line, *more in PEAKS:
+    runner.run("{moldex} -cf a.qel samples")
+    for name, line in PEAKS:
         if "-R out" in line:
             runner.remove("out")
-        if line.endswith("-mf"):
-            runner.run("{moldex} -cf a.qel samples")
-        if runner.run(line, *more, wrapper=["/usr/bin/time", "-o", "peak", "-f", "%M"]):
+        if runner.run(line, wrapper=["/usr/bin/time", "-o", "peak", "-f", "%M"]):
             with open(runner.path("peak"), encoding="ascii") as file:
                 peaks[name] = int(file.read())
     for name in ("out", "p.qel", "a.qel", "files.log"):

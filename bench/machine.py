@@ -39,5 +39,6 @@ def describe(build):
         "system": field("/etc/os-release", "PRETTY_NAME", "=").strip('"'),
         "compiler": output(compiler, "--version").splitlines()[0],
         "peers": ", ".join(versions),
-        "revision": output("git", "-C", os.path.dirname(__file__), "rev-parse", "--short", "HEAD"),
+        "revision": output("git", "-C", os.path.dirname(__file__), "describe", "--always",
+                           "--dirty"),
     }

@@ -42,14 +42,15 @@ Step CountedCall(Stream& stream, Bytes piece, Room room, Work work) {
 
 }  // namespace
 
-void ZlibCompress(Bytes input, int level, Sink& sink) {
+void ZlibCompress(Bytes input, int level, int memory_level, Sink& sink) {
   const auto* tuning = std::find_if(kTunings.begin(), kTunings.end(),
                                     [level](const Tuning& other) { return other.level == level; });
   Require(tuning != kTunings.end(), "no such level");
   z_stream stream{};
   // Level 6 selects the lazy matcher, the one that the encoder has at every level.
-  Require(deflateInit2(&stream, 6, Z_DEFLATED, -kWindowBits, 8, Z_DEFAULT_STRATEGY) == Z_OK,
-          "deflateInit2 fails");
+  Require(
+      deflateInit2(&stream, 6, Z_DEFLATED, -kWindowBits, memory_level, Z_DEFAULT_STRATEGY) == Z_OK,
+      "deflateInit2 fails");
   deflateTune(&stream, tuning->good_length, tuning->max_lazy, kMaxMatch, tuning->max_chain);
   RunInPieces(input, sink, [&](Bytes piece, Room room, bool last) {
     return CountedCall(stream, piece, room, [&] {

@@ -15,7 +15,6 @@ import workload
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 MB = workload.MB
-ENTRIES = (100_000, 10_000)  # count and bytes of each
 LEAST_ROUNDS = 5
 
 
@@ -52,21 +51,12 @@ def complete_build(options):
     return os.path.join(ROOT, "build", "bench")
 
 
-def entry_count(folder, quick):
-    """100,000 entries of 10 KB, two archives of them and what is extracted: 4 GB at the worst."""
-    count, length = (200, 1000) if quick else ENTRIES
-    fitting = int(workload.free_bytes(folder) * 0.8 / (3.2 * length))
-    if fitting < count:
-        print(f"reduced: the archive to list to {fitting} entries for want of room")
-    return min(count, fitting), length
-
-
 def measure(options, build, folder):
     quick = options.quick
     tree = workload.make_tree(os.path.join(folder, "tree"), options.paths, quick)
     samples = workload.make_samples(os.path.join(folder, "tree"), os.path.join(folder, "samples"),
                                     100_000 if quick else 4 * MB)
-    entries = workload.make_entries(os.path.join(folder, "entries"), *entry_count(folder, quick))
+    entries = workload.make_entries(os.path.join(folder, "entries"), quick)
     print(f"{tree['files']} files, {tree['bytes'] / MB:.0f} MB; codecs: {len(samples)} samples, "
           f"{sum(samples.values()) / MB:.0f} MB; {entries['files']} entries to list", flush=True)
     runner = commands.Runner(folder, {name: os.path.join(build, name)

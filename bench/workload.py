@@ -24,8 +24,10 @@ OWN_FILES = [
 ]
 LARGEST_OWN_FILE = 8 * MB
 
-# Copies of the tree that lie on tmpfs at once at most: the tree, three archives, what was extracted.
-COPIES_AT_ONCE = 4.5
+# What lies on tmpfs at once: the tree, three archives of it and what was extracted; and two archives
+# of the many entries. Each may have half of the room.
+TREE_COPIES = 4.5
+ENTRY_COPIES = 2.2
 
 
 def free_bytes(folder):
@@ -85,7 +87,7 @@ def make_given_tree(tree, paths, budget):
 
 def make_tree(tree, paths, quick):
     os.makedirs(tree)
-    budget = free_bytes(os.path.dirname(tree)) / COPIES_AT_ONCE
+    budget = free_bytes(os.path.dirname(tree)) / 2 / TREE_COPIES
     if paths:
         make_given_tree(tree, paths, budget)
     else:
@@ -126,9 +128,13 @@ def make_samples(tree, folder, most_bytes, most_samples=8):
     return samples
 
 
-def make_entries(folder, count, length):
+def make_entries(folder, quick):
     """Many names for few files of bytes that do not compress: the archives hold all of them."""
     os.makedirs(folder)
+    wanted, length = (200, 1000) if quick else (100_000, 10_000)
+    count = min(wanted, int(free_bytes(folder) / 2 / (ENTRY_COPIES * length)))
+    if count < wanted:
+        print(f"reduced: the archive to list to {count} entries for want of room")
     noise = random.Random(1)
     for number in range(count):
         inner = os.path.join(folder, f"folder-{number // 1000:03}")
