@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 
+#include "archive/checksum_variants.h"
 #include "platform/bytes.h"
 
 namespace moldex {
@@ -12,7 +13,6 @@ namespace {
 // that the contributions of sixteen bytes can be looked up independently and xored together
 // ("slicing", Kounavis and Berry, 2005).
 constexpr std::size_t kSlices = 16;
-constexpr std::uint32_t kPolynomial = 0xEDB88320;
 
 using Table = std::array<std::uint32_t, 256>;
 
@@ -21,7 +21,7 @@ constexpr std::array<Table, kSlices> MakeTables() {
   for (std::uint32_t byte = 0; byte < 256; ++byte) {
     std::uint32_t crc = byte;
     for (int bit = 0; bit < 8; ++bit)
-      crc = (crc >> 1) ^ ((crc & 1) != 0 ? kPolynomial : 0);
+      crc = (crc >> 1) ^ ((crc & 1) != 0 ? kChecksumPolynomial : 0);
     tables[0][byte] = crc;
   }
   for (std::size_t slice = 1; slice < kSlices; ++slice) {
@@ -43,9 +43,21 @@ std::uint32_t Contribution(std::uint32_t word) {
          kTables[kFollowing + 1][(word >> 16) & 0xFF] ^ kTables[kFollowing][word >> 24];
 }
 
+auto FastestHere() {
+  for (const ChecksumVariant& variant : ChecksumVariantsOfCpu()) {
+    if (variant.runs_here()) return variant.update;
+  }
+  return &UpdateChecksumPortably;
+}
+
 }  // namespace
 
 std::uint32_t UpdateChecksum(std::uint32_t checksum, std::span<const std::uint8_t> bytes) {
+  static const auto update = FastestHere();
+  return update(checksum, bytes);
+}
+
+std::uint32_t UpdateChecksumPortably(std::uint32_t checksum, std::span<const std::uint8_t> bytes) {
   const std::uint8_t* next = bytes.data();
   std::size_t left = bytes.size();
   for (; left >= kSlices; left -= kSlices, next += kSlices) {
