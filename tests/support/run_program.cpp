@@ -1,6 +1,7 @@
 #include "support/run_program.h"
 
 #include <grp.h>
+#include <pty.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -37,9 +38,11 @@ std::string WholeText(std::FILE* file) {
   return text;
 }
 
-Words ProgramWords() {
+Words CommandLine(const Words& arguments) {
   const char* named = std::getenv("MOLDEX_PROGRAM");
-  return SplitAtBlanks(named != nullptr ? named : MOLDEX_PROGRAM);
+  Words words = SplitAtBlanks(named != nullptr ? named : MOLDEX_PROGRAM);
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  return words;
 }
 
 void GiveToNobody(const std::filesystem::path& folder) {
@@ -83,9 +86,8 @@ Words SplitAtBlanks(std::string_view line) {
 }
 
 RunResult RunProgram(const std::filesystem::path& folder, const Words& arguments, User user,
-                     unsigned time_limit_seconds) {
-  Words words = ProgramWords();
-  words.insert(words.end(), arguments.begin(), arguments.end());
+                     unsigned time_limit_seconds, const std::function<void(pid_t)>& meanwhile) {
+  Words words = CommandLine(arguments);
   const bool as_nobody = user == User::kNobody && geteuid() == 0;
   if (as_nobody) GiveToNobody(folder);
   const File out = NewCapture();
@@ -101,6 +103,7 @@ RunResult RunProgram(const std::filesystem::path& folder, const Words& arguments
     (void)std::fflush(stderr);
     _exit(127);
   }
+  if (meanwhile) meanwhile(child);
   int state = 0;
   rusage usage{};
   if (wait4(child, &state, 0, &usage) != child) throw std::runtime_error("wait4");
@@ -112,6 +115,23 @@ RunResult RunProgram(const std::filesystem::path& folder, const Words& arguments
   result.err = WithLineFeeds(WholeText(err.get()));
   result.peak_rss_kib = usage.ru_maxrss;
   return result;
+}
+
+std::string RunOnTerminal(const std::filesystem::path& folder, const Words& arguments) {
+  int terminal = -1;
+  const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+  if (child < 0) throw std::runtime_error("forkpty");
+  if (child == 0) {
+    StartProgram(folder, CommandLine(arguments), false, 60);
+    _exit(127);
+  }
+  std::string text;
+  char byte = 0;
+  while (read(terminal, &byte, 1) == 1)  // fails when the other side is closed
+    if (byte != '\r') text.push_back(byte);
+  (void)close(terminal);
+  if (waitpid(child, nullptr, 0) != child) throw std::runtime_error("waitpid");
+  return text;
 }
 
 }  // namespace moldex::test

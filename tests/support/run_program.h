@@ -7,7 +7,10 @@
 #ifndef MOLDEX_TESTS_SUPPORT_RUN_PROGRAM_H_
 #define MOLDEX_TESTS_SUPPORT_RUN_PROGRAM_H_
 
+#include <sys/types.h>
+
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,8 +37,13 @@ using Words = std::vector<std::string>;
 // The words of a command line without quoting.
 Words SplitAtBlanks(std::string_view line);
 
+// `meanwhile` is called with the process's number while the program runs.
 RunResult RunProgram(const std::filesystem::path& folder, const Words& arguments,
-                     User user = User::kSame, unsigned time_limit_seconds = 60);
+                     User user = User::kSame, unsigned time_limit_seconds = 60,
+                     const std::function<void(pid_t)>& meanwhile = {});
+
+// Runs it with a terminal as its standard output and returns what arrives there.
+std::string RunOnTerminal(const std::filesystem::path& folder, const Words& arguments);
 
 }  // namespace moldex::test
 

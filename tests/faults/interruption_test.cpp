@@ -1,0 +1,200 @@
+// Runs that are interrupted: by Ctrl-C and by requests to end, which leave an archive whole, and by
+// kill -9 at any moment, which leaves what was there before.
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <random>
+#include <string>
+#include <thread>
+
+#include "program/program_test.h"
+
+namespace moldex::test {
+namespace {
+
+using std::chrono::microseconds;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kRandomMoments = 20;
+constexpr std::size_t kZeros = 32U << 20;
+
+std::string Noise(std::size_t count, unsigned seed) {
+  std::mt19937 random(seed);
+  std::string bytes(count, '\0');
+  for (char& byte : bytes)
+    byte = static_cast<char>(random());
+  return bytes;
+}
+
+bool HasEnded(pid_t child) {
+  siginfo_t info{};
+  (void)waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOHANG | WNOWAIT);
+  return info.si_pid == child;
+}
+
+class Interruption : public ProgramTest {
+ protected:
+  // Sends the signal once the program has named an entry; all output goes to "moldex_output".
+  RunResult RunAndSignal(const std::string& line, const std::string& entry, int signal) const {
+    std::filesystem::remove(Path("moldex_output"));
+    return RunProgram(folder_.Path(), SplitAtBlanks(line), User::kSame, 60, [&](pid_t child) {
+      const std::string named = " " + entry + "\n";
+      while (!Exists("moldex_output") || Bytes("moldex_output").find(named) == std::string::npos) {
+        if (HasEnded(child)) return;
+        std::this_thread::sleep_for(microseconds(500));
+      }
+      (void)kill(child, signal);
+    });
+  }
+
+  // Runs the line, ended by kill -9 after a part of the time that it takes in full.
+  RunResult RunAndKill(const std::string& line, microseconds full_time) {
+    const auto part = std::uniform_int_distribution<std::int64_t>(0, full_time.count())(random_);
+    return RunProgram(folder_.Path(), SplitAtBlanks(line), User::kSame, 60, [&](pid_t child) {
+      std::this_thread::sleep_for(microseconds(part));
+      (void)kill(child, SIGKILL);
+    });
+  }
+
+  microseconds TimeOf(const std::string& line) const {
+    const auto start = Clock::now();
+    EXPECT_EQ(Run(line).status, 0) << line;
+    return std::chrono::duration_cast<microseconds>(Clock::now() - start);
+  }
+
+  // An archive that was cut off somewhere: its good part is the start of `whole`, -d says where
+  // that ends, and what stands before that can be read.
+  void ExpectGoodPart(const std::string& archive, const std::string& whole, std::size_t at_least) {
+    const std::string bytes = Bytes(archive);
+    EXPECT_TRUE(whole.starts_with(bytes));
+    EXPECT_GE(bytes.size(), at_least);
+    const RunResult verify = Run("-df " + archive);
+    const std::string text = "MOLDEX: the good part of " + archive + " ends at byte ";
+    const std::size_t at = verify.out.find(text);
+    if (verify.status == 0 || bytes.size() < kArchiveHeader.size()) return;
+    EXPECT_EQ(verify.status, 5) << verify.out;
+    ASSERT_NE(at, std::string::npos) << verify.out;
+    const std::size_t good = std::stoul(verify.out.substr(at + text.size()));
+    EXPECT_GE(good, at_least);
+    Write("good.qel", bytes.substr(0, good));
+    (void)ParseArchive(Bytes("good.qel"));  // throws for half an entry
+    EXPECT_EQ(Run("-df good.qel").status, 0);
+  }
+
+  std::mt19937 random_{std::random_device()()};
+};
+
+TEST_F(Interruption, EndsEveryCommandWithAMessageAndLeavesTheArchiveWhole) {
+  std::vector<QelEntry> many(12, FileEntry("big", std::string(kZeros, '\0')));
+  many.insert(many.begin(), FileEntry("first", "1"));
+  Write("many.qel", BuildArchive(many));
+  many.resize(2);
+  Make({{"d/a", FileNode("whole")}, {"d/big", FileNode("")}, {"d/z", FileNode("never reached")}});
+  std::filesystem::resize_file(Path("d/big"), std::uintmax_t{4} << 30);
+  const std::string former = BuildArchive({FileEntry("old", "was there before")});
+  const struct {
+    const char* line;
+    const char* entry;  // during which the signal comes
+    const char* archive;
+    std::size_t entries;
+  } cases[] = {{"-e -cvf a.qel d", "d/big", "a.qel", 2},
+               {"-e -cvf a.qel d/big", "d/big", "a.qel", 0},
+               {"-e -avf former.qel d", "d/big", "former.qel", 3},
+               {"-e -xvf many.qel -R out", "big", "former.qel", 1},
+               {"-e -dvf many.qel", "big", "former.qel", 1}};
+  for (const auto& [line, entry, archive, entries] : cases) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+      SCOPED_TRACE(line + std::to_string(signal));
+      Write("former.qel", former);
+      EXPECT_EQ(RunAndSignal(line, entry, signal).status, 128 + signal);
+      const std::string out = Bytes("moldex_output");
+      const std::string message =
+          "MOLDEX: interrupted (error " + std::to_string(128 + signal) + "). \n";
+      EXPECT_TRUE(out.ends_with(message)) << out;
+      EXPECT_EQ(out.find("file(s)"), std::string::npos) << out;
+      EXPECT_EQ(Exists(archive) ? Entries(archive).size() : 0, entries);
+      EXPECT_EQ(Exists(archive), entries > 0);
+    }
+  }
+}
+
+TEST_F(Interruption, EndsAMergeAndLeavesTheTargetAsItWas) {
+  const std::string former = BuildArchive({FileEntry("old", "was there before")});
+  Write("s.qel", std::string(kArchiveHeader));
+  std::filesystem::resize_file(Path("s.qel"), std::uintmax_t{1} << 30);
+  Write("former.qel", former);
+  const RunResult result =
+      RunProgram(folder_.Path(), {"-mf", "s.qel,former.qel"}, User::kSame, 60, [&](pid_t child) {
+        while (std::filesystem::file_size(Path("former.qel")) == former.size())
+          std::this_thread::sleep_for(microseconds(500));
+        (void)kill(child, SIGTERM);
+      });
+  EXPECT_EQ(result.status, 143);
+  EXPECT_EQ(result.out, "MOLDEX: interrupted (error 143). \n");
+  EXPECT_EQ(Bytes("former.qel"), former);
+}
+
+TEST_F(Interruption, EndsARunThatWaitsForSomebodyElse) {
+  Make({{"pipe", FifoNode()}});
+  const int writer = open(Path("pipe").c_str(), O_RDWR);
+  const RunResult result =
+      RunProgram(folder_.Path(), {"-tf", "pipe"}, User::kSame, 60, [&](pid_t child) {
+        while (!HasEnded(child)) {
+          std::this_thread::sleep_for(microseconds(20000));
+          (void)kill(child, SIGINT);
+        }
+      });
+  (void)close(writer);
+  EXPECT_EQ(result.status, 130);
+  EXPECT_EQ(result.out, "MOLDEX: interrupted (error 130). \n");
+}
+
+TEST_F(Interruption, KillingTheProcessLeavesEarlierEntriesReadable) {
+  Make({{"d/a", FileNode("small")},
+        {"d/big1", FileNode(Noise(400'000, 1))},
+        {"d/c", FileNode("also small")},
+        {"d/big2", FileNode(Noise(500'000, 2))},
+        {"beside/x", FileNode("untouched")}});
+  const std::string former = BuildArchive({FileEntry("old", "was there before")});
+  const microseconds create_time = TimeOf("-cf whole.qel d");
+  const std::string whole = Bytes("whole.qel");
+  const std::string longer = former + whole.substr(kArchiveHeader.size());
+  Write("former.qel", former);
+  const microseconds merge_time = TimeOf("-mf whole.qel,former.qel");
+  const microseconds extract_time = TimeOf("-xf whole.qel -R out");
+  const Tree extracted = Below("out");
+  int killed = 0;
+  const auto kill_at_random_moment = [&](const char* line, microseconds time) {
+    RemoveTree(Path("out"));
+    RemoveTree(Path("a.qel"));
+    Write("former.qel", former);
+    const RunResult result = RunAndKill(line, time);
+    killed += result.signal == SIGKILL ? 1 : 0;
+  };
+  for (int i = 0; i < kRandomMoments && !HasFailure(); ++i) {
+    kill_at_random_moment("-cf a.qel d", create_time);
+    if (Exists("a.qel")) ExpectGoodPart("a.qel", whole, 0);
+    kill_at_random_moment("-af former.qel d", create_time);
+    ExpectGoodPart("former.qel", longer, former.size());
+    kill_at_random_moment("-mf whole.qel,former.qel", merge_time);
+    ExpectGoodPart("former.qel", longer, former.size());
+    kill_at_random_moment("-xf whole.qel -R out", extract_time);
+    EXPECT_TRUE(Bytes("whole.qel") == whole);
+    for (const auto& [name, node] : Below("out")) {
+      ASSERT_EQ(extracted.count(name), 1U) << name;
+      // A file has its permissions, and its date, only once it is complete.
+      const bool complete = node.kind == Kind::kFile && node.mode == 0644;
+      EXPECT_TRUE(!complete || node == extracted.at(name)) << name;
+    }
+    EXPECT_EQ(Below("beside"), (Tree{{"x", FileNode("untouched")}}));
+  }
+  EXPECT_GT(killed, kRandomMoments);
+}
+
+}  // namespace
+}  // namespace moldex::test
