@@ -239,76 +239,43 @@ constexpr std::int32_t BuildTable(CanonicalOrder& order, std::span<const TableEn
   return 0;
 }
 
-// The codes of literals, or of lengths, that may stand in a joined entry, shortest first.
-struct ShortCodes {
-  struct Code {
-    TableEntry meaning = 0;
-    std::uint16_t code = 0;
-    std::uint16_t bits = 0;
-  };
-  std::array<Code, kMaxSymbols> codes{};
-  std::size_t count = 0;
-  // Shares of all codes that codes of up to so many bits have, in units of one longest code.
-  std::array<std::uint32_t, kMaxCodeBits + 1> shares{};
+// A code that is shorter than the root.
+struct ShortCode {
+  TableEntry meaning = 0;
+  std::uint32_t code = 0;
+  unsigned bits = 0;
 };
+
+// Calls `use` for the codes that are shorter than the root, the shortest first.
+template <typename Use>
+constexpr void ForEachShortCode(const CanonicalOrder& order, Use use) {
+  std::size_t at = 0;
+  for (unsigned bits = 1; bits < kLiteralRootBits; ++bits) {
+    for (const std::size_t end = at + order.counts[bits]; at < end; ++at) {
+      use(ShortCode{kLiteralMeanings[order.symbols[at]], order.codes[at], bits});
+    }
+  }
+}
 
 // Joins a literal and the length behind it wherever the length's code ends within the root bits.
-class Joiner {
- public:
-  constexpr explicit Joiner(const CanonicalOrder& order) {
-    int k = 0;
-    for (unsigned bits = 1; bits <= kMaxCodeBits; ++bits) {
-      for (const int end = k + order.counts[bits]; k < end; ++k) {
-        const auto at = static_cast<std::size_t>(k);
-        const std::uint16_t symbol = order.symbols[at];
-        if (symbol == kEndOfBlock) continue;
-        ShortCodes& kind = symbol < kLiteralCount ? literals_ : lengths_;
-        kind.shares[bits] += 1U << (kMaxCodeBits - bits);
-        if (bits >= kLiteralRootBits) continue;
-        kind.codes[kind.count++] = {kLiteralMeanings[symbol], order.codes[at],
-                                    static_cast<std::uint16_t>(bits)};
-      }
+constexpr void JoinLiteralsAndLengths(const CanonicalOrder& order, LiteralTable& table) {
+  std::array<ShortCode, kLengthCodes> lengths{};
+  std::size_t count = 0;
+  ForEachShortCode(order, [&](const ShortCode& code) {
+    if (!IsLiteral(code.meaning) && !IsExceptional(code.meaning)) lengths[count++] = code;
+  });
+  ForEachShortCode(order, [&](const ShortCode& literal) {
+    if (!IsLiteral(literal.meaning)) return;
+    for (std::size_t i = 0; i < count; ++i) {
+      const unsigned bits = literal.bits + lengths[i].bits;
+      if (bits > kLiteralRootBits) break;
+      const TableEntry joined = Entry(lengths[i].meaning, bits) | (literal.meaning & ~kLiteralFlag);
+      std::size_t at = literal.code | lengths[i].code << literal.bits;
+      for (; at < std::size_t{1} << kLiteralRootBits; at += std::size_t{1} << bits)
+        table[at] = joined;
     }
-    for (std::size_t bits = 1; bits <= kMaxCodeBits; ++bits) {
-      lengths_.shares[bits] += lengths_.shares[bits - 1];
-    }
-  }
-
-  // Whether most pairs of a literal and a length would share an entry. Where few do, it is up to
-  // chance which, and that spoils the patterns by which a processor predicts what comes next.
-  [[nodiscard]] constexpr bool Pays() const {
-    std::uint64_t all_literals = 0;
-    std::uint64_t joined = 0;
-    for (std::size_t bits = 1; bits <= kMaxCodeBits; ++bits) {
-      all_literals += literals_.shares[bits];
-      if (bits < kLiteralRootBits) {
-        joined += std::uint64_t{literals_.shares[bits]} * lengths_.shares[kLiteralRootBits - bits];
-      }
-    }
-    return joined > 0 && 2 * joined >= all_literals * lengths_.shares[kMaxCodeBits];
-  }
-
-  constexpr void Join(LiteralTable& table) const {
-    for (std::size_t i = 0; i < literals_.count; ++i) {
-      const ShortCodes::Code& literal = literals_.codes[i];
-      for (std::size_t k = 0; k < lengths_.count; ++k) {
-        const ShortCodes::Code& length = lengths_.codes[k];
-        const unsigned bits = literal.bits + length.bits;
-        if (bits > kLiteralRootBits) break;
-        const TableEntry entry = Entry(length.meaning, bits) | (literal.meaning & ~kLiteralFlag);
-        const std::size_t first = literal.code | std::size_t{length.code} << literal.bits;
-        for (std::size_t at = first; at < std::size_t{1} << kLiteralRootBits;
-             at += std::size_t{1} << bits) {
-          table[at] = entry;
-        }
-      }
-    }
-  }
-
- private:
-  ShortCodes literals_;
-  ShortCodes lengths_;
-};
+  });
+}
 
 constexpr std::int32_t BuildLiterals(std::span<const std::uint8_t> lengths, bool join,
                                      LiteralTable& table) {
@@ -316,8 +283,7 @@ constexpr std::int32_t BuildLiterals(std::span<const std::uint8_t> lengths, bool
   const std::int32_t code =
       BuildTable(order, kLiteralMeanings, Incomplete::kOneCode, kLiteralRootBits, table);
   if (code != 0 || !join || order.used == 1) return code;
-  const Joiner joiner(order);
-  if (joiner.Pays()) joiner.Join(table);
+  JoinLiteralsAndLengths(order, table);
   return code;
 }
 

@@ -1,10 +1,15 @@
 // The fast loop of the LZH decoder, alone in its file because nearly all of the decoder's time is
 // spent here and every line is there for a reason.
 //
-// A turn of the loop decodes up to four literals, or some of them and a match. It looks at the ends
-// of the buffers once, at its start; the margins below prove that no turn gets past them. The bit
-// buffer is filled at most twice a turn, with a load of eight bytes that does not branch. The table
-// entry of the next symbol is loaded before a match is copied, so that both go on at the same time.
+// A turn of the loop decodes up to three literals, or some of them and a match. It looks at the
+// ends of the buffers once, at its start; the margins below prove that no turn gets past them. The
+// bit buffer is filled at most twice a turn, with a load of eight bytes that does not branch.
+//
+// Whether a literal or a match comes next is what a processor cannot predict. So all that either
+// needs is under way before the branch that tells: the symbol's bits are skipped, and what follows
+// is looked up both as a symbol and as a distance. When the branch was mispredicted, the lookups
+// are done by the time that the right way is entered. A match is copied after the next symbol was
+// looked up, so that both go on at the same time.
 //
 // Near the ends, where a small file spends most of its time, the same loop runs once more, on a
 // copy of the last input with zeros behind it. There it remembers where each turn began, and takes
@@ -19,58 +24,56 @@ namespace cscompr {
 namespace {
 
 constexpr unsigned kFilledBits = BitReader::kFilledBits;
-constexpr int kLiteralsPerTurn = 4;
-constexpr std::size_t kChunk = 16;  // bytes that a match copy moves at once
+constexpr int kLiteralsPerTurn = 3;
+constexpr std::size_t kWord = 8;        // bytes that a match copy moves at once
+constexpr std::size_t kLeastWords = 4;  // that it moves whatever the length
 
-// After the literals of a turn the next entry is looked up without filling the bit buffer.
-static_assert((kLiteralsPerTurn + 1) * kLiteralRootBits <= static_cast<int>(kFilledBits));
-// So it is after a match, which begins on a filled buffer less the root bits of a longer length
-// code: the rest of that code and its extra bits, or the whole of a shorter one, then the longest
-// distance code with the extra bits of the farthest distance in the window.
-static_assert(kLiteralRootBits + 5 + kMaxCodeBits + 12 + kLiteralRootBits <=
+// The longest literal or length that a lookup in the root table finds, with its extra bits.
+constexpr int kShortSymbolBits = kLiteralRootBits + 5;
+// The bit buffer is filled behind the second symbol of a turn: two of them, and a look at the next.
+static_assert(2 * kLiteralRootBits + 5 + kLiteralRootBits <= static_cast<int>(kFilledBits));
+// Then one symbol and the longest distance in the window may follow, and a look at the next. So
+// they may at a turn's start, and behind a link, whose own fill comes first.
+static_assert(kShortSymbolBits + kMaxCodeBits + 12 + kLiteralRootBits <=
               static_cast<int>(kFilledBits));
 
-// Three fills a turn (behind the literals, behind a link, at the end). Each takes at most 7 bytes,
-// and the last loads 8.
+// Three fills a turn (behind the second symbol, behind a link, at the end). Each takes at most 7
+// bytes, and the last loads 8.
 constexpr std::ptrdiff_t kInputMargin = 2 * 7 + BitReader::kWideLoadBytes;
-// A match copies two chunks, or one more than it fills.
-constexpr std::ptrdiff_t kCopyMargin = 2 * kChunk;
+// A match overwrites that much, or less than two words more than it fills.
+constexpr std::ptrdiff_t kCopyMargin = kLeastWords * kWord;
 constexpr std::ptrdiff_t kLiteralMargin = kLiteralsPerTurn + 1;
-constexpr std::ptrdiff_t kOutputMargin =
-    kLiteralMargin + kMaxMatch + static_cast<std::ptrdiff_t>(kChunk);
-static_assert(kMaxMatch >= 2 * kChunk && 2 * kChunk <= SlidingWindow::kReadAhead);
+constexpr std::ptrdiff_t kOutputMargin = kLiteralMargin + kMaxMatch + kCopyMargin;
+static_assert(kMaxMatch >= kCopyMargin && kLeastWords * kWord <= SlidingWindow::kReadAhead);
 
-template <std::size_t kBytes>
-void Move(std::uint8_t* to, const std::uint8_t* from) {
-  std::array<std::uint8_t, kBytes> word;
-  std::memcpy(word.data(), from, kBytes);
-  std::memcpy(to, word.data(), kBytes);
+inline void MoveWord(std::uint8_t* to, const std::uint8_t* from) {
+  std::array<std::uint8_t, kWord> word;
+  std::memcpy(word.data(), from, kWord);
+  std::memcpy(to, word.data(), kWord);
 }
 
-// Source and target lie at least a chunk apart. Two chunks hold most matches, so that a branch on
+// Source and target lie at least a word apart. Four words hold most matches, so that a branch on
 // the length is seldom mispredicted.
 inline void CopyFar(std::uint8_t* to, const std::uint8_t* from, std::size_t length) {
-  Move<kChunk>(to, from);
-  Move<kChunk>(to + kChunk, from + kChunk);
-  for (std::size_t done = 2 * kChunk; done < length; done += kChunk) {
-    Move<kChunk>(to + done, from + done);
+  MoveWord(to, from);
+  MoveWord(to + kWord, from + kWord);
+  MoveWord(to + 2 * kWord, from + 2 * kWord);
+  MoveWord(to + 3 * kWord, from + 3 * kWord);
+  for (std::size_t done = kLeastWords * kWord; done < length; done += 2 * kWord) {
+    MoveWord(to + done, from + done);
+    MoveWord(to + done + kWord, from + done + kWord);
   }
 }
 
 // The most bytes up to 8 that whole patterns of a length make, by that length.
 constexpr std::array<std::uint8_t, 8> kPatternSteps = {0, 8, 8, 6, 8, 5, 6, 7};
 
-// A match that overlaps itself within a chunk. Below eight bytes of distance its pattern is laid
-// out in a word once, and stored at steps of as many whole patterns as the word holds: loading what
-// the store before left behind would wait for it every time.
+// A match that overlaps itself within a word. Its pattern is laid out in a word once, and stored at
+// steps of as many whole patterns as the word holds: loading what the store before left behind
+// would wait for it every time.
 inline void CopyNear(std::uint8_t* to, const std::uint8_t* from, std::size_t distance,
                      std::size_t length) {
   const std::uint8_t* const end = to + length;
-  if (distance >= 8) {
-    for (; to < end; to += 8, from += 8)
-      Move<8>(to, from);
-    return;
-  }
   const auto pattern_bits = static_cast<unsigned>(8 * distance);
   std::uint64_t word = LowBits(Load64(from), pattern_bits);
   if (distance == 1) {
@@ -115,20 +118,25 @@ struct LoopBits {
   TableEntry Find(const TableEntry* table, unsigned root_bits) const {
     return table[LowBits(bits, root_bits)];
   }
-  TableEntry FollowLink(TableEntry link, const TableEntry* table) {
-    Skip(link);
+  // The entry that a link, skipped already, leads to.
+  TableEntry BehindLink(TableEntry link, const TableEntry* table) const {
     return table[Value(link) + LowBits(bits, CodeBits(link))];
-  }
-  // Skips the code and its extra bits, whose value it gives.
-  std::size_t TakeExtra(TableEntry entry) {
-    const std::uint64_t extra = LowBits(bits, SkipBits(entry)) >> CodeBits(entry);
-    Skip(entry);
-    return static_cast<std::size_t>(extra);
   }
 };
 static_assert(kSkipMask == 63 && kFilledBits == 56);
 
+// The value of the extra bits behind a code that `bits` begin with.
+inline std::size_t Extra(std::uint64_t bits, TableEntry entry) {
+  return static_cast<std::size_t>(LowBits(bits, SkipBits(entry)) >> CodeBits(entry));
+}
+
 inline void PutLiteral(TableEntry entry, std::uint8_t*& out) { *out++ = Literal(entry); }
+
+enum class Mode : std::uint8_t {
+  kWithoutWindow,  // all matches begin in this call's output, or nowhere
+  kWithWindow,
+  kCareful  // takes a turn back when it went too far
+};
 
 // Where the loop begins no further turn; beyond that, for the careful loop, what a turn must keep.
 struct Limits {
@@ -139,7 +147,7 @@ struct Limits {
   const std::uint8_t* output_end = nullptr;
 };
 
-template <bool kCareful>
+template <Mode kMode>
 [[gnu::always_inline]] inline FastStop Loop(const TableEntry* literals, const TableEntry* distances,
                                             SymbolRun& run, const Limits& limits) {
   LoopBits in{run.reader.bits, run.reader.count, run.reader.next};
@@ -157,94 +165,111 @@ template <bool kCareful>
   in.Fill();
   TableEntry entry = in.Find(literals, kLiteralRootBits);
   do {
-    if constexpr (kCareful) {
+    if constexpr (kMode == Mode::kCareful) {
       turn_in = in;
       turn_out = out;
     }
+    std::uint64_t symbol_bits = in.bits;  // with the symbol's own, for its extra bits
+    in.Skip(entry);
+    TableEntry next_symbol = in.Find(literals, kLiteralRootBits);
+    TableEntry next_distance = in.Find(distances, kDistanceRootBits);
     if (IsLiteral(entry)) {
       PutLiteral(entry, out);
+      entry = next_symbol;
+      symbol_bits = in.bits;
       in.Skip(entry);
-      entry = in.Find(literals, kLiteralRootBits);
+      next_symbol = in.Find(literals, kLiteralRootBits);
+      next_distance = in.Find(distances, kDistanceRootBits);
+      in.Fill();
       if (IsLiteral(entry)) {
         PutLiteral(entry, out);
+        entry = next_symbol;
+        symbol_bits = in.bits;
         in.Skip(entry);
-        entry = in.Find(literals, kLiteralRootBits);
+        next_symbol = in.Find(literals, kLiteralRootBits);
+        next_distance = in.Find(distances, kDistanceRootBits);
         if (IsLiteral(entry)) {
           PutLiteral(entry, out);
-          in.Skip(entry);
-          entry = in.Find(literals, kLiteralRootBits);
-          if (IsLiteral(entry)) {
-            PutLiteral(entry, out);
-            in.Skip(entry);
-            entry = in.Find(literals, kLiteralRootBits);
-            in.Fill();
-            continue;
-          }
+          entry = next_symbol;
+          in.Fill();
+          continue;
         }
       }
-      in.Fill();
     }
-    if (IsExceptional(entry)) {
+    if (IsExceptional(entry)) [[unlikely]] {
       if (IsLink(entry)) {
-        entry = in.FollowLink(entry, literals);
+        entry = in.BehindLink(entry, literals);
         in.Fill();
+        symbol_bits = in.bits;
+        in.Skip(entry);
+        next_distance = in.Find(distances, kDistanceRootBits);
       }
       if (IsLiteral(entry)) {
         PutLiteral(entry, out);
-        in.Skip(entry);
         entry = in.Find(literals, kLiteralRootBits);
         in.Fill();
         continue;
       }
       if (IsExceptional(entry)) {
-        in.Skip(entry);
         stop = (entry & kEndOfBlockFlag) != 0 ? FastStop::kBlockEnd : FastStop::kBadCode;
         break;
       }
     }
     *out = Literal(entry);  // nothing that stays when the entry has none
     out += LiteralCount(entry);
-    const std::size_t length = LengthBase(entry) + in.TakeExtra(entry);
-    entry = in.Find(distances, kDistanceRootBits);
-    if (IsExceptional(entry)) {
-      if (IsLink(entry)) entry = in.FollowLink(entry, distances);
+    const std::size_t length = LengthBase(entry) + Extra(symbol_bits, entry);
+    entry = next_distance;
+    if (IsExceptional(entry)) [[unlikely]] {
+      if (IsLink(entry)) {
+        in.Skip(entry);
+        entry = in.BehindLink(entry, distances);
+      }
       if (IsExceptional(entry)) {
         stop = FastStop::kBadCode;
         break;
       }
     }
-    const std::size_t distance = Value(entry) + in.TakeExtra(entry);
+    const std::size_t distance = Value(entry) + Extra(in.bits, entry);
+    in.Skip(entry);
     entry = in.Find(literals, kLiteralRootBits);
     in.Fill();
-    // How far the match begins behind this call's output: in the window when that is positive. A
-    // select, not a branch, tells the two apart, since they alternate without a pattern for the
-    // first 16 KB. The branch is for matches that go across, and for those that begin nowhere.
-    const std::ptrdiff_t back = static_cast<std::ptrdiff_t>(distance) - (out - out_begin);
-    const bool behind = back > 0;
-    if constexpr (kCareful) {
+    if constexpr (kMode == Mode::kCareful) {
       if (limits.match - out < static_cast<std::ptrdiff_t>(length)) {
         stop = FastStop::kBadCode;  // for which it is taken back
         break;
       }
     }
-    if (back > window_size || static_cast<std::size_t>(back - 1) < length - 1) {
-      if (!CopyAcross(run, out, distance, length)) {
+    // How far the match begins behind this call's output: in the window when that is positive.
+    const std::ptrdiff_t back = static_cast<std::ptrdiff_t>(distance) - (out - out_begin);
+    const std::uint8_t* base = out_begin;
+    if constexpr (kMode == Mode::kWithoutWindow) {
+      if (back > 0) [[unlikely]] {
         stop = FastStop::kBadCode;
         break;
       }
-      out += length;
-      continue;
+    } else {
+      // A select, not a branch, tells the two apart, since they alternate without a pattern. The
+      // branch is for matches that go across, and for those that begin nowhere.
+      if (back > window_size || static_cast<std::size_t>(back - 1) < length - 1) [[unlikely]] {
+        if (!CopyAcross(run, out, distance, length)) {
+          stop = FastStop::kBadCode;
+          break;
+        }
+        out += length;
+        continue;
+      }
+      base = back > 0 ? window_end : out_begin;
     }
-    const std::uint8_t* const from = (behind ? window_end : out_begin) - back;
-    if (distance >= kChunk) {
+    const std::uint8_t* const from = base - back;
+    if (distance >= kWord) [[likely]] {
       CopyFar(out, from, length);
     } else {
       CopyNear(out, from, distance, length);
     }
     out += length;
-  } while (in.next <= in_limit && out <= out_limit && (!kCareful || is_sound()));
+  } while (in.next <= in_limit && out <= out_limit && (kMode != Mode::kCareful || is_sound()));
 
-  if constexpr (kCareful) {
+  if constexpr (kMode == Mode::kCareful) {
     if (stop == FastStop::kBadCode || !is_sound()) {
       in = turn_in;
       out = turn_out;
@@ -261,30 +286,52 @@ template <bool kCareful>
 
 using LoopFunction = FastStop (*)(const TableEntry*, const TableEntry*, SymbolRun&, const Limits&);
 
-template <bool kCareful>
+template <Mode kMode>
 FastStop LoopPortable(const TableEntry* literals, const TableEntry* distances, SymbolRun& run,
                       const Limits& limits) {
-  return Loop<kCareful>(literals, distances, run, limits);
+  return Loop<kMode>(literals, distances, run, limits);
 }
 
 #if defined(__x86_64__)
 // The same loop with the shifts and bit extractions of BMI2, which need no flags and any register.
-template <bool kCareful>
+template <Mode kMode>
 [[gnu::target("bmi,bmi2")]] FastStop LoopBmi2(const TableEntry* literals,
                                               const TableEntry* distances, SymbolRun& run,
                                               const Limits& limits) {
-  return Loop<kCareful>(literals, distances, run, limits);
+  return Loop<kMode>(literals, distances, run, limits);
 }
 #endif
 
-template <bool kCareful>
+template <Mode kMode>
 LoopFunction ChooseLoop([[maybe_unused]] bool portable) {
 #if defined(__x86_64__)
-  if (!portable && __builtin_cpu_supports("bmi2") != 0) return LoopBmi2<kCareful>;
+  if (!portable && __builtin_cpu_supports("bmi2") != 0) return LoopBmi2<kMode>;
 #endif
-  return LoopPortable<kCareful>;
+  return LoopPortable<kMode>;
 }
 
+// No match needs the window once the output of this call is as long.
+FastStop RunFarFromEnds(const TableEntry* literals, const TableEntry* distances, SymbolRun& run,
+                        bool portable) {
+  const auto is_far = [&run] {
+    return run.reader.end - run.reader.next >= kInputMargin &&
+           run.out_end - run.out >= kOutputMargin;
+  };
+  if (!is_far()) return FastStop::kEdge;
+  Limits limits;
+  limits.in = run.reader.end - kInputMargin;
+  limits.out = run.out_end - kOutputMargin;
+  if (run.window->size() > 0 && run.produced() < SlidingWindow::kBytes) {
+    Limits nearer = limits;
+    const auto to_come = static_cast<std::ptrdiff_t>(SlidingWindow::kBytes - run.produced());
+    if (limits.out - run.out > to_come) nearer.out = run.out + to_come;
+    const FastStop stop = ChooseLoop<Mode::kWithWindow>(portable)(literals, distances, run, nearer);
+    if (stop != FastStop::kEdge || run.produced() < SlidingWindow::kBytes || !is_far()) return stop;
+  }
+  return ChooseLoop<Mode::kWithoutWindow>(portable)(literals, distances, run, limits);
+}
+
+// Takes the run as far as whole symbols go.
 FastStop RunCareful(const TableEntry* literals, const TableEntry* distances, SymbolRun& run,
                     const std::uint8_t* input_end, const std::uint8_t* readable_end,
                     bool portable) {
@@ -295,7 +342,7 @@ FastStop RunCareful(const TableEntry* literals, const TableEntry* distances, Sym
   limits.out = limits.match - kLiteralMargin;
   limits.input_end = input_end;
   limits.output_end = run.out_end;
-  return ChooseLoop<true>(portable)(literals, distances, run, limits);
+  return ChooseLoop<Mode::kCareful>(portable)(literals, distances, run, limits);
 }
 
 // Goes on to the last symbol that the input holds in full, in a copy with zeros behind it.
@@ -319,14 +366,8 @@ FastStop RunPadded(const TableEntry* literals, const TableEntry* distances, Symb
 
 FastStop RunFast(const TableEntry* literals, const TableEntry* distances, SymbolRun& run,
                  bool portable) {
-  FastStop stop = FastStop::kEdge;
   const std::uint8_t* const end = run.reader.end;
-  if (end - run.reader.next >= kInputMargin && run.out_end - run.out >= kOutputMargin) {
-    Limits limits;
-    limits.in = end - kInputMargin;
-    limits.out = run.out_end - kOutputMargin;
-    stop = ChooseLoop<false>(portable)(literals, distances, run, limits);
-  }
+  FastStop stop = RunFarFromEnds(literals, distances, run, portable);
   if (stop == FastStop::kEdge && end - run.reader.next >= kInputMargin) {
     stop = RunCareful(literals, distances, run, end, end, portable);
   }
