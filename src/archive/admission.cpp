@@ -8,6 +8,7 @@
 #include "platform/file_services.h"
 #include "platform/name_rules.h"
 #include "report/except.h"
+#include "report/exit_status.h"
 #include "report/system_error.h"
 
 namespace moldex {
@@ -30,9 +31,11 @@ bool LeavesTarget(const CDirEntry& entry, const std::string& link_target) {
 
 // Empty when the target has no form in the local code page.
 std::optional<std::string> TargetOf(const CLink& link) {
+  const int status = ExitStatus();
   try {
     return link.Target();
   } catch (const CConversionExcept&) {  // reported with the link's name instead
+    SetExitStatus(status);
     return std::nullopt;
   }
 }

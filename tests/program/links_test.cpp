@@ -110,6 +110,23 @@ TEST_F(Links, AreNotMadeThroughOtherLinks) {
   EXPECT_FALSE(std::filesystem::is_symlink(Path("out/l")));
 }
 
+TEST_F(Links, ThatCannotBeMadeAreReportedAndNothingElseIsLeftUndone) {
+  if (OnWindows()) GTEST_SKIP() << kWineMakesNone;
+  Write("a.qel",
+        BuildArchive({DirectoryEntry("d", 040700), Link("d/bad", "\xFF"), FileEntry("f", "1"),
+                      DirectoryEntry("d/taken", 040750), Link("d/taken", "../f"), Link("z", "f")}));
+  ExpectRun("-xf a.qel -R out",
+            Processing("a.qel") +
+                "MOLDEX: link target can not be converted from UTF8: d/bad (error 47). \n"
+                "MOLDEX: could not open for writing out/d/taken (error 28). File exists\n" +
+                Extracted(4),
+            28);
+  EXPECT_EQ(Below("out"), (Tree{{"d", DirectoryNode(0700)},
+                                {"d/taken", DirectoryNode(0750)},
+                                {"f", FileNode("1")},
+                                {"z", SymlinkNode("f")}}));
+}
+
 TEST_F(Links, WithoutTargetAreReportedAndLeftOut) {
   Write("a.qel", BuildArchive({Link("l", ""), FileEntry("f", "1")}));
   ExpectRun("-xf a.qel -R out",
