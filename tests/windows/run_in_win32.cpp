@@ -1,6 +1,7 @@
 // Runs a program as Wine does not by itself, and says on standard error what came of it:
 //   run_in console PAGE PROGRAM ARGS...      from a console whose output has code page PAGE: the
 //                                            code pages before, while the program runs, and after
+//   run_in interrupt FILE PROGRAM ARGS...    with Ctrl-C pressed once FILE is there
 //   run_in no-privileges PROGRAM ARGS...     without the privileges of long-name mode
 // Ends as the program does; with 99 when it could not be run so.
 #include <windows.h>
@@ -51,6 +52,16 @@ int RunInConsole(UINT page, const std::string& line) {
   return status;
 }
 
+int RunAndInterrupt(const char* file, const std::string& line) {
+  bool pressed = false;
+  return Run(line, [&] {
+    Sleep(50);
+    if (pressed || GetFileAttributesA(file) == INVALID_FILE_ATTRIBUTES) return;
+    SetConsoleCtrlHandler(nullptr, TRUE);  // it is meant for the program alone
+    pressed = GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0) != FALSE;
+  });
+}
+
 // What a process has given away, those that it starts do not have either.
 bool GiveAway(const char* privilege) {
   HANDLE token = nullptr;
@@ -68,6 +79,9 @@ bool GiveAway(const char* privilege) {
 int main(int count, char** words) {
   if (count > 3 && std::strcmp(words[1], "console") == 0) {
     return RunInConsole(static_cast<UINT>(std::atoi(words[2])), CommandLine(count - 3, words + 3));
+  }
+  if (count > 3 && std::strcmp(words[1], "interrupt") == 0) {
+    return RunAndInterrupt(words[2], CommandLine(count - 3, words + 3));
   }
   if (count > 2 && std::strcmp(words[1], "no-privileges") == 0) {
     for (const char* name : {"SeSecurityPrivilege", "SeBackupPrivilege", "SeRestorePrivilege"}) {

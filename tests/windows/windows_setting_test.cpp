@@ -21,6 +21,14 @@ class Setting : public Windows {
     EXPECT_EQ(result.err, "");
     return result;
   }
+  // Of a terminal that it finds on standard input, Wine makes a console.
+  RunResult RunInConsole(const std::string& how, const std::string& arguments) const {
+    const std::string line =
+        std::getenv("MOLDEX_PROGRAM") + (" " + how + " ") + Beside("moldex.exe") + " " + arguments;
+    const OtherValue helper("MOLDEX_EXE", Beside("run_in.exe").c_str());
+    const OtherValue terminal("MOLDEX_PROGRAM", "script");
+    return RunProgram(folder_.Path(), {"--quiet", "--return", "--command", line, "/dev/null"});
+  }
   RunResult RunIn(const std::string& zone, const std::string& line) const {
     const std::string program = "env TZ=" + zone + " " + std::getenv("MOLDEX_PROGRAM");
     const OtherValue other("MOLDEX_PROGRAM", program.c_str());
@@ -30,16 +38,19 @@ class Setting : public Windows {
 
 TEST_F(Setting, AConsoleHasTheCodePageWhileTheProgramRuns) {
   Write("big", Numbers(200'000) + std::string(20'000'000, 'x'));
-  // Of a terminal that it finds on standard input, Wine makes a console.
-  const std::string line = std::getenv("MOLDEX_PROGRAM") + std::string(" console 850 ") +
-                           Beside("moldex.exe") + " -cvf a.qel big 2>report";
-  const OtherValue helper("MOLDEX_EXE", Beside("run_in.exe").c_str());
-  const OtherValue terminal("MOLDEX_PROGRAM", "script");
-  const RunResult result =
-      RunProgram(folder_.Path(), {"--quiet", "--return", "--command", line, "/dev/null"});
+  const RunResult result = RunInConsole("console 850", "-cvf a.qel big 2>report");
   EXPECT_EQ(result.status, 0) << result.out << result.err;
   EXPECT_EQ(Text("report"), "code pages: 65001, then 850\n") << result.out;
   EXPECT_EQ(NamesOf(Entries("a.qel")), std::vector<std::string>{"big"});
+}
+
+TEST_F(Setting, CtrlCEndsTheRunAndLeavesTheArchiveWhole) {
+  Make({{"d/big", FileNode("")}, {"d/z", FileNode("never reached")}});
+  std::filesystem::resize_file(Path("d/big"), std::uintmax_t{16} << 30);
+  Write("a.qel", BuildArchive({FileEntry("old", "1"), DirectoryEntry("d")}));
+  EXPECT_EQ(RunInConsole("interrupt moldex_output", "-e -af a.qel d/big d/z").status, 130);
+  EXPECT_EQ(Text("moldex_output"), "MOLDEX: interrupted (error 130). \n");
+  EXPECT_EQ(NamesOf(Entries("a.qel")), (std::vector<std::string>{"old", "d"}));
 }
 
 TEST_F(Setting, WithAnotherCodePageNamesGoInAsUtf8OrNotAtAll) {
