@@ -5,12 +5,16 @@
 #include <cstdint>
 #include <string>
 
+#include "oldformat/old_archive.h"
 #include "run/command.h"
 #include "run/run_context.h"
 
 namespace moldex {
 
-// No older format is read so far: every such archive is reported as invalid, with status 40.
+// Extracts files and directories; reports links, devices and what else it leaves out, which makes
+// the run end with status 40. Verification writes nothing, reads everything and leaves nothing out:
+// such archives have checksums of their headers only. A failure ends the work on this archive, is
+// printed and makes the run end with status 40.
 class CExtractOld : public CCommand {
  public:
   CExtractOld(CRunContext& context, std::string archive_name)
@@ -19,11 +23,19 @@ class CExtractOld : public CCommand {
   void Execute() override;
 
   // Entries that Execute processed.
-  std::uint32_t entry_count() const { return 0; }
+  std::uint32_t entry_count() const { return entry_count_; }
 
  private:
+  void ProcessArchive(COldArchive& archive, const CCmdLineOptions& options);
+  void Verify(COldArchive& archive, const CDirEntry& entry);
+  void Extract(COldArchive& archive, CDirEntry& entry);
+  void ApplyDirectories(COldArchive& archive, const CCmdLineOptions& options);
+  void CountEntry(const char* mark, const CDirEntry& entry);
+
   CRunContext& context_;
   std::string archive_name_;
+  bool verbose_ = false;
+  std::uint32_t entry_count_ = 0;
 };
 
 }  // namespace moldex

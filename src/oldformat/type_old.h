@@ -9,7 +9,8 @@
 
 namespace moldex {
 
-// No older format is read so far: every such archive is reported as invalid, with status 40.
+// Prints the line of every selected entry, links and other things that extraction leaves out
+// included. A failure is printed and makes the run end with status 40.
 class CTypeOld : public CCommand {
  public:
   CTypeOld(CRunContext& context, std::string archive_name)

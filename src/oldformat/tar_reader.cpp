@@ -1,0 +1,190 @@
+#include "oldformat/tar_reader.h"
+
+#include <algorithm>
+
+#include "report/except.h"
+
+namespace moldex {
+namespace {
+
+constexpr std::size_t kPieceBytes = 65536;
+
+TarBlock AsBlock(std::span<const std::uint8_t> bytes) { return bytes.first<kTarBlockBytes>(); }
+
+std::string UpToZero(const std::string& text) { return text.substr(0, text.find('\0')); }
+
+// What the records say counts more than what the header does.
+void Apply(PaxRecords records, TarHeader* header) {
+  if (records.path) header->name = std::move(*records.path);
+  if (records.link_path) header->link_target = std::move(*records.link_path);
+  if (records.modified_seconds) header->modified_seconds = *records.modified_seconds;
+  if (records.is_sparse && header->kind == TarKind::kFile) {
+    header->kind = TarKind::kSparseFile;
+    if (records.sparse_name) header->name = std::move(*records.sparse_name);
+    header->size_bytes = records.sparse_size_bytes.value_or(header->data_bytes);
+  }
+  // Before there was a type for directories, the end of the name told.
+  if (header->kind == TarKind::kFile && header->name.ends_with('/')) {
+    header->kind = TarKind::kDirectory;
+  }
+}
+
+// Of what can have data.
+void ApplySize(const PaxRecords& records, TarHeader* header) {
+  const bool has_data = header->kind == TarKind::kFile || header->kind == TarKind::kSparseFile ||
+                        header->kind == TarKind::kUnknown;
+  if (!records.data_bytes || !has_data) return;
+  header->data_bytes = *records.data_bytes;
+  if (header->kind != TarKind::kSparseFile) header->size_bytes = *records.data_bytes;
+}
+
+}  // namespace
+
+CTarReader::CTarReader(std::string archive_name) : archive_name_(std::move(archive_name)) {
+  if (!file_.Open(archive_name_, kOpenExisting)) throw COpenExcept(archive_name_);
+  const auto status = file_.Status();
+  if (!status) throw COpenExcept(archive_name_);
+  identity_ = status->identity;
+  reader_.emplace(file_);
+}
+
+bool CTarReader::IsTar() {
+  const auto bytes = reader_->Peek(kTarBlockBytes);
+  return bytes.size() == kTarBlockBytes && IsTarHeader(AsBlock(bytes));
+}
+
+std::optional<TarHeader> CTarReader::Next() {
+  PaxRecords records = defaults_;
+  std::optional<std::string> long_name;
+  std::optional<std::string> long_link;
+  bool promised = false;  // what was read is about an entry that has to follow
+  for (;;) {
+    SkipData();
+    auto header = ReadHeader();
+    if (!header && promised) FailShort();
+    if (!header) return std::nullopt;
+    promised = true;
+    switch (header->kind) {
+      case TarKind::kLongName:
+        long_name = UpToZero(ReadRecord());
+        break;
+      case TarKind::kLongLink:
+        long_link = UpToZero(ReadRecord());
+        break;
+      case TarKind::kRecords:
+        ReadRecords(&records);
+        break;
+      case TarKind::kDefaults:
+        ReadRecords(&defaults_);
+        records = defaults_;
+        promised = false;
+        break;
+      case TarKind::kVolumeLabel:
+        promised = false;
+        break;
+      default:
+        if (long_name) header->name = std::move(*long_name);
+        if (long_link) header->link_target = std::move(*long_link);
+        ApplySize(records, &*header);
+        Apply(std::move(records), &*header);
+        BeginData(header->data_bytes);
+        return header;
+    }
+  }
+}
+
+std::span<const std::uint8_t> CTarReader::Data() {
+  if (data_left_ == 0) return {};
+  const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(data_left_, kPieceBytes));
+  const auto piece = reader_->Take(wanted);
+  if (reader_->Failed()) throw CReadExcept(archive_name_);
+  if (piece.size() < wanted) FailShort();
+  data_left_ -= wanted;
+  return piece;
+}
+
+void CTarReader::Rewind() {
+  file_.SetPosition(0);
+  reader_.emplace(file_);
+  defaults_ = {};
+  data_left_ = padding_ = 0;
+  ended_ = false;
+}
+
+// Empty at the end of the file.
+std::optional<TarBlock> CTarReader::ReadBlock() {
+  const auto bytes = reader_->Take(kTarBlockBytes);
+  if (reader_->Failed()) throw CReadExcept(archive_name_);
+  if (bytes.empty()) return std::nullopt;
+  if (bytes.size() < kTarBlockBytes) FailShort();
+  return AsBlock(bytes);
+}
+
+TarBlock CTarReader::ReadWholeBlock() {
+  const auto block = ReadBlock();
+  if (!block) FailShort();
+  return *block;
+}
+
+// Empty at the end of the archive.
+std::optional<TarHeader> CTarReader::ReadHeader() {
+  if (ended_) return std::nullopt;
+  header_position_ = reader_->Position();
+  auto block = ReadBlock();
+  if (block && IsZeroBlock(*block)) {
+    block = ReadBlock();
+    if (block && !IsZeroBlock(*block)) FailDamaged();
+    block.reset();
+  }
+  ended_ = !block;
+  if (ended_) return std::nullopt;
+  auto header = IsTarHeader(*block) ? ParseTarHeader(*block) : std::nullopt;
+  if (!header) FailDamaged();
+  for (bool more = header->parts_follow; more;)
+    more = MorePartsFollow(ReadWholeBlock());
+  BeginData(header->data_bytes);
+  return header;
+}
+
+void CTarReader::BeginData(std::uint64_t bytes) {
+  data_left_ = bytes;
+  padding_ = (kTarBlockBytes - bytes % kTarBlockBytes) % kTarBlockBytes;
+}
+
+void CTarReader::SkipData() {
+  const auto result = reader_->Skip(data_left_ + padding_);
+  if (result == CBufferedReader::SkipResult::kBeyondEnd) FailShort();
+  if (result == CBufferedReader::SkipResult::kFailed) throw CReadExcept(archive_name_);
+  data_left_ = padding_ = 0;
+}
+
+std::string CTarReader::ReadRecord() {
+  if (data_left_ > kLongestTarRecord) {
+    throw CExcept("MOLDEX: name or records of " + std::to_string(data_left_) +
+                      " bytes are too long, at byte " + std::to_string(header_position_) + " of " +
+                      archive_name_,
+                  kErrorOldFormat, false);
+  }
+  std::string record;
+  for (auto piece = Data(); !piece.empty(); piece = Data())
+    record.append(piece.begin(), piece.end());
+  return record;
+}
+
+void CTarReader::ReadRecords(PaxRecords* records) {
+  if (!AddPaxRecords(ReadRecord(), records)) FailDamaged();
+}
+
+void CTarReader::FailDamaged() const {
+  throw CExcept(
+      "MOLDEX: damaged header at byte " + std::to_string(header_position_) + " of " + archive_name_,
+      kErrorOldFormat, false);
+}
+
+void CTarReader::FailShort() const {
+  throw CExcept("MOLDEX: " + archive_name_ + " ends too early, in what begins at byte " +
+                    std::to_string(header_position_),
+                kErrorOldFormat, false);
+}
+
+}  // namespace moldex

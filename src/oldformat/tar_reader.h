@@ -1,0 +1,72 @@
+// Reads a tar archive front to back, entry by entry.
+//
+// Knows Unix version 7, ustar, GNU and pax archives, and takes what several headers say of one
+// entry together. Chooses and converts nothing. An archive ends with two blocks of zeros or where
+// its file does. Memory stays the same however long the archive is.
+//
+// Failures are CExcept that carry the archive's name: it is damaged, ends too early or cannot be
+// read.
+#ifndef MOLDEX_OLDFORMAT_TAR_READER_H_
+#define MOLDEX_OLDFORMAT_TAR_READER_H_
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "oldformat/pax_records.h"
+#include "oldformat/tar_header.h"
+#include "platform/buffered_reader.h"
+#include "platform/file_handle.h"
+
+namespace moldex {
+
+// The longest name or set of pax records that is taken, in bytes.
+inline constexpr std::uint64_t kLongestTarRecord = 1024 * 1024;
+
+class CTarReader {
+ public:
+  // Throws COpenExcept.
+  explicit CTarReader(std::string archive_name);
+
+  // Whether the file begins with a header. (One of zeros is none: an archive without entries
+  // cannot be told from a file that was lost.)
+  bool IsTar();
+
+  // The next entry, whatever was read of the data of the one before; empty at the end. Its name
+  // and kind are what all its headers together say.
+  std::optional<TarHeader> Next();
+
+  // The next piece of the entry's data; empty behind the last. Valid until the next call.
+  std::span<const std::uint8_t> Data();
+
+  // Goes back to the start.
+  void Rewind();
+
+  const FileIdentity& identity() const { return identity_; }
+
+ private:
+  std::optional<TarBlock> ReadBlock();
+  TarBlock ReadWholeBlock();
+  std::optional<TarHeader> ReadHeader();
+  void BeginData(std::uint64_t bytes);
+  void SkipData();
+  std::string ReadRecord();
+  void ReadRecords(PaxRecords* records);
+  [[noreturn]] void FailDamaged() const;
+  [[noreturn]] void FailShort() const;
+
+  std::string archive_name_;
+  CFileHandle file_;
+  FileIdentity identity_;
+  std::optional<CBufferedReader> reader_;
+  PaxRecords defaults_;
+  std::uint64_t header_position_ = 0;  // of the last header
+  std::uint64_t data_left_ = 0;
+  std::uint64_t padding_ = 0;  // behind the data
+  bool ended_ = false;
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_OLDFORMAT_TAR_READER_H_

@@ -1,0 +1,330 @@
+// Archives of old formats that no writer at hand makes: odd and hostile ones, and what is none.
+#include <string>
+
+#include "oldformat/tar_bytes.h"
+#include "program/program_test.h"
+
+namespace moldex::test {
+namespace {
+
+class MadeTar : public ProgramTest {
+ protected:
+  void Archive(const std::vector<TarItem>& items) { Write("a.tar", BuildTar(items)); }
+  std::string Line(const std::string& message, int code = 40) const {
+    return "MOLDEX: " + message + " (error " + std::to_string(code) + "). \n";
+  }
+};
+
+TarItem File(std::string name, std::string content) {
+  return {std::move(name), '0', std::move(content)};
+}
+TarItem Directory(std::string name, std::string mode = "0000755") {
+  TarItem item{std::move(name), '5', ""};
+  item.mode = std::move(mode);
+  return item;
+}
+
+TEST_F(MadeTar, TakesNamesFromWhereverTheyStand) {
+  TarItem prefixed = File("f", "1");
+  prefixed.prefix = std::string(155, 'p');
+  TarItem not_prefixed = File("g", "2");
+  not_prefixed.prefix = "is a date";
+  not_prefixed.magic = kGnuMagic;
+  TarItem oldest = File("h/i/", "");
+  oldest.type = '\0';
+  oldest.magic = "";
+  const std::string full(100, 'n');
+  Archive({prefixed,
+           not_prefixed,
+           oldest,
+           File(full, "3"),
+           GnuLongItem("from/L"),
+           PaxItem(PaxRecord("path", "from/pax") + PaxRecord("other", "x")),
+           File("j", "4"),
+           GnuLongItem("long"),
+           File("k", "5"),
+           PaxItem(PaxRecord("path", "default"), 'g'),
+           File("l", "6"),
+           PaxItem(PaxRecord("path", "")),
+           File("m", "7"),
+           PaxItem(PaxRecord("path", ""), 'g'),
+           PaxItem(PaxRecord("path", std::string("a\0b", 3)), 'X'),
+           File("n", "8"),
+           File("/abs/o", "9"),
+           File("C:/p", "0"),
+           File("./q", "a"),
+           File("r", "b")});
+  ExpectRun("-xf a.tar -R out", Processing("a.tar"), 0);
+  EXPECT_EQ(Below("out"), (Tree{{std::string(155, 'p'), DirectoryNode()},
+                                {std::string(155, 'p') + "/f", FileNode("1")},
+                                {"g", FileNode("2")},
+                                {"h", DirectoryNode()},
+                                {"h/i", DirectoryNode(0644)},
+                                {full, FileNode("3")},
+                                {"from", DirectoryNode()},
+                                {"from/pax", FileNode("4")},
+                                {"long", FileNode("5")},
+                                {"default", FileNode("6")},
+                                {"m", FileNode("7")},
+                                {"a", FileNode("8")},
+                                {"abs", DirectoryNode()},
+                                {"abs/o", FileNode("9")},
+                                {"p", FileNode("0")},
+                                {"q", FileNode("a")},
+                                {"r", FileNode("b")}}));
+}
+
+TEST_F(MadeTar, ListsSizesAndTimesOfEveryNotation) {
+  const struct {
+    std::string size;
+    std::string mtime;
+    std::string records;
+    const char* text;
+  } cases[] = {
+      {"77777777777", "00000000000", "", "  8589934591    01 Jan 1970 00:00"},
+      {"777777777777", "7777777777 ", "", " 68719476735    10 Jan 2004 13:37"},
+      {BinaryTarNumber(8589934592), BinaryTarNumber(-1), "", "  8589934592    01 Jan 1970 00:00"},
+      {BinaryTarNumber(1LL << 40), BinaryTarNumber(0xFFFFFFFF), "",
+       "1099511627776    07 Feb 2106 06:28"},
+      {"          7 ", BinaryTarNumber(1LL << 60), "", "           7    07 Feb 2106 06:28"},
+      {"0", "0", PaxRecord("size", "9007199254740993") + PaxRecord("mtime", "1105103100.99"),
+       "9007199254740993    07 Jan 2005 13:05"},
+      {"0", "junk", PaxRecord("mtime", "-0.5"), "           0    01 Jan 1970 00:00"},
+  };
+  for (const auto& [size, mtime, records, text] : cases) {
+    TarItem item = File("x", "");
+    item.size = size;
+    item.mtime = mtime;
+    Write("a.tar", EncodeTarItem(PaxItem(records)) + EncodeTarItem(item));
+    ExpectBegins("-tf a.tar", Processing("a.tar") + "-rw-------" + text + " x\n",
+                 size == "0" && records.find("size") == std::string::npos ? 0 : 40);
+  }
+}
+
+TEST_F(MadeTar, TheSumMayBeOneOfSignedNumbers) {
+  std::string archive = BuildTar({File("\xC3\xA4\xC3\xB6\xC3\xBC", "1")});
+  FixTarChecksum(archive, 0, true);
+  Write("a.tar", archive);
+  ExpectRun("-xf a.tar", Processing("a.tar"), 0);
+  EXPECT_EQ(Bytes("\xC3\xA4\xC3\xB6\xC3\xBC"), "1");
+}
+
+TEST_F(MadeTar, NeverLeavesTheTarget) {
+  const std::string down = "MOLDEX: name leaves the target directory: ";
+  Write("beside", "untouched");
+  Archive({File("../beside", "1"),
+           File("d/../../beside", "2"),
+           File("/../beside", "3"),
+           Directory(".."),
+           Directory("d/.."),
+           File("x:../beside", "4"),
+           PaxItem(PaxRecord("path", "../beside")),
+           File("a", "5"),
+           GnuLongItem("/../../beside"),
+           File("b", "6"),
+           {"d", '2', "", ".."},
+           File("d/beside", "7"),
+           Directory("/"),
+           File("last", "8")});
+  std::string expected;
+  for (const char* name : {"../beside", "d/../../beside", "../beside", "..", "d/..", "../beside",
+                           "../beside", "../../beside"})
+    expected += Line("name leaves the target directory: " + std::string(name), 55);
+  expected += Line("symbolic link left out: d -> ..");
+  for (const char* more : {"", " -P"}) {
+    ExpectRun("-xf a.tar -R out" + std::string(more), Processing("a.tar") + expected, 40);
+    EXPECT_EQ(Below("out"),
+              (Tree{{"d", DirectoryNode()}, {"d/beside", FileNode("7")}, {"last", FileNode("8")}}));
+  }
+  EXPECT_EQ(Bytes("beside"), "untouched");
+  // Where no directory is given, absolute names are not taken as such.
+  const std::string absolute = Path("made").string();
+  Archive({GnuLongItem(absolute), File("x", "1")});
+  ExpectRun("-xf a.tar", Processing("a.tar"), 0);
+  EXPECT_FALSE(Exists("made"));
+  EXPECT_EQ(Bytes(absolute.substr(1)), "1");
+}
+
+TEST_F(MadeTar, LeavesOutWhatItCannotMake) {
+  TarItem sparse{"s", 'S', "parts"};
+  sparse.magic = kGnuMagic;
+  std::string blocks = EncodeTarItem(sparse);
+  blocks[482] = 1;  // two blocks with more parts follow
+  blocks.replace(483, 11, "00000007777");
+  FixTarChecksum(blocks, 0);
+  std::string parts(2 * kTarBlock, 'p');
+  parts[kTarBlock + 504] = 0;
+  blocks.insert(kTarBlock, parts);
+  TarItem sized_fifo{"p", '6', ""};
+  sized_fifo.size = "00000001000";  // means nothing
+  TarItem sized_link{"h", '1', "", "f"};
+  sized_link.size = "00000001000";
+  Write("a.tar", blocks + BuildTar({{"c", '3', ""},
+                                    {"b", '4', ""},
+                                    sized_fifo,
+                                    sized_link,
+                                    GnuLongItem("far", 'K'),
+                                    {"l", '2', "", "near"},
+                                    PaxItem(PaxRecord("linkpath", "pax")),
+                                    {"m", '2', "", "near"},
+                                    {"Z", 'Z', "data of something"},
+                                    {"label", 'V', ""},
+                                    {"D", 'D', "Yname"},
+                                    PaxItem(PaxRecord("GNU.sparse.name", "real") +
+                                            PaxRecord("GNU.sparse.realsize", "99")),
+                                    File("t", "map and parts"),
+                                    File("f", "1"),
+                                    {"e", '7', "2"}}));
+  ExpectRun("-xvf a.tar -R out",
+            Processing("a.tar") + Line("sparse file left out: s") + Line("device left out: c") +
+                Line("device left out: b") + Line("FIFO left out: p") +
+                Line("hard link left out: h -> f") + Line("symbolic link left out: l -> far") +
+                Line("symbolic link left out: m -> pax") +
+                Line("entry of unknown kind left out: Z") + "x D\n" +
+                Line("sparse file left out: real") + "x f\nx e\n",
+            40);
+  EXPECT_EQ(Below("out"),
+            (Tree{{"D", DirectoryNode(0644)}, {"f", FileNode("1")}, {"e", FileNode("2")}}));
+  ExpectRun("-df a.tar", Processing("a.tar"), 0);
+  const std::string listing = Run("-tf a.tar").out;
+  EXPECT_NE(listing.find("        4095    07 Jan 2005 13:05 s\n"), std::string::npos) << listing;
+  EXPECT_NE(listing.find("          99    07 Jan 2005 13:05 real\n"), std::string::npos);
+}
+
+TEST_F(MadeTar, ChoosesAndNamesByItsOwnOptions) {
+  Write("list", "d/x\n");
+  Archive(
+      {Directory("D/"), File("D/X", "1"), Directory("D/e/"), File("D/e/Y", "2"), File("Z", "3")});
+  const struct {
+    const char* options;
+    const char* entries;
+  } cases[] = {{"", "D D/X D/e D/e/Y Z"}, {"D", "D D/X D/e D/e/Y"},
+               {"D/e Z", "D/e D/e/Y Z"},  {"-lower", "d d/x d/e d/e/y z"},
+               {"-lower d/x", "d/x"},     {"-flat", "D X e Y Z"},
+               {"-flat Y -lower y", "y"}, {"-A list -g -V -h -n -backup", "D D/X D/e D/e/Y Z"}};
+  for (const auto& [options, entries] : cases) {
+    const RunResult run = Run(std::string("-xvf a.tar -R out ") + options);
+    std::string expected = Processing("a.tar");
+    for (const std::string& name : SplitAtBlanks(entries))
+      expected += "x " + name + "\n";
+    EXPECT_NE(run.out.find(expected), std::string::npos) << run.out;
+    for (const std::string& name : SplitAtBlanks(entries))
+      EXPECT_TRUE(Exists("out/" + name)) << options;
+    RemoveTree(Path("out"));
+  }
+  ExpectRun("-xf a.tar -R out Z no",
+            Processing("a.tar") + "MOLDEX: not all files could be extracted\n", 40);
+  ExpectRun("-df a.tar no", Processing("a.tar") + "MOLDEX: not all files could be tested\n", 40);
+  ExpectRun("-tf a.tar no", Processing("a.tar"), 0);
+  ExpectRun("-tf a.tar -flat Y",
+            Processing("a.tar") + "-rw-------           1    07 Jan 2005 13:05 Y\n", 0);
+}
+
+TEST_F(MadeTar, RestoresPermissionsAsEverywhere) {
+  TarItem special = File("d/s", "1");
+  special.mode = "0006755";
+  Archive({Directory("d", "0000555"), special, Directory("d/e", "0000500"), File("d/e/f", "2")});
+  for (int run = 0; run < 2; ++run)  // the second one over what is there
+    ExpectRun("-xf a.tar -R out", Processing("a.tar"), 0, User::kNobody);
+  EXPECT_EQ(Below("out"), (Tree{{"d", DirectoryNode(0555)},
+                                {"d/s", FileNode("1", 0755)},
+                                {"d/e", DirectoryNode(0500)},
+                                {"d/e/f", FileNode("2")}}));
+  ExpectRun("-xf a.tar -R h -h", Processing("a.tar"), 0);
+  EXPECT_NE(Below("h").at("d").mode, 0555u);
+}
+
+TEST_F(MadeTar, StandsInAListOfArchives) {
+  Write("a.qel", BuildArchive({FileEntry("q", "1")}));
+  Archive({File("t", "2")});
+  RunResult run = Run(Words{"-xf", "a.qel,a.tar,a.qel", "-R", "out"});
+  EXPECT_EQ(run.out,
+            Processing("a.qel") + Extracted(1) + Processing("a.tar") + Processing("a.qel"));
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(Below("out").size(), 2u);
+  run = Run(Words{"-tsf", "a.qel,a.tar"});
+  EXPECT_EQ(run.out, Processing("a.qel") + "-rw-------           1    07 Jan 2005 13:05 q\n" +
+                         Processing("a.tar") + "-rw-------           1    07 Jan 2005 13:05 t\n");
+  ExpectRun("-xf a.tar", Processing("a.tar"), 0);
+  Archive({File("a.tar", "gotcha"), File("u", "3")});
+  ExpectRun("-xf a.tar",
+            Processing("a.tar") + Line("entry would replace the archive that is read: a.tar", 60),
+            60);
+  EXPECT_EQ(Bytes("u"), "3");
+}
+
+TEST_F(MadeTar, WhatIsNoArchiveIsInvalid) {
+  std::string wrong_sum = BuildTar({File("x", "1")});
+  wrong_sum[0] = 'y';
+  const std::string cases[] = {std::string(10240, '\0'),
+                               "some text in a file\n",
+                               "VUK 1.00" + std::string(600, 'x'),
+                               "VUK 2.00XX" + std::string(600, 'x'),
+                               wrong_sum,
+                               BuildTar({File("x", "1")}).substr(0, 511),
+                               "\x1F\x8B\x08" + std::string(600, 'z')};
+  for (const std::string& bytes : cases) {
+    Write("a.tar", bytes);
+    for (const char* command : {"-tf", "-df", "-xf"})
+      ExpectRun(command + std::string(" a.tar"), "MOLDEX: invalid archive a.tar\n", 40);
+  }
+}
+
+TEST_F(MadeTar, DamageEndsTheArchiveWithAMessage) {
+  const auto too_early = [](int at) {
+    return "a.tar ends too early, in what begins at byte " + std::to_string(at);
+  };
+  const auto damaged = [](int at) {
+    return "damaged header at byte " + std::to_string(at) + " of a.tar";
+  };
+  TarItem huge = File("y", "1");
+  huge.size = BinaryTarNumber(-1);
+  TarItem no_number = File("y", "1");
+  no_number.size = "0000000000z";
+  const std::string first = EncodeTarItem(File("x", "1"));
+  const std::string next = EncodeTarItem(File("y", "1"));
+  const std::string zeros(kTarBlock, '\0');
+  const struct {
+    std::string behind;
+    std::string message;
+  } cases[] = {
+      {next.substr(0, 512), too_early(1024)},
+      {next.substr(0, 700), too_early(1024)},
+      {next.substr(0, 100), too_early(1024)},
+      {std::string(512, 'x'), damaged(1024)},
+      {zeros + next, damaged(1024)},
+      {EncodeTarItem(huge), damaged(1024)},
+      {EncodeTarItem(no_number), damaged(1024)},
+      {EncodeTarItem(GnuLongItem("name")), too_early(2048)},
+      {EncodeTarItem(PaxItem(PaxRecord("path", "name"))) + zeros + zeros, too_early(2048)},
+      {EncodeTarItem(PaxItem("99 path=x\n")) + next, damaged(1024)},
+      {EncodeTarItem(PaxItem(PaxRecord("size", "9223372036854775807"))) + next, damaged(1024)},
+      {EncodeTarItem(GnuLongItem(std::string(1024 * 1024, 'n'))) + next,
+       "name or records of 1048577 bytes are too long, at byte 1024 of a.tar"},
+  };
+  for (const auto& [behind, message] : cases) {
+    Write("a.tar", first + behind);
+    for (const char* command : {"-df a.tar", "-xf a.tar -R out"})
+      ExpectRun(command, Processing("a.tar") + Line(message), 40);
+    EXPECT_EQ(Bytes("out/x"), "1");
+    ExpectBegins("-tf a.tar", Processing("a.tar") + "-rw-", 40);
+  }
+  for (const std::string& end : {std::string(), zeros, zeros + zeros + "anything"}) {
+    Write("a.tar", first + end);
+    ExpectRun("-df a.tar", Processing("a.tar"), 0);
+  }
+}
+
+TEST_F(MadeTar, AFailureEndsThisArchiveOnly) {
+  Make({{"out/p", FileNode("keep")}});
+  Archive({File("p/q/r", "1"), File("z", "2")});
+  Write("b.tar", BuildTar({File("b", "3")}));
+  const RunResult run = Run(Words{"-xf", "a.tar b.tar", "-R", "out"});
+  const std::string begin = Processing("a.tar") + "MOLDEX: can not create directory ";
+  EXPECT_EQ(run.out.substr(0, begin.size()), begin);
+  EXPECT_EQ(run.status, 40);
+  EXPECT_EQ(Below("out"), (Tree{{"p", FileNode("keep", 0644)}, {"b", FileNode("3")}}));
+}
+
+}  // namespace
+}  // namespace moldex::test
