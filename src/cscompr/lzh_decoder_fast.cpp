@@ -1,9 +1,9 @@
 // The fast loop of the LZH decoder, alone in its file because nearly all of the decoder's time is
 // spent here and every line is there for a reason.
 //
-// A turn of the loop decodes up to three literals, or some of them and a match. It looks at the
+// A turn of the loop decodes up to four literals, or some of them and a match. It looks at the
 // ends of the buffers once, at its start; the margins below prove that no turn gets past them. The
-// bit buffer is filled at most twice a turn, with a load of eight bytes that does not branch.
+// bit buffer is filled two to four times a turn, with a load of eight bytes that does not branch.
 //
 // Whether a literal or a match comes next is what a processor cannot predict. So all that either
 // needs is under way before the branch that tells: the symbol's bits are skipped, and what follows
@@ -18,73 +18,30 @@
 #include <array>
 #include <cstring>
 
+#include "cscompr/lzh_decoder_copy.h"
 #include "cscompr/lzh_symbol_run.h"
 
 namespace cscompr {
 namespace {
 
 constexpr unsigned kFilledBits = BitReader::kFilledBits;
-constexpr int kLiteralsPerTurn = 3;
-constexpr std::size_t kWord = 8;        // bytes that a match copy moves at once
-constexpr std::size_t kLeastWords = 4;  // that it moves whatever the length
+constexpr int kLiteralsPerTurn = 4;
 
 // The longest literal or length that a lookup in the root table finds, with its extra bits.
 constexpr int kShortSymbolBits = kLiteralRootBits + 5;
-// The bit buffer is filled behind the second symbol of a turn: two of them, and a look at the next.
+// The bit buffer is filled behind every second symbol: two of them, and a look at the next.
 static_assert(2 * kLiteralRootBits + 5 + kLiteralRootBits <= static_cast<int>(kFilledBits));
 // Then one symbol and the longest distance in the window may follow, and a look at the next. So
 // they may at a turn's start, and behind a link, whose own fill comes first.
 static_assert(kShortSymbolBits + kMaxCodeBits + 12 + kLiteralRootBits <=
               static_cast<int>(kFilledBits));
 
-// Three fills a turn (behind the second symbol, behind a link, at the end). Each takes at most 7
-// bytes, and the last loads 8.
-constexpr std::ptrdiff_t kInputMargin = 2 * 7 + BitReader::kWideLoadBytes;
-// A match overwrites that much, or less than two words more than it fills.
-constexpr std::ptrdiff_t kCopyMargin = kLeastWords * kWord;
+// Four fills a turn (behind the second symbol and the fourth, behind a link, at the end). Each
+// takes at most 7 bytes, and the last loads 8.
+constexpr std::ptrdiff_t kInputMargin = 3 * 7 + BitReader::kWideLoadBytes;
 constexpr std::ptrdiff_t kLiteralMargin = kLiteralsPerTurn + 1;
 constexpr std::ptrdiff_t kOutputMargin = kLiteralMargin + kMaxMatch + kCopyMargin;
-static_assert(kMaxMatch >= kCopyMargin && kLeastWords * kWord <= SlidingWindow::kReadAhead);
-
-inline void MoveWord(std::uint8_t* to, const std::uint8_t* from) {
-  std::array<std::uint8_t, kWord> word;
-  std::memcpy(word.data(), from, kWord);
-  std::memcpy(to, word.data(), kWord);
-}
-
-// Source and target lie at least a word apart. Four words hold most matches, so that a branch on
-// the length is seldom mispredicted.
-inline void CopyFar(std::uint8_t* to, const std::uint8_t* from, std::size_t length) {
-  MoveWord(to, from);
-  MoveWord(to + kWord, from + kWord);
-  MoveWord(to + 2 * kWord, from + 2 * kWord);
-  MoveWord(to + 3 * kWord, from + 3 * kWord);
-  for (std::size_t done = kLeastWords * kWord; done < length; done += 2 * kWord) {
-    MoveWord(to + done, from + done);
-    MoveWord(to + done + kWord, from + done + kWord);
-  }
-}
-
-// The most bytes up to 8 that whole patterns of a length make, by that length.
-constexpr std::array<std::uint8_t, 8> kPatternSteps = {0, 8, 8, 6, 8, 5, 6, 7};
-
-// A match that overlaps itself within a word. Its pattern is laid out in a word once, and stored at
-// steps of as many whole patterns as the word holds: loading what the store before left behind
-// would wait for it every time.
-inline void CopyNear(std::uint8_t* to, const std::uint8_t* from, std::size_t distance,
-                     std::size_t length) {
-  const std::uint8_t* const end = to + length;
-  const auto pattern_bits = static_cast<unsigned>(8 * distance);
-  std::uint64_t word = LowBits(Load64(from), pattern_bits);
-  if (distance == 1) {
-    word *= 0x0101010101010101U;
-  } else {
-    word |= word << pattern_bits;
-    if (distance < 4) word |= word << 2 * pattern_bits;
-  }
-  for (; to < end; to += kPatternSteps[distance])
-    Store64(to, word);
-}
+static_assert(kMaxMatch >= kCopyMargin && kCopyMargin <= SlidingWindow::kReadAhead);
 
 // A match that begins in the window and goes on in the output, or begins before the window: false.
 [[gnu::noinline]] bool CopyAcross(SymbolRun& run, std::uint8_t* out, std::size_t distance,
@@ -191,8 +148,16 @@ template <Mode kMode>
         if (IsLiteral(entry)) {
           PutLiteral(entry, out);
           entry = next_symbol;
+          symbol_bits = in.bits;
+          in.Skip(entry);
+          next_symbol = in.Find(literals, kLiteralRootBits);
+          next_distance = in.Find(distances, kDistanceRootBits);
           in.Fill();
-          continue;
+          if (IsLiteral(entry)) {
+            PutLiteral(entry, out);
+            entry = next_symbol;
+            continue;
+          }
         }
       }
     }
@@ -261,11 +226,7 @@ template <Mode kMode>
       base = back > 0 ? window_end : out_begin;
     }
     const std::uint8_t* const from = base - back;
-    if (distance >= kWord) [[likely]] {
-      CopyFar(out, from, length);
-    } else {
-      CopyNear(out, from, distance, length);
-    }
+    CopyWords(out, from, distance, length);
     out += length;
   } while (in.next <= in_limit && out <= out_limit && (kMode != Mode::kCareful || is_sound()));
 
