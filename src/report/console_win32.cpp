@@ -1,11 +1,20 @@
 #include "report/console.h"
 
+#include <fcntl.h>
+#include <io.h>
 #include <windows.h>
+
+#include <cstdio>
 
 namespace moldex {
 
+// What goes to a console in text mode, the runtime library takes for text in the code page of the
+// user's locale, which is another than the process's, and converts it. A console needs that mode
+// for nothing: it begins a line at every line feed.
 CConsoleCodePage::CConsoleCodePage() {
   if (!OutputIsTerminal()) return;
+  (void)_setmode(_fileno(stdout), _O_BINARY);
+  (void)std::setvbuf(stdout, nullptr, _IOFBF, BUFSIZ);
   const UINT former = GetConsoleOutputCP();
   if (former != GetACP() && SetConsoleOutputCP(GetACP()) != FALSE) former_ = former;
 }

@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 
 #include <csignal>
-
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,6 +26,7 @@ class Setting : public Windows {
         std::getenv("MOLDEX_PROGRAM") + (" " + how + " ") + Beside("moldex.exe") + " " + arguments;
     const OtherValue helper("MOLDEX_EXE", Beside("run_in.exe").c_str());
     const OtherValue terminal("MOLDEX_PROGRAM", "script");
+    const OtherValue letters("LC_ALL", "C.UTF-8");  // of the terminal
     return RunProgram(folder_.Path(), {"--quiet", "--return", "--command", line, "/dev/null"});
   }
   RunResult RunIn(const std::string& zone, const std::string& line) const {
@@ -36,12 +36,30 @@ class Setting : public Windows {
   }
 };
 
+// The text on a terminal, without the sequences ("ESC [ ... letter") that hide and move its cursor;
+// the one that moves it forward stands for a blank.
+std::string PlainText(const std::string& text) {
+  std::string plain;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    if (text[at] != '\x1B') {
+      if (text[at] != '\r') plain += text[at];
+      continue;
+    }
+    at = text.find_first_not_of("[?0123456789;", at + 1);
+    if (at == std::string::npos) break;
+    if (text[at] == 'C') plain += ' ';
+  }
+  return plain;
+}
+
 TEST_F(Setting, AConsoleHasTheCodePageWhileTheProgramRuns) {
-  Write("big", Numbers(200'000) + std::string(20'000'000, 'x'));
+  const std::string name = "b\xC3\xA4\xE6\x97\xA5g";
+  Write(name, Numbers(200'000) + std::string(20'000'000, 'x'));
   const RunResult result = RunInConsole("console 850", "-cvf a.qel big 2>report");
   EXPECT_EQ(result.status, 0) << result.out << result.err;
+  EXPECT_EQ(PlainText(result.out), "a " + name + "\n") << result.out;
   EXPECT_EQ(Text("report"), "code pages: 65001, then 850\n") << result.out;
-  EXPECT_EQ(NamesOf(Entries("a.qel")), std::vector<std::string>{"big"});
+  EXPECT_EQ(NamesOf(Entries("a.qel")), std::vector{name});
 }
 
 TEST_F(Setting, CtrlCEndsTheRunAndLeavesTheArchiveWhole) {
