@@ -55,7 +55,7 @@ std::string PlainText(const std::string& text) {
 TEST_F(Setting, AConsoleHasTheCodePageWhileTheProgramRuns) {
   const std::string name = "b\xC3\xA4\xE6\x97\xA5g";
   Write(name, Numbers(200'000) + std::string(20'000'000, 'x'));
-  const RunResult result = RunInConsole("console 850", "-cvf a.qel big 2>report");
+  const RunResult result = RunInConsole("console 850", "-cvf a.qel " + name + " 2>report");
   EXPECT_EQ(result.status, 0) << result.out << result.err;
   EXPECT_EQ(PlainText(result.out), "a " + name + "\n") << result.out;
   EXPECT_EQ(Text("report"), "code pages: 65001, then 850\n") << result.out;
