@@ -6,8 +6,8 @@ target_compile_options(moldex_compile_options INTERFACE
   -Wcast-qual -Wformat=2 -Wundef -Werror
   $<$<CONFIG:Release>:-O2>)
 
-# 64-bit file positions wherever the system has a choice.
-target_compile_definitions(moldex_compile_options INTERFACE _FILE_OFFSET_BITS=64)
+# 64-bit file positions and times wherever the system has a choice.
+target_compile_definitions(moldex_compile_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 
 if(WIN32)
   # The system's interface as of Windows 10, without what a console program never needs.

@@ -9,7 +9,7 @@
 namespace cscompr {
 namespace {
 
-constexpr std::size_t kMaxNodes = 2 * std::size_t{kLiteralLengthCodes} - 1;
+constexpr std::size_t kMaxNodes = kLiteralLengthCodes + (kLiteralLengthCodes - 1);
 
 // A tree node waiting for its parent. Order is by weight and then by height of the subtree, which
 // keeps the longest code short; nodes equal in both are left in the order the heap finds them.

@@ -183,7 +183,8 @@ std::int32_t LzhDecoder::ReadCodeLengths(BitReader& shared_reader) {
   std::int32_t code = kGoOn;
   while (done < total) {
     if (reader.count < kMaxCodeLengthCodeBits + kMaxRunBits) reader.Fill();
-    const TableEntry entry = code_length_table_[LowBits(reader.bits, kCodeLengthRootBits)];
+    const auto index = static_cast<std::size_t>(LowBits(reader.bits, kCodeLengthRootBits));
+    const TableEntry entry = code_length_table_[index];
     if (reader.count < SkipBits(entry)) {
       code = kCsInputExhausted;
       break;

@@ -60,6 +60,8 @@ class CAbsoluteDescriptor {
     return Convert(relative.data()) ? std::string() : kFailure + ErrorTextNow();
   }
 
+  // The system wants to be able to write into the path.
+  // cppcheck-suppress passedByValue
   std::string ApplyTo(std::string path) {
     const DWORD result =
         SetNamedSecurityInfoA(path.data(), SE_FILE_OBJECT,

@@ -4,23 +4,8 @@
 # Symbolic links are followed when packing, so the trees are compared with them followed; peak
 # memory has to stay below 8 MiB throughout.
 set -euo pipefail
-program=$(realpath "$1")
+. "$(dirname "$0")/lib.sh"
 shift
-work=$(mktemp -d)
-trap 'chmod -R u+rwx "$work"; rm -rf "$work"' EXIT
-cd "$work"
-
-limit_kb=8192
-
-# run ARGS...: runs the program, output to ./log; fails on its status and on its memory.
-run() {
-  local status=0
-  /usr/bin/time -o peak -f %M "$program" "$@" >log || status=$?
-  local peak
-  peak=$(tail -n 1 peak)
-  [ "$peak" -lt "$limit_kb" ] || { echo "$* took $peak KB"; return 1; }
-  return "$status"
-}
 
 # inventory TREE: every regular file with permissions and time, links followed.
 inventory() { (cd "$1" && find -L . -type f -printf '%p %m %Ts\n' 2>/dev/null | LC_ALL=C sort); }

@@ -1,0 +1,35 @@
+#!/usr/bin/env bash
+# A million entries, and a directory 2,000 deep under a small stack, in constant memory:
+# many_entries.sh PROGRAM
+set -euo pipefail
+# Two million files are made and removed in seconds here, and in many minutes on a disk; they take
+# 8 GiB of memory.
+large_dir=/dev/shm
+. "$(dirname "$0")/lib.sh"
+
+python3 - <<'PYTHON'
+import os
+for outer in range(1000):
+    os.makedirs(f"many/{outer}")
+    for inner in range(1000):
+        with open(f"many/{outer}/{inner}", "w") as file:
+            file.write(f"{outer} {inner}\n")
+PYTHON
+run -cf many.qel many
+run -df many.qel
+run -tf many.qel
+[ "$(grep -c many/ log)" -eq 1001000 ]
+run -xf many.qel -R out
+diff -r many out/many
+echo "1,000,000 files came back"
+
+# Deeper than names may be long: the walk neither needs the stack for it nor fails, and what has a
+# name that fits is kept.
+mkdir -p "$(printf 'd/%.0s' $(seq 2000))"
+ulimit -s 256
+status=0
+run -cif deep.qel d || status=$?
+[ "$status" -eq 44 ] || { echo "status $status instead of 44"; exit 1; }
+run -xf deep.qel -R o
+[ "$(find o -type d -name d | wc -l)" -eq 130 ] || { find o -type d | wc -l; exit 1; }
+echo "the first 130 of 2,000 directories came back"
