@@ -1,0 +1,60 @@
+// Any bytes as a tar archive, listed and read through. A right checksum is put into every block
+// that looks like a header, so that damage gets to what follows.
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "fuzz/memory_file_posix.h"
+#include "oldformat/old_archive.h"
+#include "report/except.h"
+
+namespace {
+
+void FixChecksums(std::vector<std::uint8_t>& bytes) {
+  constexpr std::size_t kBlock = 512, kChecksum = 148;
+  for (std::size_t at = 0; at + kBlock <= bytes.size(); at += kBlock) {
+    std::uint8_t* block = &bytes[at];
+    if (block[kChecksum] != '0') continue;
+    unsigned sum = 0;
+    std::memset(block + kChecksum, ' ', 8);
+    for (std::size_t i = 0; i < kBlock; ++i)
+      sum += block[i];
+    for (std::size_t digit = 6; digit-- > 0; sum /= 8)
+      block[kChecksum + digit] = static_cast<std::uint8_t>('0' + sum % 8);
+  }
+}
+
+// The number of entries in front of the end or of what cannot be read.
+unsigned ReadThrough(moldex::COldArchive& archive, bool with_data) {
+  unsigned count = 0;
+  try {
+    for (; const moldex::CDirEntry* entry = archive.Next(); ++count) {
+      if (entry->GetName().starts_with('/')) std::abort();
+      entry->Print();
+      while (with_data && !archive.Data().empty()) {
+      }
+    }
+  } catch (const moldex::CExcept&) {
+    // Damage ends the archive.
+  }
+  return count;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  std::vector<std::uint8_t> bytes(data, data + size);
+  FixChecksums(bytes);
+  const moldex::fuzz::MemoryFile file(bytes);
+  moldex::CRunContext& context = moldex::CRunContext::GetInstance();
+  try {
+    moldex::COldArchive archive(context, file.Path(), context.options());
+    const unsigned count = ReadThrough(archive, false);
+    archive.Rewind();
+    if (ReadThrough(archive, true) > count) std::abort();
+  } catch (const moldex::CExcept&) {
+    // No archive.
+  }
+  moldex::CRunContext::Destroy();
+  return 0;
+}
