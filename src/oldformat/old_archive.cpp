@@ -91,7 +91,7 @@ bool COldArchive::ReadName(std::string* name) {
     if (reports_) context_.log().PrintInfo(failure);
     return false;
   }
-  if (name->empty()) *name = ".";  // of "/" nothing else is left
+  if (name->empty()) name->push_back('.');  // of "/" nothing else is left
   if (options_.lower_case) LowerBytes(*name);
   if (options_.flat) name->erase(0, name->rfind('/') + 1);
   return true;
