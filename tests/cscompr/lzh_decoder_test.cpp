@@ -210,6 +210,13 @@ std::vector<HandMade> HandMadeStreams() {
         .FixedLiterals('p', 40)
         .FixedEnd();
   };
+  // Every match reaches back by the whole window, into the call before and then into its own.
+  const auto farthest = [](std::size_t literals, int matches) {
+    Bits made = Bits().FixedBlock().FixedLiterals('z', literals);
+    for (int i = 0; i < matches; ++i)
+      made.FixedLength(257).Code(27, 5).Put(4095, 12);
+    return made.FixedEnd();
+  };
   const auto run = [](unsigned symbol, unsigned extra, unsigned bits) {  // code lengths 1 and a run
     Bits made = Bits().Dynamic(0, 0, 15);
     for (const unsigned s : kCodeLengthOrder)
@@ -241,6 +248,7 @@ std::vector<HandMade> HandMadeStreams() {
       {"distance before the start", far(2, 2, 0, 0), kCsBadCode, 2},
       {"distance before the start, later", far(16383, 27, 4095, 12), kCsBadCode, 16383},
       {"distance of the window", far(window, 27, 4095, 12), kCsEndOfStream, window + 43},
+      {"distances of the window only", farthest(window, 9000), kCsEndOfStream, window + 27000},
       {"distance beyond the window", far(40000, 28, 0, 13), kCsBadCode, 40000},
       {"the other code of one distance", DynamicBlock(1, 2, 2, {1}).Code(0, 1).Code(7, 3),
        kCsBadCode, 1},
@@ -268,6 +276,7 @@ TEST(LzhDecoderTest, JudgesHandMadeStreamsAlikeHoweverCut) {
     EXPECT_EQ(Decode(stream, Always(1), Always(1)), whole);
     EXPECT_EQ(Decode(stream, Always(3), Always(500)), whole);
     EXPECT_EQ(Decode(stream, kWhole, Always(600)), whole);
+    EXPECT_EQ(Decode(stream, kWhole, Always(17001)), whole);
   }
 }
 
