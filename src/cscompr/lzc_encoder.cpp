@@ -15,18 +15,6 @@ constexpr std::uint32_t kCheckGap = 4096;
 constexpr std::uint32_t kRatioLimit = 0x800000;
 constexpr std::uint32_t kBestRatio = 0x7FFFFFFF;
 
-constexpr std::uint32_t kNoPair = 0xFFFFFFFF;
-
-constexpr std::uint32_t kGoldenRatio = 0x9E3779B1;  // its multiples lie evenly in 32 bits
-
-// Spreads the bytes over the slots. The codes with one last byte then lie at as many different
-// slots as there are prefixes, and the multiplication does not wait for the prefix, which is what
-// a search waits for.
-template <unsigned kBits>
-std::uint32_t SlotOf(std::uint32_t prefix, std::uint32_t byte) {
-  return (byte * kGoldenRatio) >> (32 - kBits) ^ prefix;
-}
-
 }  // namespace
 
 Outcome LzcEncoder::Start(std::int32_t original_length, const Buffers& buffers) {
@@ -77,8 +65,7 @@ Outcome LzcEncoder::Resume(const Buffers& buffers) {
 }
 
 void LzcEncoder::ResetTable() {
-  slots_.fill(0);
-  pairs_[0] = kNoPair;  // what a search compares with at a free slot
+  table_.Clear();
   next_code_ = kLzcFirstFree;
   width_ = kLzcMinWidth;
 }
@@ -97,99 +84,82 @@ void LzcEncoder::Encode(Cursor& cursor) {
     prefix_ = *cursor.input++;
     bytes_read_ = 1;
   }
-  if (cursor.output_end - cursor.output >= static_cast<std::ptrdiff_t>(kStepBytes)) {
-    EncodeUpTo(cursor, cursor.output, cursor.output_end - kStepBytes);
+  const auto has_room = [&cursor] {
+    return cursor.output_end - cursor.output >= static_cast<std::ptrdiff_t>(kStepBytes);
+  };
+  if (has_room()) {
+    while (has_room() && EncodeString(cursor))
+      EncodeRuns(cursor);
   } else {
-    std::uint8_t* end = held_.data();
-    EncodeUpTo(cursor, end, held_.data());
+    Cursor held{cursor.input, cursor.input_end, held_.data(), held_.data() + held_.size()};
+    EncodeString(held);
+    cursor.input = held.input;
     held_begin_ = 0;
-    held_end_ = static_cast<std::uint32_t>(end - held_.data());
+    held_end_ = static_cast<std::uint32_t>(held.output - held_.data());
   }
 }
 
-// Codes the input until it ends or a code has been stored behind `output_limit`.
-void LzcEncoder::EncodeUpTo(Cursor& cursor, std::uint8_t*& output,
-                            const std::uint8_t* output_limit) {
-  BitWriter writer = writer_;
-  writer.MoveTo(output);
-  const std::uint8_t* next = cursor.input;
-  std::uint32_t prefix = prefix_;
-  while (next != cursor.input_end) {
-    const std::uint32_t byte = *next++;
-    const std::uint32_t pair = prefix << 8 | byte;
-    std::uint32_t slot = SlotOf<kSlotBits>(prefix, byte);
-    std::uint32_t code = slots_[slot];
-    while (pairs_[code] != pair && code != 0) {
-      slot = (slot + 1) % kSlots;
-      code = slots_[slot];
+// Codes one string, whatever it takes. False when the input ends before it does.
+bool LzcEncoder::EncodeString(Cursor& cursor) {
+  const LzcStringTable::Walk walk = table_.Follow(prefix_, cursor.input, cursor.input_end);
+  bytes_read_ += static_cast<std::uint32_t>(walk.next - cursor.input);
+  cursor.input = walk.next;
+  prefix_ = walk.code;
+  if (walk.next == cursor.input_end) return false;
+  writer_.MoveTo(cursor.output);
+  writer_.Add(walk.code, width_);
+  writer_.Store();
+  ++codes_of_width_;
+  prefix_ = *cursor.input++;
+  ++bytes_read_;
+  if (next_code_ < kTableSize) {
+    if (next_code_ >> width_ != 0) {
+      EndGroup();
+      ++width_;
     }
-    if (code != 0) {
-      prefix = code;
-      continue;
-    }
-    writer.Add(prefix, width_);
-    writer.Store();
-    ++codes_of_width_;
-    prefix = byte;
-    if (next_code_ < kTableSize) {
-      AddEntry(slot, pair, writer);
-    } else {
-      MaybeClear(bytes_read_ + static_cast<std::uint32_t>(next - cursor.input), writer);
-    }
-    if (writer.Next() > output_limit) break;
+    table_.Add(next_code_++, walk.place);
+  } else {
+    MaybeClear();
   }
-  bytes_read_ += static_cast<std::uint32_t>(next - cursor.input);
-  cursor.input = next;
-  output = writer.Next();
-  prefix_ = prefix;
-  writer_ = writer;
-}
-
-void LzcEncoder::AddEntry(std::uint32_t slot, std::uint32_t pair, BitWriter& writer) {
-  if (next_code_ >> width_ != 0) {
-    EndGroup(writer);
-    ++width_;
-  }
-  slots_[slot] = static_cast<std::uint16_t>(next_code_);
-  pairs_[next_code_] = pair;
-  ++next_code_;
+  cursor.output = writer_.Next();
+  return true;
 }
 
 // A full table is kept for as long as the whole stream's ratio still rises from one checkpoint to
 // the next.
-void LzcEncoder::MaybeClear(std::uint32_t bytes_read, BitWriter& writer) {
-  if (bytes_read < checkpoint_) return;
-  checkpoint_ = bytes_read + kCheckGap;
-  const std::uint32_t ratio = Ratio(bytes_read);
+void LzcEncoder::MaybeClear() {
+  if (bytes_read_ < checkpoint_) return;
+  checkpoint_ = bytes_read_ + kCheckGap;
+  const std::uint32_t ratio = Ratio();
   if (ratio > best_ratio_) {
     best_ratio_ = ratio;
     return;
   }
   best_ratio_ = 0;
-  writer.Add(kLzcClear, width_);
-  writer.Store();
+  writer_.Add(kLzcClear, width_);
+  writer_.Store();
   ++codes_of_width_;
-  EndGroup(writer);
+  EndGroup();
   ResetTable();
 }
 
 // 256 times the bytes read over the bytes written. Only whole groups count as written, as in a
 // program that writes them one at a time; that also keeps the buffers of a call out of it.
-std::uint32_t LzcEncoder::Ratio(std::uint32_t bytes_read) const {
+std::uint32_t LzcEncoder::Ratio() const {
   const std::uint64_t written =
       bytes_before_width_ + std::uint64_t{codes_of_width_ / kLzcGroupCodes} * width_;
-  if (bytes_read < kRatioLimit) return static_cast<std::uint32_t>((bytes_read << 8) / written);
+  if (bytes_read_ < kRatioLimit) return static_cast<std::uint32_t>((bytes_read_ << 8) / written);
   const std::uint64_t written_256 = written >> 8;
-  return written_256 == 0 ? kBestRatio : static_cast<std::uint32_t>(bytes_read / written_256);
+  return written_256 == 0 ? kBestRatio : static_cast<std::uint32_t>(bytes_read_ / written_256);
 }
 
 // Fills the group in progress with zero bits; codes of another width may follow.
-void LzcEncoder::EndGroup(BitWriter& writer) {
+void LzcEncoder::EndGroup() {
   const unsigned codes = codes_of_width_ % kLzcGroupCodes;
-  writer.StoreAll();
+  writer_.StoreAll();
   if (codes > 0) {
     const unsigned filling = width_ - (codes * width_ + 7) / 8;
-    writer.MoveTo(std::fill_n(writer.Next(), filling, std::uint8_t{0}));
+    writer_.MoveTo(std::fill_n(writer_.Next(), filling, std::uint8_t{0}));
   }
   bytes_before_width_ +=
       std::uint64_t{(codes_of_width_ + kLzcGroupCodes - 1) / kLzcGroupCodes} * width_;

@@ -12,6 +12,7 @@
 #include "cscompr/bit_writer.h"
 #include "cscompr/buffers.h"
 #include "cscompr/lzc_format.h"
+#include "cscompr/lzc_string_table.h"
 
 namespace cscompr {
 
@@ -26,7 +27,7 @@ class LzcEncoder {
   Outcome Resume(const Buffers& buffers);
 
  private:
-  static constexpr std::uint32_t kTableSize = 1U << kLzcWriteWidth;
+  static constexpr std::uint32_t kTableSize = LzcStringTable::kCodes;
 
   enum class State : std::uint8_t { kIdle, kReading, kFlushing };
 
@@ -41,27 +42,20 @@ class LzcEncoder {
   void ResetTable();
   void DeliverHeld(Cursor& cursor);
   void Encode(Cursor& cursor);
-  void EncodeUpTo(Cursor& cursor, std::uint8_t*& output, const std::uint8_t* output_limit);
-  void AddEntry(std::uint32_t slot, std::uint32_t pair, BitWriter& writer);
-  void MaybeClear(std::uint32_t bytes_read, BitWriter& writer);
-  void EndGroup(BitWriter& writer);
+  bool EncodeString(Cursor& cursor);
+  void EncodeRuns(Cursor& cursor);
+  template <bool kTableIsFull>
+  bool EncodeRun(Cursor& cursor, const std::uint8_t* stop);
+  void MaybeClear();
+  void EndGroup();
   void Finish();
-  [[nodiscard]] std::uint32_t Ratio(std::uint32_t bytes_read) const;
-
-  // At most an eighth of the slots are taken, so that a search seldom looks at a second one.
-  static constexpr unsigned kSlotBits = 16;
-  static constexpr std::uint32_t kSlots = 1U << kSlotBits;
+  [[nodiscard]] std::uint32_t Ratio() const;
 
   // What one step can write: two codes, the filling of a group, and the writer's slack.
   static constexpr std::uint32_t kStepBytes = 32;
   static_assert(2 * 2 + kLzcWriteWidth + BitWriter::kSlackBytes <= kStepBytes);
 
-  // The table of strings: an open hash of codes (0: free) over the pairs of prefix code and byte
-  // that the codes stand for. The pairs stand apart because a search that expects to find its code
-  // goes on from the code itself and need not wait for the comparison.
-  std::array<std::uint16_t, kSlots> slots_{};
-  std::array<std::uint32_t, kTableSize> pairs_{};
-
+  LzcStringTable table_;
   std::uint32_t next_code_ = 0;
   unsigned width_ = 0;
   std::uint32_t prefix_ = 0;

@@ -1,6 +1,7 @@
 // LZC both ways: against the compress utility and gzip, which read and write the same codes, and
 // against streams made by hand.
 #include <cstdlib>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -104,6 +105,85 @@ TEST_F(Tools, WriteTheSameBytesWhileNothingIsCleared) {
   }
 }
 
+// Whole groups of codes.
+Bytes Packed(const std::vector<unsigned>& codes, unsigned width = 9) {
+  Bytes bytes((codes.size() + 7) / 8 * width);
+  for (std::size_t i = 0; i < codes.size() * width; ++i) {
+    const unsigned bit = codes[i / width] >> (i % width) & 1U;
+    bytes[i / 8] = static_cast<std::uint8_t>(bytes[i / 8] | bit << (i % 8));
+  }
+  return bytes;
+}
+
+// The codes of a coder that is too simple to miss a string.
+class SimpleCoder {
+ public:
+  Bytes Run(const Bytes& data) {
+    unsigned prefix = data[0];
+    for (std::size_t read = 2; read <= data.size(); ++read) {
+      const std::pair<unsigned, unsigned> string = {prefix, data[read - 1]};
+      if (const auto found = strings_.find(string); found != strings_.end()) {
+        prefix = found->second;
+        continue;
+      }
+      Put(prefix);
+      prefix = string.second;
+      if (next_ == 8192) {
+        if (read >= checkpoint_) Check(read);
+      } else {
+        if (next_ == 1U << width_) {
+          EndGroup();
+          ++width_;
+        }
+        strings_[string] = next_++;
+      }
+    }
+    Put(prefix);
+    const std::size_t bytes = (group_.size() * width_ + 7) / 8;
+    return Joined(bytes_, Front(Packed(group_, width_), bytes));
+  }
+
+ private:
+  void Put(unsigned code) {
+    group_.push_back(code);
+    if (group_.size() == 8) EndGroup();
+  }
+
+  void EndGroup() {
+    bytes_ = Joined(bytes_, Packed(group_, width_));
+    group_.clear();
+  }
+
+  void Check(std::size_t read) {
+    checkpoint_ = read + 4096;
+    const std::size_t ratio = read * 256 / (kCsHeaderBytes + bytes_.size());
+    if (ratio > best_) {
+      best_ = ratio;
+      return;
+    }
+    Put(kClear);
+    EndGroup();
+    strings_.clear();
+    next_ = 257;
+    width_ = 9;
+    best_ = 0;
+  }
+
+  Bytes bytes_;  // whole groups
+  std::vector<unsigned> group_;
+  std::map<std::pair<unsigned, unsigned>, unsigned> strings_;
+  unsigned next_ = 257;
+  unsigned width_ = 9;
+  std::size_t checkpoint_ = 4096;
+  std::size_t best_ = 0;
+};
+
+TEST(Lzc, WritesTheCodesOfTheLongestStrings) {
+  for (const auto& [name, data] : Samples()) {
+    EXPECT_EQ(Behind(Compress(data), kCsHeaderBytes), SimpleCoder().Run(data)) << name;
+  }
+}
+
 TEST(Lzc, ClearsAFullTableThatServesBadly) {
   // 13 bits for each of these bytes would be 243,750 bytes; new tables start at 9 bits.
   EXPECT_LT(Compress(Noise(150000)).size(), 230000U);
@@ -155,16 +235,6 @@ TEST(Lzc, AcceptsWidthsOf9To14) {
     const Result result = Restore(LzcHeader(10, kBlockMode | width));
     EXPECT_EQ(result.code, width < 9 || width > 14 ? kCsBadCodeWidth : kCsInputExhausted) << width;
   }
-}
-
-// Groups of codes of 9 bits.
-Bytes Packed(const std::vector<unsigned>& codes) {
-  Bytes bytes((codes.size() + 7) / 8 * 9);
-  for (std::size_t i = 0; i < codes.size() * 9; ++i) {
-    const unsigned bit = codes[i / 9] >> (i % 9) & 1U;
-    bytes[i / 8] = static_cast<std::uint8_t>(bytes[i / 8] | bit << (i % 8));
-  }
-  return bytes;
 }
 
 TEST(Lzc, RefusesCodesThatHaveNoString) {
