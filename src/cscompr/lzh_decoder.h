@@ -8,7 +8,8 @@
 //
 // Both operations return kCsEndOfStream (the whole input counts as read), kCsOutputFull (bytes_read
 // tells where the next call's input begins), kCsInputExhausted, or a negative code, which Resume
-// repeats until the next Start. Nothing is delivered beyond the original length of the header.
+// repeats until the next Start. Nothing is delivered beyond the original length of the header; what
+// the output buffer has behind the delivered bytes may be overwritten all the same.
 #ifndef MOLDEX_CSCOMPR_LZH_DECODER_H_
 #define MOLDEX_CSCOMPR_LZH_DECODER_H_
 
