@@ -109,45 +109,31 @@ void LzcDecoder::EndGroup() {
   codes_of_width_ = 0;
 }
 
-// Decodes until the width changes, a string finds no room, the original length is reached, the data
-// turn out corrupt, or the input ends; false only for the last.
+// Decodes what is plain and one code more, or as many as there is input for. False when the input
+// ends before that code does.
 bool LzcDecoder::Decode(std::uint8_t*& output, const std::uint8_t* output_end) {
-  BitReader reader = reader_;
-  const unsigned width = width_;
-  const std::uint32_t table_size = 1U << max_width_;
-  bool has_input = true;
-  for (;;) {
-    if (reader.count < width) {
-      reader.Fill();
-      has_input = reader.count >= width;
-      if (!has_input) break;
-    }
-    const std::uint32_t code = reader.Take(width);
-    ++codes_of_width_;
-    if (!has_previous_) {
-      corrupt_ = code >= kLzcLiterals;
-      if (corrupt_) break;
-      has_previous_ = true;
-    } else if (code == kLzcClear && block_mode_) {
-      EndGroup();
-      ResetTable();
-      break;
-    } else {
-      corrupt_ = code > next_code_;
-      if (corrupt_) break;
-      if (next_code_ < table_size) AddEntry(code);
-    }
-    previous_ = code;
-    Emit(entries_[code], output, output_end);
-    if (next_code_ >> width != 0 && width < max_width_) {
-      EndGroup();
-      ++width_;
-      break;
-    }
-    if (held_begin_ != held_end_ || undelivered_ == 0) break;
+  if (has_previous_) DecodeRuns(output, output_end);
+  if (undelivered_ == 0) return true;
+  if (reader_.count < width_) reader_.Fill();
+  if (reader_.count < width_) return false;
+  const std::uint32_t code = reader_.Take(width_);
+  ++codes_of_width_;
+  if (has_previous_ && block_mode_ && code == kLzcClear) {
+    EndGroup();
+    ResetTable();
+    return true;
   }
-  reader_ = reader;
-  return has_input;
+  corrupt_ = code > (has_previous_ ? next_code_ : kLzcLiterals - 1);
+  if (corrupt_) return true;
+  if (has_previous_ && next_code_ < 1U << max_width_) AddEntry(code);
+  has_previous_ = true;
+  previous_ = code;
+  Emit(entries_[code], output, output_end);
+  if (next_code_ >> width_ != 0 && width_ < max_width_) {
+    EndGroup();
+    ++width_;
+  }
+  return true;
 }
 
 // The new string is the previous one and the first byte of the last. The last may be the new one
@@ -182,18 +168,6 @@ void LzcDecoder::Emit(const Entry& entry, std::uint8_t*& output, const std::uint
     WriteString(entry, held_.data());
     held_begin_ = 0;
     held_end_ = length;
-  }
-}
-
-// Writes from the back, in steps that may reach up to 7 bytes behind the string.
-void LzcDecoder::WriteString(const Entry& entry, std::uint8_t* output) const {
-  const Entry* part = &entry;
-  std::uint32_t at = (entry.length - 1U) / kStepBytes * kStepBytes;
-  for (;;) {
-    Store64(output + at, part->tail);
-    if (at == 0) return;
-    part = &entries_[part->link];
-    at -= kStepBytes;
   }
 }
 

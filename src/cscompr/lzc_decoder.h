@@ -11,6 +11,7 @@
 
 #include "cscompr/buffers.h"
 #include "cscompr/lzc_format.h"
+#include "cscompr/wide_access.h"
 
 namespace cscompr {
 
@@ -50,8 +51,23 @@ class LzcDecoder {
   void ResetTable();
   bool SkipPadding();
   bool Decode(std::uint8_t*& output, const std::uint8_t* output_end);
+  void DecodeRuns(std::uint8_t*& output, const std::uint8_t* output_end);
+  template <bool kTableIsFull>
+  std::uint8_t* DecodeRun(std::uint8_t* output, const std::uint8_t* limit);
   void Emit(const Entry& entry, std::uint8_t*& output, const std::uint8_t* output_end);
-  void WriteString(const Entry& entry, std::uint8_t* output) const;
+
+  // Writes from the back, in steps that may reach up to 7 bytes behind the string.
+  void WriteString(const Entry& entry, std::uint8_t* output) const {
+    const Entry* part = &entry;
+    std::uint32_t at = (entry.length - 1U) / kStepBytes * kStepBytes;
+    for (;;) {
+      Store64(output + at, part->tail);
+      if (at == 0) return;
+      part = &entries_[part->link];
+      at -= kStepBytes;
+    }
+  }
+
   void AddEntry(std::uint32_t last_code);
   void EndGroup();
   void DeliverHeld(std::uint8_t*& output, const std::uint8_t* output_end);
