@@ -112,5 +112,14 @@ TEST_F(Space, IsSilentOnceAnArchiveOfAnotherFormatWasMet) {
   EXPECT_EQ(result.status, 40);
 }
 
+TEST_F(Scan, ReportsALogThatCannotBeWritten) {
+  if (OnWindows()) return;  // has no such file
+  std::filesystem::create_symlink("/dev/full", Path("files.log"));
+  ExpectRun("-l missing",
+            "MOLDEX: error writing to files.log (error 4). No space left on device\n"
+            "MOLDEX: some files are missing. See files.log\n",
+            4, User::kNobody);
+}
+
 }  // namespace
 }  // namespace moldex::test
