@@ -55,23 +55,23 @@ TEST_F(MadeTar, TakesNamesFromWhereverTheyStand) {
            File("./q", "a"),
            File("r", "b")});
   ExpectRun("-xf a.tar -R out", Processing("a.tar"), 0);
-  EXPECT_EQ(Below("out"), (Tree{{std::string(155, 'p'), DirectoryNode()},
-                                {std::string(155, 'p') + "/f", FileNode("1")},
-                                {"g", FileNode("2")},
-                                {"h", DirectoryNode()},
-                                {"h/i", DirectoryNode(0644)},
-                                {full, FileNode("3")},
-                                {"from", DirectoryNode()},
-                                {"from/pax", FileNode("4")},
-                                {"long", FileNode("5")},
-                                {"default", FileNode("6")},
-                                {"m", FileNode("7")},
-                                {"a", FileNode("8")},
-                                {"abs", DirectoryNode()},
-                                {"abs/o", FileNode("9")},
-                                {"p", FileNode("0")},
-                                {"q", FileNode("a")},
-                                {"r", FileNode("b")}}));
+  EXPECT_EQ(Below("out"), AsExtracted({{std::string(155, 'p'), DirectoryNode()},
+                                       {std::string(155, 'p') + "/f", FileNode("1")},
+                                       {"g", FileNode("2")},
+                                       {"h", DirectoryNode()},
+                                       {"h/i", DirectoryNode(0644)},
+                                       {full, FileNode("3")},
+                                       {"from", DirectoryNode()},
+                                       {"from/pax", FileNode("4")},
+                                       {"long", FileNode("5")},
+                                       {"default", FileNode("6")},
+                                       {"m", FileNode("7")},
+                                       {"a", FileNode("8")},
+                                       {"abs", DirectoryNode()},
+                                       {"abs/o", FileNode("9")},
+                                       {"p", FileNode("0")},
+                                       {"q", FileNode("a")},
+                                       {"r", FileNode("b")}}));
 }
 
 TEST_F(MadeTar, ListsSizesAndTimesOfEveryNotation) {
@@ -184,7 +184,7 @@ TEST_F(MadeTar, LeavesOutWhatItCannotMake) {
                 Line("sparse file left out: real") + "x f\nx e\n",
             40);
   EXPECT_EQ(Below("out"),
-            (Tree{{"D", DirectoryNode(0644)}, {"f", FileNode("1")}, {"e", FileNode("2")}}));
+            AsExtracted({{"D", DirectoryNode(0644)}, {"f", FileNode("1")}, {"e", FileNode("2")}}));
   ExpectRun("-df a.tar", Processing("a.tar"), 0);
   const std::string listing = Run("-tf a.tar").out;
   EXPECT_NE(listing.find("        4095    07 Jan 2005 13:05 s\n"), std::string::npos) << listing;
@@ -226,10 +226,10 @@ TEST_F(MadeTar, RestoresPermissionsAsEverywhere) {
   Archive({Directory("d", "0000555"), special, Directory("d/e", "0000500"), File("d/e/f", "2")});
   for (int run = 0; run < 2; ++run)  // the second one over what is there
     ExpectRun("-xf a.tar -R out", Processing("a.tar"), 0, User::kNobody);
-  EXPECT_EQ(Below("out"), (Tree{{"d", DirectoryNode(0555)},
-                                {"d/s", FileNode("1", 0755)},
-                                {"d/e", DirectoryNode(0500)},
-                                {"d/e/f", FileNode("2")}}));
+  EXPECT_EQ(Below("out"), AsExtracted({{"d", DirectoryNode(0555)},
+                                       {"d/s", FileNode("1", 0755)},
+                                       {"d/e", DirectoryNode(0500)},
+                                       {"d/e/f", FileNode("2")}}));
   ExpectRun("-xf a.tar -R h -h", Processing("a.tar"), 0);
   EXPECT_NE(Below("h").at("d").mode, 0555u);
 }

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,9 @@ struct Writer {
   const char* command;
   Names names;
 };
+
+// How gtest shows a writer.
+void PrintTo(const Writer& writer, std::ostream* out) { *out << writer.command; }
 
 const Writer kWriters[] = {
     {"GnuV7", "tar --format=v7", Names::kShort},
