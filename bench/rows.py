@@ -38,7 +38,7 @@ ROWS = [
     Row("CsDecompr LZH", SPEED, "decompress/CsDecompr", "decompress/ISA-L", "ISA-L"),
     Row("LZC compress", SPEED, "lzc-compress/moldex", "lzc-compress/compress", "compress -b 13",
         1.5, 2.0),
-    Row("LZC decompress", SPEED, "lzc-decompress/moldex", "lzc-decompress/compress", "uncompress",
+    Row("LZC decompress", SPEED, "lzc-decompress/moldex", "lzc-decompress/compress", "compress -d",
         2.0, 4.0),
     Row("archive checksum", SPEED, "checksum/archive", "checksum/zlib", "zlib's crc32", 3.0),
     Row("archive checksum", SPEED, "checksum/archive", "checksum/libdeflate", "libdeflate's crc32"),
