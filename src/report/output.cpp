@@ -62,7 +62,7 @@ std::string Escaped(std::string_view text) {
 
 void WriteOutput(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); }
 
-std::string Shown(std::string line) {
+std::string Shown(const std::string& line) {
   return HasControls(line) && OutputIsTerminal() ? Escaped(line) : line;
 }
 

@@ -13,7 +13,7 @@ void WriteOutput(std::string_view text);
 
 // A line of the program's as it is to be written: for a terminal with control characters as octal
 // escapes (\033), so that no name moves the cursor or looks like lines of ours; else as it is.
-std::string Shown(std::string line);
+std::string Shown(const std::string& line);
 
 // Appends one line's part that way.
 void WriteShown(std::string_view text);
