@@ -13,23 +13,7 @@ TarBlock AsBlock(std::span<const std::uint8_t> bytes) { return bytes.first<kTarB
 
 std::string UpToZero(const std::string& text) { return text.substr(0, text.find('\0')); }
 
-// What the records say counts more than what the header does.
-void Apply(PaxRecords records, TarHeader* header) {
-  if (records.path) header->name = std::move(*records.path);
-  if (records.link_path) header->link_target = std::move(*records.link_path);
-  if (records.modified_seconds) header->modified_seconds = *records.modified_seconds;
-  if (records.is_sparse && header->kind == TarKind::kFile) {
-    header->kind = TarKind::kSparseFile;
-    if (records.sparse_name) header->name = std::move(*records.sparse_name);
-    header->size_bytes = records.sparse_size_bytes.value_or(header->data_bytes);
-  }
-  // Before there was a type for directories, the end of the name told.
-  if (header->kind == TarKind::kFile && header->name.ends_with('/')) {
-    header->kind = TarKind::kDirectory;
-  }
-}
-
-// Of what can have data.
+// The size of the data, of what can have any.
 void ApplySize(const PaxRecords& records, TarHeader* header) {
   const bool has_data = header->kind == TarKind::kFile || header->kind == TarKind::kSparseFile ||
                         header->kind == TarKind::kUnknown;
@@ -38,7 +22,30 @@ void ApplySize(const PaxRecords& records, TarHeader* header) {
   if (header->kind != TarKind::kSparseFile) header->size_bytes = *records.data_bytes;
 }
 
+void ApplySparse(PaxRecords records, TarHeader* header) {
+  if (!records.is_sparse || header->kind != TarKind::kFile) return;
+  header->kind = TarKind::kSparseFile;
+  if (records.sparse_name) header->name = std::move(*records.sparse_name);
+  header->size_bytes = records.sparse_size_bytes.value_or(header->data_bytes);
+}
+
 }  // namespace
+
+// What was said of the next entry counts more than its header, and records count most.
+void CTarReader::Apply(Announced announced, TarHeader* header) {
+  PaxRecords& records = announced.records;
+  if (announced.name) header->name = std::move(*announced.name);
+  if (announced.link_target) header->link_target = std::move(*announced.link_target);
+  if (records.path) header->name = std::move(*records.path);
+  if (records.link_path) header->link_target = std::move(*records.link_path);
+  if (records.modified_seconds) header->modified_seconds = *records.modified_seconds;
+  ApplySize(records, header);
+  ApplySparse(std::move(records), header);
+  // Before there was a type for directories, the end of the name told.
+  if (header->kind == TarKind::kFile && header->name.ends_with('/')) {
+    header->kind = TarKind::kDirectory;
+  }
+}
 
 CTarReader::CTarReader(std::string archive_name) : archive_name_(std::move(archive_name)) {
   if (!file_.Open(archive_name_, kOpenExisting)) throw COpenExcept(archive_name_);
@@ -50,47 +57,48 @@ CTarReader::CTarReader(std::string archive_name) : archive_name_(std::move(archi
 
 bool CTarReader::IsTar() {
   const auto bytes = reader_->Peek(kTarBlockBytes);
+  if (reader_->Failed()) throw CReadExcept(archive_name_);
   return bytes.size() == kTarBlockBytes && IsTarHeader(AsBlock(bytes));
 }
 
 std::optional<TarHeader> CTarReader::Next() {
-  PaxRecords records = defaults_;
-  std::optional<std::string> long_name;
-  std::optional<std::string> long_link;
-  bool promised = false;  // what was read is about an entry that has to follow
+  Announced announced;
+  announced.records = defaults_;
   for (;;) {
     SkipData();
     auto header = ReadHeader();
-    if (!header && promised) FailShort();
+    if (!header && announced.any) FailShort();
     if (!header) return std::nullopt;
-    promised = true;
-    switch (header->kind) {
-      case TarKind::kLongName:
-        long_name = UpToZero(ReadRecord());
-        break;
-      case TarKind::kLongLink:
-        long_link = UpToZero(ReadRecord());
-        break;
-      case TarKind::kRecords:
-        ReadRecords(&records);
-        break;
-      case TarKind::kDefaults:
-        ReadRecords(&defaults_);
-        records = defaults_;
-        promised = false;
-        break;
-      case TarKind::kVolumeLabel:
-        promised = false;
-        break;
-      default:
-        if (long_name) header->name = std::move(*long_name);
-        if (long_link) header->link_target = std::move(*long_link);
-        ApplySize(records, &*header);
-        Apply(std::move(records), &*header);
-        BeginData(header->data_bytes);
-        return header;
-    }
+    if (ReadAnnouncement(header->kind, &announced)) continue;
+    Apply(std::move(announced), &*header);
+    BeginData(header->data_bytes);
+    return header;
   }
+}
+
+// False for the header of an entry.
+bool CTarReader::ReadAnnouncement(TarKind kind, Announced* announced) {
+  switch (kind) {
+    case TarKind::kLongName:
+      announced->name = UpToZero(ReadRecord());
+      break;
+    case TarKind::kLongLink:
+      announced->link_target = UpToZero(ReadRecord());
+      break;
+    case TarKind::kRecords:
+      ReadRecords(&announced->records);
+      break;
+    case TarKind::kDefaults:
+      ReadRecords(&defaults_);
+      announced->records = defaults_;
+      return true;
+    case TarKind::kVolumeLabel:
+      return true;
+    default:
+      return false;
+  }
+  announced->any = true;
+  return true;
 }
 
 std::span<const std::uint8_t> CTarReader::Data() {
@@ -151,10 +159,18 @@ void CTarReader::BeginData(std::uint64_t bytes) {
   padding_ = (kTarBlockBytes - bytes % kTarBlockBytes) % kTarBlockBytes;
 }
 
+// To the next header. Behind data that were read, little is left, and a seek would cost more than
+// it.
 void CTarReader::SkipData() {
-  const auto result = reader_->Skip(data_left_ + padding_);
-  if (result == CBufferedReader::SkipResult::kBeyondEnd) FailShort();
-  if (result == CBufferedReader::SkipResult::kFailed) throw CReadExcept(archive_name_);
+  if (data_left_ == 0) {
+    const bool whole = reader_->Take(static_cast<std::size_t>(padding_)).size() == padding_;
+    if (reader_->Failed()) throw CReadExcept(archive_name_);
+    if (!whole) FailShort();
+  } else {
+    const auto result = reader_->Skip(data_left_ + padding_);
+    if (result == CBufferedReader::SkipResult::kBeyondEnd) FailShort();
+    if (result == CBufferedReader::SkipResult::kFailed) throw CReadExcept(archive_name_);
+  }
   data_left_ = padding_ = 0;
 }
 

@@ -46,6 +46,16 @@ class CTarReader {
   const FileIdentity& identity() const { return identity_; }
 
  private:
+  // What headers in front of an entry's own say of it.
+  struct Announced {
+    std::optional<std::string> name;
+    std::optional<std::string> link_target;
+    PaxRecords records;
+    bool any = false;
+  };
+
+  static void Apply(Announced announced, TarHeader* header);
+  bool ReadAnnouncement(TarKind kind, Announced* announced);
   std::optional<TarBlock> ReadBlock();
   TarBlock ReadWholeBlock();
   std::optional<TarHeader> ReadHeader();

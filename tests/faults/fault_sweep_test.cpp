@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <random>
 #include <set>
 #include <string>
@@ -90,6 +91,14 @@ const std::vector<Outcome> kExtractOutcomes = {
     {Call::kChmod, 13, "MOLDEX: can not set permissions for out/d"},
     {Call::kUtime, 14, "MOLDEX: can not change date for out/d/"}};
 
+// A failure ends the work on an old archive with a status of its own.
+std::vector<Outcome> InOldArchive(std::vector<Outcome> outcomes) {
+  for (Outcome& outcome : outcomes)
+    outcome.status = 40;
+  // Whether an archive is an old one shows only when it is looked at.
+  return With(std::move(outcomes), {{Call::kOpen, 6, kOpening}, {Call::kRead, 5, kReading}});
+}
+
 const char kLinking[] = "MOLDEX: could not open for writing out/d/sub/link (error 28). ";
 
 std::vector<Scenario> Scenarios() {
@@ -131,6 +140,26 @@ std::vector<Scenario> Scenarios() {
        {{Call::kOpen, 6, kOpening},
         {Call::kRead, 5, kReading},
         {Call::kSeek, 100, "MOLDEX: error in second MoveFlPtr() (error 100). "}}},
+      {"ExtractOld",
+       {"-xf", "old.tar", "-R", "out"},
+       InOldArchive({{Call::kOpen, 0, kOpening},
+                     {Call::kOpen, 0, "MOLDEX: could not open for writing out/d/"},
+                     {Call::kRead, 0, kReading},
+                     {Call::kWrite, 0, "MOLDEX: error writing to out/d/"},
+                     {Call::kSeek, 0, kPositioning},
+                     {Call::kSeek, 0, kReading},
+                     {Call::kClose, 0, "MOLDEX: error writing to out/d/"},
+                     {Call::kMkdir, 0, "MOLDEX: can not create directory out/d"},
+                     {Call::kChmod, 0, "MOLDEX: can not set permissions for out/d"},
+                     {Call::kUtime, 0, "MOLDEX: can not change date for out/d/"}}),
+       Leaves::kFiles},
+      {"VerifyOld",
+       {"-df", "old.tar"},
+       InOldArchive({{Call::kOpen, 0, kOpening}, {Call::kRead, 0, kReading}})},
+      {"ListOld",
+       {"-tf", "old.tar"},
+       InOldArchive(
+           {{Call::kOpen, 0, kOpening}, {Call::kRead, 0, kReading}, {Call::kSeek, 0, kReading}})},
       {"SpaceReport",
        {"-tsf", "full.qel"},
        {{Call::kOpen, 6, kOpening},
@@ -177,6 +206,9 @@ class FaultSweep : public ::testing::TestWithParam<Scenario> {
     MakeTree(folder_.Path(), before_);
     EXPECT_EQ(RunWithFaults(folder_.Path(), {"-crf", "full.qel", "d"}, {}).status, 0);
     EXPECT_EQ(RunWithFaults(folder_.Path(), {"-crf", "long.qel", "d"}, {}, LongNames).status, 0);
+    const std::string tar = "tar -C '" + folder_.Path().string() + "' -cf '" +
+                            folder_.Path().string() + "/old.tar' --exclude=link d";
+    EXPECT_EQ(std::system(tar.c_str()), 0);
     before_ = ReadTree(folder_.Path());
   }
 
