@@ -45,12 +45,6 @@ EntryType TypeAt(std::span<const std::uint8_t> bytes) {
 
 bool IsBlockType(const EntryType& type) { return type == kBlock || type == kLastBlock; }
 
-void LowerBytes(std::string& name) {
-  for (char& c : name) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-}
-
 }  // namespace
 
 CContainer::CContainer(const std::string& archive_name, std::uint32_t mode)
@@ -257,11 +251,8 @@ std::string CContainer::ReadName(std::size_t length) {
   if (!fits || (length == kLongestName + 1 && stored.back() != 0)) {
     throw CExcept("MOLDEX: name too long in archive " + archive_name_, kErrorNameTooLong, false);
   }
-  std::string name = NameFromUtf8(stored);
   const CCmdLineOptions& options = CRunContext::GetInstance().options();
-  if (options.lower_case) LowerBytes(name);
-  if (options.flat) name.erase(0, name.rfind('/') + 1);
-  return name;
+  return DeliveredName(NameFromUtf8(stored), options.lower_case, options.flat);
 }
 
 CDirEntry* CContainer::BuildEntry(const EntryHeader& header, std::string name) {

@@ -45,4 +45,12 @@ std::string TextFromUtf8(std::span<const std::uint8_t> utf8) {
   return local;
 }
 
+std::string DeliveredName(std::string name, bool lower, bool flat) {
+  for (char& c : name) {
+    if (lower && c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  if (flat) name.erase(0, name.rfind('/') + 1);
+  return name;
+}
+
 }  // namespace moldex

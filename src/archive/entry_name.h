@@ -21,6 +21,10 @@ std::string NameFromUtf8(std::span<const std::uint8_t> stored);
 // The local form of UTF-8 of any length, without terminating zero. Throws CConversionExcept.
 std::string TextFromUtf8(std::span<const std::uint8_t> utf8);
 
+// The name that the commands see of one that was read: its ASCII letters lowered, or without the
+// directories in front, where the options ask for that.
+std::string DeliveredName(std::string name, bool lower, bool flat);
+
 }  // namespace moldex
 
 #endif  // MOLDEX_ARCHIVE_ENTRY_NAME_H_

@@ -25,12 +25,6 @@ std::string LocalName(const std::string& stored) {
   return TextFromUtf8({reinterpret_cast<const std::uint8_t*>(stored.data()), stored.size()});
 }
 
-void LowerBytes(std::string& name) {
-  for (char& c : name) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-}
-
 std::uint32_t KindBits(TarKind kind) {
   switch (kind) {
     case TarKind::kDirectory:
@@ -92,8 +86,7 @@ bool COldArchive::ReadName(std::string* name) {
     return false;
   }
   if (name->empty()) name->push_back('.');  // of "/" nothing else is left
-  if (options_.lower_case) LowerBytes(*name);
-  if (options_.flat) name->erase(0, name->rfind('/') + 1);
+  *name = DeliveredName(std::move(*name), options_.lower_case, options_.flat);
   return true;
 }
 
