@@ -41,21 +41,23 @@ std::uint32_t LzhMatcher::Fill(std::span<const std::uint8_t> input) {
 void LzhMatcher::Slide() {
   std::memcpy(window_.data(), window_.data() + kHalfWindow, kHalfWindow);
   // Positions fit 15 bits, so the sign tells which ones drop out; compilers make vector code of it.
-  const auto rebase = [](auto& table, std::size_t first) {
-    for (std::size_t i = 0; i < kHalfWindow; ++i) {
+  const auto rebase = [](auto& table, std::size_t first, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
       const auto moved = static_cast<std::int16_t>(table[first + i] - kHalfWindow);
       table[i] = static_cast<std::uint16_t>(std::max(moved, std::int16_t{0}));
     }
   };
-  rebase(heads_, 0);
+  rebase(heads_, 0, kHashEntries);
+  rebase(links_, kHalfWindow, kHalfWindow);
   if (IsDeep()) {
-    rebase(links_, 0);
-    rebase(long_heads_, 0);
-    rebase(long_links_, 0);
-  } else {
-    rebase(links_, kHalfWindow);
-    inserted_ -= kHalfWindow;
+    rebase(long_heads_, 0, kLongHashEntries);
+    for (std::size_t i = 0; i < kHalfWindow; ++i) {
+      const std::uint32_t entry = long_links_[kHalfWindow + i];
+      const std::uint32_t without_link = entry & 0xFFFF0000;
+      long_links_[i] = (entry & 0xFFFF) < kHalfWindow ? without_link : entry - kHalfWindow;
+    }
   }
+  inserted_ -= kHalfWindow;
   position_ -= kHalfWindow;
   end_ -= kHalfWindow;
 }

@@ -41,6 +41,7 @@ class LzhMatcher {
   // Wide loads and the hashing of a whole batch reach so far behind the window.
   static constexpr std::uint32_t kSlackBytes = kHashBatch + kMinMatch;
   static constexpr std::uint32_t kHashEntries = 16384;
+  static constexpr std::uint32_t kLongHashEntries = 32768;
   // Chains shorter than this are searched faster than the tables of a deep search are kept.
   static constexpr std::uint32_t kDeepChain = 32;
 
@@ -66,24 +67,24 @@ class LzhMatcher {
   void Decide(LzhTokens& tokens, std::uint32_t limit);
   void DecideDeep(LzhTokens& tokens, std::uint32_t limit);
   void DecideShort(LzhTokens& tokens, std::uint32_t limit);
-  // Enters the strings from inserted_ on into the chains, up to that at `limit`.
+  // Both enter the strings from inserted_ on into the chains, up to that at `limit`.
   void InsertUpTo(std::uint32_t limit);
+  void InsertDeepUpTo(std::uint32_t limit);
   void FinishTail(LzhTokens& tokens);
 
   // Positions are indices into the window; 0 in the tables means none, so the byte at index 0 is
-  // never found. The links lead from a position to the one before it in its chain; deep searches
-  // index them modulo 16,384. They use the tables from long_heads_ on, other levels inserted_.
+  // never found. The links lead from a position to the one before it in its chain. The tables from
+  // long_heads_ on are those of deep searches.
   std::array<std::uint8_t, kWindow + kSlackBytes> window_{};
   std::array<std::uint16_t, kHashEntries> heads_{};
   std::array<std::uint16_t, kWindow> links_{};
-  std::array<std::uint16_t, kHashEntries> long_heads_{};  // chains over strings of four bytes
-  std::array<std::uint16_t, kHalfWindow> long_links_{};
-  std::array<std::uint16_t, kHalfWindow> ranks_{};  // place in the chain over three bytes
-  std::uint32_t inserted_ = 0;                      // of the next string to enter into the chains
-  std::uint32_t position_ = 0;                      // of the next byte to decide
-  std::uint32_t end_ = 0;                           // of the bytes in the window
-  std::uint32_t remaining_ = 0;                     // bytes of the stream not yet in the window
-  Match pending_{};  // at position_ - 1, unless a longer one replaces it
+  std::array<std::uint16_t, kLongHashEntries> long_heads_{};  // chains over strings of four bytes
+  std::array<std::uint32_t, kWindow> long_links_{};           // rank << 16 | link
+  std::uint32_t inserted_ = 0;   // of the next string to enter into the chains
+  std::uint32_t position_ = 0;   // of the next byte to decide
+  std::uint32_t end_ = 0;        // of the bytes in the window
+  std::uint32_t remaining_ = 0;  // bytes of the stream not yet in the window
+  Match pending_{};              // at position_ - 1, unless a longer one replaces it
   Effort effort_{};
 };
 
