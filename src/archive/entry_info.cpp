@@ -1,8 +1,8 @@
 #include "archive/entry_info.h"
 
-#include <array>
-#include <cinttypes>
-#include <cstdio>
+#include <charconv>
+#include <string>
+#include <string_view>
 
 #include "platform/file_status.h"
 #include "platform/local_time.h"
@@ -23,8 +23,21 @@ constexpr AttributeLetter kAttributeLetters[] = {
     {5, 's', 0x80000}, {6, 'a', 0x100000}, {7, 'c', 0x200000},
 };
 
-std::array<char, 11> AttributesOf(std::uint32_t mode) {
-  std::array<char, 11> text{"----------"};
+// Appends the text behind as many of the filling as it is short of the width.
+void AppendRight(std::string& line, std::string_view text, std::size_t width, char filling) {
+  if (text.size() < width) line.append(width - text.size(), filling);
+  line += text;
+}
+
+template <typename Number>
+void AppendNumber(std::string& line, Number number, std::size_t width, char filling) {
+  char digits[24];
+  const char* end = std::to_chars(std::begin(digits), std::end(digits), number).ptr;
+  AppendRight(line, {digits, static_cast<std::size_t>(end - digits)}, width, filling);
+}
+
+std::string AttributesOf(std::uint32_t mode) {
+  std::string text = "----------";
   if ((mode & kModeKindMask) == kModeDirectory) text[0] = 'd';
   if ((mode & kModeKindMask) == kModeShortcut) text[0] = 'l';
   for (const AttributeLetter& entry : kAttributeLetters) {
@@ -33,33 +46,36 @@ std::array<char, 11> AttributesOf(std::uint32_t mode) {
   return text;
 }
 
-// Long enough for every year that a 64-bit time can name.
-using DateText = std::array<char, 64>;
-
 constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                    "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
 // Local time, English month names; empty when the time has no place in the calendar. Composed here,
-// because there are runtime libraries that know no year past 9999.
-DateText DateOf(const EntryHeader& header) {
-  DateText text{};
+// because there are runtime libraries that know no year past 9999, and none that is fast.
+std::string DateOf(const EntryHeader& header) {
+  std::string text;
   const bool long_names = CRunContext::GetInstance().long_names();
   const auto time = TimeOf(header, long_names);
   const auto calendar = time ? LocalTime(*time, long_names) : std::nullopt;
   if (!calendar) return text;
-  const long year = 1900L + calendar->tm_year;
-  std::snprintf(text.data(), text.size(), "%02d %s %02ld %02d:%02d", calendar->tm_mday,
-                kMonths[calendar->tm_mon], year, calendar->tm_hour, calendar->tm_min);
+  AppendNumber(text, calendar->tm_mday, 2, '0');
+  text.append(" ").append(kMonths[calendar->tm_mon]).append(" ");
+  AppendNumber(text, 1900L + calendar->tm_year, 2, '0');
+  text += ' ';
+  AppendNumber(text, calendar->tm_hour, 2, '0');
+  text += ':';
+  AppendNumber(text, calendar->tm_min, 2, '0');
   return text;
 }
 
 }  // namespace
 
 void CEntryInfo::Print() {
-  std::array<char, 128> columns{};
-  std::snprintf(columns.data(), columns.size(), "%s%12" PRIu64 " %20s ",
-                AttributesOf(header_.mode).data(), header_.size_bytes(), DateOf(header_).data());
-  WriteOutput(columns.data());
+  std::string columns = AttributesOf(header_.mode);
+  AppendNumber(columns, header_.size_bytes(), 12, ' ');
+  columns += ' ';
+  AppendRight(columns, DateOf(header_), 20, ' ');
+  columns += ' ';
+  WriteOutput(columns);
   WriteShown(name_);
   WriteOutput("\n");
 }

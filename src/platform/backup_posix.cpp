@@ -110,6 +110,7 @@ class CFileSink : public IBackupSink {
 }  // namespace
 
 Transfer CFileHandle::BackupWrite(std::span<const std::uint8_t> bytes) {
+  if (!Settle()) return {};
   if (!backup_) backup_ = std::make_unique<BackupContext>();
   CFileSink sink(*this, static_cast<int>(handle_));
   if (!backup_->parser.Take(bytes, sink)) return {};

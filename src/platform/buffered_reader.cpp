@@ -10,7 +10,7 @@ namespace {
 
 // After a skip little is read: the next header, most likely, with another skip behind it. Every
 // read without a skip before it doubles the amount.
-constexpr std::size_t kSmallRead = 4 * 1024;
+constexpr std::size_t kSmallRead = 512;
 constexpr std::size_t kLargeRead = CBufferedReader::kCapacity;
 
 constexpr std::uint64_t kLargestStep = 0x7FFFFFFF;  // what one half of a skip can hold

@@ -101,7 +101,12 @@ class CFileHandle {
  private:
   static constexpr std::intptr_t kInvalid = -1;
 
+  bool Settle();
+
   std::intptr_t handle_ = kInvalid;
+  // Where a skip has moved to. Where the system can read from there without moving first, it is
+  // told of it no earlier than by something else than a read.
+  std::optional<std::uint64_t> read_position_;
   std::string name_;  // from Open to Close, where the system needs it
   std::unique_ptr<BackupContext> backup_;
 };

@@ -96,12 +96,15 @@ int Descriptor(std::intptr_t handle) { return static_cast<int>(handle); }
 CFileHandle::CFileHandle() = default;
 
 CFileHandle::CFileHandle(CFileHandle&& other) noexcept
-    : handle_(std::exchange(other.handle_, kInvalid)), backup_(std::move(other.backup_)) {}
+    : handle_(std::exchange(other.handle_, kInvalid)),
+      read_position_(std::exchange(other.read_position_, {})),
+      backup_(std::move(other.backup_)) {}
 
 CFileHandle& CFileHandle::operator=(CFileHandle&& other) noexcept {
   if (this != &other) {
     Close();
     handle_ = std::exchange(other.handle_, kInvalid);
+    read_position_ = std::exchange(other.read_position_, {});
     backup_ = std::move(other.backup_);
   }
   return *this;
@@ -129,6 +132,7 @@ bool CFileHandle::Open(const std::string& path, unsigned flags) {
 
 bool CFileHandle::Close() {
   backup_.reset();
+  read_position_.reset();
   if (!IsValid()) return true;
   // Interrupted or not, the descriptor is gone, and nothing is known to be lost.
   if (close(Descriptor(std::exchange(handle_, kInvalid))) == 0 || errno == EINTR) return true;
@@ -146,8 +150,11 @@ Transfer CFileHandle::Read(std::span<std::uint8_t> buffer) {
   Transfer done{true, 0};
   while (done.bytes < buffer.size()) {
     const std::span rest = buffer.subspan(done.bytes);
-    const ssize_t count =
-        Retrying([&] { return read(Descriptor(handle_), rest.data(), rest.size()); });
+    const ssize_t count = Retrying([&] {
+      return read_position_ ? pread(Descriptor(handle_), rest.data(), rest.size(),
+                                    static_cast<off_t>(*read_position_))
+                            : read(Descriptor(handle_), rest.data(), rest.size());
+    });
     if (count == 0) break;
     if (count < 0) {
       RememberSystemError();
@@ -155,12 +162,26 @@ Transfer CFileHandle::Read(std::span<std::uint8_t> buffer) {
       break;
     }
     done.bytes += static_cast<std::size_t>(count);
+    if (read_position_) *read_position_ += static_cast<std::size_t>(count);
   }
   return done;
 }
 
+// Moves the system's position to where skips have moved to.
+bool CFileHandle::Settle() {
+  if (!read_position_) return true;
+  const auto position = static_cast<off_t>(*read_position_);
+  if (lseek(Descriptor(handle_), position, SEEK_SET) == position) {
+    read_position_.reset();
+    return true;
+  }
+  RememberSystemError();
+  return false;
+}
+
 Transfer CFileHandle::Write(std::span<const std::uint8_t> bytes) {
-  Transfer done{true, 0};
+  Transfer done{Settle(), 0};
+  if (!done.ok) return done;
   while (done.bytes < bytes.size()) {
     const std::span rest = bytes.subspan(done.bytes);
     const ssize_t count =
@@ -178,12 +199,23 @@ Transfer CFileHandle::Write(std::span<const std::uint8_t> bytes) {
 bool CFileHandle::Skip(std::int32_t low, std::int32_t high) {
   if (!IsValid() || low < 0 || high < 0) return false;
   const off_t distance = static_cast<off_t>(high) << 32 | static_cast<off_t>(low);
-  if (lseek(Descriptor(handle_), distance, SEEK_CUR) >= 0) return true;
-  RememberSystemError();
-  return false;
+  const off_t position = read_position_ ? static_cast<off_t>(*read_position_)
+                                        : lseek(Descriptor(handle_), 0, SEEK_CUR);
+  if (position < 0) {
+    RememberSystemError();
+    return false;
+  }
+  const bool is_far = high != 0;  // perhaps farther than the system goes
+  if (is_far && lseek(Descriptor(handle_), distance, SEEK_CUR) < 0) {
+    RememberSystemError();
+    return false;
+  }
+  read_position_ = static_cast<std::uint64_t>(position) + static_cast<std::uint64_t>(distance);
+  return true;
 }
 
 bool CFileHandle::SeekToEnd() {
+  read_position_.reset();
   if (IsValid() && lseek(Descriptor(handle_), 0, SEEK_END) >= 0) return true;
   RememberSystemError();
   return false;
@@ -191,7 +223,7 @@ bool CFileHandle::SeekToEnd() {
 
 std::uint32_t CFileHandle::GetPosition() {
   if (!IsValid()) throw CInvalidHandle();
-  const off_t position = lseek(Descriptor(handle_), 0, SEEK_CUR);
+  const off_t position = Settle() ? lseek(Descriptor(handle_), 0, SEEK_CUR) : -1;
   if (position < 0) {
     RememberSystemError();
     throw CGetFilePosExcept();
@@ -201,6 +233,7 @@ std::uint32_t CFileHandle::GetPosition() {
 
 void CFileHandle::SetPosition(std::uint32_t position) {
   if (!IsValid()) throw CInvalidHandle();
+  read_position_.reset();
   if (lseek(Descriptor(handle_), static_cast<off_t>(position), SEEK_SET) >= 0) return;
   RememberSystemError();
   throw CSetFilePointerExcept();
@@ -215,6 +248,7 @@ std::optional<FileStatus> CFileHandle::Status() const {
 
 bool CFileHandle::Truncate(std::uint64_t size_bytes) {
   const off_t size = static_cast<off_t>(size_bytes);
+  read_position_.reset();
   if (Retrying([&] { return ftruncate(Descriptor(handle_), size); }) == 0 &&
       lseek(Descriptor(handle_), size, SEEK_SET) == size) {
     return true;

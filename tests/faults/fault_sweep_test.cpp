@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <ostream>
 #include <random>
 #include <set>
 #include <string>
@@ -36,6 +37,8 @@ struct Scenario {
   Leaves leaves = Leaves::kFormerArchive;
   bool long_names = false;
 };
+
+void PrintTo(const Scenario& scenario, std::ostream* out) { *out << scenario.name; }
 
 std::string Noise(std::size_t count, unsigned seed) {
   std::mt19937 random(seed);

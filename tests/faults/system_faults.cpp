@@ -92,6 +92,12 @@ ssize_t __wrap_read(int descriptor, void* bytes, size_t count) {
   return Move(Call::kRead, count, [&](size_t n) { return __real_read(descriptor, bytes, n); });
 }
 
+ssize_t __real_pread64(int descriptor, void* bytes, size_t count, off64_t position);
+ssize_t __wrap_pread64(int descriptor, void* bytes, size_t count, off64_t position) {
+  return Move(Call::kRead, count,
+              [&](size_t n) { return __real_pread64(descriptor, bytes, n, position); });
+}
+
 ssize_t __real_write(int descriptor, const void* bytes, size_t count);
 ssize_t __wrap_write(int descriptor, const void* bytes, size_t count) {
   return Move(Call::kWrite, count, [&](size_t n) { return __real_write(descriptor, bytes, n); });
