@@ -1,0 +1,87 @@
+#!/usr/bin/env bash
+# Faults of a real system: a file system of 1 MB that fills up, places that may not be written to or
+# read, files that change while they are archived. real_faults.sh PROGRAM
+# Ends with 77 where it may neither mount nor become another user.
+set -euo pipefail
+program=$(realpath "$1")
+if [ "${2:-}" != mounted ]; then
+  unshare -m true 2>/dev/null || { echo "may not mount a file system: skipped"; exit 77; }
+  exec unshare -m "$0" "$program" mounted
+fi
+
+work=$(mktemp -d /tmp/moldex-faults-XXXXXX)
+trap 'rm -rf "$work"' EXIT
+chmod 755 "$work"
+cd "$work"
+mkdir small d
+
+fail() { echo "FAILED: $*"; cat log; exit 1; }
+# expect STATUS TEXT COMMAND...: how the command ends, and what it prints.
+expect() {
+  local status=0 expected=$1 text=$2
+  shift 2
+  "$@" >log 2>&1 || status=$?
+  [ "$status" -eq "$expected" ] || fail "status $status instead of $expected: $*"
+  [ -z "$text" ] || grep -qF -- "$text" log || fail "no \"$text\": $*"
+}
+# whole ARCHIVE COUNT: the archive has as many entries, all of them good.
+whole() { expect 0 "MOLDEX: $2 file(s) tested" "$program" -df "$1"; }
+
+head -c 300000 /dev/urandom >d/a
+head -c 300000 /dev/urandom >d/b
+head -c 900000 /dev/urandom >d/c
+expect 0 "" "$program" -cf all.qel d
+
+# A file system that fills up.
+mount -t tmpfs -o size=1m none small
+no_room="No space left on device"
+expect 4 "$no_room" "$program" -cf small/a.qel d
+whole small/a.qel 3
+cp small/a.qel before
+expect 4 "error writing to small/a.qel (error 4). $no_room" "$program" -af small/a.qel d/c
+cmp before small/a.qel || fail "an append without room changed the archive"
+expect 4 "$no_room" "$program" -mf all.qel,small/a.qel
+cmp before small/a.qel || fail "a merge without room changed its target"
+rm small/a.qel
+expect 4 "error writing to small/out/d/c (error 4). $no_room" "$program" -xf all.qel -R small/out
+! grep -q 'file(s) extracted' log || fail "says that files were extracted"
+cmp d/a small/out/d/a
+expect 4 "$no_room" "$program" -cf /dev/full d
+umount small
+
+# Places and files that belong to somebody else.
+nobody() { setpriv --reuid=65534 --regid=65534 --clear-groups "$@"; }
+mkdir closed
+cp all.qel closed/
+chmod 755 closed
+expect 6 "Permission denied" nobody "$program" -cf closed/new.qel d
+expect 3 "Permission denied" nobody "$program" -xf all.qel -R closed/out
+expect 6 "Permission denied" nobody "$program" -af closed/all.qel d
+cmp all.qel closed/all.qel || fail "an append without permission changed the archive"
+chmod 600 d/b
+mkdir open
+chmod 777 open
+expect 44 "MOLDEX: inaccessible file d/b" nobody "$program" -cif open/a.qel d
+whole open/a.qel 3
+
+# Files that shrink, grow and vanish while they are read.
+truncate -s 2G d/big
+while [ "$(stat -c %s shrunk.qel 2>/dev/null || echo 0)" -lt 1000000 ]; do sleep 0.01; done && truncate -s 1M d/big &
+expect 5 "error reading from d/big" "$program" -cf shrunk.qel d/a d/big
+wait
+whole shrunk.qel 1
+truncate -s 64M d/big
+while [ ! -e grown.qel ]; do sleep 0.01; done && truncate -s 65M d/big &
+expect 0 "" "$program" -cf grown.qel d/big
+wait
+whole grown.qel 1
+rm d/big
+mkdir many
+for i in $(seq 3000); do echo "$i" >"many/$i"; done
+while [ ! -e fewer.qel ]; do sleep 0.001; done && rm -rf many &
+status=0
+"$program" -cif fewer.qel many >log 2>&1 || status=$?
+wait
+[ "$status" -eq 0 ] || [ "$status" -eq 44 ] || fail "status $status while files vanish"
+expect 0 "file(s) tested" "$program" -df fewer.qel
+echo "every fault was reported, and no archive was spoiled"
