@@ -58,6 +58,22 @@ class ShortSearch {
   ShortSearch(const std::uint8_t* window, const std::uint16_t* links)
       : window_(window), links_(links) {}
 
+  // Whether Find could find anything: exact about the first two candidates, true if there are more.
+  // In a form without branches, as on bytes that do not repeat they could not be foreseen while
+  // the answer can. Link 0 leads to nothing.
+  [[gnu::always_inline]] bool MayMatch(std::uint32_t position, std::uint32_t farthest) const {
+    const std::uint32_t first = links_[position];
+    const std::uint32_t second = links_[first];
+    const std::uint32_t third = links_[second];
+    const std::uint32_t bytes = Load32(window_ + position);
+    const bool first_matches = ((Load32(window_ + first) ^ bytes) & 0xFFFFFF) == 0;
+    const bool second_matches = ((Load32(window_ + second) ^ bytes) & 0xFFFFFF) == 0;
+    const bool has_first = first >= std::max(farthest, 1U);
+    const bool has_second = second > farthest;
+    const bool has_third = third > farthest;
+    return (has_first & (first_matches | (has_second & (second_matches | has_third)))) != 0;
+  }
+
   // The longest match of three bytes or more; `query.beat` is not looked at.
   [[gnu::always_inline]] FoundMatch Find(ChainQuery query) const {
     const std::uint8_t* const here = window_ + query.position;

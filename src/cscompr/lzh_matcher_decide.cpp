@@ -13,8 +13,12 @@
 // As every position is inserted whatever is decided about it, insertion runs ahead of the search
 // by hundreds of positions, in a loop of its own without branches that depend on the data. A
 // position's link, its predecessor in the chain, then is the first candidate of its search.
+//
+// Behind a row of literals more of them are likely, as in files that are compressed already: a loop
+// without unforeseeable branches then passes over the positions that cannot have a match.
 #include <algorithm>
 #include <array>
+#include <cstddef>
 
 #include "cscompr/lzh_chain_search.h"
 #include "cscompr/lzh_matcher.h"
@@ -23,6 +27,7 @@ namespace cscompr {
 namespace {
 
 constexpr std::uint32_t kInsertAhead = 256;
+constexpr std::ptrdiff_t kLiteralRow = 16;  // shorter ones are common in text
 
 }  // namespace
 
@@ -54,11 +59,15 @@ void LzhMatcher::DecideShort(LzhTokens& tokens, std::uint32_t limit) {
   const Effort effort = effort_;
   std::uint32_t position = position_;
   Match pending = pending_;
+  const LzhToken* row_begin = next;
+  const auto farthest_of = [](std::uint32_t at) {
+    return at > kMaxDistance ? at - kMaxDistance : 0;
+  };
 
   while (position < limit && next != stop) {
     if (position >= inserted_) InsertUpTo(std::min(position + kInsertAhead, end - kMinMatch + 1));
     const std::uint32_t max_length = std::min(end - position, std::uint32_t{kMaxMatch});
-    const std::uint32_t farthest = position > kMaxDistance ? position - kMaxDistance : 0;
+    const std::uint32_t farthest = farthest_of(position);
     const std::uint32_t candidate = links[position];
     const bool has_candidate = candidate >= std::max(farthest, 1U);
     if (pending.length == 0) {
@@ -75,6 +84,12 @@ void LzhMatcher::DecideShort(LzhTokens& tokens, std::uint32_t limit) {
         }
       }
       *next++ = LiteralToken(window[position++]);
+      if (next - row_begin >= kLiteralRow) {
+        const std::uint32_t known = std::min(limit, inserted_);
+        while (position < known && next != stop &&
+               !searcher.MayMatch(position, farthest_of(position)))
+          *next++ = LiteralToken(window[position++]);
+      }
       continue;
     }
     if (has_candidate && pending.length < effort.max_lazy && pending.length < max_length) {
@@ -89,6 +104,7 @@ void LzhMatcher::DecideShort(LzhTokens& tokens, std::uint32_t limit) {
       }
     }
     *next++ = MatchToken(pending.length, pending.distance);
+    row_begin = next;
     position += pending.length - 1;
     pending = {};
   }

@@ -167,6 +167,28 @@ TEST(LzhEncoder, LosesTheFarthestCandidateWhenTheWindowMovesOverIt) {
   }
 }
 
+// In bytes that hardly repeat, the only copy stands about as far back as a match may reach, and
+// strings that share no more than the hash of its first three bytes stand between.
+TEST(LzhEncoder, FindsFarCopiesInNoiseBehindStringsOfTheSameHash) {
+  const Bytes noise = Noise(17'300, 100);
+  for (unsigned trial = 0; trial < 12; ++trial) {
+    for (unsigned decoys = 0; decoys < 4; ++decoys) {
+      for (const std::size_t distance : {16'121U, 16'122U, 16'123U}) {
+        Bytes input = noise;
+        const std::array<std::uint8_t, 6> marker = {
+            200, static_cast<std::uint8_t>(201 + trial), 251, 252, 253, 254};
+        std::ranges::copy(marker, &input[1000]);
+        std::ranges::copy(marker, &input[1000 + distance]);
+        for (unsigned i = 1; i <= decoys; ++i) {
+          std::ranges::copy(std::span(marker).first(3), &input[1000 + 100 * i]);
+          input[1000 + 100 * i] = static_cast<std::uint8_t>(200 + 16 * i);
+        }
+        CheckStream(input, std::array{1, 2, 3, 6}.at((trial + decoys) % 4));
+      }
+    }
+  }
+}
+
 // Below zlib's own block size there is one block, and its codes, its description and the choice
 // between fixed and dynamic codes agree as well.
 TEST(LzhEncoder, SendsOneBlockAsZlibDoes) {
