@@ -6,6 +6,7 @@
 
 #include "fuzz/memory_file_posix.h"
 #include "oldformat/old_archive.h"
+#include "platform/path_rules.h"
 #include "report/except.h"
 
 namespace {
@@ -29,7 +30,7 @@ unsigned ReadThrough(moldex::COldArchive& archive, bool with_data) {
   unsigned count = 0;
   try {
     for (; const moldex::CDirEntry* entry = archive.Next(); ++count) {
-      if (entry->GetName().starts_with('/')) std::abort();
+      if (entry->GetName().starts_with('/') || !moldex::IsRelative(entry->GetName())) std::abort();
       entry->Print();
       while (with_data && !archive.Data().empty()) {
       }
@@ -47,13 +48,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   FixChecksums(bytes);
   const moldex::fuzz::MemoryFile file(bytes);
   moldex::CRunContext& context = moldex::CRunContext::GetInstance();
-  try {
-    moldex::COldArchive archive(context, file.Path(), context.options());
-    const unsigned count = ReadThrough(archive, false);
-    archive.Rewind();
-    if (ReadThrough(archive, true) > count) std::abort();
-  } catch (const moldex::CExcept&) {
-    // No archive.
+  moldex::CCmdLineOptions options = context.options();
+  for (const bool flat : {false, true}) {
+    options.flat = flat;
+    try {
+      moldex::COldArchive archive(context, file.Path(), options);
+      const unsigned count = ReadThrough(archive, false);
+      archive.Rewind();
+      if (ReadThrough(archive, true) > count) std::abort();
+    } catch (const moldex::CExcept&) {
+      // No archive.
+    }
   }
   moldex::CRunContext::Destroy();
   return 0;

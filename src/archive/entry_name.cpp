@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "codepage/name_conversion.h"
+#include "platform/path_rules.h"
 #include "report/except.h"
 
 namespace moldex {
@@ -49,7 +50,10 @@ std::string DeliveredName(std::string name, bool lower, bool flat) {
   for (char& c : name) {
     if (lower && c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
   }
-  if (flat) name.erase(0, name.rfind('/') + 1);
+  const std::size_t cut = flat ? name.rfind('/') + 1 : 0;
+  name.erase(0, cut);
+  // What stood behind a directory must not turn into a drive, which no target directory precedes.
+  if (cut > 0 && !name.empty() && !IsRelative(name)) name.insert(0, "./");
   return name;
 }
 

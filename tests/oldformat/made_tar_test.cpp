@@ -218,6 +218,9 @@ TEST_F(MadeTar, ChoosesAndNamesByItsOwnOptions) {
   ExpectRun("-tf a.tar no", Processing("a.tar"), 0);
   ExpectRun("-tf a.tar -flat Y",
             Processing("a.tar") + "-rw-------           1    07 Jan 2005 13:05 Y\n", 0);
+  Archive({File("d/a:z", "1"), File("d/", ""), File("d/b:/c:x", "2")});
+  ExpectRun("-xvf a.tar -flat -R flat", Processing("a.tar") + "x ./a:z\nx d\nx ./c:x\n", 0);
+  EXPECT_EQ(Below("flat").size(), 3u);
 }
 
 TEST_F(MadeTar, RestoresPermissionsAsEverywhere) {
