@@ -144,16 +144,23 @@ std::vector<std::string> CContainer::KeepWholeEntries() {
     complaints.push_back(Shown("MOLDEX: " + text + archive_name_ + ". ") + LastSystemErrorText());
   };
   if (!entry_ends_.empty()) whole_bytes_ = entry_ends_.back();
-  if (!is_regular_ || !file_.IsValid()) {
+  if (!is_regular_) {
     writer_->Drop();
     return complaints;
   }
+  interrupt::Mute();
   if (!writer_->Flush()) complain("could not write all whole entries to ");
-  const auto status = file_.Status();
+  // Closing it may have been what failed.
+  const std::string& path = CRunContext::GetInstance().archive_path();
+  const bool open = file_.IsValid() || file_.Open(path, kOpenReadWrite);
+  auto status = open ? file_.Status() : std::nullopt;
+  if (status && status->identity != identity_) status.reset();
   const std::uint64_t size_bytes = status ? status->size_bytes : whole_bytes_;
   while (!entry_ends_.empty() && entry_ends_.back() > size_bytes)
     entry_ends_.pop_back();
-  whole_bytes_ = entry_ends_.empty() ? 0 : entry_ends_.back();
+  // Shorter than it was: somebody else's doing, and nothing to be emptied.
+  if (entry_ends_.empty() && former_size_bytes_ > 0) status.reset();
+  whole_bytes_ = entry_ends_.empty() ? former_size_bytes_ : entry_ends_.back();
   const bool cut = status && (size_bytes == whole_bytes_ || file_.Truncate(whole_bytes_));
   if (!cut || !file_.Close()) {
     complain("could not cut back to byte " + std::to_string(whole_bytes_) + " the archive ");

@@ -34,7 +34,7 @@ void CCreate::Execute() {
     throw;
   } catch (...) {
     for (const std::string& line : CleanUp())
-      context_.log().PrintMessage(line);
+      WriteOutput(line + "\n");
     throw;
   }
 }

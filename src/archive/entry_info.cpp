@@ -77,7 +77,7 @@ void CEntryInfo::Print() {
   columns += ' ';
   WriteOutput(columns);
   WriteShown(name_);
-  WriteOutput("\n");
+  EndLine();
 }
 
 }  // namespace moldex

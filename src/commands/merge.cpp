@@ -42,6 +42,7 @@ void CopyRest(CFileHandle& source, const std::string& source_name, std::uint64_t
 // failed. Returns what is to be said when this fails, too.
 std::string CutBack(CFileHandle& target, const std::string& name, const FileStatus& former) {
   if (former.kind != FileKind::kRegular) return {};
+  interrupt::Mute();
   const bool open = target.IsValid() || target.Open(name, kOpenReadWrite);
   const auto now = open ? target.Status() : std::nullopt;
   if (now && now->identity == former.identity && target.Truncate(former.size_bytes) &&

@@ -215,8 +215,10 @@ bool CFileHandle::Skip(std::int32_t low, std::int32_t high) {
 }
 
 bool CFileHandle::SeekToEnd() {
-  read_position_.reset();
-  if (IsValid() && lseek(Descriptor(handle_), 0, SEEK_END) >= 0) return true;
+  if (IsValid() && lseek(Descriptor(handle_), 0, SEEK_END) >= 0) {
+    read_position_.reset();
+    return true;
+  }
   RememberSystemError();
   return false;
 }
@@ -233,8 +235,10 @@ std::uint32_t CFileHandle::GetPosition() {
 
 void CFileHandle::SetPosition(std::uint32_t position) {
   if (!IsValid()) throw CInvalidHandle();
-  read_position_.reset();
-  if (lseek(Descriptor(handle_), static_cast<off_t>(position), SEEK_SET) >= 0) return;
+  if (lseek(Descriptor(handle_), static_cast<off_t>(position), SEEK_SET) >= 0) {
+    read_position_.reset();
+    return;
+  }
   RememberSystemError();
   throw CSetFilePointerExcept();
 }

@@ -4,10 +4,17 @@
 
 namespace moldex::interrupt {
 
+namespace {
+
+bool muted = false;
+
+}  // namespace
+
+void Mute() { muted = true; }
+
 void Throw() {
-  static bool thrown = false;
-  if (thrown) return;
-  thrown = true;
+  if (muted) return;
+  Mute();
   throw CInterruptExcept(status);
 }
 

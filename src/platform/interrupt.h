@@ -18,6 +18,9 @@ static_assert(std::atomic<int>::is_always_lock_free);
 // Throws CInterruptExcept, once in a run: whoever cleans up behind it is left alone.
 void Throw();
 
+// Leaves whoever cleans up behind another failure alone, too: nothing is thrown from now on.
+void Mute();
+
 }  // namespace interrupt
 
 // From now on such requests are noted instead of ending the process at once. Output that nobody

@@ -74,6 +74,12 @@ void WriteShown(std::string_view text) {
   }
 }
 
+void EndLine() {
+  static const bool is_terminal = OutputIsTerminal();
+  WriteOutput("\n");
+  if (is_terminal) FlushOutput();
+}
+
 void FlushOutput() { std::fflush(stdout); }
 
 bool OutputFailed() { return std::ferror(stdout) != 0; }

@@ -18,6 +18,9 @@ std::string Shown(const std::string& line);
 // Appends one line's part that way.
 void WriteShown(std::string_view text);
 
+// Ends a line of a listing: handed to a terminal at once, to anything else when the buffer is full.
+void EndLine();
+
 // Hands what was written to the system.
 void FlushOutput();
 

@@ -10,7 +10,7 @@ if [ "${2:-}" != mounted ]; then
 fi
 
 work=$(mktemp -d /tmp/moldex-faults-XXXXXX)
-trap 'rm -rf "$work"' EXIT
+trap 'umount "$work/small" 2>/dev/null || true; rm -rf "$work"' EXIT
 chmod 755 "$work"
 cd "$work"
 mkdir small d
@@ -65,23 +65,31 @@ expect 44 "MOLDEX: inaccessible file d/b" nobody "$program" -cif open/a.qel d
 whole open/a.qel 3
 
 # Files that shrink, grow and vanish while they are read.
+# until_size FILE BYTES: waits for so much of the file, ten seconds at most.
+until_size() {
+  for _ in $(seq 10000); do
+    [ "$(stat -c %s "$1" 2>/dev/null || echo -1)" -lt "$2" ] || return 0
+    sleep 0.001
+  done
+}
 truncate -s 2G d/big
-while [ "$(stat -c %s shrunk.qel 2>/dev/null || echo 0)" -lt 1000000 ]; do sleep 0.01; done && truncate -s 1M d/big &
+{ until_size shrunk.qel 1000000; truncate -s 1M d/big; } &
 expect 5 "error reading from d/big" "$program" -cf shrunk.qel d/a d/big
 wait
 whole shrunk.qel 1
 truncate -s 64M d/big
-while [ ! -e grown.qel ]; do sleep 0.01; done && truncate -s 65M d/big &
+{ until_size grown.qel 0; truncate -s 65M d/big; } &
 expect 0 "" "$program" -cf grown.qel d/big
 wait
 whole grown.qel 1
 rm d/big
 mkdir many
 for i in $(seq 3000); do echo "$i" >"many/$i"; done
-while [ ! -e fewer.qel ]; do sleep 0.001; done && rm -rf many &
+{ until_size fewer.qel 0; rm -rf many; } &
 status=0
 "$program" -cif fewer.qel many >log 2>&1 || status=$?
 wait
 [ "$status" -eq 0 ] || [ "$status" -eq 44 ] || fail "status $status while files vanish"
+echo "status $status while files vanished"
 expect 0 "file(s) tested" "$program" -df fewer.qel
 echo "every fault was reported, and no archive was spoiled"

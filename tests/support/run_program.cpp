@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -68,6 +69,9 @@ void StartProgram(const std::filesystem::path& folder, Words words, bool as_nobo
   (void)setenv("ASAN_OPTIONS", "abort_on_error=1", 0);
   (void)setenv("UBSAN_OPTIONS", "abort_on_error=1", 0);
   if (chdir(folder.c_str()) != 0 || (as_nobody && !BecomeNobody())) return;
+  // Whoever runs the tests in the background may have these ignored.
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE})
+    (void)std::signal(signal, SIG_DFL);
   (void)alarm(time_limit_seconds);  // outlives execvp
   (void)execvp(argv[0], argv.data());
 }
