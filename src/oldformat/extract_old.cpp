@@ -30,18 +30,33 @@ constexpr LeftOutText kLeftOutTexts[] = {
 
 bool IsExtracted(TarKind kind) { return kind == TarKind::kFile || kind == TarKind::kDirectory; }
 
+void Print(const std::string& what, int code, CLogMan& log) {
+  CExcept failure(what, code, false);
+  log.PrintInfo(failure);
+}
+
 void PrintLeftOut(const COldArchive& archive, const CDirEntry& entry, CLogMan& log) {
   const auto* row =
       std::find_if(std::begin(kLeftOutTexts), std::end(kLeftOutTexts),
                    [&](const LeftOutText& text) { return text.kind == archive.kind(); });
   std::string what = row->text + entry.GetName();
   if (!archive.link_target().empty()) what += " -> " + archive.link_target();
-  CExcept failure(what, kErrorOldFormat, false);
-  log.PrintInfo(failure);
+  Print(what, kErrorOldFormat, log);
 }
 
 bool LeavesTarget(const CDirEntry& entry) {
   return HasParentComponent(SystemPathRules(), entry.GetName());
+}
+
+// Whether the entry is the target directory itself, with which many archives begin. It is whoever's
+// made it, and stays as it is.
+bool IsTarget(const CDirEntry& entry) {
+  return NormalisedName(SystemPathRules(), entry.GetName()).empty();
+}
+
+// No file can have such a name, whatever comes in front of it.
+bool IsNamedLikeDirectory(const CDirEntry& entry) {
+  return !entry.IsDirectory() && LastComponent(SystemPathRules(), entry.GetName()) == ".";
 }
 
 // Says why an entry is left out, if it is.
@@ -52,9 +67,11 @@ bool IsAdmitted(const COldArchive& archive, const CDirEntry& entry, const CCmdLi
     return false;
   }
   if (LeavesTarget(entry)) {
-    CExcept failure("MOLDEX: name leaves the target directory: " + entry.GetName(),
-                    kErrorLeavesTarget, false);
-    log.PrintInfo(failure);
+    Print("MOLDEX: name leaves the target directory: " + entry.GetName(), kErrorLeavesTarget, log);
+    return false;
+  }
+  if (IsNamedLikeDirectory(entry)) {
+    Print("MOLDEX: file named like a directory left out: " + entry.GetName(), kErrorOldFormat, log);
     return false;
   }
   const Refusal refusal = RefusalOf(entry, options, archive.identity());
@@ -102,6 +119,7 @@ void CExtractOld::Verify(COldArchive& archive, const CDirEntry& entry) {
 
 void CExtractOld::Extract(COldArchive& archive, CDirEntry& entry) {
   CountEntry("x ", entry);
+  if (IsTarget(entry)) return;
   entry.Create();
   if (entry.IsDirectory()) return;
   for (auto piece = archive.Data(); !piece.empty(); piece = archive.Data()) {
@@ -119,7 +137,7 @@ void CExtractOld::ApplyDirectories(COldArchive& archive, const CCmdLineOptions& 
   CDirectoryModes modes(context_.long_names());
   archive.Rewind();
   while (const CDirEntry* entry = archive.Next()) {
-    if (!entry->IsDirectory() || LeavesTarget(*entry)) continue;
+    if (!entry->IsDirectory() || IsTarget(*entry) || LeavesTarget(*entry)) continue;
     if (RefusalOf(*entry, options, archive.identity()) != Refusal::kNone) continue;
     modes.Add(entry->GetName(), entry->header().mode);
   }

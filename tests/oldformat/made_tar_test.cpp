@@ -1,4 +1,5 @@
 // Archives of old formats that no writer at hand makes: odd and hostile ones, and what is none.
+#include <filesystem>
 #include <string>
 
 #include "oldformat/tar_bytes.h"
@@ -173,6 +174,8 @@ TEST_F(MadeTar, LeavesOutWhatItCannotMake) {
                                     PaxItem(PaxRecord("GNU.sparse.name", "real") +
                                             PaxRecord("GNU.sparse.realsize", "99")),
                                     File("t", "map and parts"),
+                                    File(".", "no name"),
+                                    File("./z/.", "none either"),
                                     File("f", "1"),
                                     {"e", '7', "2"}}));
   ExpectRun("-xvf a.tar -R out",
@@ -181,7 +184,9 @@ TEST_F(MadeTar, LeavesOutWhatItCannotMake) {
                 Line("hard link left out: h -> f") + Line("symbolic link left out: l -> far") +
                 Line("symbolic link left out: m -> pax") +
                 Line("entry of unknown kind left out: Z") + "x D\n" +
-                Line("sparse file left out: real") + "x f\nx e\n",
+                Line("sparse file left out: real") +
+                Line("file named like a directory left out: .") +
+                Line("file named like a directory left out: ./z/.") + "x f\nx e\n",
             40);
   EXPECT_EQ(Below("out"),
             AsExtracted({{"D", DirectoryNode(0644)}, {"f", FileNode("1")}, {"e", FileNode("2")}}));
@@ -235,6 +240,23 @@ TEST_F(MadeTar, RestoresPermissionsAsEverywhere) {
                                        {"d/e/f", FileNode("2")}}));
   ExpectRun("-xf a.tar -R h -h", Processing("a.tar"), 0);
   EXPECT_NE(Below("h").at("d").mode, 0555u);
+}
+
+TEST_F(MadeTar, LeavesTheTargetItselfAsItIs) {
+  using std::filesystem::perms;
+  Make({{"out", DirectoryNode()}});
+  permissions(Path("out"), perms::all | perms::sticky_bit);  // that of another user, open to all
+  const perms before = std::filesystem::status(Path("out")).permissions();
+  Archive({Directory("./", "0000700"), File("./f", "1"), Directory("/"), Directory("./."),
+           Directory("./d", "0000700"), File("./d/g", "2")});
+  for (const User user : {User::kNobody, User::kSame}) {
+    ExpectRun("-xvf a.tar -R out", Processing("a.tar") + "x .\nx ./f\nx .\nx ./.\nx ./d\nx ./d/g\n",
+              0, user);
+    EXPECT_EQ(std::filesystem::status(Path("out")).permissions(), before);
+    EXPECT_EQ(
+        Below("out"),
+        AsExtracted({{"f", FileNode("1")}, {"d", DirectoryNode(0700)}, {"d/g", FileNode("2")}}));
+  }
 }
 
 TEST_F(MadeTar, StandsInAListOfArchives) {
