@@ -62,6 +62,17 @@ TEST_F(Setting, AConsoleHasTheCodePageWhileTheProgramRuns) {
   EXPECT_EQ(NamesOf(Entries("a.qel")), std::vector{name});
 }
 
+TEST_F(Setting, AConsoleGetsWholeCharacters) {
+  std::vector<QelEntry> entries;
+  for (int i = 0; i < 60; ++i)
+    entries.push_back(DirectoryEntry("\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E" + std::to_string(i)));
+  Write("a.qel", BuildArchive(entries));
+  const RunResult result = RunInConsole("console 850", "-tf a.qel 2>report");
+  EXPECT_EQ(result.status, 0);
+  for (const QelEntry& entry : entries)
+    EXPECT_NE(PlainText(result.out).find(entry.name), std::string::npos) << entry.name;
+}
+
 TEST_F(Setting, CtrlCEndsTheRunAndLeavesTheArchiveWhole) {
   Make({{"d/big", FileNode("")}, {"d/z", FileNode("never reached")}});
   std::filesystem::resize_file(Path("d/big"), std::uintmax_t{16} << 30);
