@@ -1,6 +1,7 @@
 #include "platform/file_handle.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -44,6 +45,15 @@ bool IsReadable(int descriptor) {
   }
   if (!S_ISREG(record.st_mode)) fcntl(descriptor, F_SETFL, 0);
   return true;
+}
+
+// At the end of a file: whether it is a named pipe that only nobody has opened for writing yet, and
+// somebody has written into by now.
+bool AwaitWriter(int descriptor) {
+  struct stat record {};
+  if (fstat(descriptor, &record) != 0 || !S_ISFIFO(record.st_mode)) return false;
+  pollfd wait{descriptor, POLLIN, 0};
+  return Retrying([&] { return poll(&wait, 1, -1); }) > 0 && (wait.revents & POLLIN) != 0;
 }
 
 // Turns what stood under the name into an empty file that only its owner can reach.
@@ -155,7 +165,10 @@ Transfer CFileHandle::Read(std::span<std::uint8_t> buffer) {
                                     static_cast<off_t>(*read_position_))
                             : read(Descriptor(handle_), rest.data(), rest.size());
     });
-    if (count == 0) break;
+    if (count == 0) {
+      if (AwaitWriter(Descriptor(handle_))) continue;
+      break;
+    }
     if (count < 0) {
       RememberSystemError();
       done.ok = false;

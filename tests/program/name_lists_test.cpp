@@ -1,5 +1,7 @@
 // Names from list files, patterns in operands, and lists of archives.
+#include <chrono>
 #include <string>
+#include <thread>
 
 #include "program/program_test.h"
 
@@ -32,6 +34,17 @@ using Names = std::vector<std::string>;
 TEST_F(NameLists, IncludedNamesFollowTheOperandsAndAreNoPatterns) {
   Write("list", "# comment\r\n\r\n  d/sub  \r\n*.txt\r\ny.txt");
   EXPECT_EQ(Create("-i x.txt -A list", 44), (Names{"x.txt", "d/sub", "d/sub/c", "y.txt"}));
+}
+
+TEST_F(NameLists, WaitForWhoeverWritesIntoAPipe) {
+  if (LeftOutOnWindows("a named pipe: Windows has none among its files")) return;
+  Make({{"pipe", FifoNode()}});
+  std::thread writer([this] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    Write("pipe", "d/a\n");
+  });
+  EXPECT_EQ(Create("-A pipe"), (Names{"d/a"}));
+  writer.join();
 }
 
 TEST_F(NameLists, ExcludedDirectoriesGoWithWhatIsBelowThem) {
