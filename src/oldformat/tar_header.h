@@ -43,7 +43,7 @@ enum class TarKind : std::uint8_t {
   kLongName,  // the name of the next entry
   kLongLink,  // its link's target
   kRecords,   // pax records of the next entry
-  kDefaults,  // pax records of all that follow
+  kDefaults,  // pax records of all that follow, of which the time counts
   kVolumeLabel
 };
 

@@ -63,7 +63,7 @@ bool CTarReader::IsTar() {
 
 std::optional<TarHeader> CTarReader::Next() {
   Announced announced;
-  announced.records = defaults_;
+  announced.records.modified_seconds = default_seconds_;
   for (;;) {
     SkipData();
     auto header = ReadHeader();
@@ -89,8 +89,8 @@ bool CTarReader::ReadAnnouncement(TarKind kind, Announced* announced) {
       ReadRecords(&announced->records);
       break;
     case TarKind::kDefaults:
-      ReadRecords(&defaults_);
-      announced->records = defaults_;
+      ReadDefaults();
+      announced->records.modified_seconds = default_seconds_;
       return true;
     case TarKind::kVolumeLabel:
       return true;
@@ -114,7 +114,7 @@ std::span<const std::uint8_t> CTarReader::Data() {
 void CTarReader::Rewind() {
   file_.SetPosition(0);
   reader_.emplace(file_);
-  defaults_ = {};
+  default_seconds_.reset();
   data_left_ = padding_ = 0;
   ended_ = false;
 }
@@ -189,6 +189,14 @@ std::string CTarReader::ReadRecord() {
 
 void CTarReader::ReadRecords(PaxRecords* records) {
   if (!AddPaxRecords(ReadRecord(), records)) FailDamaged();
+}
+
+// Names and sizes are no defaults: they can be those of one entry only.
+void CTarReader::ReadDefaults() {
+  PaxRecords records;
+  records.modified_seconds = default_seconds_;
+  ReadRecords(&records);
+  default_seconds_ = records.modified_seconds;
 }
 
 void CTarReader::FailDamaged() const {

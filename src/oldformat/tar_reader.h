@@ -22,7 +22,7 @@
 namespace moldex {
 
 // The longest name or set of pax records that is taken, in bytes.
-inline constexpr std::uint64_t kLongestTarRecord = 1024 * 1024;
+inline constexpr std::uint64_t kLongestTarRecord = 64 * 1024;
 
 class CTarReader {
  public:
@@ -63,6 +63,7 @@ class CTarReader {
   void SkipData();
   std::string ReadRecord();
   void ReadRecords(PaxRecords* records);
+  void ReadDefaults();
   [[noreturn]] void FailDamaged() const;
   [[noreturn]] void FailShort() const;
 
@@ -70,8 +71,8 @@ class CTarReader {
   CFileHandle file_;
   FileIdentity identity_;
   std::optional<CBufferedReader> reader_;
-  PaxRecords defaults_;
-  std::uint64_t header_position_ = 0;  // of the last header
+  std::optional<std::int64_t> default_seconds_;  // of entries without records of their own
+  std::uint64_t header_position_ = 0;            // of the last header
   std::uint64_t data_left_ = 0;
   std::uint64_t padding_ = 0;  // behind the data
   bool ended_ = false;

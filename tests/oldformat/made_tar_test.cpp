@@ -39,16 +39,16 @@ TEST_F(MadeTar, TakesNamesFromWhereverTheyStand) {
            not_prefixed,
            oldest,
            File(full, "3"),
-           GnuLongItem("from/L"),
+           GnuLongItem(std::string(65535, 'L')),
            PaxItem(PaxRecord("path", "from/pax") + PaxRecord("other", "x")),
            File("j", "4"),
            GnuLongItem("long"),
            File("k", "5"),
-           PaxItem(PaxRecord("path", "default"), 'g'),
+           PaxItem(PaxRecord("path", "default") + PaxRecord("size", "0"), 'g'),
            File("l", "6"),
+           PaxItem(PaxRecord("path", "no")),
            PaxItem(PaxRecord("path", "")),
            File("m", "7"),
-           PaxItem(PaxRecord("path", ""), 'g'),
            PaxItem(PaxRecord("path", std::string("a\0b", 3)), 'X'),
            File("n", "8"),
            File("/abs/o", "9"),
@@ -65,7 +65,7 @@ TEST_F(MadeTar, TakesNamesFromWhereverTheyStand) {
                                        {"from", DirectoryNode()},
                                        {"from/pax", FileNode("4")},
                                        {"long", FileNode("5")},
-                                       {"default", FileNode("6")},
+                                       {"l", FileNode("6")},
                                        {"m", FileNode("7")},
                                        {"a", FileNode("8")},
                                        {"abs", DirectoryNode()},
@@ -100,6 +100,16 @@ TEST_F(MadeTar, ListsSizesAndTimesOfEveryNotation) {
     ExpectBegins("-tf a.tar", Processing("a.tar") + "-rw-------" + text + " x\n",
                  size == "0" && records.find("size") == std::string::npos ? 0 : 40);
   }
+  const auto dated = [](const char* date, char type) {
+    return PaxItem(PaxRecord("mtime", date), type);
+  };
+  Archive({dated("86400", 'g'), File("x", ""), dated("0", 'x'), File("y", ""), File("z", ""),
+           dated("", 'g'), File("end", "")});
+  const std::string size = "-rw-------           0    ";
+  ExpectRun("-tf a.tar",
+            Processing("a.tar") + size + "02 Jan 1970 00:00 x\n" + size + "01 Jan 1970 00:00 y\n" +
+                size + "02 Jan 1970 00:00 z\n" + size + "07 Jan 2005 13:05 end\n",
+            0);
 }
 
 TEST_F(MadeTar, TheSumMayBeOneOfSignedNumbers) {
@@ -324,8 +334,8 @@ TEST_F(MadeTar, DamageEndsTheArchiveWithAMessage) {
       {EncodeTarItem(PaxItem(PaxRecord("path", "name"))) + zeros + zeros, too_early(2048)},
       {EncodeTarItem(PaxItem("99 path=x\n")) + next, damaged(1024)},
       {EncodeTarItem(PaxItem(PaxRecord("size", "9223372036854775807"))) + next, damaged(1024)},
-      {EncodeTarItem(GnuLongItem(std::string(1024 * 1024, 'n'))) + next,
-       "name or records of 1048577 bytes are too long, at byte 1024 of a.tar"},
+      {EncodeTarItem(GnuLongItem(std::string(65536, 'n'))) + next,
+       "name or records of 65537 bytes are too long, at byte 1024 of a.tar"},
   };
   for (const auto& [behind, message] : cases) {
     Write("a.tar", first + behind);
