@@ -134,6 +134,9 @@ std::optional<TarHeader> ParseTarHeader(TarBlock block) {
     if (!size) return std::nullopt;
     header.data_bytes = header.size_bytes = *size;
   }
+  if (header.kind == TarKind::kHardLink) {
+    header.doubtful_bytes = SizeIn(block, kSize).value_or(0);
+  }
   header.permissions =
       static_cast<std::uint32_t>(TarNumber(Of(block, kMode)).value_or(kUsualPermissions)) &
       kModeBits;

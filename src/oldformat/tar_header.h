@@ -53,6 +53,8 @@ struct TarHeader {
   std::string link_target;
   std::uint64_t data_bytes = 0;  // in the archive, behind this header
   std::uint64_t size_bytes = 0;  // of the file
+  // Of a hard link: data that may follow. Most writers give the size of the file, but not its data.
+  std::uint64_t doubtful_bytes = 0;
   std::uint32_t permissions = 0;
   std::int64_t modified_seconds = 0;  // since 1970, negative before
   bool parts_follow = false;          // blocks with more parts of a sparse file

@@ -15,6 +15,9 @@ std::string UpToZero(const std::string& text) { return text.substr(0, text.find(
 
 // The size of the data, of what can have any.
 void ApplySize(const PaxRecords& records, TarHeader* header) {
+  if (records.data_bytes && header->kind == TarKind::kHardLink) {
+    header->doubtful_bytes = *records.data_bytes;
+  }
   const bool has_data = header->kind == TarKind::kFile || header->kind == TarKind::kSparseFile ||
                         header->kind == TarKind::kUnknown;
   if (!records.data_bytes || !has_data) return;
@@ -71,6 +74,7 @@ std::optional<TarHeader> CTarReader::Next() {
     if (!header) return std::nullopt;
     if (ReadAnnouncement(header->kind, &announced)) continue;
     Apply(std::move(announced), &*header);
+    if (header->doubtful_bytes > 0 && DataFollow()) header->data_bytes = header->doubtful_bytes;
     BeginData(header->data_bytes);
     return header;
   }
@@ -126,6 +130,15 @@ std::optional<TarBlock> CTarReader::ReadBlock() {
   if (bytes.empty()) return std::nullopt;
   if (bytes.size() < kTarBlockBytes) FailShort();
   return AsBlock(bytes);
+}
+
+// Whether the next block is neither a header nor the archive's end. What is data then is skipped by
+// its size, and what stands behind it has to be a header again.
+bool CTarReader::DataFollow() {
+  const auto bytes = reader_->Peek(kTarBlockBytes);
+  if (reader_->Failed()) throw CReadExcept(archive_name_);
+  return bytes.size() == kTarBlockBytes && !IsZeroBlock(AsBlock(bytes)) &&
+         !IsTarHeader(AsBlock(bytes));
 }
 
 TarBlock CTarReader::ReadWholeBlock() {

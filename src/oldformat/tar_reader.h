@@ -57,6 +57,7 @@ class CTarReader {
   static void Apply(Announced announced, TarHeader* header);
   bool ReadAnnouncement(TarKind kind, Announced* announced);
   std::optional<TarBlock> ReadBlock();
+  bool DataFollow();
   TarBlock ReadWholeBlock();
   std::optional<TarHeader> ReadHeader();
   void BeginData(std::uint64_t bytes);

@@ -170,10 +170,15 @@ TEST_F(MadeTar, LeavesOutWhatItCannotMake) {
   sized_fifo.size = "00000001000";  // means nothing
   TarItem sized_link{"h", '1', "", "f"};
   sized_link.size = "00000001000";
+  TarItem pax_sized_link{"h", '1', std::string(600, 'd'), "x"};
+  pax_sized_link.size = "0";
   Write("a.tar", blocks + BuildTar({{"c", '3', ""},
                                     {"b", '4', ""},
                                     sized_fifo,
                                     sized_link,
+                                    {"h", '1', std::string(700, 'd'), "g"},
+                                    PaxItem(PaxRecord("size", "600")),
+                                    pax_sized_link,
                                     GnuLongItem("far", 'K'),
                                     {"l", '2', "", "near"},
                                     PaxItem(PaxRecord("linkpath", "pax")),
@@ -191,7 +196,8 @@ TEST_F(MadeTar, LeavesOutWhatItCannotMake) {
   ExpectRun("-xvf a.tar -R out",
             Processing("a.tar") + Line("sparse file left out: s") + Line("device left out: c") +
                 Line("device left out: b") + Line("FIFO left out: p") +
-                Line("hard link left out: h -> f") + Line("symbolic link left out: l -> far") +
+                Line("hard link left out: h -> f") + Line("hard link left out: h -> g") +
+                Line("hard link left out: h -> x") + Line("symbolic link left out: l -> far") +
                 Line("symbolic link left out: m -> pax") +
                 Line("entry of unknown kind left out: Z") + "x D\n" +
                 Line("sparse file left out: real") +
