@@ -57,24 +57,18 @@ bool LzcEncoder::EncodeRun(Cursor& cursor, const std::uint8_t* stop) {
       }
     } else {
       const std::uint64_t hashes = Table::HashesOf(word);
-      std::uint32_t entry = code << 16;
-      unsigned length = 2;
-      // Without branches, if the compiler follows: how long the string is, no processor foresees.
-#pragma GCC unroll 8
-      for (unsigned longer = 3; longer <= Table::kShort; ++longer) {
-        const std::uint32_t hash = Table::HashOf(hashes, longer);
-        const std::uint32_t slot = table_.slots[hash >> 16];
-        const bool hit = static_cast<std::uint16_t>(slot) == static_cast<std::uint16_t>(hash);
-        entry =
-            __builtin_expect_with_probability(static_cast<long>(hit), 1, 0.5) != 0 ? slot : entry;
-        length = __builtin_expect_with_probability(static_cast<long>(hit), 1, 0.5) != 0 ? longer
-                                                                                        : length;
-      }
-      code = entry >> 16;
-      // The tag may have erred, a longer string may exist, or another one hold the new one's slot.
+      const Table::Hit hit = table_.Longest(hashes, code);
+      const unsigned length = hit.length;
+      code = hit.code;
+      // The tag may have erred, a longer string may exist, or the new one may not even find room in
+      // the slot next to its own.
       const bool right = table_.keys[code] == Table::ShortKey(word, length);
       const std::uint32_t hash = Table::HashOf(hashes, length + 1);
-      if (!right || length == Table::kShort || table_.slots[hash >> 16] != 0) [[unlikely]] {
+      const std::uint32_t home = hash >> 16;
+      const std::uint32_t there = table_.slots[home];
+      const std::uint32_t slot = (home + (there != 0 ? 1 : 0)) % Table::kSlots;
+      if (!right || length == Table::kShort || (there & Table::kPassedBy) != 0 ||
+          (!kTableIsFull && table_.slots[slot] != 0)) [[unlikely]] {
         const Table::Walk walk = right ? table_.Follow(code, start + length, cursor.input_end)
                                        : table_.Follow(word & 0xFF, start + 1, cursor.input_end);
         code = walk.code;
@@ -88,7 +82,8 @@ bool LzcEncoder::EncodeRun(Cursor& cursor, const std::uint8_t* stop) {
       } else {
         start += length;
         if constexpr (!kTableIsFull) {
-          table_.slots[hash >> 16] = next_code << 16 | (hash & 0xFFFF);
+          table_.slots[home] = there | Table::kPassedBy;  // stays where it is not the slot
+          table_.slots[slot] = next_code << 16 | (hash & 0xFFFF);
           table_.keys[next_code] = Table::ShortKey(word, length + 1);
         }
       }

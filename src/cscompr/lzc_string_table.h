@@ -4,7 +4,8 @@
 // Following a string byte by byte means one load after another, each of which must wait for the one
 // before, and a branch at its end that no processor foresees. The bytes of the longer prefixes are
 // known from the start, so the encoder asks for all short prefixes of the input at once and takes
-// the longest that is there. Longer strings are rare; they are followed byte by byte.
+// the longest that is there. A string that is too long for that is, from each seventh byte on, its
+// prefix's code in two bytes and what follows, and is looked up like a short one.
 //
 // An object that is all zero bits is a table that waits for its first Clear.
 //
@@ -30,9 +31,16 @@ class LzcStringTable {
   // At most an eighth of the slots are taken, so that few strings stand beside their place.
   static constexpr std::uint32_t kSlots = 0x10000;
 
+  // In a slot that a short string had to leave to another one: only then may one that is not found
+  // there be elsewhere.
+  static constexpr std::uint32_t kPassedBy = 0x80000000;
+
+  static std::uint32_t CodeOf(std::uint32_t slot) { return slot >> 16 & (kCodes - 1); }
+
   // Where a string stands, or would stand if it were added.
   struct Place {
     std::uint64_t key;
+    std::uint32_t home;  // where it would stand if no other string did
     std::uint32_t slot;
     std::uint16_t tag;
     std::uint16_t code;  // 0: not there
@@ -45,9 +53,18 @@ class LzcStringTable {
     Place place;  // of the string and the next byte, unless the input has ended
   };
 
+  // The longest string among the prefixes of a word, as far as the tags tell.
+  struct Hit {
+    std::uint32_t code;
+    unsigned length;
+  };
+
   // The hashes of all prefixes of a word, byte 0 first, in one number: a product's byte depends on
-  // the bytes up to it alone. The added number keeps zeros from being their own hash.
-  static std::uint64_t HashesOf(std::uint64_t word) { return word * kSpread + kSalt; }
+  // the bytes up to it alone. The added number keeps zeros from being their own hash, and words
+  // that begin with a code from sharing the hashes of those that do not.
+  static std::uint64_t HashesOf(std::uint64_t word, std::uint64_t salt = kSalt) {
+    return word * kSpread + salt;
+  }
 
   // Of the prefix of 3 to 7 bytes: the upper half is its slot, the lower half its tag.
   static std::uint32_t HashOf(std::uint64_t hashes, unsigned length) {
@@ -56,6 +73,25 @@ class LzcStringTable {
 
   static std::uint64_t ShortKey(std::uint64_t word, unsigned length) {
     return word << (64 - 8 * length) | length;
+  }
+
+  // `code` is that of the first two bytes. Without branches: how long the string is, no processor
+  // foresees. Left alone, a compiler would make one for three bytes; it must not know the first
+  // hit.
+  [[nodiscard]] Hit Longest(std::uint64_t hashes, std::uint32_t code) const {
+    std::uint32_t entry = code << 16;
+    unsigned length = 2;
+    asm("" : "+r"(entry), "+r"(length));
+#pragma GCC unroll 8
+    for (unsigned longer = 3; longer <= kShort; ++longer) {
+      const std::uint32_t hash = HashOf(hashes, longer);
+      const std::uint32_t slot = slots[hash >> 16];
+      const auto hit =
+          static_cast<long>(static_cast<std::uint16_t>(slot) == static_cast<std::uint16_t>(hash));
+      entry = __builtin_expect_with_probability(hit, 1, 0.5) != 0 ? slot : entry;
+      length = __builtin_expect_with_probability(hit, 1, 0.5) != 0 ? longer : length;
+    }
+    return {CodeOf(entry), length};
   }
 
   // Leaves the single bytes. Before the first one a table has not even these.
@@ -78,10 +114,14 @@ class LzcStringTable {
  private:
   static constexpr std::uint64_t kSpread = 0x3779B97F4A7C1500;
   static constexpr std::uint64_t kSalt = 0x5B3A6D91C47E2FA5;
+  static constexpr std::uint64_t kLongSalt = 0xA7C4926E3BD180D3;
+  static constexpr unsigned kLengthMask = 7;
+  static constexpr unsigned kLong = 0x80;  // in a key beside the length: it begins with a code
+
+  enum class Leap : std::uint8_t { kEnded, kGoesOn, kFailed };
 
   [[nodiscard]] Place Find(std::uint32_t prefix, std::uint32_t byte) const;
-  [[nodiscard]] Walk FollowLong(std::uint32_t code, const std::uint8_t* next,
-                                const std::uint8_t* end) const;
+  [[nodiscard]] Leap FollowAtOnce(Walk& walk) const;
 };
 
 }  // namespace cscompr
