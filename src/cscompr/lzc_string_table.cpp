@@ -66,7 +66,10 @@ LzcStringTable::Place LzcStringTable::Find(std::uint32_t prefix, std::uint32_t b
   }
   word |= std::uint64_t{byte} << (8 * length);
   const std::uint64_t key = ShortKey(word, length + 1) | mark;
-  if (length == 1) return {key, 0, static_cast<std::uint32_t>(word), 0, pairs[word]};
+  if (length == 1) {
+    const auto pair = static_cast<std::uint32_t>(word);
+    return {key, 0, pair, 0, pairs[pair]};
+  }
   const std::uint32_t hash = HashOf(HashesOf(word, mark != 0 ? kLongSalt : kSalt), length + 1);
   for (std::uint32_t slot = hash >> 16;; slot = (slot + 1) % kSlots) {
     const auto code = static_cast<std::uint16_t>(CodeOf(slots[slot]));
