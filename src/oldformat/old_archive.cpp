@@ -97,9 +97,10 @@ CDirEntry& COldArchive::Fill(std::string name) {
   header.mode = KindBits(header_.kind) | header_.permissions;
   header.set_size_bytes(is_directory ? 0 : header_.size_bytes);
   SetTime(header_.modified_seconds, context_.long_names(), &header);
-  CDirEntry& entry = is_directory ? static_cast<CDirEntry&>(directory_entry_) : file_entry_;
-  entry.Fill(header, std::move(name), {});
-  return entry;
+  CDirEntry* entry = &file_entry_;
+  if (is_directory) entry = &directory_entry_;
+  entry->Fill(header, std::move(name), {});
+  return *entry;
 }
 
 }  // namespace moldex
