@@ -1,7 +1,7 @@
-// Any bytes as a tar archive, listed and read through. A right checksum is put into every block
-// that looks like a header, so that damage gets to what follows.
+// Any bytes as a tar archive, read through, with right checksums so that damage gets further.
 #include <cstdlib>
 #include <cstring>
+#include <numeric>
 #include <vector>
 
 #include "fuzz/memory_file_posix.h"
@@ -11,18 +11,17 @@
 
 namespace {
 
-void FixChecksums(std::vector<std::uint8_t>& bytes) {
+std::vector<std::uint8_t> WithChecksums(std::vector<std::uint8_t> bytes) {
   constexpr std::size_t kBlock = 512, kChecksum = 148;
   for (std::size_t at = 0; at + kBlock <= bytes.size(); at += kBlock) {
     std::uint8_t* block = &bytes[at];
     if (block[kChecksum] != '0') continue;
-    unsigned sum = 0;
     std::memset(block + kChecksum, ' ', 8);
-    for (std::size_t i = 0; i < kBlock; ++i)
-      sum += block[i];
+    std::size_t sum = std::accumulate(block, block + kBlock, std::size_t{0});
     for (std::size_t digit = 6; digit-- > 0; sum /= 8)
       block[kChecksum + digit] = static_cast<std::uint8_t>('0' + sum % 8);
   }
+  return bytes;
 }
 
 // The number of entries in front of the end or of what cannot be read.
@@ -32,11 +31,10 @@ unsigned ReadThrough(moldex::COldArchive& archive, bool with_data) {
     for (; const moldex::CDirEntry* entry = archive.Next(); ++count) {
       if (entry->GetName().starts_with('/') || !moldex::IsRelative(entry->GetName())) std::abort();
       entry->Print();
-      while (with_data && !archive.Data().empty()) {
-      }
+      while (with_data && !archive.Data().empty())
+        continue;
     }
-  } catch (const moldex::CExcept&) {
-    // Damage ends the archive.
+  } catch (const moldex::CExcept&) {  // damage ends the archive
   }
   return count;
 }
@@ -44,9 +42,7 @@ unsigned ReadThrough(moldex::COldArchive& archive, bool with_data) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  std::vector<std::uint8_t> bytes(data, data + size);
-  FixChecksums(bytes);
-  const moldex::fuzz::MemoryFile file(bytes);
+  const moldex::fuzz::MemoryFile file(WithChecksums({data, data + size}));
   moldex::CRunContext& context = moldex::CRunContext::GetInstance();
   moldex::CCmdLineOptions options = context.options();
   for (const bool flat : {false, true}) {
@@ -56,8 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       const unsigned count = ReadThrough(archive, false);
       archive.Rewind();
       if (ReadThrough(archive, true) > count) std::abort();
-    } catch (const moldex::CExcept&) {
-      // No archive.
+    } catch (const moldex::CExcept&) {  // no archive
     }
   }
   moldex::CRunContext::Destroy();

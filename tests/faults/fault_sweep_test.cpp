@@ -6,13 +6,13 @@
 #include <algorithm>
 #include <cstdlib>
 #include <ostream>
-#include <random>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "faults/system_faults.h"
 #include "run/run_context.h"
+#include "support/noise.h"
 #include "support/qel_bytes.h"
 #include "support/temp_dir.h"
 #include "support/tree.h"
@@ -39,14 +39,6 @@ struct Scenario {
 };
 
 void PrintTo(const Scenario& scenario, std::ostream* out) { *out << scenario.name; }
-
-std::string Noise(std::size_t count, unsigned seed) {
-  std::mt19937 random(seed);
-  std::string bytes(count, '\0');
-  for (char& byte : bytes)
-    byte = static_cast<char>(random());
-  return bytes;
-}
 
 // More than the program writes at once, with small entries in front of and behind it.
 Tree Contents() {

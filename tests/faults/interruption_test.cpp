@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "program/program_test.h"
+#include "support/noise.h"
 
 namespace moldex::test {
 namespace {
@@ -23,14 +24,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int kRandomMoments = 20;
 constexpr std::size_t kZeros = 32U << 20;
-
-std::string Noise(std::size_t count, unsigned seed) {
-  std::mt19937 random(seed);
-  std::string bytes(count, '\0');
-  for (char& byte : bytes)
-    byte = static_cast<char>(random());
-  return bytes;
-}
 
 bool HasEnded(pid_t child) {
   siginfo_t info{};
