@@ -2,14 +2,37 @@
 // the output, nor, in strings of up to seven bytes, for that of the input.
 //
 // It is long because its state has to stay in registers: a function called from within would either
-// take it from there or be part of it anyway.
+// take it from there or be part of it anyway. The codes are gathered first and packed afterwards,
+// so that the writer's state is not among it.
 #include <algorithm>
+#include <array>
 #include <cstddef>
 
 #include "cscompr/lzc_encoder.h"
 #include "cscompr/wide_access.h"
 
 namespace cscompr {
+namespace {
+
+// Codes of one width, four at a time: a pair of neighbours in each half, then all in one word.
+BitWriter WithCodes(BitWriter writer, const std::uint16_t* codes, std::size_t count,
+                    unsigned width) {
+  std::size_t done = 0;
+  for (; done + 4 <= count; done += 4) {
+    const std::uint64_t low = codes[done] | std::uint32_t{codes[done + 1]} << width;
+    const std::uint64_t high = codes[done + 2] | std::uint32_t{codes[done + 3]} << width;
+    writer.Add(low | high << 2 * width, 4 * width);
+    writer.Store();
+  }
+  for (; done < count; ++done) {
+    writer.Add(codes[done], width);
+    writer.Store();
+  }
+  return writer;
+}
+static_assert(4 * kLzcWriteWidth <= BitWriter::kBitsBetweenStores);
+
+}  // namespace
 
 // Goes on from a prefix of one byte for as long as the margins of the buffers last and neither the
 // width nor the table has to change.
@@ -36,41 +59,58 @@ void LzcEncoder::EncodeRuns(Cursor& cursor) {
 template <bool kTableIsFull>
 bool LzcEncoder::EncodeRun(Cursor& cursor, const std::uint8_t* stop) {
   using Table = LzcStringTable;
-  BitWriter writer = writer_;
-  writer.MoveTo(cursor.output);
+  constexpr std::uint32_t kMostCodes = 1024;
+  constexpr std::ptrdiff_t kLongestLook = Table::kShort + sizeof(std::uint64_t);
+  std::array<std::uint16_t, kMostCodes> codes;
+  // Counts the codes, and while the table fills, the next free one with them.
+  std::uint32_t next = next_code_;
+  const std::uint32_t first = next;
+  const std::uint32_t most =
+      kTableIsFull ? first + kMostCodes : std::min(first + kMostCodes, 1U << width_);
   const std::uint8_t* start = cursor.input - 1;
-  const unsigned width = width_;
-  const std::uint32_t code_limit = 1U << width;
-  std::uint32_t next_code = next_code_;
-  std::uint32_t codes = 0;
   bool has_input = true;
   do {
-    const std::uint64_t word = Load64(start);
+    std::uint64_t word = Load64(start);
     const std::uint32_t pair = word & 0xFFFF;
     std::uint32_t code = table_.pairs[pair];
     if (code == 0) {
       code = word & 0xFF;
       ++start;
       if constexpr (!kTableIsFull) {
-        table_.pairs[pair] = static_cast<std::uint16_t>(next_code);
-        table_.keys[next_code] = Table::ShortKey(pair, 2);
+        table_.pairs[pair] = static_cast<std::uint16_t>(next);
+        table_.keys[next] = Table::KeyOf(pair, 2, 0);
       }
     } else {
-      const std::uint64_t hashes = Table::HashesOf(word);
-      const Table::Hit hit = table_.Longest(hashes, code);
-      const unsigned length = hit.length;
-      code = hit.code;
-      // The tag may have erred, a longer string may exist, or the new one may not even find room in
-      // the slot next to its own.
-      const bool right = table_.keys[code] == Table::ShortKey(word, length);
-      const std::uint32_t hash = Table::HashOf(hashes, length + 1);
-      const std::uint32_t home = hash >> 16;
-      const std::uint32_t there = table_.slots[home];
-      const std::uint32_t slot = (home + (there != 0 ? 1 : 0)) % Table::kSlots;
-      if (!right || length == Table::kShort || (there & Table::kPassedBy) != 0 ||
-          (!kTableIsFull && table_.slots[slot] != 0)) [[unlikely]] {
+      const std::uint8_t* const begin = start;
+      unsigned mark = 0;
+      std::uint64_t hashes = Table::HashesOf(word);
+      bool right = true;
+      // What fills a key begins the next one. Most strings end before that, which a processor
+      // learns: it is worth a branch.
+      while (table_.Has(hashes, Table::kShort)) {
+        const std::uint32_t longer = table_.CodeIn(Table::SlotOf(hashes, Table::kShort));
+        right = table_.keys[longer] == Table::KeyOf(word, Table::kShort, mark) &&
+                cursor.input_end - start >= kLongestLook;
+        if (!right) break;
+        code = longer;
+        start += Table::kShort - Table::kCodeBytes;
+        word = Load64(start + Table::kCodeBytes) << (8 * Table::kCodeBytes) | code;
+        mark = Table::kLong;
+        hashes = Table::HashesOf(word);
+      }
+      const unsigned length = table_.LongestOf(hashes);
+      code = table_.CodeOf(hashes, length, code);
+      // The new string goes to its slot or, where that is taken, next to it.
+      const std::uint32_t home = Table::SlotOf(hashes, length + 1);
+      const std::uint32_t taken = (table_.tags[home] + 0xFFU) >> 8;
+      const std::uint32_t slot = home + taken;
+      // The tag may have erred; that of a long string without more bytes has just been proved.
+      right &= (table_.keys[code] == Table::KeyOf(word, length, mark)) |
+               ((length == Table::kCodeBytes) & (mark != 0));
+      if ((taken << 15 & table_.codes[home]) != 0 || (!kTableIsFull && table_.tags[slot] != 0) ||
+          !right) [[unlikely]] {
         const Table::Walk walk = right ? table_.Follow(code, start + length, cursor.input_end)
-                                       : table_.Follow(word & 0xFF, start + 1, cursor.input_end);
+                                       : table_.Follow(*begin, begin + 1, cursor.input_end);
         code = walk.code;
         start = walk.next;
         has_input = start != cursor.input_end;
@@ -78,28 +118,27 @@ bool LzcEncoder::EncodeRun(Cursor& cursor, const std::uint8_t* stop) {
           prefix_ = code;
           break;
         }
-        if constexpr (!kTableIsFull) table_.Add(next_code, walk.place);
+        if constexpr (!kTableIsFull) table_.Add(next, walk.place);
       } else {
         start += length;
         if constexpr (!kTableIsFull) {
-          table_.slots[home] = there | Table::kPassedBy;  // stays where it is not the slot
-          table_.slots[slot] = next_code << 16 | (hash & 0xFFFF);
-          table_.keys[next_code] = Table::ShortKey(word, length + 1);
+          table_.codes[home] |= Table::kPassedBy;  // stays where it is not the slot
+          table_.tags[slot] = Table::TagOf(hashes, length + 1);
+          table_.codes[slot] = static_cast<std::uint16_t>(next);
+          table_.keys[next] = Table::KeyOf(word, length + 1, mark);
         }
       }
     }
-    writer.Add(code, width);
-    writer.Store();
-    ++codes;
-    if constexpr (!kTableIsFull) ++next_code;
-  } while (start < stop && (kTableIsFull || next_code != code_limit));
+    codes[next++ - first] = static_cast<std::uint16_t>(code);
+  } while (start < stop && next != most);
   if (has_input) prefix_ = *start++;
   bytes_read_ += static_cast<std::uint32_t>(start - cursor.input);
   cursor.input = start;
-  cursor.output = writer.Next();
-  next_code_ = next_code;
-  codes_of_width_ += codes;
-  writer_ = writer;
+  if constexpr (!kTableIsFull) next_code_ = next;
+  codes_of_width_ += next - first;
+  writer_.MoveTo(cursor.output);
+  writer_ = WithCodes(writer_, codes.data(), next - first, width_);
+  cursor.output = writer_.Next();
   return has_input;
 }
 
