@@ -19,7 +19,7 @@ endif()
 
 if(MOLDEX_SANITIZE)
   target_compile_options(moldex_compile_options INTERFACE
-    -O1 -g -fno-omit-frame-pointer -fsanitize=address,undefined -fno-sanitize-recover=all)
+    -O1 -g1 -fno-omit-frame-pointer -fsanitize=address,undefined -fno-sanitize-recover=all)
   target_link_options(moldex_compile_options INTERFACE -fsanitize=address,undefined)
 endif()
 

@@ -8,6 +8,7 @@
 #include "archive/dir_entry.h"
 #include "platform/interrupt.h"
 #include "report/except.h"
+#include "report/status_line.h"
 
 namespace moldex {
 
@@ -27,6 +28,7 @@ std::size_t CBackupCompress::ReadPiece() {
   const Transfer transfer = entry_->file().BackupRead(buffers_.input);
   if (!transfer.ok) throw CReadExcept(entry_->GetName());
   total_bytes_ += transfer.bytes;
+  status_line::DidMore(transfer.bytes);
   return transfer.bytes;
 }
 

@@ -11,6 +11,7 @@
 #include "platform/interrupt.h"
 #include "report/except.h"
 #include "report/output.h"
+#include "report/status_line.h"
 #include "report/system_error.h"
 #include "run/run_context.h"
 
@@ -56,6 +57,7 @@ CContainer::CContainer(const std::string& archive_name, std::uint32_t mode)
   is_regular_ = status->kind == FileKind::kRegular;
   former_size_bytes_ = status->size_bytes;
   if (mode == kRead) {
+    status_line::BeginsPart(is_regular_ ? former_size_bytes_ : 0);
     reader_.emplace(file_);
     return;
   }
@@ -256,7 +258,9 @@ std::string CContainer::ReadName(std::size_t length) {
   const bool fits = length <= kLongestName + 1;
   const auto stored = fits ? ReadExactly(length) : std::span<const std::uint8_t>();
   if (!fits || (length == kLongestName + 1 && stored.back() != 0)) {
-    throw CExcept("MOLDEX: name too long in archive " + archive_name_, kErrorNameTooLong, false);
+    const std::string where = whole_name_.empty() ? "" : ", behind " + whole_name_;
+    throw CExcept("MOLDEX: name too long in archive " + archive_name_ + where, kErrorNameTooLong,
+                  false);
   }
   const CCmdLineOptions& options = CRunContext::GetInstance().options();
   return DeliveredName(NameFromUtf8(stored), options.lower_case, options.flat);
@@ -268,6 +272,7 @@ CDirEntry* CContainer::BuildEntry(const EntryHeader& header, std::string name) {
   if (header.type == kTypeDirectory) entry = &directory_entry_;
   if (header.type == kTypeShortcut || header.type == kTypeLink) entry = &link_entry_;
   if (entry == nullptr) throw CExcept("MOLDEX: unknown entry type encountered");
+  status_line::IsAt(name);
   entry->Fill(header, std::move(name), user_data_);
   entry_ = entry;
   if (header.size_bytes() == 0 || entry->IsDirectory()) NoteWholeEntry();
@@ -287,8 +292,9 @@ DataBlock CContainer::GetEntryData() {
     throw CExcept("MOLDEX: error in GetEntryData(); unknown block type");
   }
   if (payload_length == 0 || payload_length > kLargestPayload) {
-    throw CExcept("MOLDEX: invalid block length in archive " + archive_name_, kErrorBadLength,
-                  false);
+    const std::string where = entry_ != nullptr ? " of " + entry_->GetName() : std::string();
+    throw CExcept("MOLDEX: invalid length of a block" + where + " in archive " + archive_name_,
+                  kErrorBadLength, false);
   }
   const std::size_t trailer = type == kLastBlock ? kChecksumBytes : 0;
   const auto bytes = ReadExactly(payload_length + trailer);

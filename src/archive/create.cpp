@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "archive/backup_compress.h"
+#include "archive/byte_count.h"
 #include "archive/entry_kinds.h"
 #include "archive/entry_name.h"
 #include "archive/normal_compress.h"
@@ -13,6 +14,7 @@
 #include "report/except.h"
 #include "report/exit_status.h"
 #include "report/output.h"
+#include "report/status_line.h"
 #include "report/system_error.h"
 
 namespace moldex {
@@ -44,7 +46,9 @@ void CCreate::WriteArchive() {
   if (directory != nullptr && !ChangeDirectory(directory)) throw CChgDirExcept(directory);
   strategy_ = MakeStrategy();
   if (!appending_) archive_->WriteHeader();
-  WalkNames();
+  status_line::HasTotalOf([this] { return CountBytes(options_, archive_->identity()); });
+  CTreeWalk walk(*this, options_.resolve_links);
+  WalkNames(walk, options_);
   FinishArchive();
 }
 
@@ -67,20 +71,6 @@ void CCreate::OpenArchive() {
 std::unique_ptr<ICompressStrategy> CCreate::MakeStrategy() {
   if (options_.backup && options_.long_names) return std::make_unique<CBackupCompress>(buffers_);
   return std::make_unique<CNormalCompress>(buffers_);
-}
-
-void CCreate::WalkNames() {
-  CTreeWalk walk(*this, options_.resolve_links);
-  for (const std::string& name : options_.file_names) {
-    // A file may be called like a pattern; it is meant then.
-    if (HasWildcard(name) && TestExistence(name) != Existence::kExists) {
-      walk.WalkPattern(name);
-    } else {
-      walk.Walk(name);
-    }
-  }
-  for (const std::string& name : options_.include_names)
-    walk.Walk(name);
 }
 
 // When something had to be left out without leave, a new archive is deleted, and one that was
@@ -167,6 +157,7 @@ bool CCreate::AddEntry(const std::string& name, const FileStatus& status,
     OnInaccessible(name);
     return false;
   }
+  status_line::IsAt(name);
   entry->SetArchiveName(archive_name);
   if (options_.verbose) context_.log().PrintMessage("a " + archive_name);
   entry->WriteTo(*archive_, utf8_name, *strategy_);

@@ -32,7 +32,6 @@ class CCreate : public CCommand, private ITreeVisitor {
   void OpenArchive();
   void WriteArchive();
   std::unique_ptr<ICompressStrategy> MakeStrategy();
-  void WalkNames();
   void FinishArchive();
   std::vector<std::string> CleanUp();
   std::vector<std::string> DeleteArchive();

@@ -44,7 +44,9 @@ void CDirEntry::Extract(CContainer& archive, bool to_disk) {
   if (header_.size_bytes() != 0 && !IsDirectory()) {
     RestoreData(archive, *this, to_disk);
   } else if (archive.DataFollows()) {
-    throw CExcept("MOLDEX: data without a size in " + disk_name_, kErrorBadLength, false);
+    throw CExcept("MOLDEX: error decompressing " + disk_name_ +
+                      "; it has data that its size in the archive does not announce",
+                  kErrorBadLength, false);
   }
 }
 

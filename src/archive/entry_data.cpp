@@ -14,6 +14,7 @@
 #include "platform/bytes.h"
 #include "platform/interrupt.h"
 #include "report/except.h"
+#include "report/status_line.h"
 #include "run/run_context.h"
 
 namespace moldex {
@@ -95,6 +96,7 @@ class CDataRestorer {
 
   void TakeOutput(std::span<const std::uint8_t> bytes) {
     ThrowIfInterrupted();  // a small archive may hold much
+    status_line::DidMore(0);
     if (bytes.size() > size() - done_bytes_) FailLength();
     done_bytes_ += bytes.size();
     checksum_ = UpdateChecksum(checksum_, bytes);
@@ -122,7 +124,9 @@ class CDataRestorer {
   }
 
   [[noreturn]] void FailLength() const {
-    throw CExcept("MOLDEX: length error in " + entry_.GetName(), kErrorBadLength, false);
+    throw CExcept("MOLDEX: error decompressing " + entry_.GetName() +
+                      "; its length is not the one in the archive",
+                  kErrorBadLength, false);
   }
 
   CDirEntry& entry_;

@@ -36,27 +36,26 @@ void AppendNumber(std::string& line, Number number, std::size_t width, char fill
   AppendRight(line, {digits, static_cast<std::size_t>(end - digits)}, width, filling);
 }
 
-std::string AttributesOf(std::uint32_t mode) {
-  std::string text = "----------";
+void AppendAttributes(std::string& line, std::uint32_t mode) {
+  char text[] = "----------";
   if ((mode & kModeKindMask) == kModeDirectory) text[0] = 'd';
   if ((mode & kModeKindMask) == kModeShortcut) text[0] = 'l';
   for (const AttributeLetter& entry : kAttributeLetters) {
     if ((mode & entry.mode_bit) != 0) text[entry.position] = entry.letter;
   }
-  return text;
+  line += text;
 }
 
 constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                    "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
-// Local time, English month names; empty when the time has no place in the calendar. Composed here,
-// because there are runtime libraries that know no year past 9999, and none that is fast.
-std::string DateOf(const EntryHeader& header) {
-  std::string text;
+// Local time, English month names; nothing when the time has no place in the calendar. Composed
+// here, because there are runtime libraries that know no year past 9999, and none that is fast.
+void AppendDate(std::string& text, const EntryHeader& header) {
   const bool long_names = CRunContext::GetInstance().long_names();
   const auto time = TimeOf(header, long_names);
   const auto calendar = time ? LocalTime(*time, long_names) : std::nullopt;
-  if (!calendar) return text;
+  if (!calendar) return;
   AppendNumber(text, calendar->tm_mday, 2, '0');
   text.append(" ").append(kMonths[calendar->tm_mon]).append(" ");
   AppendNumber(text, 1900L + calendar->tm_year, 2, '0');
@@ -64,19 +63,24 @@ std::string DateOf(const EntryHeader& header) {
   AppendNumber(text, calendar->tm_hour, 2, '0');
   text += ':';
   AppendNumber(text, calendar->tm_min, 2, '0');
-  return text;
 }
 
 }  // namespace
 
 void CEntryInfo::Print() {
-  std::string columns = AttributesOf(header_.mode);
-  AppendNumber(columns, header_.size_bytes(), 12, ' ');
-  columns += ' ';
-  AppendRight(columns, DateOf(header_), 20, ' ');
-  columns += ' ';
-  WriteOutput(columns);
-  WriteShown(name_);
+  constexpr std::size_t kDateColumns = 20;
+  std::string line;
+  line.reserve(64 + name_.size());
+  AppendAttributes(line, header_.mode);
+  AppendNumber(line, header_.size_bytes(), 12, ' ');
+  line += ' ';
+  const std::size_t date_at = line.size();
+  AppendDate(line, header_);
+  const std::size_t date_length = line.size() - date_at;
+  if (date_length < kDateColumns) line.insert(date_at, kDateColumns - date_length, ' ');
+  line += ' ';
+  line += name_;
+  WriteShown(line);
   EndLine();
 }
 

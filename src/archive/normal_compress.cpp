@@ -9,6 +9,7 @@
 #include "cscompr/cscompr.h"
 #include "platform/interrupt.h"
 #include "report/except.h"
+#include "report/status_line.h"
 
 namespace moldex {
 namespace {
@@ -51,6 +52,7 @@ std::span<const std::uint8_t> CNormalCompress::ReadPiece(std::size_t length) {
   const Transfer transfer = entry_->file().Read(piece);
   if (!transfer.ok || transfer.bytes != length) throw CReadExcept(entry_->GetName());
   checksum_ = UpdateChecksum(checksum_, piece);
+  status_line::DidMore(length);
   return piece;
 }
 

@@ -113,4 +113,17 @@ std::size_t CTreeWalk::NextBudget() const {
   return std::max(left / 2, kSmallestBudget);
 }
 
+void WalkNames(CTreeWalk& walk, const CCmdLineOptions& options) {
+  for (const std::string& name : options.file_names) {
+    // A file may be called like a pattern; it is meant then.
+    if (HasWildcard(name) && TestExistence(name) != Existence::kExists) {
+      walk.WalkPattern(name);
+    } else {
+      walk.Walk(name);
+    }
+  }
+  for (const std::string& name : options.include_names)
+    walk.Walk(name);
+}
+
 }  // namespace moldex

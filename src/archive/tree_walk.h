@@ -12,6 +12,7 @@
 
 #include "platform/directory.h"
 #include "platform/file_status.h"
+#include "run/options.h"
 
 namespace moldex {
 
@@ -57,6 +58,9 @@ class CTreeWalk {
   bool follow_links_;
   std::vector<Level> levels_;
 };
+
+// Walks the operands and the names of the -A file, in order; the latter are no patterns.
+void WalkNames(CTreeWalk& walk, const CCmdLineOptions& options);
 
 }  // namespace moldex
 

@@ -57,7 +57,9 @@ void Terminate(char* output, std::size_t bytes, std::int32_t* written) {
 }  // namespace
 
 std::size_t ValidUtf8Prefix(std::string_view text) {
-  std::size_t position = 0;
+  const auto is_ascii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+  auto position =
+      static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), is_ascii) - text.begin());
   while (position < text.size()) {
     const std::size_t length = ValidCharacter(text.substr(position));
     if (length == 0) break;

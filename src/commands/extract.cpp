@@ -5,6 +5,7 @@
 #include "commands/deferred_entries.h"
 #include "oldformat/extract_old.h"
 #include "platform/security.h"
+#include "report/error_codes.h"
 #include "report/except.h"
 #include "report/exit_status.h"
 #include "report/output.h"
@@ -13,7 +14,21 @@ namespace moldex {
 
 namespace {
 
-// What is worth keeping of an archive that ends too early, or cannot be read to its end.
+// Whether what failed is the archive's structure, so that the next entry may not be where it seems
+// to be. Damaged data fails otherwise, and leaves the entries behind it as they are.
+bool EndsTheArchive(const CExcept& failure) {
+  switch (failure.code()) {
+    case kErrorRead:
+    case kErrorNameTooLong:
+    case kErrorBadLength:
+    case kErrorGeneric:
+      return true;
+    default:
+      return false;
+  }
+}
+
+// What is worth keeping of such an archive.
 std::string GoodPartOf(const CContainer& archive) {
   const bool none = archive.whole_bytes() <= kArchiveHeaderBytes;
   return Shown("MOLDEX: the good part of " + archive.name() + " ends at byte " +
@@ -58,13 +73,14 @@ void CExtract::ProcessArchive(const std::string& name) {
   archive_count_ = 0;
   try {
     ProcessEntries(archive);
-  } catch (CReadExcept& failure) {
-    if (!extracting_) failure.AddLine(GoodPartOf(archive));
+  } catch (CExcept& failure) {
+    if (!extracting_ && EndsTheArchive(failure)) failure.AddLine(GoodPartOf(archive));
     throw;
   }
   if (archive_count_ < selection_.name_count()) {
     SetExitStatus(kErrorOldFormat);
     context_.log().PrintMessage(std::string("MOLDEX: not all files could be ") + Done());
+    NoteFailure({kFailureNamesNotFound, 0});
   }
 }
 

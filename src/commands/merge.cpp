@@ -10,6 +10,7 @@
 #include "platform/interrupt.h"
 #include "report/except.h"
 #include "report/output.h"
+#include "report/status_line.h"
 #include "report/system_error.h"
 
 namespace moldex {
@@ -34,6 +35,7 @@ void CopyRest(CFileHandle& source, const std::string& source_name, std::uint64_t
     if (source.Read(chunk).bytes < chunk.size()) throw CReadExcept(source_name);
     if (target.Write(chunk).bytes < chunk.size()) throw CWriteExcept(target_name);
     remaining_bytes -= chunk.size();
+    status_line::DidMore(chunk.size());
   }
   if (!target.Close()) throw CWriteExcept(target_name);
 }
@@ -77,6 +79,8 @@ void CMerge::Execute() {
   if (!source.Skip(kArchiveHeaderBytes, 0)) {
     throw CExcept("MOLDEX: can't move file pointer in " + source_name);
   }
+  status_line::HasTotal(status.size_bytes - kArchiveHeaderBytes);  // the target is not gone through
+  status_line::IsAt(source_name);
   try {
     CopyRest(source, source_name, status.size_bytes - kArchiveHeaderBytes, target, target_name);
   } catch (CExcept& failure) {

@@ -3,6 +3,7 @@
 #include "platform/file_services.h"
 #include "platform/interrupt.h"
 #include "report/except.h"
+#include "report/status_line.h"
 
 namespace moldex {
 namespace {
@@ -18,8 +19,12 @@ void CScan::Execute() {
   log.WriteLog(handle, "# MOLDEX: list of missing files");
   log.WriteLog(handle, "# ==========================");
   bool missing = false;
-  for (const std::string& name : context_.options().NameList()) {
+  const std::vector<std::string> names = context_.options().NameList();
+  status_line::HasTotal(names.size(), status_line::Unit::kNames);
+  for (const std::string& name : names) {
     ThrowIfInterrupted();
+    status_line::IsAt(name);
+    status_line::DidMore(1);
     if (context_.options().IsExcluded(name) || QueryStatus(name)) continue;
     log.WriteLog(handle, name);
     missing = true;

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "driver/hint.h"
 #include "driver/run.h"
 #include "driver/usage.h"
 #include "driver/version.h"
@@ -84,6 +85,8 @@ int main(int argument_count, char** arguments) {
   if (moldex::OutputFailed() && moldex::ExitStatus() == 0) {
     moldex::SetExitStatus(moldex::kErrorWrite);
   }
+  // With -e nobody sees the message that the hint belongs to.
+  if (!context.options().redirect_output) moldex::PrintHint(context.command_code());
   const int status = moldex::ExitStatus();
   moldex::CRunContext::Destroy();
   return status;

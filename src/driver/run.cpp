@@ -14,6 +14,7 @@
 #include "platform/security.h"
 #include "report/except.h"
 #include "report/exit_status.h"
+#include "report/status_line.h"
 
 namespace moldex {
 namespace {
@@ -59,6 +60,7 @@ void ReportLeftOutFiles(CRunContext& context) {
         "MOLDEX: some files could not be accessed (see MOLDEX.log for details)");
   }
   SetExitStatus(kErrorInaccessible);
+  if (!context.options().ignore_inaccessible) NoteFailure({kErrorInaccessible, 0});
 }
 
 }  // namespace
@@ -77,6 +79,7 @@ void Run(CRunContext& context) {
   std::string why;
   if (options.acl && !AcquirePrivileges(&why)) throw CAddPrivilegeExcept(why);
   context.set_command_code(options.command_code);
+  const CStatusLine progress(!options.verbose);
   MakeCommand(context)->Execute();
   if (WritesArchive(context.command_code()) && context.files_inaccessible()) {
     ReportLeftOutFiles(context);

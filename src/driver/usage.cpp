@@ -1,12 +1,15 @@
 #include "driver/usage.h"
 
+#include <string>
+
 #include "driver/version.h"
 #include "report/output.h"
+#include "run/option_table.h"
 
 namespace moldex {
 namespace {
 
-constexpr char kUsage[] =
+constexpr char kSynopses[] =
     R"(usage:
 MOLDEX -c[vir][f archive] [-P] [-C directory]
        [-p mode] [-A filename] [-T filename] [-X filename] [file1 file2....]
@@ -20,34 +23,10 @@ MOLDEX -l [-A filename][-X filename] [file1 file2...]
 MOLDEX -version
 
 other options:
--a            : append files to an archive
--A FILE       : get names to include from FILE
--backup       : accepted and ignored in this edition
--c            : create an archive
--C DIRECTORY  : change to DIRECTORY before archiving (create only)
--d            : verify an archive: every entry is decompressed and its checksum compared
--e            : write all output to the file moldex_output
--f ARCHIVE    : name of the archive, or list of archives (default DEFAULT.QEL)
--flat         : drop the directories of the names in the archive
--g            : ignore case in the names of archives
--h            : leave the permissions of directories alone
--i            : go on when files are inaccessible, and keep the archive
--l            : write the names of missing files to files.log
--lower        : turn the names in the archive to lower case (extract only)
--m            : append the first of two archives to the second
--n            : print the release and the statistics of the run
--p MODE       : store MODE (octal) as permissions of every entry
--P            : keep absolute names when archiving; allow names with ".." when extracting
--r            : store links and shortcuts themselves instead of what they point to
--R DIRECTORY  : extract below DIRECTORY
--s            : with -t: report whether there is space for an extraction
--t            : list an archive
--T FILE       : get names to rename from FILE
--v            : name every entry that is processed
--V            : accepted; checksums are always written and checked
--x            : extract an archive
--X FILE       : get names to exclude from FILE
+)";
 
+constexpr char kNotes[] =
+    R"(
 examples:
 MOLDEX -cvf backup.qel docs src          archive two directories
 MOLDEX -cf all.qel -C /srv/data .        everything below /srv/data, with relative names
@@ -76,10 +55,22 @@ contains any. What lies below a renamed directory keeps its own name unless it i
 directory named in a -X file is excluded with everything below it.
 )";
 
+// "-A FILE       : get names to include from FILE"
+std::string Line(const Option& option) {
+  constexpr std::size_t kSpellingWidth = 14;
+  std::string line = "-" + std::string(option.name);
+  if (option.argument != Argument::kNone) line += " " + std::string(ArgumentName(option.argument));
+  line.resize(kSpellingWidth, ' ');
+  return line + ": " + std::string(option.text) + "\n";
+}
+
 }  // namespace
 
 void CUsage::Print() {
-  WriteOutput(kUsage);
+  WriteOutput(kSynopses);
+  for (const Option& option : Options())
+    WriteOutput(Line(option));
+  WriteOutput(kNotes);
   WriteOutput(VersionText());
   FlushOutput();
 }

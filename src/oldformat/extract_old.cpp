@@ -108,6 +108,7 @@ void CExtractOld::ProcessArchive(COldArchive& archive, const CCmdLineOptions& op
     SetExitStatus(kErrorOldFormat);
     context_.log().PrintMessage(std::string("MOLDEX: not all files could be ") +
                                 (extracting ? "extracted" : "tested"));
+    NoteFailure({kFailureNamesNotFound, 0});
   }
 }
 

@@ -7,6 +7,7 @@
 #include "codepage/code_page.h"
 #include "platform/file_services.h"
 #include "report/except.h"
+#include "report/status_line.h"
 
 namespace moldex {
 namespace {
@@ -91,6 +92,7 @@ bool COldArchive::ReadName(std::string* name) {
 }
 
 CDirEntry& COldArchive::Fill(std::string name) {
+  status_line::IsAt(name);
   const bool is_directory = header_.kind == TarKind::kDirectory;
   EntryHeader header;
   header.type = is_directory ? kTypeDirectory : kTypeFile;

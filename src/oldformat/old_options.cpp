@@ -2,14 +2,14 @@
 
 #include <string_view>
 
+#include "run/option_table.h"
+
 namespace moldex {
 namespace {
 
 bool TakesValue(std::string_view word) {
-  for (const std::string_view other : {"-A", "-C", "-T", "-X", "-p"}) {
-    if (word == other) return true;
-  }
-  return false;
+  const Option* option = FindOption(word.substr(1));
+  return option != nullptr && option->argument != Argument::kNone;
 }
 
 // Whether the group's next argument is the archive's name, which the caller knows.

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "platform/interrupt.h"
+#include "report/status_line.h"
 
 namespace moldex {
 namespace {
@@ -46,6 +47,7 @@ void CBufferedReader::Fill(std::size_t wanted) {
   const Transfer transfer = file_.Read({buffer_.data() + end_, amount});
   end_ += transfer.bytes;
   position_ += transfer.bytes;
+  status_line::Reached(position_);
   failed_ = !transfer.ok;
   read_ahead_ = std::min(read_ahead_ * 2, kLargeRead);
 }
@@ -69,6 +71,7 @@ CBufferedReader::SkipResult CBufferedReader::Skip(std::uint64_t distance) {
     left -= step;
   }
   position_ += rest;
+  status_line::Reached(position_);
   begin_ = end_ = 0;
   read_ahead_ = kSmallRead;
   return SkipResult::kMoved;

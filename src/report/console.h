@@ -1,6 +1,9 @@
-// The console that standard output may be.
+// The console that standard output and standard error may be.
 #ifndef MOLDEX_REPORT_CONSOLE_H_
 #define MOLDEX_REPORT_CONSOLE_H_
+
+#include <cstddef>
+#include <string_view>
 
 namespace moldex {
 
@@ -24,6 +27,25 @@ bool OutputIsTerminal();
 // Whether terminals here obey the control characters above 0x7F, too, which are letters in the
 // code pages of others.
 bool TerminalHasHighControls();
+
+// Whether standard error is a terminal that somebody looks at.
+bool ErrorIsTerminal();
+
+// Whether standard output may arrive on the screen that standard error is on: it is a terminal, or
+// goes to another program.
+bool OutputMayReachScreen();
+
+// Columns of the terminal that standard error is. 0 while nothing should be written to it: it
+// belongs to another program, in front of this one, or takes nothing, as after Ctrl-S. 80 where the
+// terminal does not say.
+std::size_t ErrorColumns();
+
+// Writes to the terminal that standard error is, at once. A failure has nobody to be told to.
+void WriteToErrorTerminal(std::string_view text);
+
+// Bytes of the first character of a text, and its columns, in a code page that has characters of
+// one and of more bytes; 0 in UTF-8 and in code pages of single bytes. The text is not empty.
+std::size_t DoubleByteLength(std::string_view text);
 
 }  // namespace moldex
 

@@ -1,8 +1,23 @@
 #include "report/console.h"
 
+#include <langinfo.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
+
 namespace moldex {
+namespace {
+
+constexpr std::size_t kUsualColumns = 80;
+
+bool HasDoubleBytes() { return MB_CUR_MAX > 1 && std::strcmp(nl_langinfo(CODESET), "UTF-8") != 0; }
+
+}  // namespace
 
 CConsoleCodePage::CConsoleCodePage() = default;
 
@@ -11,5 +26,41 @@ CConsoleCodePage::~CConsoleCodePage() { former_ = 0; }
 bool OutputIsTerminal() { return isatty(STDOUT_FILENO) == 1; }
 
 bool TerminalHasHighControls() { return true; }
+
+bool ErrorIsTerminal() { return isatty(STDERR_FILENO) == 1; }
+
+bool OutputMayReachScreen() {
+  struct stat record {};
+  if (OutputIsTerminal() || fstat(STDOUT_FILENO, &record) != 0) return true;
+  return S_ISFIFO(record.st_mode) || S_ISSOCK(record.st_mode);
+}
+
+std::size_t ErrorColumns() {
+  const pid_t in_front =
+      tcgetpgrp(STDERR_FILENO);  // fails on a terminal that is not ours to control
+  if (in_front > 0 && in_front != getpgrp()) return 0;
+  pollfd room{STDERR_FILENO, POLLOUT, 0};
+  if (poll(&room, 1, 0) == 0) return 0;
+  winsize size{};
+  const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  return known ? size.ws_col : kUsualColumns;
+}
+
+// A signal that comes while the terminal takes nothing asks the run to end: not to be waited for.
+void WriteToErrorTerminal(std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t count = write(STDERR_FILENO, text.data(), text.size());
+    if (count <= 0) return;
+    text.remove_prefix(static_cast<std::size_t>(count));
+  }
+}
+
+std::size_t DoubleByteLength(std::string_view text) {
+  static const bool has_double_bytes = HasDoubleBytes();  // the locale is set when a run begins
+  if (!has_double_bytes) return 0;
+  std::mbstate_t state{};
+  const std::size_t length = std::mbrlen(text.data(), text.size(), &state);
+  return length == 0 || length > text.size() ? 1 : length;
+}
 
 }  // namespace moldex

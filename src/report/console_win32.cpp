@@ -4,9 +4,26 @@
 #include <io.h>
 #include <windows.h>
 
+#include <array>
 #include <cstdio>
 
 namespace moldex {
+namespace {
+
+constexpr std::size_t kUsualColumns = 80;
+constexpr std::size_t kLongestLine = 4096;  // more than a console has columns
+
+bool IsConsole(HANDLE handle) {
+  DWORD mode = 0;
+  return GetConsoleMode(handle, &mode) != FALSE;
+}
+
+bool HasDoubleBytes() {
+  CPINFO info{};
+  return GetCPInfo(CP_ACP, &info) != FALSE && info.MaxCharSize == 2;
+}
+
+}  // namespace
 
 // More than a line: a console shows no character of which it gets one half after the other.
 constexpr std::size_t kBufferBytes = 65536;
@@ -26,11 +43,39 @@ CConsoleCodePage::~CConsoleCodePage() {
   if (former_ != 0) (void)SetConsoleOutputCP(former_);
 }
 
-bool OutputIsTerminal() {
-  DWORD mode = 0;
-  return GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) != FALSE;
-}
+bool OutputIsTerminal() { return IsConsole(GetStdHandle(STD_OUTPUT_HANDLE)); }
 
 bool TerminalHasHighControls() { return false; }
+
+bool ErrorIsTerminal() { return IsConsole(GetStdHandle(STD_ERROR_HANDLE)); }
+
+bool OutputMayReachScreen() {
+  return OutputIsTerminal() || GetFileType(GetStdHandle(STD_OUTPUT_HANDLE)) == FILE_TYPE_PIPE;
+}
+
+std::size_t ErrorColumns() {
+  CONSOLE_SCREEN_BUFFER_INFO info{};
+  const bool known = GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info) != FALSE;
+  return known && info.dwSize.X > 0 ? static_cast<std::size_t>(info.dwSize.X) : kUsualColumns;
+}
+
+// In UTF-16, so that the code page that the console has at the time does not matter.
+void WriteToErrorTerminal(std::string_view text) {
+  std::array<wchar_t, kLongestLine> wide{};
+  const int length = MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()),
+                                         wide.data(), static_cast<int>(wide.size()));
+  DWORD written = 0;
+  (void)WriteConsoleW(GetStdHandle(STD_ERROR_HANDLE), wide.data(), static_cast<DWORD>(length),
+                      &written, nullptr);
+}
+
+std::size_t DoubleByteLength(std::string_view text) {
+  static const bool has_double_bytes = HasDoubleBytes();
+  if (!has_double_bytes) return 0;
+  // No second byte is as low as a control character, whatever an archive says.
+  const bool is_double = text.size() > 1 && static_cast<BYTE>(text[1]) >= 0x40 &&
+                         IsDBCSLeadByte(static_cast<BYTE>(text[0])) != FALSE;
+  return is_double ? 2 : 1;
+}
 
 }  // namespace moldex

@@ -20,12 +20,16 @@ CExcept::CExcept(const std::string& message, int code, bool with_system_text)
 CExcept::CExcept(const std::string& message, int code, Ending ending)
     : message_(Shown(message)), code_(code) {
   if (ending != Ending::kNothing) message_ += " (error " + std::to_string(code) + "). ";
-  if (ending == Ending::kCodeAndSystemText) message_ += LastSystemErrorText();
+  note_.what = code;
+  if (ending == Ending::kCodeAndSystemText) {
+    message_ += LastSystemErrorText();
+    note_.errno_value = LastSystemError().errno_value;
+  }
   SetExitStatus(code);
 }
 
-CExcept::CExcept(const std::string& message, Unnumbered /*unnumbered*/)
-    : message_(Shown(message)) {}
+CExcept::CExcept(const std::string& message, Unnumbered unnumbered)
+    : message_(Shown(message)), note_{unnumbered.kind, 0} {}
 
 void CExcept::AddLine(const std::string& line) {
   if (!message_.ends_with('\n')) message_ += '\n';
@@ -33,6 +37,7 @@ void CExcept::AddLine(const std::string& line) {
 }
 
 void CExcept::Print() {
+  NoteFailure(note_);
   WriteOutput(message_);
   WriteOutput("\n");
   FlushOutput();
@@ -98,12 +103,12 @@ CSetFilePointerExcept::CSetFilePointerExcept()
     : CExcept("MOLDEX: could not set position of file pointer.", kErrorSetPosition, true) {}
 
 CInvalExcept::CInvalExcept(const std::string& name)
-    : CExcept("MOLDEX: invalid archive " + name, Unnumbered{}) {}
+    : CExcept("MOLDEX: invalid archive " + name, Unnumbered{kFailureInvalidArchive}) {}
 
 CDecompExcept::CDecompExcept(const std::string& name, int library_code)
     : CExcept(
           "MOLDEX: error decompressing " + name + "; error code is " + std::to_string(library_code),
-          Unnumbered{}) {}
+          Unnumbered{kFailureDamagedData}) {}
 
 CInterruptExcept::CInterruptExcept(int status)
     : CExcept("MOLDEX: interrupted", status, Ending::kCode) {}

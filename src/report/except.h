@@ -9,6 +9,7 @@
 #include <string>
 
 #include "report/error_codes.h"
+#include "report/last_failure.h"
 #include "report/user_info.h"
 
 namespace moldex {
@@ -22,7 +23,7 @@ class CExcept : public CUserInfo {
   void SetText(const std::string& text) override { message_ = text; }
   // What else there is to say of the failure.
   void AddLine(const std::string& line);
-  // The message line, flushed.
+  // The message line, flushed. Notes that this failure was the last.
   void Print() override;
 
   const std::string& message() const { return message_; }
@@ -35,12 +36,15 @@ class CExcept : public CUserInfo {
 
   CExcept(const std::string& message, int code, Ending ending);
   // A failure without number: neither shown nor made the exit status.
-  struct Unnumbered {};
+  struct Unnumbered {
+    FailureKind kind = kFailureNone;
+  };
   CExcept(const std::string& message, Unnumbered unnumbered);
 
  private:
   std::string message_;
   int code_ = 0;
+  PrintedFailure note_;
 };
 
 class COpenExcept : public CExcept {

@@ -3,6 +3,7 @@
 #include "platform/file_services.h"
 #include "report/except.h"
 #include "run/archive_list.h"
+#include "run/option_table.h"
 #include "run/options.h"
 
 namespace moldex {
@@ -40,7 +41,7 @@ bool IsCovered(const std::string& name, const std::vector<std::string>& operands
   return false;
 }
 
-constexpr Rule kRules[] = {
+const Rule kRules[] = {
     {Bit(kCommandCreate),
      [](const CCmdLineOptions& o) { return NamesNothing(o) && o.rename_file == nullptr; },
      "MOLDEX: no files given for archiving", kErrorNoFiles, true},
@@ -58,21 +59,18 @@ constexpr Rule kRules[] = {
     {kAllCommands,
      [](const CCmdLineOptions& o) { return o.change_directory != nullptr && o.absolute_paths; },
      "MOLDEX: don't use both P-option and C-option", kErrorAbsoluteAndChange, true},
-    {~Bit(kCommandCreate), [](const CCmdLineOptions& o) { return o.change_directory != nullptr; },
+    {~CommandsOf("C"), [](const CCmdLineOptions& o) { return o.change_directory != nullptr; },
      "MOLDEX: use C-option only with create (-c)", kErrorChangeOption, true},
-    {~(Bit(kCommandCreate) | Bit(kCommandAppend)),
-     [](const CCmdLineOptions& o) { return o.rename_file != nullptr; },
+    {~CommandsOf("T"), [](const CCmdLineOptions& o) { return o.rename_file != nullptr; },
      "MOLDEX: use T-option only with create (-c) or append (-a)", kErrorRenameOption, true},
-    {~(Bit(kCommandCreate) | Bit(kCommandAppend) | Bit(kCommandScan)),
-     [](const CCmdLineOptions& o) { return o.exclude_file != nullptr; },
+    {~CommandsOf("X"), [](const CCmdLineOptions& o) { return o.exclude_file != nullptr; },
      "MOLDEX: use X-option only with create (-c), append (-a) or scan (-l)", kErrorExcludeOption,
      true},
-    {~(Bit(kCommandExtract) | Bit(kCommandList)),
-     [](const CCmdLineOptions& o) { return o.target_directory != nullptr; },
+    {~CommandsOf("R"), [](const CCmdLineOptions& o) { return o.target_directory != nullptr; },
      "MOLDEX: use R-option only with extract (-x) or list content (-t)", kErrorTargetOption, true},
-    {~Bit(kCommandList), [](const CCmdLineOptions& o) { return o.space_check; },
+    {~CommandsOf("s"), [](const CCmdLineOptions& o) { return o.space_check; },
      "MOLDEX: use s-option only with list content (-t)", kErrorSpaceOption, true},
-    {~Bit(kCommandExtract), [](const CCmdLineOptions& o) { return o.lower_case; },
+    {~CommandsOf("lower"), [](const CCmdLineOptions& o) { return o.lower_case; },
      "MOLDEX: use -lower only with extract (-x)", kErrorLowerOption, true},
     {kAllCommands, [](const CCmdLineOptions& o) { return o.acl && !o.long_names; },
      "MOLDEX: use -acl with -longnames", kErrorAclOption, false},

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <optional>
 
@@ -10,58 +9,12 @@
 #include "report/except.h"
 #include "report/output.h"
 #include "run/list_files.h"
+#include "run/option_table.h"
 
 namespace moldex {
 namespace {
 
 std::unique_ptr<CCmdLineOptions> instance;
-
-struct FlagWord {
-  const char* word;
-  bool CCmdLineOptions::*flag;
-  bool value;
-};
-
-constexpr FlagWord kFlagWords[] = {
-    {"-lower", &CCmdLineOptions::lower_case, true},
-    {"-flat", &CCmdLineOptions::flat, true},
-    {"-V", &CCmdLineOptions::checksum, true},
-    {"-v", &CCmdLineOptions::verbose, true},
-    {"-e", &CCmdLineOptions::redirect_output, true},
-    {"-g", &CCmdLineOptions::ignore_case, true},
-    {"-n", &CCmdLineOptions::statistics, true},
-    {"-h", &CCmdLineOptions::set_directory_permissions, false},
-    {"-P", &CCmdLineOptions::absolute_paths, true},
-};
-
-struct FlagLetter {
-  bool CCmdLineOptions::*flag;
-  char letter;
-  bool value;
-};
-
-constexpr FlagLetter kFlagLetters[] = {
-    {&CCmdLineOptions::verbose, 'v', true},
-    {&CCmdLineOptions::space_check, 's', true},
-    {&CCmdLineOptions::ignore_case, 'g', true},
-    {&CCmdLineOptions::ignore_inaccessible, 'i', true},
-    {&CCmdLineOptions::resolve_links, 'r', false},
-};
-
-// Words whose next argument is a file or directory.
-struct FileWord {
-  const char* word;
-  const char* CCmdLineOptions::*target;
-};
-
-constexpr FileWord kFileWords[] = {
-    {"-X", &CCmdLineOptions::exclude_file},     {"-T", &CCmdLineOptions::rename_file},
-    {"-C", &CCmdLineOptions::change_directory}, {"-f", &CCmdLineOptions::archive_value},
-    {"-A", &CCmdLineOptions::include_file},     {"-R", &CCmdLineOptions::target_directory},
-};
-
-// Position in this text is the command's number.
-constexpr char kCommandLetters[] = " cdxtaml";
 
 // Reads octal digits as "%o" does: blanks and a sign in front, anything behind.
 std::optional<std::uint32_t> ReadOctal(const char* text) {
@@ -84,7 +37,9 @@ class CCmdLineOptions::Parser {
       const char* argument = arguments_[next_++];
       if (argument[0] != '-') {
         options_.file_names.emplace_back(argument);
-      } else if (!TakeWord(argument)) {
+      } else if (const Option* option = FindOption(argument + 1); option != nullptr) {
+        Take(*option);
+      } else {
         TakeLetters(argument + 1);
       }
     }
@@ -93,29 +48,22 @@ class CCmdLineOptions::Parser {
  private:
   const char* TakeNext() { return next_ < count_ ? arguments_[next_++] : nullptr; }
 
-  bool TakeWord(const char* argument) {
-    for (const FlagWord& word : kFlagWords) {
-      if (std::strcmp(argument, word.word) != 0) continue;
-      options_.*word.flag = word.value;
-      return true;
-    }
-    for (const FileWord& word : kFileWords) {
-      if (std::strcmp(argument, word.word) != 0) continue;
-      TakeFile(word.word[1], word.target);
-      return true;
-    }
-    if (std::strcmp(argument, "-p") == 0) {
+  void Take(const Option& option) {
+    if (option.argument == Argument::kMode) {
       TakePermissions();
-      return true;
+    } else if (option.value != nullptr) {
+      TakeFile(std::string(option.name), option.value);
+    } else if (option.flag != nullptr) {
+      options_.*option.flag = option.flag_value;
+    } else if (option.command != kNoCommand) {
+      options_.command_code = option.command;
+    } else {
+      WriteOutput("MOLDEX: option -backup only supported by UNICODE Moldex (option ignored)\n");
+      FlushOutput();
     }
-    if (std::strcmp(argument, "-backup") != 0) return false;
-    WriteOutput("MOLDEX: option -backup only supported by UNICODE Moldex (option ignored)\n");
-    FlushOutput();
-    return true;
   }
 
-  void TakeFile(char letter, const char* CCmdLineOptions::*target) {
-    const std::string name(1, letter);
+  void TakeFile(const std::string& name, const char* CCmdLineOptions::*target) {
     const char* value = TakeNext();
     if (options_.*target != nullptr) {
       throw CExcept("MOLDEX: " + name + ": use option only once", kErrorOptionTwice, true);
@@ -145,31 +93,15 @@ class CCmdLineOptions::Parser {
 
   void TakeLetters(const char* letters) {
     for (; *letters != '\0'; ++letters) {
-      if (*letters == 'f') {
-        TakeFile('f', &CCmdLineOptions::archive_value);
-        return;  // what stands behind the f in its group is not looked at
-      }
-      if (!TakeFlagLetter(*letters) && !TakeCommandLetter(*letters)) {
+      const Option* option = FindLetter(*letters);
+      if (option == nullptr) {
         throw CExcept(std::string("MOLDEX: unknown command option ") + letters, kErrorUnknownOption,
                       true);
       }
+      Take(*option);
+      // What stands behind the f in its group is not looked at.
+      if (option->argument != Argument::kNone) return;
     }
-  }
-
-  bool TakeFlagLetter(char letter) {
-    for (const FlagLetter& entry : kFlagLetters) {
-      if (letter != entry.letter) continue;
-      options_.*entry.flag = entry.value;
-      return true;
-    }
-    return false;
-  }
-
-  bool TakeCommandLetter(char letter) {
-    const char* found = std::strchr(kCommandLetters + 1, letter);
-    if (found == nullptr) return false;
-    options_.command_code = static_cast<int>(found - kCommandLetters);
-    return true;
   }
 
   CCmdLineOptions& options_;

@@ -5,6 +5,8 @@
 #include "platform/file_services.h"
 #include "platform/long_name.h"
 #include "report/except.h"
+#include "report/status_line.h"
+#include "report/system_error.h"
 #include "run/archive_list.h"
 
 namespace moldex {
@@ -13,6 +15,20 @@ namespace {
 std::unique_ptr<CRunContext> instance;
 
 constexpr char kInaccessibleLog[] = "moldex.log";
+
+// Of all archives together; 0 when that of one cannot be known. What cannot be opened is left to
+// whoever opens it.
+std::uint64_t TotalBytes(const std::vector<std::string>& archives) {
+  const CSystemErrorGuard guard;
+  std::uint64_t total = 0;
+  for (const std::string& name : archives) {
+    const auto status = QueryStatus(name);
+    if (!status) continue;
+    if (status->kind != FileKind::kRegular) return 0;
+    total += status->size_bytes;
+  }
+  return total;
+}
 
 }  // namespace
 
@@ -45,7 +61,10 @@ void CRunContext::SetLongNames(bool on) {
 
 std::vector<std::string> CRunContext::ArchiveList() {
   const char* value = options_->archive_value;
-  return ExpandArchiveList(value != nullptr ? value : kDefaultArchive, options_->ignore_case);
+  std::vector<std::string> archives =
+      ExpandArchiveList(value != nullptr ? value : kDefaultArchive, options_->ignore_case);
+  if (status_line::IsOn()) status_line::HasTotal(TotalBytes(archives));
+  return archives;
 }
 
 void CRunContext::ReportInaccessibleFile(const std::string& name) {

@@ -1,0 +1,20 @@
+// How much a creation is going to read, for whoever waits for it.
+#ifndef MOLDEX_ARCHIVE_BYTE_COUNT_H_
+#define MOLDEX_ARCHIVE_BYTE_COUNT_H_
+
+#include <cstdint>
+
+#include "platform/file_status.h"
+#include "run/options.h"
+
+namespace moldex {
+
+// The sizes of all files that the options name, in one more walk over their names that opens none
+// of them. Says nothing of what it cannot look up, which counts nothing, and changes nothing. A
+// shortcut counts as itself, and `archive`, what the archive's file is, not at all. 0 when a
+// directory cannot be read to its end. Throws CInterruptExcept.
+std::uint64_t CountBytes(const CCmdLineOptions& options, const FileIdentity& archive);
+
+}  // namespace moldex
+
+#endif  // MOLDEX_ARCHIVE_BYTE_COUNT_H_

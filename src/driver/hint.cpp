@@ -1,0 +1,80 @@
+#include "driver/hint.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <string>
+
+#include "report/console.h"
+#include "report/error_codes.h"
+#include "report/last_failure.h"
+#include "run/command.h"
+
+namespace moldex {
+namespace {
+
+constexpr unsigned Bit(int command_code) { return 1U << static_cast<unsigned>(command_code); }
+
+constexpr unsigned kAny = ~0U;
+constexpr unsigned kAppend = Bit(kCommandAppend);
+constexpr unsigned kExtract = Bit(kCommandExtract);
+constexpr unsigned kMerge = Bit(kCommandMerge);
+constexpr unsigned kWriting = Bit(kCommandCreate) | kAppend;
+constexpr unsigned kUnpacking = kExtract | Bit(kCommandVerify);
+constexpr unsigned kReading = kUnpacking | Bit(kCommandList);
+
+struct Hint {
+  int what;           // as in PrintedFailure
+  int errno_value;    // 0 for any
+  unsigned commands;  // for which it is one
+  const char* text;
+};
+
+constexpr char kUsageHint[] = "moldex without arguments prints its options, with examples";
+constexpr char kElsewhereHint[] = "-R DIRECTORY extracts somewhere else";
+constexpr char kDamageHint[] =
+    "the archive is damaged there; its other entries can still be extracted by their names";
+
+constexpr Hint kHints[] = {
+    {kErrorOptionValue, 0, kAny, kUsageHint},
+    {kErrorUnknownOption, 0, kAny, kUsageHint},
+    {kErrorNoCommand, 0, kAny, kUsageHint},
+    {kErrorNoFiles, 0, kAny, kUsageHint},
+    {kErrorNoOctalValue, 0, kAny, "-p takes permissions in octal digits, such as -p 644"},
+    {kErrorListFormat, 0, kAny, "a line of -T is OLD|NEW, a line of -A or -X is a name"},
+    {kErrorOpen, ENOENT, kAppend, "-c makes a new archive"},
+    {kErrorOpen, EACCES, kWriting, "-f names the archive; it has to be where you may write"},
+    {kErrorWrite, ENOSPC, kWriting, "-f may name an archive on a volume that has more space"},
+    {kErrorInaccessible, 0, kWriting, "-i leaves such files out and keeps the archive"},
+    {kErrorNoLinkTarget, 0, kWriting, "-r stores links themselves, whatever they point to"},
+    {kFailureInvalidArchive, 0, kAppend, "only a .QEL archive can be appended to; -c makes one"},
+    {kFailureInvalidArchive, 0, kReading,
+     "archives to read are .QEL archives, and tar archives that are not compressed"},
+    {kFailureNamesNotFound, 0, kUnpacking,
+     "moldex -tf ARCHIVE lists the names as they have to be given"},
+    {kFailureDamagedData, 0, kUnpacking, kDamageHint},
+    {kErrorChecksum, 0, kUnpacking, kDamageHint},
+    {kErrorRead, 0, kReading & ~Bit(kCommandVerify),
+     "moldex -df ARCHIVE says where its good part ends"},
+    {kErrorConversion, 0, kReading, "a UTF-8 locale has the characters of every name"},
+    {kErrorWrite, ENOSPC, kExtract, "moldex -tsf ARCHIVE says how much space is missing"},
+    {kErrorSetPermissions, 0, kExtract,
+     "-h leaves the permissions of directories alone, -R DIRECTORY extracts somewhere else"},
+    {kErrorCreateDirectory, 0, kExtract, kElsewhereHint},
+    {kErrorOpenForWriting, 0, kExtract, kElsewhereHint},
+    {kErrorReplacesArchive, 0, kExtract, kElsewhereHint},
+    {kErrorGeneric, 0, kMerge, "-m takes both archives in one value: -mf \"SOURCE TARGET\""},
+};
+
+}  // namespace
+
+void PrintHint(int command_code) {
+  const PrintedFailure& failure = LastFailure();
+  const auto* hint = std::find_if(std::begin(kHints), std::end(kHints), [&](const Hint& row) {
+    return row.what == failure.what && (row.commands & Bit(command_code)) != 0 &&
+           (row.errno_value == 0 || row.errno_value == failure.errno_value);
+  });
+  if (hint == std::end(kHints) || !ErrorIsTerminal() || ErrorColumns() == 0) return;
+  WriteToErrorTerminal(std::string("hint: ") + hint->text + "\n");
+}
+
+}  // namespace moldex

@@ -1,0 +1,25 @@
+// The failure that was printed last, for whoever has more to say about it at the end of the run.
+#ifndef MOLDEX_REPORT_LAST_FAILURE_H_
+#define MOLDEX_REPORT_LAST_FAILURE_H_
+
+namespace moldex {
+
+// What has no number of its own among the error codes.
+enum FailureKind : int {
+  kFailureNone = 0,
+  kFailureInvalidArchive = -1,
+  kFailureDamagedData = -2,
+  kFailureNamesNotFound = -3
+};
+
+struct PrintedFailure {
+  int what = kFailureNone;  // an ErrorCode or a FailureKind
+  int errno_value = 0;      // of the system's error that the message ends with; 0 for none
+};
+
+void NoteFailure(PrintedFailure failure);
+const PrintedFailure& LastFailure();
+
+}  // namespace moldex
+
+#endif  // MOLDEX_REPORT_LAST_FAILURE_H_

@@ -1,0 +1,30 @@
+// Text as a terminal takes it: in whole characters, without any that the terminal would obey.
+//
+// Knows UTF-8 and, where the system says that names are in such, code pages of double bytes; in all
+// others a character is a byte. Used by whoever writes to the screen.
+#ifndef MOLDEX_REPORT_SCREEN_TEXT_H_
+#define MOLDEX_REPORT_SCREEN_TEXT_H_
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace moldex {
+
+// Whether a terminal would obey some of the text instead of showing it.
+bool HasControls(std::string_view text);
+
+// The text with those characters as octal escapes (\033).
+std::string Escaped(std::string_view text);
+
+struct ScreenText {
+  std::string_view text;
+  std::size_t columns = 0;  // that it takes, or a few more; never fewer
+};
+
+// As much of the text's beginning as fits into so many columns of a screen.
+ScreenText CutToColumns(std::string_view text, std::size_t columns);
+
+}  // namespace moldex
+
+#endif  // MOLDEX_REPORT_SCREEN_TEXT_H_

@@ -1,0 +1,61 @@
+// Every option of the command line, in one table: how it is written, what follows it, what it sets,
+// which commands it goes with, and what it does in one line.
+//
+// The parser and the rules on combinations read it, and from it are made the usage text, the man
+// page and the completions for shells. "-version" is no option: it counts as the first word alone,
+// which main looks at.
+#ifndef MOLDEX_RUN_OPTION_TABLE_H_
+#define MOLDEX_RUN_OPTION_TABLE_H_
+
+#include <span>
+#include <string_view>
+
+#include "run/command.h"
+#include "run/options.h"
+
+namespace moldex {
+
+enum class Spelling {
+  kWord,   // a word of its own: "-flat"
+  kLetter  // a letter that may also stand in a group of such: "-cvf"
+};
+
+// What the next word of the command line is to the option.
+enum class Argument { kNone, kArchive, kDirectory, kFile, kMode };
+
+struct Option {
+  std::string_view name;      // without the "-"
+  std::string_view commands;  // the letters of the commands that it goes with
+  std::string_view text;
+
+  // What it sets: one of these three, or nothing.
+  bool CCmdLineOptions::*flag = nullptr;
+  const char* CCmdLineOptions::*value = nullptr;
+  CommandCode command = kNoCommand;
+
+  bool flag_value = true;
+  Spelling spelling = Spelling::kWord;
+  Argument argument = Argument::kNone;
+};
+
+// The letters of all commands, those first that one needs first.
+inline constexpr std::string_view kEveryCommand = "catdxml";
+
+// In the order of the alphabet, each small letter in front of its capital.
+std::span<const Option> Options();
+
+// The option of this name, or null.
+const Option* FindOption(std::string_view name);
+
+// The option that this letter is in a group, or null.
+const Option* FindLetter(char letter);
+
+// How the argument is called in texts; empty when there is none.
+std::string_view ArgumentName(Argument argument);
+
+// The commands that an option of the table goes with, one bit each: 1 << CommandCode.
+unsigned CommandsOf(std::string_view name);
+
+}  // namespace moldex
+
+#endif  // MOLDEX_RUN_OPTION_TABLE_H_
