@@ -15,52 +15,40 @@
 namespace moldex::test {
 namespace {
 
-// Makes the locale in a folder of its own and switches the process to it.
-class Latin1Locale {
- public:
-  Latin1Locale() {
-    const std::string folder = folder_.Path().string();
-    const std::string command =
-        "localedef -i en_US -f ISO-8859-1 " + folder + "/en_US.ISO-8859-1 >" + folder + "/log 2>&1";
-    const bool made = std::system(command.c_str()) == 0;
-    setenv("LOCPATH", folder.c_str(), 1);
-    in_use_ = made && std::setlocale(LC_ALL, "en_US.ISO-8859-1") != nullptr;
-  }
-  bool InUse() const { return in_use_; }
-
- private:
-  TempDir folder_;
-  bool in_use_ = false;
-};
+// Makes the locale in a folder of its own and switches the process to it, once for all tests.
+bool UseLatin1() {
+  static const TempDir folder;
+  const std::string name = folder.Path().string() + "/en_US.ISO-8859-1";
+  const std::string command = "localedef -i en_US -f ISO-8859-1 " + name + " >/dev/null 2>&1";
+  const bool made = std::system(command.c_str()) == 0;
+  setenv("LOCPATH", folder.Path().c_str(), 1);
+  return made && std::setlocale(LC_ALL, "en_US.ISO-8859-1") != nullptr;
+}
 
 class Latin1Names : public testing::Test {
  protected:
   void SetUp() override {
-    static const Latin1Locale locale;
-    if (!locale.InUse()) GTEST_SKIP() << "localedef cannot make a locale of ISO 8859-1 here";
+    static const bool in_use = UseLatin1();
+    if (!in_use) GTEST_SKIP() << "localedef cannot make a locale of ISO 8859-1 here";
     ASSERT_FALSE(LocalIsUtf8());
   }
 
-  static std::string UpToZero(const std::string& output, std::int32_t written) {
+  // What a conversion writes into so many bytes; "failed" when it says so, with nothing written.
+  static std::string Converted(bool to_local, const std::string& name, std::int32_t size) {
+    std::string output(static_cast<std::size_t>(size), '#');
+    std::int32_t written = -1;
+    int failed = 0;
+    if (to_local) failed = ConvertUtf8ToLocal(output.data(), size, &written, name.c_str());
+    if (!to_local) ConvertLocalToUtf8(output.data(), size, &written, name.c_str());
     EXPECT_EQ(output.find('\0'), static_cast<std::size_t>(written));
-    return output.substr(0, output.find('\0'));
+    EXPECT_TRUE(failed == 0 || written == 0);
+    return failed == 0 ? output.substr(0, output.find('\0')) : "failed";
   }
-
   static std::string ToUtf8(const std::string& local, std::int32_t size) {
-    std::string output(static_cast<std::size_t>(size), '#');
-    std::int32_t written = -1;
-    ConvertLocalToUtf8(output.data(), size, &written, local.c_str());
-    return UpToZero(output, written);
+    return Converted(false, local, size);
   }
-
-  // "failed" when the conversion says so; its output has to be empty then.
   static std::string ToLocal(const std::string& utf8, std::int32_t size) {
-    std::string output(static_cast<std::size_t>(size), '#');
-    std::int32_t written = -1;
-    const int failed = ConvertUtf8ToLocal(output.data(), size, &written, utf8.c_str());
-    const std::string local = UpToZero(output, written);
-    EXPECT_TRUE(failed == 0 || local.empty());
-    return failed == 0 ? local : "failed";
+    return Converted(true, utf8, size);
   }
 };
 
@@ -88,10 +76,10 @@ TEST_F(Latin1Names, CharactersThatTheCodePageLacksAreRefused) {
 
 TEST_F(Latin1Names, OutputIsCutBetweenCharacters) {
   const char* const cut[] = {"", "a", "a", "a\xC3\xA4", "a\xC3\xA4", "a\xC3\xA4\xC3\xB6"};
-  for (std::int32_t size = 1; size <= 6; ++size)
+  for (std::int32_t size = 1; size <= 6; ++size) {
     EXPECT_EQ(ToUtf8("a\xE4\xF6", size), cut[size - 1]) << size;
-  for (std::int32_t size = 1; size <= 6; ++size)
     EXPECT_EQ(ToLocal("a\xC3\xA4\xC3\xB6", size), size > 3 ? "a\xE4\xF6" : "failed") << size;
+  }
 }
 
 TEST_F(Latin1Names, InputAndOutputMayBeOneBuffer) {

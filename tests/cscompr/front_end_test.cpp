@@ -13,33 +13,33 @@ constexpr std::int32_t kFirstLzh = kCsFirstCall | kCsLzh;
 
 using Answer = std::array<std::int32_t, 3>;  // code, bytes read, bytes written
 
-Answer Compress(std::int32_t length, std::int32_t option, const Buffers& buffers) {
+Answer Compress(std::int32_t length, std::int32_t option, const Buffers& b) {
   Answer answer{0, -1, -1};
-  answer[0] = CsCompr(length, buffers.input, buffers.input_length, buffers.output,
-                      buffers.output_length, option, &answer[1], &answer[2]);
+  answer[0] = CsCompr(length, b.input, b.input_length, b.output, b.output_length, option,
+                      &answer[1], &answer[2]);
   return answer;
 }
 
-Answer Restore(std::int32_t option, const Buffers& buffers) {
+Answer Restore(std::int32_t option, const Buffers& b) {
   Answer answer{0, -1, -1};
-  answer[0] = CsDecompr(buffers.input, buffers.input_length, buffers.output, buffers.output_length,
-                        option, &answer[1], &answer[2]);
+  answer[0] =
+      CsDecompr(b.input, b.input_length, b.output, b.output_length, option, &answer[1], &answer[2]);
   return answer;
 }
 
 Stream Compression(const Bytes& data, std::int32_t option, std::size_t longest = 200'000) {
   const auto call = [option, size = data.size()](const Buffers& buffers, bool first) {
-    const Answer answer =
+    const auto [code, read, written] =
         Compress(static_cast<std::int32_t>(size), first ? option : option & ~kCsFirstCall, buffers);
-    return Outcome{answer[0], answer[1], answer[2]};
+    return Outcome{code, read, written};
   };
   return {Way::kCompress, data, call, UpTo(longest, 1), UpTo(longest, 2, 1)};
 }
 
 Stream Restoration(const Bytes& stream, std::size_t longest = 200'000) {
   const auto call = [](const Buffers& buffers, bool first) {
-    const Answer answer = Restore(first ? kCsFirstCall : 0, buffers);
-    return Outcome{answer[0], answer[1], answer[2]};
+    const auto [code, read, written] = Restore(first ? kCsFirstCall : 0, buffers);
+    return Outcome{code, read, written};
   };
   return {Way::kRestore, stream, call, UpTo(longest, 3), UpTo(longest, 4, 1)};
 }
@@ -59,24 +59,20 @@ TEST(FrontEnd, JudgesTheArgumentsOfCompressionInOrder) {
   Bytes out(100);
   std::uint8_t* const from = in.data();
   std::uint8_t* const to = out.data();
-  const struct {
-    std::int32_t option;
-    std::int32_t length;
-    Buffers buffers;
-    std::int32_t code;
-  } cases[] = {{kFirstLzc, -1, {nullptr, -1, nullptr, -1}, kCsBadInput},
-               {kFirstLzh, -1, {nullptr, -1, nullptr, -1}, kCsBadInput},
-               {kFirstLzc, -1, {nullptr, 10, nullptr, -1}, kCsBadOutput},
-               {kFirstLzh, -1, {nullptr, 10, to, 100}, kCsNullBuffer},
-               {kFirstLzc, -1, {from, 10, to, 100}, kCsBadLength},
-               {kFirstLzh, -1, {from, 10, to, 100}, kCsBadLength},
-               {kFirstLzc, 10, {from, 10, to, 7}, kCsBadOutput},
-               {kFirstLzh, 10, {from, 10, to, 7}, kCsBadOutput},
-               {kFirstLzc, 0, {from, 10, from, 7}, kCsSameBuffer},
-               {kFirstLzc, 0, {from, 10, to, 7}, kCsBadLength},
-               {kFirstLzc, 10, {nullptr, 0, to, 100}, kCsNullBuffer},
-               {0x05, 10, {from, 10, to, 100}, kCsBadAlgorithm},
-               {0x00, 10, {from, 10, to, 100}, kCsBadAlgorithm}};  // the option before it is kept
+  const std::tuple<std::int32_t, std::int32_t, Buffers, std::int32_t> cases[] = {
+      {kFirstLzc, -1, {nullptr, -1, nullptr, -1}, kCsBadInput},
+      {kFirstLzh, -1, {nullptr, -1, nullptr, -1}, kCsBadInput},
+      {kFirstLzc, -1, {nullptr, 10, nullptr, -1}, kCsBadOutput},
+      {kFirstLzh, -1, {nullptr, 10, to, 100}, kCsNullBuffer},
+      {kFirstLzc, -1, {from, 10, to, 100}, kCsBadLength},
+      {kFirstLzh, -1, {from, 10, to, 100}, kCsBadLength},
+      {kFirstLzc, 10, {from, 10, to, 7}, kCsBadOutput},
+      {kFirstLzh, 10, {from, 10, to, 7}, kCsBadOutput},
+      {kFirstLzc, 0, {from, 10, from, 7}, kCsSameBuffer},
+      {kFirstLzc, 0, {from, 10, to, 7}, kCsBadLength},
+      {kFirstLzc, 10, {nullptr, 0, to, 100}, kCsNullBuffer},
+      {0x05, 10, {from, 10, to, 100}, kCsBadAlgorithm},
+      {0x00, 10, {from, 10, to, 100}, kCsBadAlgorithm}};  // the option before it is kept
   for (const auto& [option, length, buffers, code] : cases)
     EXPECT_EQ(Compress(length, option, buffers), (Answer{code, 0, 0})) << option << ' ' << length;
   EXPECT_EQ(Compress(10, kFirstLzh, {from, 10, to, 8}), (Answer{kCsOutputFull, 0, 8}));

@@ -1,90 +1,55 @@
 // A small archive with every kind of entry, cut at every length, with every bit turned and every
 // length field set to what hurts: the run ends by itself with a message and a status, never gives
 // wrong bytes for right ones and never writes beside its target.
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <filesystem>
 #include <set>
-#include <string>
 
 #include "driver/in_process.h"
 #include "support/qel_bytes.h"
-#include "support/temp_dir.h"
-#include "support/tree.h"
 
 namespace moldex::test {
 namespace {
 
 constexpr char kText[] = "some text, some more text";
 
-void AppendStream(std::string& backup, unsigned id, const std::string& content) {
-  std::string head(20, '\0');
-  SetU32(head, 0, id);
-  SetU32(head, 8, static_cast<std::uint32_t>(content.size()));
-  backup += head + content;
-}
-
 // What the parameter says: whether the archive is one in long-name mode, with a backup stream.
-class DamageSweep : public ::testing::TestWithParam<bool> {
+class DamageSweep : public DamageTest, public ::testing::WithParamInterface<bool> {
  protected:
   DamageSweep() {
     QelEntry file = FileEntry("dir/file", kText, 0100644, 20);
     file.user_data = "user";
     QelEntry shortcut = FileEntry("sc", "bytes of it", 0x11A4);
     shortcut.type = "SC";
-    QelEntry link;
-    link.type = "LK";
-    link.mode = 0120777;
-    link.name = "lk";
-    link.user_data = std::string("dir/file\0", 9);
     std::vector<QelEntry> entries = {DirectoryEntry("dir"), file, FileEntry("mt", ""), shortcut,
-                                     link};
+                                     LinkEntry("lk", std::string("dir/file\0", 9))};
     contents_ = {kText, "", "bytes of it"};
     if (GetParam()) {
-      std::string backup;
-      AppendStream(backup, 4, "what this system has no place for");
-      AppendStream(backup, 1, "of a backup stream");
-      entries.push_back(FileEntry("bk", backup));
+      entries.push_back(FileEntry("bk", BackupStream(4, "what this system has no place for") +
+                                            BackupStream(1, "of a backup stream")));
       contents_.insert("of a backup stream");
     }
     good_ = BuildArchive(entries, GetParam() ? kLongNamesHeader : kArchiveHeader);
     entries_ = ParseArchive(good_);
-    WriteFile(folder_.Path() / "beside", "untouched");
   }
-
-  RunResult Run(const std::string& line) const { return RunInProcess(folder_.Path(), line); }
 
   // Extracts, verifies and lists the archive; the status of the extraction.
   int TryAll(const std::string& archive) const {
-    const auto out = folder_.Path() / "out";
-    RemoveTree(out);
-    WriteFile(folder_.Path() / "a.qel", archive);
-    std::filesystem::create_directory(out);
-    const RunResult extracted = Run("-xf a.qel -R out");
-    const RunResult verified = Run("-df a.qel");
-    const RunResult listed = Run("-tf a.qel");
-    for (const RunResult& run : {extracted, verified, listed})
-      EXPECT_EQ(run.out.compare(0, 6, "MOLDEX"), 0) << run.out;
-    EXPECT_TRUE(extracted.status != 0 || verified.status == 0) << verified.out;
-    Tree tree = ReadTree(folder_.Path());
-    EXPECT_EQ(tree["beside"].content, "untouched");
-    std::erase_if(tree, [](const auto& item) { return item.first.starts_with("out"); });
-    EXPECT_EQ(tree.size(), 2U);
-    return extracted.status;
+    const auto statuses = Try("a.qel", archive, {"-xf a.qel -R out", "-df a.qel", "-tf a.qel"});
+    EXPECT_TRUE(statuses[0] != 0 || statuses[1] == 0);
+    return statuses[0];
   }
 
   bool ContentsAreRight() const {
     std::multiset<std::string> contents;
-    for (const auto& [name, node] : ReadTree(folder_.Path() / "out")) {
+    for (const auto& [name, node] : Below("out")) {
       if (node.kind == Kind::kFile) contents.insert(node.content);
     }
     return contents == contents_;
   }
 
   // No checksum covers names, times and user data, which then are what they say. Nor does one cover
-  // an entry's mode, where another kind may leave the entry without its data, and the bit of the
-  // archive's header that makes a backup stream a file's bytes.
+  // an entry's mode, which may close its file to who compares it, and the bit of the archive's
+  // header that makes a backup stream a file's bytes.
   bool IsUncovered(std::size_t offset) const {
     constexpr std::size_t kLongNamesAt = 3;
     return offset == kLongNamesAt ||
@@ -109,7 +74,6 @@ class DamageSweep : public ::testing::TestWithParam<bool> {
     }
   }
 
-  const TempDir folder_;
   std::string good_;
   std::vector<QelEntry> entries_;
   std::multiset<std::string> contents_;

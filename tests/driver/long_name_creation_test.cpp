@@ -1,20 +1,14 @@
 // Archives in long-name mode and of backup streams, which only the options record can ask for: made
 // through it in this process, looked at as bytes, and read back.
-#include <gtest/gtest.h>
 #include <sys/xattr.h>
-
-#include <filesystem>
-#include <string>
 
 #include "driver/in_process.h"
 #include "support/qel_bytes.h"
-#include "support/temp_dir.h"
-#include "support/tree.h"
 
 namespace moldex::test {
 namespace {
 
-class LongNameCreation : public ::testing::Test {
+class LongNameCreation : public FolderTest {
  protected:
   int RunWith(const std::string& line, bool acl, bool long_names, bool backup) {
     const RunResult result = RunInProcess(folder_.Path(), line, [&](CCmdLineOptions& options) {
@@ -32,10 +26,8 @@ class LongNameCreation : public ::testing::Test {
 
   int Extract() { return RunWith("-xf a.qel -R out", false, false, false); }
 
-  std::vector<QelEntry> Entries() const { return ParseArchive(ReadFile(folder_.Path() / "a.qel")); }
-  std::filesystem::path Path(const std::string& name) const { return folder_.Path() / name; }
+  std::vector<QelEntry> Entries() const { return ParseArchive(Bytes("a.qel")); }
 
-  const TempDir folder_;
   std::string output_;
 };
 
@@ -44,13 +36,12 @@ std::uint64_t FileTimeIn(const QelEntry& entry) {
 }
 
 TEST_F(LongNameCreation, StoresFileTimesAndAttributeModes) {
-  MakeTree(folder_.Path(), {{"d", DirectoryNode()},
-                            {"d/plain", FileNode("1", 0644, 1000000000)},
-                            {"d/readonly", FileNode("1", 0444)},
-                            {"d/setup.exe", FileNode("1", 0644)},
-                            {"d/script", FileNode("1", 0755)}});
+  Make({{"d/plain", FileNode("1", 0644, 1000000000)},
+        {"d/readonly", FileNode("1", 0444)},
+        {"d/setup.exe", FileNode("1", 0644)},
+        {"d/script", FileNode("1", 0755)}});
   ASSERT_EQ(CreateLong("d", false), 0) << output_;
-  EXPECT_EQ(ReadFile(Path("a.qel")).substr(0, 8), kLongNamesHeader);
+  EXPECT_EQ(Bytes("a.qel").substr(0, 8), kLongNamesHeader);
   const auto entries = Entries();
   ASSERT_EQ(entries.size(), 5u);
   EXPECT_EQ(entries[0].mode, 0x4180u);
@@ -60,7 +51,7 @@ TEST_F(LongNameCreation, StoresFileTimesAndAttributeModes) {
   EXPECT_EQ(entries[3].mode, 0x1C0u) << "script may be executed";
   EXPECT_EQ(entries[4].mode, 0x1C0u) << "so may a file whose name says so";
   ASSERT_EQ(Extract(), 0) << output_;
-  const Tree out = ReadTree(Path("out"));
+  const Tree out = Below("out");
   EXPECT_EQ(out.at("d").mode, 0755u);
   EXPECT_EQ(out.at("d/plain"), FileNode("1", 0644, 1000000000));
   EXPECT_EQ(out.at("d/readonly").mode, 0444u);
@@ -72,27 +63,24 @@ TEST_F(LongNameCreation, WritesBackupStreamsPieceByPieceAndPatchesTheSize) {
     std::string content(length, 'x');
     for (std::size_t i = 0; i < length; i += 3)
       content[i] = static_cast<char>('a' + i / 7 % 26);
-    WriteFile(Path("file"), content);
+    Write("file", content);
     ASSERT_EQ(CreateLong("file", true), 0) << output_;
     const auto entries = Entries();
     ASSERT_EQ(entries.size(), 1u);
     const std::string backup = ContentOf(entries[0]);
-    EXPECT_EQ(backup.size(), length + 20);
     EXPECT_EQ(entries[0].size_low, length + 20);
     EXPECT_EQ(entries[0].zero_word, 0u);
     EXPECT_EQ(entries[0].size_high, 0u);
     EXPECT_EQ(entries[0].checksum, Checksum(backup));
     EXPECT_EQ(entries[0].blocks.size(), (length + 20 + 65535) / 65536) << "a stream for each piece";
-    EXPECT_EQ(U32At(backup, 0), 1u);
-    EXPECT_EQ(U32At(backup, 8), length);
-    EXPECT_TRUE(backup.substr(20) == content);
+    EXPECT_TRUE(backup == BackupStream(1, content));
     ASSERT_EQ(Extract(), 0) << output_;
-    EXPECT_TRUE(ReadFile(Path("out/file")) == content);
+    EXPECT_TRUE(Bytes("out/file") == content);
   }
 }
 
 TEST_F(LongNameCreation, BackupStreamsCarryExtendedAttributes) {
-  const std::string file = Path("file").string();
+  const std::string file = Name("file");
   WriteFile(file, "content");
   if (setxattr(file.c_str(), "user.origin", "here", 4, 0) != 0 ||
       setxattr(file.c_str(), "user.empty", "", 0, 0) != 0) {
@@ -102,7 +90,7 @@ TEST_F(LongNameCreation, BackupStreamsCarryExtendedAttributes) {
   const std::string backup = ContentOf(Entries()[0]);
   EXPECT_EQ(U32At(backup, 0), 2u) << "extended attributes come first";
   ASSERT_EQ(Extract(), 0) << output_;
-  const std::string out = Path("out/file").string();
+  const std::string out = Name("out/file");
   char value[16] = {};
   ASSERT_EQ(getxattr(out.c_str(), "user.origin", value, sizeof value), 4);
   EXPECT_EQ(std::string(value, 4), "here");
@@ -111,11 +99,11 @@ TEST_F(LongNameCreation, BackupStreamsCarryExtendedAttributes) {
 }
 
 TEST_F(LongNameCreation, AppendingFollowsTheArchivesOwnMode) {
-  MakeTree(folder_.Path(), {{"old", FileNode("1")}, {"new", FileNode("2", 0644, 1000000000)}});
+  Make({{"old", FileNode("1")}, {"new", FileNode("2", 0644, 1000000000)}});
   ASSERT_EQ(CreateLong("old", false), 0) << output_;
   ASSERT_EQ(RunWith("-af a.qel new", false, false, false), 0) << output_;
   EXPECT_EQ(FileTimeIn(Entries()[1]), (1000000000u + 11644473600ull) * 10000000u);
-  WriteFile(Path("a.qel"), BuildArchive({}));
+  Write("a.qel", BuildArchive({}));
   ASSERT_EQ(CreateLong("new", true, "-af"), 0) << output_;
   const auto entries = Entries();
   EXPECT_EQ(entries[0].time_low, 1000000000u);

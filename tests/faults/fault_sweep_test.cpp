@@ -1,21 +1,16 @@
 // Every call of the system that a command makes fails once, one after the other: the run says so
 // with the right message and status, calls nothing done that is not, spoils nothing that was there
 // before, and survives what a program has to survive.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <ostream>
 #include <set>
-#include <string>
-#include <vector>
 
 #include "faults/system_faults.h"
 #include "run/run_context.h"
+#include "support/folder_test.h"
 #include "support/noise.h"
 #include "support/qel_bytes.h"
-#include "support/temp_dir.h"
-#include "support/tree.h"
 
 namespace moldex::test {
 namespace {
@@ -41,7 +36,7 @@ struct Scenario {
 void PrintTo(const Scenario& scenario, std::ostream* out) { *out << scenario.name; }
 
 // More than the program writes at once, with small entries in front of and behind it.
-Tree Contents() {
+Tree PackedTree() {
   return {{"d", DirectoryNode(0750)},
           {"d/a", FileNode("small")},
           {"d/big", FileNode(Noise(300'000, 1))},
@@ -59,7 +54,6 @@ std::string FormerArchive() {
 
 const char kOpening[] = "MOLDEX: error opening ";
 const char kReading[] = "MOLDEX: error reading from ";
-const char kWriting[] = "MOLDEX: error writing to ";
 const char kPositioning[] = "MOLDEX: could not set position of file pointer. (error 54). ";
 
 const std::vector<Outcome> kCreateOutcomes = {
@@ -74,23 +68,27 @@ std::vector<Outcome> With(std::vector<Outcome> outcomes, std::initializer_list<O
   return outcomes;
 }
 
+const Outcome kSecondMove = {Call::kSeek, 100, "MOLDEX: error in second MoveFlPtr() (error 100). "};
+const std::vector<Outcome> kVerifyOutcomes = {{Call::kOpen, 6, kOpening},
+                                              {Call::kRead, 5, kReading}};
 const std::vector<Outcome> kExtractOutcomes = {
     {Call::kOpen, 6, kOpening},
     {Call::kOpen, 28, "MOLDEX: could not open for writing out/d/"},
     {Call::kRead, 5, kReading},
     {Call::kWrite, 4, "MOLDEX: error writing to out/d/"},
     {Call::kSeek, 54, kPositioning},
-    {Call::kSeek, 100, "MOLDEX: error in second MoveFlPtr() (error 100). "},
+    kSecondMove,
     {Call::kClose, 4, "MOLDEX: error writing to out/d/"},
     {Call::kMkdir, 3, "MOLDEX: can not create directory out/d"},
     {Call::kChmod, 13, "MOLDEX: can not set permissions for out/d"},
     {Call::kUtime, 14, "MOLDEX: can not change date for out/d/"}};
 
-// A failure ends the work on an old archive with a status of its own.
+// A failure ends the work on an old archive with a status of its own. Whether an archive is an old
+// one shows only when it is looked at.
 std::vector<Outcome> InOldArchive(std::vector<Outcome> outcomes) {
+  std::erase_if(outcomes, [](const Outcome& outcome) { return outcome.status == 100; });
   for (Outcome& outcome : outcomes)
     outcome.status = 40;
-  // Whether an archive is an old one shows only when it is looked at.
   return With(std::move(outcomes), {{Call::kOpen, 6, kOpening}, {Call::kRead, 5, kReading}});
 }
 
@@ -129,37 +127,17 @@ std::vector<Scenario> Scenarios() {
             {{Call::kLink, 28, kLinking},
              {Call::kChmod, 48, "MOLDEX: setting file attributes failed forout/d/"}}),
        Leaves::kFiles},
-      {"Verify", {"-df", "full.qel"}, {{Call::kOpen, 6, kOpening}, {Call::kRead, 5, kReading}}},
-      {"List",
-       {"-tf", "full.qel"},
-       {{Call::kOpen, 6, kOpening},
-        {Call::kRead, 5, kReading},
-        {Call::kSeek, 100, "MOLDEX: error in second MoveFlPtr() (error 100). "}}},
+      {"Verify", {"-df", "full.qel"}, kVerifyOutcomes},
+      {"List", {"-tf", "full.qel"}, With(kVerifyOutcomes, {kSecondMove})},
       {"ExtractOld",
        {"-xf", "old.tar", "-R", "out"},
-       InOldArchive({{Call::kOpen, 0, kOpening},
-                     {Call::kOpen, 0, "MOLDEX: could not open for writing out/d/"},
-                     {Call::kRead, 0, kReading},
-                     {Call::kWrite, 0, "MOLDEX: error writing to out/d/"},
-                     {Call::kSeek, 0, kPositioning},
-                     {Call::kSeek, 0, kReading},
-                     {Call::kClose, 0, "MOLDEX: error writing to out/d/"},
-                     {Call::kMkdir, 0, "MOLDEX: can not create directory out/d"},
-                     {Call::kChmod, 0, "MOLDEX: can not set permissions for out/d"},
-                     {Call::kUtime, 0, "MOLDEX: can not change date for out/d/"}}),
+       InOldArchive(With(kExtractOutcomes, {{Call::kSeek, 0, kReading}})),
        Leaves::kFiles},
-      {"VerifyOld",
-       {"-df", "old.tar"},
-       InOldArchive({{Call::kOpen, 0, kOpening}, {Call::kRead, 0, kReading}})},
+      {"VerifyOld", {"-df", "old.tar"}, InOldArchive(kVerifyOutcomes)},
       {"ListOld",
        {"-tf", "old.tar"},
-       InOldArchive(
-           {{Call::kOpen, 0, kOpening}, {Call::kRead, 0, kReading}, {Call::kSeek, 0, kReading}})},
-      {"SpaceReport",
-       {"-tsf", "full.qel"},
-       {{Call::kOpen, 6, kOpening},
-        {Call::kRead, 5, kReading},
-        {Call::kSeek, 100, "MOLDEX: error in second MoveFlPtr() (error 100). "}}},
+       InOldArchive(With(kVerifyOutcomes, {{Call::kSeek, 0, kReading}}))},
+      {"SpaceReport", {"-tsf", "full.qel"}, With(kVerifyOutcomes, {kSecondMove})},
       {"Merge",
        {"-mf", "full.qel,former.qel"},
        {{Call::kOpen, 6, kOpening},
@@ -192,19 +170,18 @@ bool CanHappen(Call call, Fault fault) {
   return false;
 }
 
-class FaultSweep : public ::testing::TestWithParam<Scenario> {
+class FaultSweep : public FolderTest, public ::testing::WithParamInterface<Scenario> {
  protected:
   FaultSweep() {
-    before_ = Contents();
+    before_ = PackedTree();
     before_["names"] = FileNode("d/a\nmissing\n");
     before_["former.qel"] = FileNode(FormerArchive());
-    MakeTree(folder_.Path(), before_);
+    Make(before_);
     EXPECT_EQ(RunWithFaults(folder_.Path(), {"-crf", "full.qel", "d"}, {}).status, 0);
     EXPECT_EQ(RunWithFaults(folder_.Path(), {"-crf", "long.qel", "d"}, {}, LongNames).status, 0);
-    const std::string tar = "tar -C '" + folder_.Path().string() + "' -cf '" +
-                            folder_.Path().string() + "/old.tar' --exclude=link d";
+    const std::string tar = "cd '" + Name("") + "' && tar -cf old.tar --exclude=link d";
     EXPECT_EQ(std::system(tar.c_str()), 0);
-    before_ = ReadTree(folder_.Path());
+    before_ = Below("");
   }
 
   static void LongNames() {
@@ -214,15 +191,15 @@ class FaultSweep : public ::testing::TestWithParam<Scenario> {
 
   FaultyRun Run(const std::vector<FaultPlan>& plans) const {
     for (const char* name : {"out", "a.qel", "files.log"})
-      RemoveTree(folder_.Path() / name);
-    WriteFile(folder_.Path() / "former.qel", before_.at("former.qel").content);
+      Remove(name);
+    Write("former.qel", before_.at("former.qel").content);
     return RunWithFaults(folder_.Path(), GetParam().words, plans,
                          GetParam().long_names ? LongNames : std::function<void()>());
   }
 
   // The tree afterwards without the times that the clock gives.
   Tree After() const {
-    Tree tree = ReadTree(folder_.Path());
+    Tree tree = Below("");
     for (const char* name : {"former.qel", "a.qel", "files.log"}) {
       if (tree.count(name) != 0) tree[name].mtime = 0;
     }
@@ -278,21 +255,25 @@ class FaultSweep : public ::testing::TestWithParam<Scenario> {
     EXPECT_GT(entries.size(), 0U);
   }
 
-  void ExpectTrueSummary(const FaultyRun& run, const Tree& after) const {
-    const auto made = std::count_if(after.begin(), after.end(), [](const auto& item) {
-      return item.first.starts_with("out/") && item.second.kind != Kind::kDirectory;
-    });
-    const auto all = std::count_if(clean_.begin(), clean_.end(), [](const auto& item) {
-      return item.first.starts_with("out/") && item.second.kind != Kind::kDirectory;
-    });
+  // How many files the run says that it extracted; -1 where it does not.
+  static int ExtractedCount(const FaultyRun& run) {
     const std::size_t at = run.out.find(" file(s) extracted");
-    if (run.status == 0 || at == std::string::npos) return;
-    const std::size_t start = run.out.rfind(' ', at - 1) + 1;
-    const int missing = clean_count_ - std::stoi(run.out.substr(start, at - start));
-    EXPECT_TRUE(missing == all - made || (made == 0 && missing == clean_count_)) << run.out;
+    return at == std::string::npos ? -1 : std::stoi(run.out.substr(run.out.rfind(' ', at - 1) + 1));
   }
 
-  const TempDir folder_;
+  void ExpectTrueSummary(const FaultyRun& run, const Tree& after) const {
+    const auto files = [](const Tree& tree) {
+      return static_cast<int>(std::count_if(tree.begin(), tree.end(), [](const auto& item) {
+        return item.first.starts_with("out/") && item.second.kind != Kind::kDirectory;
+      }));
+    };
+    if (run.status == 0 || ExtractedCount(run) < 0) return;
+    const int missing = clean_count_ - ExtractedCount(run);
+    const int made = files(after);
+    EXPECT_TRUE(missing == files(clean_) - made || (made == 0 && missing == clean_count_))
+        << run.out;
+  }
+
   Tree before_;
   Tree clean_;
   int clean_count_ = 0;
@@ -303,10 +284,7 @@ TEST_P(FaultSweep, EveryFailingCallIsReportedOrSurvived) {
   const FaultyRun clean = Run({});
   ASSERT_EQ(clean.status, 0) << clean.out;
   clean_ = After();
-  const std::size_t summary = clean.out.find(" file(s) extracted");
-  if (summary != std::string::npos) {
-    clean_count_ = std::stoi(clean.out.substr(clean.out.rfind(' ', summary - 1) + 1));
-  }
+  clean_count_ = ExtractedCount(clean);
   int runs = 0;
   for (const Call call : kAllCalls) {
     for (const Fault fault : {Fault::kNoSpace, Fault::kIoError, Fault::kInterrupted,

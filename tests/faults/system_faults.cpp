@@ -43,11 +43,11 @@ int ErrnoOf(Fault fault) {
 }
 
 // A call that succeeds or fails and moves nothing.
-template <typename Real>
-auto Attempt(Call call, Real real) -> decltype(real()) {
+template <typename Real, typename... Arguments>
+auto Attempt(Call call, Real real, Arguments... arguments) -> decltype(real(arguments...)) {
   const FaultPlan* plan = Due(call);
-  if (plan == nullptr) return real();
-  if (call == Call::kClose) (void)real();  // the descriptor is gone either way
+  if (plan == nullptr) return real(arguments...);
+  if (call == Call::kClose) (void)real(arguments...);  // the descriptor is gone either way
   errno = ErrnoOf(plan->fault);
   return -1;
 }
@@ -57,13 +57,14 @@ std::size_t ShortenedBy(const FaultPlan& plan, std::size_t count) {
   return count > 1 ? count - 1 : count;
 }
 
-template <typename Real>
-ssize_t Move(Call call, std::size_t count, Real real) {
+// A call that moves bytes, with what stands behind their count.
+template <typename Real, typename Bytes, typename... More>
+ssize_t Move(Call call, Real real, int descriptor, Bytes* bytes, std::size_t count, More... more) {
   const FaultPlan* plan = Due(call);
-  if (plan == nullptr) return real(count);
+  if (plan == nullptr) return real(descriptor, bytes, count, more...);
   const bool first = CountOf(*calls_made, call) == plan->nth;
   const bool moves = plan->fault == Fault::kOneByteShort || plan->fault == Fault::kStaysFull;
-  if (moves && first) return real(ShortenedBy(*plan, count));
+  if (moves && first) return real(descriptor, bytes, ShortenedBy(*plan, count), more...);
   errno = ErrnoOf(plan->fault);
   return -1;
 }
@@ -84,68 +85,65 @@ int __wrap_open64(const char* path, int flags, ...) {
   va_start(list, flags);
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(list, mode_t) : 0;
   va_end(list);
-  return Attempt(Call::kOpen, [&] { return __real_open64(path, flags, mode); });
+  return Attempt(Call::kOpen, __real_open64, path, flags, mode);
 }
 
 ssize_t __real_read(int descriptor, void* bytes, size_t count);
 ssize_t __wrap_read(int descriptor, void* bytes, size_t count) {
-  return Move(Call::kRead, count, [&](size_t n) { return __real_read(descriptor, bytes, n); });
+  return Move(Call::kRead, __real_read, descriptor, bytes, count);
 }
 
 ssize_t __real_pread64(int descriptor, void* bytes, size_t count, off64_t position);
 ssize_t __wrap_pread64(int descriptor, void* bytes, size_t count, off64_t position) {
-  return Move(Call::kRead, count,
-              [&](size_t n) { return __real_pread64(descriptor, bytes, n, position); });
+  return Move(Call::kRead, __real_pread64, descriptor, bytes, count, position);
 }
 
 ssize_t __real_write(int descriptor, const void* bytes, size_t count);
 ssize_t __wrap_write(int descriptor, const void* bytes, size_t count) {
-  return Move(Call::kWrite, count, [&](size_t n) { return __real_write(descriptor, bytes, n); });
+  return Move(Call::kWrite, __real_write, descriptor, bytes, count);
 }
 
 off64_t __real_lseek64(int descriptor, off64_t offset, int from);
 off64_t __wrap_lseek64(int descriptor, off64_t offset, int from) {
-  return Attempt(Call::kSeek, [&] { return __real_lseek64(descriptor, offset, from); });
+  return Attempt(Call::kSeek, __real_lseek64, descriptor, offset, from);
 }
 
 int __real_close(int descriptor);
-int __wrap_close(int descriptor) {
-  return Attempt(Call::kClose, [&] { return __real_close(descriptor); });
-}
+int __wrap_close(int descriptor) { return Attempt(Call::kClose, __real_close, descriptor); }
 
 int __real_mkdir(const char* path, mode_t mode);
 int __wrap_mkdir(const char* path, mode_t mode) {
-  return Attempt(Call::kMkdir, [&] { return __real_mkdir(path, mode); });
+  return Attempt(Call::kMkdir, __real_mkdir, path, mode);
 }
 
 int __real_chmod(const char* path, mode_t mode);
 int __wrap_chmod(const char* path, mode_t mode) {
-  return Attempt(Call::kChmod, [&] { return __real_chmod(path, mode); });
+  return Attempt(Call::kChmod, __real_chmod, path, mode);
 }
 
 int __real_fchmod(int descriptor, mode_t mode);
 int __wrap_fchmod(int descriptor, mode_t mode) {
-  return Attempt(Call::kChmod, [&] { return __real_fchmod(descriptor, mode); });
+  return Attempt(Call::kChmod, __real_fchmod, descriptor, mode);
 }
 
 int __real_futimens(int descriptor, const struct timespec times[2]);
 int __wrap_futimens(int descriptor, const struct timespec times[2]) {
-  return Attempt(Call::kUtime, [&] { return __real_futimens(descriptor, times); });
+  return Attempt(Call::kUtime, __real_futimens, descriptor, times);
 }
 
 int __real_utimensat(int folder, const char* path, const struct timespec times[2], int flags);
 int __wrap_utimensat(int folder, const char* path, const struct timespec times[2], int flags) {
-  return Attempt(Call::kUtime, [&] { return __real_utimensat(folder, path, times, flags); });
+  return Attempt(Call::kUtime, __real_utimensat, folder, path, times, flags);
 }
 
 int __real_ftruncate64(int descriptor, off64_t size);
 int __wrap_ftruncate64(int descriptor, off64_t size) {
-  return Attempt(Call::kTruncate, [&] { return __real_ftruncate64(descriptor, size); });
+  return Attempt(Call::kTruncate, __real_ftruncate64, descriptor, size);
 }
 
 int __real_symlink(const char* target, const char* path);
 int __wrap_symlink(const char* target, const char* path) {
-  return Attempt(Call::kLink, [&] { return __real_symlink(target, path); });
+  return Attempt(Call::kLink, __real_symlink, target, path);
 }
 
 }  // extern "C"
@@ -158,11 +156,7 @@ namespace {
                            const std::vector<FaultPlan>& plans,
                            const std::function<void()>& prepare) {
   words.insert(words.begin(), "moldex");
-  std::vector<char*> argv;
-  argv.reserve(words.size() + 1);
-  for (std::string& word : words)
-    argv.push_back(word.data());
-  argv.push_back(nullptr);
+  std::vector<char*> argv = ArgumentsOf(words);
   if (chdir(folder.c_str()) != 0 || dup2(output, STDOUT_FILENO) < 0) _exit(126);
   (void)alarm(60);
   if (prepare) prepare();

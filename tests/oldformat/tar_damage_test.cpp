@@ -1,22 +1,15 @@
 // A small tar archive with every kind of header, each of its header's bytes changed and cut at
 // every length that matters: the run ends by itself, says so, and never writes beside its target.
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <filesystem>
-#include <string>
-#include <vector>
 
 #include "driver/in_process.h"
 #include "oldformat/tar_bytes.h"
 #include "support/qel_bytes.h"
-#include "support/temp_dir.h"
-#include "support/tree.h"
 
 namespace moldex::test {
 namespace {
 
-class TarDamage : public ::testing::Test {
+class TarDamage : public DamageTest {
  protected:
   TarDamage() {
     const std::vector<TarItem> items = {
@@ -35,32 +28,13 @@ class TarDamage : public ::testing::Test {
     }
     boundaries_.push_back(good_.size());
     good_ += std::string(2 * kTarBlock, '\0');
-    WriteFile(folder_.Path() / "beside", "untouched");
   }
 
   // Runs all three commands; the status of the last one.
-  int TryAll(const std::string& archive) {
-    return Try(archive, {"-tf a.tar", "-df a.tar", "-xf a.tar -R out"});
+  int TryAll(const std::string& archive) const {
+    return Try("a.tar", archive, {"-tf a.tar", "-df a.tar", "-xf a.tar -R out"}).back();
   }
 
-  int Try(const std::string& archive, const std::vector<std::string>& lines) {
-    RemoveTree(folder_.Path() / "out");
-    WriteFile(folder_.Path() / "a.tar", archive);
-    std::filesystem::create_directory(folder_.Path() / "out");
-    int status = 0;
-    for (const std::string& line : lines) {
-      const RunResult run = RunInProcess(folder_.Path(), line);
-      EXPECT_EQ(run.out.compare(0, 6, "MOLDEX"), 0) << run.out;
-      status = run.status;
-    }
-    Tree tree = ReadTree(folder_.Path());
-    EXPECT_EQ(tree["beside"].content, "untouched");
-    std::erase_if(tree, [](const auto& item) { return item.first.starts_with("out"); });
-    EXPECT_EQ(tree.size(), 2u);
-    return status;
-  }
-
-  const TempDir folder_;
   std::string good_;
   std::vector<std::size_t> headers_;
   std::vector<std::size_t> boundaries_;  // where an archive may end
@@ -68,7 +42,7 @@ class TarDamage : public ::testing::Test {
 
 TEST_F(TarDamage, NoChangedByteOfAHeaderGoesUnseen) {
   ASSERT_EQ(TryAll(good_), 0);
-  const Tree right = ReadTree(folder_.Path() / "out");
+  const Tree right = Below("out");
   ASSERT_EQ(right.size(), 4u);
   for (const std::size_t header : headers_) {
     for (std::size_t at = 0; at < kTarBlock; ++at) {
@@ -76,9 +50,9 @@ TEST_F(TarDamage, NoChangedByteOfAHeaderGoesUnseen) {
       std::string archive = good_;
       FlipByte(archive, header + at, at % 3 == 0 ? 0x80 : 0x11);
       const bool in_sum = at >= kTarChecksumAt && at < kTarChecksumAt + 8;
-      const int status = Try(archive, {"-xf a.tar -R out"});
+      const int status = Try("a.tar", archive, {"-xf a.tar -R out"})[0];
       // The sum says the same with other signs around its digits.
-      const bool same = in_sum && status == 0 && ReadTree(folder_.Path() / "out") == right;
+      const bool same = in_sum && status == 0 && Below("out") == right;
       EXPECT_TRUE(same || status == 40) << status;
     }
   }

@@ -1,29 +1,17 @@
 // The buffered reader and writer against plain reads and writes of the same file.
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <random>
-#include <string>
 #include <string_view>
 #include <thread>
 
 #include "platform/buffered_reader.h"
 #include "platform/buffered_writer.h"
-#include "support/temp_dir.h"
-#include "support/tree.h"
+#include "support/folder_test.h"
+#include "support/noise.h"
 
 namespace moldex::test {
 namespace {
 
 using SkipResult = CBufferedReader::SkipResult;
-
-std::string RandomBytes(std::size_t count) {
-  std::mt19937 random(1);
-  std::string bytes(count, '\0');
-  for (char& byte : bytes)
-    byte = static_cast<char>(random());
-  return bytes;
-}
 
 std::string AsText(std::span<const std::uint8_t> bytes) { return {bytes.begin(), bytes.end()}; }
 
@@ -31,20 +19,17 @@ std::span<const std::uint8_t> AsBytes(std::string_view text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
-class BufferedFile : public testing::Test {
+class BufferedFile : public FolderTest {
  protected:
   CFileHandle Open(const std::string& content) {
-    WriteFile(folder_.Path() / "file", content);
+    Write("file", content);
     return Open(kOpenExisting);
   }
   CFileHandle Open(unsigned flags) {
     CFileHandle file;
-    EXPECT_TRUE(file.Open(Path(), flags));
+    EXPECT_TRUE(file.Open(Name("file"), flags));
     return file;
   }
-  std::string Path() const { return (folder_.Path() / "file").string(); }
-
-  TempDir folder_;
 };
 
 // A size that is as often small as large, and now and then on either side of the buffer's.
@@ -57,9 +42,10 @@ std::size_t AnySize(std::mt19937& random) {
 }
 
 TEST_F(BufferedFile, AnyStepsReadWhatThePlainFileHolds) {
-  const std::string content = RandomBytes(3'000'017);
+  const std::string content = Noise(3'000'017, 1);
+  Write("file", content);
   for (unsigned seed = 0; seed < 40; ++seed) {
-    CFileHandle file = Open(content);
+    CFileHandle file = Open(kOpenExisting);
     CBufferedReader reader(file);
     std::mt19937 random(seed);
     std::size_t at = 0;
@@ -83,7 +69,7 @@ TEST_F(BufferedFile, AnyStepsReadWhatThePlainFileHolds) {
 }
 
 TEST_F(BufferedFile, ASkipMayEndAtTheEndAndNotBehindIt) {
-  const std::string content = RandomBytes(200'000);
+  const std::string content = Noise(200'000, 1);
   for (const std::size_t before : {0u, 1u, 150'000u, 200'000u}) {
     for (const std::size_t beyond : {0u, 1u, 1'000'000u}) {
       CFileHandle file = Open(content);
@@ -112,7 +98,7 @@ TEST_F(BufferedFile, OneSkipPassesMoreThanFourGibibytes) {
 }
 
 TEST_F(BufferedFile, AFailedReadIsNoEndOfFile) {
-  CFileHandle file = Open(RandomBytes(10'000));
+  CFileHandle file = Open(Noise(10'000, 1));
   CBufferedReader reader(file);
   EXPECT_EQ(reader.Take(1).size(), 1u);
   file.Close();
@@ -122,8 +108,8 @@ TEST_F(BufferedFile, AFailedReadIsNoEndOfFile) {
 }
 
 TEST_F(BufferedFile, WhatCannotSeekIsSkippedByReading) {
-  MakeTree(folder_.Path(), {{"file", FifoNode()}});
-  const std::string content = RandomBytes(700'000);
+  Make({{"file", FifoNode()}});
+  const std::string content = Noise(700'000, 1);
   CFileHandle writer = Open(kOpenReadWrite);
   CFileHandle file = Open(kOpenExisting);
   std::thread feeder([&] {
@@ -139,7 +125,7 @@ TEST_F(BufferedFile, WhatCannotSeekIsSkippedByReading) {
 }
 
 TEST_F(BufferedFile, WritesOfAnySizeArriveInOrder) {
-  const std::string content = RandomBytes(2'000'000);
+  const std::string content = Noise(2'000'000, 1);
   for (unsigned seed = 0; seed < 10; ++seed) {
     CFileHandle file = Open(kOpenCreate);
     CBufferedWriter writer(file);
@@ -155,7 +141,7 @@ TEST_F(BufferedFile, WritesOfAnySizeArriveInOrder) {
       at += piece.size();
     }
     ASSERT_TRUE(writer.Flush());
-    EXPECT_TRUE(ReadFile(Path()) == content) << seed;
+    EXPECT_TRUE(Bytes("file") == content) << seed;
   }
 }
 
@@ -165,7 +151,7 @@ TEST_F(BufferedFile, AFileThatTakesNothingIsReported) {
   EXPECT_TRUE(writer.Write(AsBytes("a"))) << "still in memory";
   EXPECT_FALSE(writer.Flush());
   EXPECT_FALSE(writer.Write(AsBytes(std::string(1'000'000, 'a'))));
-  EXPECT_EQ(ReadFile(Path()), "read only");
+  EXPECT_EQ(Bytes("file"), "read only");
 }
 
 }  // namespace

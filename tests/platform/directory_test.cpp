@@ -1,31 +1,22 @@
 // Names of a directory in byte order, whatever the memory allowed for them.
 #include "platform/directory.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <filesystem>
 #include <random>
 #include <set>
-#include <string>
 
 #include "report/system_error.h"
-#include "support/temp_dir.h"
-#include "support/tree.h"
+#include "support/folder_test.h"
 
 namespace moldex::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 using Names = std::vector<std::string>;
 
 constexpr std::size_t kPlenty = 1 << 20;
 
-class Directory : public testing::Test {
+class Directory : public FolderTest {
  protected:
-  void Make(const std::string& name) const { WriteFile(folder_.Path() / name, ""); }
-
   // Names of one to 60 bytes from few letters, so that many begin alike.
   void MakeMany(int count) const {
     std::mt19937 random(3);
@@ -33,26 +24,24 @@ class Directory : public testing::Test {
       std::string name(1 + random() % 60, 'a');
       for (char& c : name)
         c = "ab.A\xC3~"[random() % 6];
-      if (name != "." && name != "..") Make(name);
+      if (name != "." && name != "..") Write(name, "");
     }
   }
 
   Names All(std::size_t budget) const {
-    CSortedDirectory directory(folder_.Path().string(), budget);
+    CSortedDirectory directory(Name(""), budget);
     Names names;
     while (const auto name = directory.Next())
       names.push_back(*name);
     return names;
   }
-
-  TempDir folder_;
 };
 
 TEST_F(Directory, NamesComeInByteOrder) {
   const Names expected = {" ",   "#",  ".a", "0", "A", "B",        "a",   "a ",
                           "a.b", "aa", "ab", "b", "~", "\xC3\xA4", "\xFF"};
   for (const std::string& name : expected)
-    Make(name);
+    Write(name, "");
   EXPECT_EQ(All(kPlenty), expected);
   EXPECT_EQ(All(1), expected);
 }
@@ -63,7 +52,7 @@ TEST_F(Directory, EveryBudgetGivesTheSameNamesAndIsKept) {
   ASSERT_GT(expected.size(), 250u);
   ASSERT_TRUE(std::is_sorted(expected.begin(), expected.end()));
   for (const std::size_t budget : {0u, 1u, 33u, 100u, 333u, 1000u, 5000u, 20000u}) {
-    CSortedDirectory directory(folder_.Path().string(), budget);
+    CSortedDirectory directory(Name(""), budget);
     Names names;
     // A name that alone exceeds the budget is held all the same.
     const std::size_t most = std::max(budget, sizeof(std::string) + 60);
@@ -84,14 +73,14 @@ TEST_F(Directory, NamesThatComeAndGoDoNotDisturbTheOthers) {
   for (unsigned seed = 0; seed < 10; ++seed) {
     std::mt19937 random(seed);
     std::set<std::string> disturbed;
-    CSortedDirectory directory(folder_.Path().string(), 100 + random() % 1000);
+    CSortedDirectory directory(Name(""), 100 + random() % 1000);
     Names names;
     while (const auto name = directory.Next()) {
       names.push_back(*name);
       const std::string& other = at_start[random() % at_start.size()];
       disturbed.insert(other);
-      if (!fs::remove(folder_.Path() / other)) Make(other);
-      Make("a_new" + std::to_string(random() % 50));
+      if (!std::filesystem::remove(Path(other))) Write(other, "");
+      Write("a_new" + std::to_string(random() % 50), "");
     }
     EXPECT_TRUE(std::is_sorted(names.begin(), names.end()));
     EXPECT_EQ(std::adjacent_find(names.begin(), names.end()), names.end()) << "handed out twice";
@@ -100,15 +89,15 @@ TEST_F(Directory, NamesThatComeAndGoDoNotDisturbTheOthers) {
       EXPECT_TRUE(std::binary_search(names.begin(), names.end(), name)) << "lost " << name;
     }
     for (const std::string& name : at_start)
-      Make(name);
+      Write(name, "");
   }
 }
 
 TEST_F(Directory, WhatCannotBeOpenedSaysSo) {
-  Make("file");
+  Write("file", "");
   for (const char* name : {"missing", "file", "file/below"}) {
     RememberErrno(0);
-    CSortedDirectory directory((folder_.Path() / name).string(), kPlenty);
+    CSortedDirectory directory(Name(name), kPlenty);
     EXPECT_FALSE(directory.Next()) << name;
     EXPECT_EQ(directory.Result(), DirectoryResult::kCannotOpen) << name;
     EXPECT_NE(LastSystemError().code, 0u) << name;
@@ -117,9 +106,9 @@ TEST_F(Directory, WhatCannotBeOpenedSaysSo) {
 
 TEST_F(Directory, ADirectoryThatGoesAwayBetweenBatchesIsReported) {
   MakeMany(20);
-  CSortedDirectory directory(folder_.Path().string(), 1);
+  CSortedDirectory directory(Name(""), 1);
   EXPECT_TRUE(directory.Next());
-  fs::remove_all(folder_.Path());
+  std::filesystem::remove_all(folder_.Path());
   EXPECT_FALSE(directory.Next());
   EXPECT_EQ(directory.Result(), DirectoryResult::kCannotOpen);
 }

@@ -1,142 +1,226 @@
-// Names as text, by the rules of both systems on both.
+// Names as text, under the rules of both systems on both.
 #include "platform/name_rules.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
+#include <vector>
 
 #include "platform/long_name.h"
+#include "platform/path_rules.h"
 
 namespace moldex::test {
 namespace {
 
+constexpr PathRules kPosix = PathRules::kPosix;
+constexpr PathRules kWindows = PathRules::kWindows;
+
+// A name, and what becomes of it, or what it is, under either system's rules.
+using NamePair = std::tuple<const char*, const char*, const char*>;
+using Judged = std::tuple<const char*, bool, bool>;
+
+template <typename Cases, typename Function>
+void ExpectUnderBothRules(const Cases& cases, Function function) {
+  for (const auto& [name, posix, windows] : cases) {
+    EXPECT_EQ(function(kPosix, name), posix) << name;
+    EXPECT_EQ(function(kWindows, name), windows) << name;
+  }
+}
+
+TEST(PathRules, StoredNamesAreRelative) {
+  const NamePair cases[] = {{"a/b", "a/b", "a/b"},
+                            {"a\\b", "a\\b", "a/b"},
+                            {"///a//b", "a//b", "a//b"},
+                            {"\\\\server\\share\\a", "\\\\server\\share\\a", "server/share/a"},
+                            {"C:/a", "a", "a"},
+                            {"C:a", "a", "a"},
+                            {"C:\\a", "\\a", "a"},
+                            {"a///", "a", "a"},
+                            {"a\\", "a\\", "a"},
+                            {"./a", "./a", "./a"},
+                            {"a/../b", "a/../b", "a/../b"},
+                            {"///", "", ""},
+                            {"\\", "\\", ""},
+                            {"C:", "", ""},
+                            {"", "", ""},
+                            {"ab:c", "ab:c", "ab:c"}};
+  ExpectUnderBothRules(cases, [](auto rules, auto name) { return StoredName(rules, name, false); });
+}
+
+TEST(PathRules, AbsoluteNamesAreStoredAsGivenButForSeparators) {
+  const NamePair cases[] = {{"/a/b", "/a/b", "/a/b"}, {"C:\\a\\b", "C:\\a\\b", "C:/a/b"},
+                            {"//a", "//a", "//a"},    {"a//", "a", "a"},
+                            {"//", "/", "/"},         {"\\\\s\\", "\\\\s\\", "//s"}};
+  ExpectUnderBothRules(cases, [](auto rules, auto name) { return StoredName(rules, name, true); });
+}
+
+TEST(PathRules, TargetDirectoryGoesInFrontOfRelativeNames) {
+  const char* const cases[][4] = {{"", "x:a", "x:a", "x:a"},
+                                  {"out", "a", "out/a", "out/a"},
+                                  {"out\\", "a", "out\\/a", "out/a"},
+                                  {"o\\p", "a", "o\\p/a", "o/p/a"},
+                                  {"out", "/a", "out//a", "out//a"},
+                                  {"out", "/", "/", "/"},
+                                  {"out", "", "", ""},
+                                  {"out", "C:/a", "C:/a", "C:/a"},
+                                  {"out", "ab:c", "out/ab:c", "out/c"},
+                                  {"out", "ab:c:d", "out/ab:c:d", "out/c:d"}};
+  for (const auto& [target, name, posix, windows] : cases) {
+    EXPECT_EQ(TargetName(kPosix, target, name), posix) << target << ' ' << name;
+    EXPECT_EQ(TargetName(kWindows, target, name), windows) << target << ' ' << name;
+  }
+}
+
+TEST(PathRules, ParentComponentsAreFoundAtEveryPlace) {
+  const Judged cases[] = {
+      {"..", true, true},          {"../a", true, true},     {"a/..", true, true},
+      {"a/../b", true, true},      {"/..", true, true},      {"../", true, true},
+      {"a//..//b", true, true},    {"..\\a", false, true},   {"a\\..", false, true},
+      {"a\\..\\b", false, true},   {"a/..\\b", false, true}, {"a\\../b", false, true},
+      {"...", false, false},       {"a..", false, false},    {"..a", false, false},
+      {"a/..b/c..", false, false}, {".", false, false},      {"./.", false, false},
+      {". .", false, false},       {"", false, false},       {"/", false, false}};
+  ExpectUnderBothRules(cases, HasParentComponent);
+}
+
+TEST(PathRules, AbsolutePathsNeedNoCurrentDirectory) {
+  const Judged cases[] = {{"/", true, true},      {"/a", true, true},   {"//a", true, true},
+                          {"\\a", false, true},   {"C:", false, true},  {"C:/a", false, true},
+                          {"C:\\a", false, true}, {"a", false, false},  {"./a", false, false},
+                          {"", false, false},     {":a", false, false}, {"ab:c", false, false}};
+  ExpectUnderBothRules(cases, IsAbsolutePath);
+}
+
+TEST(PathRules, OnlyDrivesAndTheRootAreNotRelative) {
+  for (const char* name : {"a", "/a", "//", "\\", ":", "ab:", "ab:c", "..", "\xC3\xA4:"}) {
+    EXPECT_TRUE(IsRelative(name)) << name;
+  }
+  for (const char* name : {"", "/", "C:", "C:a", "::", "1:/a"}) {
+    EXPECT_FALSE(IsRelative(name)) << name;
+  }
+}
+
+TEST(PathRules, LastComponentsEndAtTheSystemsSeparators) {
+  const NamePair cases[] = {
+      {"", "", ""},         {"a", "a", "a"},       {"a/b", "b", "b"},       {"/", "", ""},
+      {"a/", "", ""},       {"a\\b", "a\\b", "b"}, {"a/b\\c", "b\\c", "c"}, {"a\\b/c", "c", "c"},
+      {"C:a", "C:a", "C:a"}};
+  ExpectUnderBothRules(cases, LastComponent);
+}
+
+TEST(PathRules, NormalisedNamesAreOneSpelling) {
+  const NamePair cases[] = {{"./a//b/./c///", "a/b/c", "a/b/c"},
+                            {"a\\.\\b", "a\\.\\b", "a/b"},
+                            {".\\a\\", ".\\a\\", "a"},
+                            {"///a", "/a", "/a"},
+                            {"\\a", "\\a", "/a"},
+                            {".", "", ""},
+                            {"", "", ""},
+                            {".a/..", ".a/..", ".a/.."},
+                            {"../a", "../a", "../a"},
+                            {"C:\\a", "C:\\a", "C:/a"}};
+  ExpectUnderBothRules(cases, NormalisedName);
+  for (const auto& [name, once, windows] : cases)
+    EXPECT_EQ(NormalisedName(kPosix, once), once) << "normalised twice: " << name;
+}
+
+TEST(PathRules, JoinedPathsHaveOneSlashBetween) {
+  const char* const cases[][3] = {{"a", "b", "a/b"}, {"a/", "b", "a/b"}, {"a", "/b", "a/b"},
+                                  {"", "b", "b"},    {"a", "", "a"},     {"", "", ""},
+                                  {"/", "b", "/b"},  {"", "/b", "/b"}};
+  for (const auto& [front, back, joined] : cases)
+    EXPECT_EQ(JoinPath(front, back), joined) << front << ' ' << back;
+}
+
+TEST(PathRules, PatternsMatchWholeNamesAndAPointInFrontByAPointOnly) {
+  const std::tuple<const char*, const char*, bool> cases[] = {
+      {"", "", true},           {"*", "", true},
+      {"?", "", false},         {"a?c", "abc", true},
+      {"a*c", "abcbc", true},   {"a*c", "abcb", false},
+      {"*.qel", "aqel", false}, {"*.qel", "a.qel.b", false},
+      {"*ab*ab", "abab", true}, {"*ab*ab", "ab", false},
+      {"*?*?*", "a", false},    {"a*b*c*d", "axbxcxbcd", true},
+      {"A", "a", false},        {"[a]", "[a]", true},
+      {"a\\*", "a\\b", true},   {"abc", "ab", false},
+      {"*", ".a", false},       {"?a", ".a", false},
+      {"*a", ".a", false},      {"*", ".", false},
+      {".*", ".a", true},       {".?", ".a", true},
+      {".*", "a", false},       {".*", ".", true},
+      {"*.a", "b.a", true},     {"?.a", "..a", false},
+      {"", ".a", false},        {"..*", "..a", true}};
+  for (const auto& [pattern, name, matches] : cases)
+    EXPECT_EQ(MatchesPattern(pattern, name), matches) << pattern << ' ' << name;
+}
+
+TEST(PathRules, ManyStarsDoNotTakeExponentialTime) {
+  std::string pattern;
+  for (int i = 0; i < 1000; ++i)
+    pattern += "a*";
+  EXPECT_FALSE(MatchesPattern(pattern + "b", std::string(5000, 'a')));
+}
+
 TEST(NameRules, WindowsRefusesWhatItWouldTurnIntoSomethingElse) {
-  for (const char* name : {"CON",
-                           "con",
-                           "Nul",
-                           "PRN",
-                           "AUX",
-                           "CONIN$",
-                           "conout$",
-                           "CON.txt",
-                           "nul.tar.gz",
-                           "aux .c",
-                           "COM0",
-                           "COM1",
-                           "com9.log",
-                           "LPT0",
-                           "lpt9",
-                           "COM\xC2\xB9",
-                           "LPT\xC2\xB2.x",
-                           "com\xC2\xB3",
-                           "COM\xB9",
-                           "a/CON",
-                           "CON/a",
-                           "a\\nul\\b",
-                           "C:/x/PRN",
-                           "CON.",
-                           "a.",
-                           "a ",
-                           "a/b./c",
-                           "...",
-                           "a/... /b",
-                           " ",
-                           "a/b:c",
-                           "C:x:y",
-                           "C:/x:$DATA",
-                           "1:/x",
-                           "ab:/x",
-                           ":x",
-                           "a<b",
-                           "a>b",
-                           "a\"b",
-                           "a|b",
-                           "a?",
-                           "*",
-                           "a/b*c",
-                           "tab\t",
-                           "\x01",
-                           "a\x1F/b"}) {
-    EXPECT_FALSE(IsAllowedName(PathRules::kWindows, name)) << name;
-    EXPECT_TRUE(IsAllowedName(PathRules::kPosix, name)) << name;
+  const std::vector<const char*> refused[] = {
+      {"CON", "con", "Nul", "PRN", "AUX", "CONIN$", "conout$", "CON.txt", "nul.tar.gz", "aux .c"},
+      {"COM0", "COM1", "com9.log", "LPT0", "lpt9", "COM\xC2\xB9", "LPT\xC2\xB2.x", "com\xC2\xB3",
+       "COM\xB9"},
+      {"a/CON", "CON/a", "a\\nul\\b", "C:/x/PRN", "CON."},
+      {"a.", "a ", "a/b./c", "...", "a/... /b", " "},           // ends that it drops
+      {"a/b:c", "C:x:y", "C:/x:$DATA", "1:/x", "ab:/x", ":x"},  // streams of a file
+      {"a<b", "a>b", "a\"b", "a|b", "a?", "*", "a/b*c"},        // patterns
+      {"tab\t", "\x01", "a\x1F/b"}};
+  for (const auto& kind : refused) {
+    for (const char* name : kind) {
+      EXPECT_FALSE(IsAllowedName(kWindows, name)) << name;
+      EXPECT_TRUE(IsAllowedName(kPosix, name)) << name;
+    }
   }
 }
 
 TEST(NameRules, WindowsTakesWhatOnlyLooksLikeIt) {
-  for (const char* name : {"",
-                           "/",
-                           "a",
-                           "a.b",
-                           ".a",
-                           " a",
-                           "a b",
-                           "..",
-                           ".",
-                           "./a/../b",
-                           "a//b",
-                           "a\\b/c",
-                           "C:",
-                           "C:/",
-                           "c:\\x",
-                           "C:x",
-                           "CONE",
-                           "CON1",
-                           "XCON",
-                           "COM",
-                           "COM10",
-                           "COMA",
-                           "LPT\xC3\xA4",
-                           "CONIN",
-                           "CON$",
-                           "a.CON",
-                           "NUL-1",
-                           "nulls",
-                           "\xC3\xA4.txt",
-                           "\x7F",
-                           "+,;=[]&^%$#@!~`'{}"}) {
-    EXPECT_TRUE(IsAllowedName(PathRules::kWindows, name)) << name;
+  const std::vector<const char*> taken[] = {
+      {"", "/", "a", "a.b", ".a", " a", "a b", "..", ".", "./a/../b", "a//b", "a\\b/c"},
+      {"C:", "C:/", "c:\\x", "C:x", "\xC3\xA4.txt", "\x7F", "+,;=[]&^%$#@!~`'{}"},
+      {"CONE", "CON1", "XCON", "COM", "COM10", "COMA", "LPT\xC3\xA4", "CONIN", "CON$", "a.CON",
+       "NUL-1", "nulls"}};
+  for (const auto& kind : taken) {
+    for (const char* name : kind)
+      EXPECT_TRUE(IsAllowedName(kWindows, name)) << name;
   }
 }
 
 TEST(NameRules, AShortcutIsKnownByItsEnding) {
-  const struct {
-    const char* name;
-    bool posix;
-    bool windows;
-  } cases[] = {{"a.lnk", true, true},    {"A.LNK", false, true},      {"d/a.Lnk", false, true},
-               {"lnk", false, false},    {"a.lnk.txt", false, false}, {".lnk", true, true},
-               {"a.lnk/b", false, false}};
-  for (const auto& [name, posix, windows] : cases) {
-    EXPECT_EQ(IsShortcutName(PathRules::kPosix, name), posix) << name;
-    EXPECT_EQ(IsShortcutName(PathRules::kWindows, name), windows) << name;
-  }
+  const Judged cases[] = {{"a.lnk", true, true},       {"A.LNK", false, true},
+                          {"d/a.Lnk", false, true},    {"lnk", false, false},
+                          {"a.lnk.txt", false, false}, {".lnk", true, true},
+                          {"a.lnk/b", false, false}};
+  ExpectUnderBothRules(cases, IsShortcutName);
 }
 
 TEST(LongNames, AreAbsoluteWithBackslashesAndNothingLeftToResolve) {
-  const struct {
-    const char* path;
-    const char* form;
-  } cases[] = {{"", ""},
-               {"a", R"(\\?\C:\work\a)"},
-               {"a/b\\c", R"(\\?\C:\work\a\b\c)"},
-               {"/a", R"(\\?\C:\work\a)"},
-               {"./a/.", R"(\\?\C:\work\a)"},
-               {"a/", R"(\\?\C:\work\a)"},
-               {"a//b", R"(\\?\C:\work\a\b)"},
-               {"../a", R"(\\?\C:\a)"},
-               {"../../../a", R"(\\?\C:\a)"},
-               {"a/../b", R"(\\?\C:\work\b)"},
-               {".", R"(\\?\C:\work)"},
-               {"..", R"(\\?\C:\)"},
-               {"/", R"(\\?\C:\)"},
-               {"D:/x/y", R"(\\?\D:\x\y)"},
-               {"D:/x/../../y", R"(\\?\D:\y)"},
-               {"D:/", R"(\\?\D:\)"},
-               {"D:", R"(\\?\D:\)"},
-               {R"(\\?\D:\as it\is.)", R"(\\?\D:\as it\is.)"},
-               {"//server/share/a/../b", R"(\\?\UNC\server\share\b)"},
-               {"//./.", R"(\\?\UNC)"},
-               {R"(\\server\share\..\..\b)", R"(\\?\UNC\server\share\b)"}};
+  const std::pair<const char*, const char*> cases[] = {
+      {"", ""},
+      {"a", R"(\\?\C:\work\a)"},
+      {"a/b\\c", R"(\\?\C:\work\a\b\c)"},
+      {"/a", R"(\\?\C:\work\a)"},
+      {"./a/.", R"(\\?\C:\work\a)"},
+      {"a/", R"(\\?\C:\work\a)"},
+      {"a//b", R"(\\?\C:\work\a\b)"},
+      {"../a", R"(\\?\C:\a)"},
+      {"../../../a", R"(\\?\C:\a)"},
+      {"a/../b", R"(\\?\C:\work\b)"},
+      {".", R"(\\?\C:\work)"},
+      {"..", R"(\\?\C:\)"},
+      {"/", R"(\\?\C:\)"},
+      {"D:/x/y", R"(\\?\D:\x\y)"},
+      {"D:/x/../../y", R"(\\?\D:\y)"},
+      {"D:/", R"(\\?\D:\)"},
+      {"D:", R"(\\?\D:\)"},
+      {R"(\\?\D:\as it\is.)", R"(\\?\D:\as it\is.)"},
+      {"//server/share/a/../b", R"(\\?\UNC\server\share\b)"},
+      {"//./.", R"(\\?\UNC)"},
+      {R"(\\server\share\..\..\b)", R"(\\?\UNC\server\share\b)"}};
   for (const auto& [path, form] : cases) {
     EXPECT_EQ(LongNameForm(path, R"(C:\work)"), form) << path;
     EXPECT_EQ(LongNameForm(form, R"(E:\elsewhere)"), form) << "once more: " << path;

@@ -2,31 +2,22 @@
 #ifndef MOLDEX_TESTS_PROGRAM_PROGRAM_TEST_H_
 #define MOLDEX_TESTS_PROGRAM_PROGRAM_TEST_H_
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "support/folder_test.h"
 #include "support/qel_bytes.h"
 #include "support/run_program.h"
 #include "support/target.h"
-#include "support/temp_dir.h"
-#include "support/tree.h"
 
 namespace moldex::test {
 
-class ProgramTest : public ::testing::Test {
+class ProgramTest : public FolderTest {
  protected:
-  std::filesystem::path Path(const std::string& name) const { return folder_.Path() / name; }
-  std::string Bytes(const std::string& name) const { return ReadFile(Path(name)); }
   // Of a text that the program wrote.
   std::string Text(const std::string& name) const { return WithLineFeeds(Bytes(name)); }
-  void Write(const std::string& name, const std::string& bytes) { WriteFile(Path(name), bytes); }
-  bool Exists(const std::string& name) const { return std::filesystem::exists(Path(name)); }
-  void Make(const Tree& tree) { MakeTree(folder_.Path(), tree); }
-  Tree Below(const std::string& name) const { return Exists(name) ? ReadTree(Path(name)) : Tree(); }
 
   // Runs the program and holds what is true of every run: it ends by itself, and its messages go
   // to standard output.
@@ -61,17 +52,30 @@ class ProgramTest : public ::testing::Test {
   std::vector<QelEntry> Entries(const std::string& archive) const {
     return ParseArchive(Bytes(archive));
   }
+  Words NamesIn(const std::string& archive) const {
+    Words names;
+    for (const QelEntry& entry : Entries(archive))
+      names.push_back(entry.name);
+    return names;
+  }
 
-  const TempDir folder_;
+  // Makes a.qel with these arguments: it holds these entries, or there is none.
+  void ExpectCreation(const std::string& arguments, const Words& names, std::string_view out = "",
+                      int status = 0, User user = User::kSame) const {
+    Remove("a.qel");
+    ExpectRun("-cf a.qel " + arguments, out, status, user);
+    ASSERT_EQ(Exists("a.qel"), !names.empty()) << arguments;
+    EXPECT_EQ(names.empty() ? names : NamesIn("a.qel"), names) << arguments;
+  }
+
+  void Archive(const std::vector<QelEntry>& entries,
+               std::string_view header = kArchiveHeader) const {
+    Write("a.qel", BuildArchive(entries, header));
+  }
+
+  // Extracts a.qel into "out"; the program says this behind the line that names the archive.
+  void ExpectExtraction(const std::string& out, int status = 0, User user = User::kSame) const;
 };
-
-inline std::vector<std::string> NamesOf(const std::vector<QelEntry>& entries) {
-  std::vector<std::string> names;
-  names.reserve(entries.size());
-  for (const QelEntry& entry : entries)
-    names.push_back(entry.name);
-  return names;
-}
 
 // Many bytes that compress well but not to nothing.
 inline std::string Numbers(int count) {
@@ -85,14 +89,27 @@ inline std::string Numbers(int count) {
 inline std::string Processing(const std::string& archive) {
   return "MOLDEX: processing archive " + archive + "...\n";
 }
-inline std::string Extracted(unsigned count) {
+inline std::string Extracted(std::size_t count) {
   return "MOLDEX: " + std::to_string(count) + " file(s) extracted\n";
 }
-inline std::string Tested(unsigned count) {
+inline std::string Tested(std::size_t count) {
   return "MOLDEX: " + std::to_string(count) + " file(s) tested\n";
 }
+inline std::string Failure(const std::string& message, int code, const std::string& system = "") {
+  return "MOLDEX: " + message + " (error " + std::to_string(code) + "). " + system + "\n";
+}
+inline std::string Leaves(const std::string& name) {
+  return Failure("name leaves the target directory (use -P to allow it): " + name, 55);
+}
+inline std::string Inaccessible(const std::string& name) {
+  return "MOLDEX: inaccessible file " + name + "\n";
+}
 inline std::string OpenError(const std::string& name, Complaint complaint = Complaint::kNoFile) {
-  return "MOLDEX: error opening " + name + " (error 6). " + SystemText(complaint) + "\n";
+  return Failure("error opening " + name, 6, SystemText(complaint));
+}
+
+inline void ProgramTest::ExpectExtraction(const std::string& out, int status, User user) const {
+  ExpectRun("-xf a.qel -R out", Processing("a.qel") + out, status, user);
 }
 
 }  // namespace moldex::test

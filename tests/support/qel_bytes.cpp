@@ -155,11 +155,24 @@ QelEntry FileEntry(std::string name, std::string_view content, std::uint32_t mod
 }
 
 QelEntry DirectoryEntry(std::string name, std::uint32_t mode) {
-  QelEntry entry;
+  QelEntry entry = FileEntry(std::move(name), "", mode);
   entry.type = "DR";
-  entry.name = std::move(name);
-  entry.mode = mode;
   return entry;
+}
+
+QelEntry LinkEntry(std::string name, std::string target) {
+  QelEntry entry = FileEntry(std::move(name), "", 0x1000 | 0777);
+  entry.type = "LK";
+  entry.user_data = std::move(target);
+  return entry;
+}
+
+std::string BackupStream(std::uint32_t id, std::string_view content, std::string_view name) {
+  std::string bytes;
+  for (const std::size_t field :
+       {std::size_t{id}, std::size_t{0}, content.size(), std::size_t{0}, name.size()})
+    AppendU32(bytes, field);
+  return bytes.append(name).append(content);
 }
 
 std::string EncodeEntry(const QelEntry& entry) {

@@ -66,6 +66,10 @@ std::string CompressedStream(std::string_view content);
 QelEntry FileEntry(std::string name, std::string_view content, std::uint32_t mode = 0100644,
                    std::size_t piece = kMaxPayload);
 QelEntry DirectoryEntry(std::string name, std::uint32_t mode = 040755);
+QelEntry LinkEntry(std::string name, std::string target);  // a symbolic one, stored itself
+
+// One stream of a backup stream, which a file's content may be in long-name mode.
+std::string BackupStream(std::uint32_t id, std::string_view content, std::string_view name = "");
 
 std::string EncodeEntry(const QelEntry& entry);
 std::string BuildArchive(const std::vector<QelEntry>& entries,

@@ -31,19 +31,12 @@ File NewCapture() {
 }
 
 std::string WholeText(std::FILE* file) {
-  std::string text;
   std::rewind(file);
-  for (int byte = std::getc(file); byte != EOF; byte = std::getc(file)) {
-    text.push_back(static_cast<char>(byte));
-  }
+  std::string text;
+  char piece[4096];
+  while (const std::size_t count = std::fread(piece, 1, sizeof piece, file))
+    text.append(piece, count);
   return text;
-}
-
-Words CommandLine(const Words& arguments) {
-  const char* named = std::getenv("MOLDEX_PROGRAM");
-  Words words = SplitAtBlanks(named != nullptr ? named : MOLDEX_PROGRAM);
-  words.insert(words.end(), arguments.begin(), arguments.end());
-  return words;
 }
 
 void GiveToNobody(const std::filesystem::path& folder) {
@@ -57,14 +50,18 @@ bool BecomeNobody() {
   return setgroups(0, nullptr) == 0 && setgid(kNobodyId) == 0 && setuid(kNobodyId) == 0;
 }
 
-// Runs in the child; comes back only when the program could not be started.
+}  // namespace
+
+Words CommandLine(const Words& arguments) {
+  const char* named = std::getenv("MOLDEX_PROGRAM");
+  Words words = SplitAtBlanks(named != nullptr ? named : MOLDEX_PROGRAM);
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  return words;
+}
+
 void StartProgram(const std::filesystem::path& folder, Words words, bool as_nobody,
                   unsigned time_limit_seconds) {
-  std::vector<char*> argv;
-  argv.reserve(words.size() + 1);
-  for (std::string& word : words)
-    argv.push_back(word.data());
-  argv.push_back(nullptr);
+  const std::vector<char*> argv = ArgumentsOf(words);
   (void)setenv("TZ", "UTC", 1);
   (void)setenv("ASAN_OPTIONS", "abort_on_error=1", 0);
   (void)setenv("UBSAN_OPTIONS", "abort_on_error=1", 0);
@@ -76,8 +73,6 @@ void StartProgram(const std::filesystem::path& folder, Words words, bool as_nobo
   (void)execvp(argv[0], argv.data());
 }
 
-}  // namespace
-
 Words SplitAtBlanks(std::string_view line) {
   Words words;
   std::size_t at = 0;
@@ -87,6 +82,15 @@ Words SplitAtBlanks(std::string_view line) {
     at = end;
   }
   return words;
+}
+
+std::vector<char*> ArgumentsOf(Words& words) {
+  std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
+  for (std::string& word : words)
+    arguments.push_back(word.data());
+  arguments.push_back(nullptr);
+  return arguments;
 }
 
 RunResult RunProgram(const std::filesystem::path& folder, const Words& arguments, User user,

@@ -36,11 +36,20 @@ using Words = std::vector<std::string>;
 
 // The words of a command line without quoting.
 Words SplitAtBlanks(std::string_view line);
+// What main gets of the words, which have to stay: with a null pointer at the end.
+std::vector<char*> ArgumentsOf(Words& words);
 
 // `meanwhile` is called with the process's number while the program runs.
 RunResult RunProgram(const std::filesystem::path& folder, const Words& arguments,
                      User user = User::kSame, unsigned time_limit_seconds = 60,
                      const std::function<void(pid_t)>& meanwhile = {});
+
+// The words of a whole command line: the program's and its arguments.
+Words CommandLine(const Words& arguments);
+
+// For a process of its own: becomes the program. Comes back only when it could not be started.
+void StartProgram(const std::filesystem::path& folder, Words words, bool as_nobody,
+                  unsigned time_limit_seconds);
 
 // Runs it with a terminal as its standard output and returns what arrives there.
 std::string RunOnTerminal(const std::filesystem::path& folder, const Words& arguments);

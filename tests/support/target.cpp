@@ -17,21 +17,13 @@ bool LeftOutOnWindows(const char* part_and_reason) {
 }
 
 std::string SystemText(Complaint complaint) {
-  switch (complaint) {
-    case Complaint::kNoFile:
-      return OnWindows() ? "File not found.\n" : "No such file or directory";
-    case Complaint::kNoPath:
-      return OnWindows() ? "Path not found.\n" : "No such file or directory";
-    case Complaint::kIsDirectory:
-      return OnWindows() ? "Access denied.\n" : "Is a directory";
-    case Complaint::kDenied:
-      return OnWindows() ? "Access denied.\n" : "Permission denied";
-    case Complaint::kBadName:
-      return OnWindows() ? "Invalid name.\n" : "No such file or directory";
-    case Complaint::kNotADirectory:
-      return OnWindows() ? "Directory name invalid.\n" : "Not a directory";
-  }
-  return {};
+  static constexpr const char* kTexts[][2] = {{"No such file or directory", "File not found.\n"},
+                                              {"No such file or directory", "Path not found.\n"},
+                                              {"Is a directory", "Access denied.\n"},
+                                              {"Permission denied", "Access denied.\n"},
+                                              {"No such file or directory", "Invalid name.\n"},
+                                              {"Not a directory", "Directory name invalid.\n"}};
+  return kTexts[static_cast<std::size_t>(complaint)][OnWindows() ? 1 : 0];
 }
 
 unsigned StoredMode(unsigned mode) {

@@ -1,11 +1,9 @@
 #include "support/tree.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
+#include <chrono>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -14,52 +12,55 @@ namespace moldex::test {
 namespace {
 
 namespace fs = std::filesystem;
+using FileClock = std::chrono::file_clock;
+using std::chrono::seconds;
 
-Kind KindOf(unsigned mode) {
-  if (S_ISREG(mode)) return Kind::kFile;
-  if (S_ISDIR(mode)) return Kind::kDirectory;
-  if (S_ISLNK(mode)) return Kind::kSymlink;
-  return S_ISFIFO(mode) ? Kind::kFifo : Kind::kOther;
+Kind KindOf(fs::file_type type) {
+  if (type == fs::file_type::regular) return Kind::kFile;
+  if (type == fs::file_type::directory) return Kind::kDirectory;
+  if (type == fs::file_type::symlink) return Kind::kSymlink;
+  return type == fs::file_type::fifo ? Kind::kFifo : Kind::kOther;
 }
 
 void MakeNode(const fs::path& path, const Node& node) {
   fs::create_directories(node.kind == Kind::kDirectory ? path : path.parent_path());
   if (node.kind == Kind::kFile) WriteFile(path, node.content);
+  if (!kHasLinksAndModes) return;
   if (node.kind == Kind::kSymlink) fs::create_symlink(node.content, path);
-  if (node.kind == Kind::kFifo && mkfifo(path.c_str(), 0644) != 0) {
+  if (node.kind == Kind::kFifo && std::system(("mkfifo '" + path.string() + "'").c_str()) != 0) {
     throw std::runtime_error("cannot make " + path.string());
   }
 }
 
 void SetTimeAndMode(const fs::path& path, const Node& node) {
-  if (node.kind == Kind::kSymlink) return;
-  const timespec times[2] = {{node.mtime, 0}, {node.mtime, 0}};
-  if (node.kind == Kind::kFile && utimensat(AT_FDCWD, path.c_str(), times, 0) != 0) {
-    throw std::runtime_error("no time for " + path.string());
-  }
-  if (chmod(path.c_str(), node.mode) != 0) throw std::runtime_error("chmod " + path.string());
+  const std::chrono::sys_seconds time{seconds(node.mtime)};
+  if (node.kind == Kind::kFile) fs::last_write_time(path, FileClock::from_sys(time));
+  const bool is_kept = kHasLinksAndModes || (node.kind == Kind::kFile && (node.mode & 0200) == 0);
+  if (node.kind != Kind::kSymlink && is_kept) fs::permissions(path, fs::perms(node.mode));
 }
 
-Node ReadNode(const fs::path& path) {
-  struct stat status {};
-  if (lstat(path.c_str(), &status) != 0) throw std::runtime_error("lstat " + path.string());
-  Node node{KindOf(status.st_mode), "", status.st_mode & 07777U, 0};
+Node ReadNode(const fs::directory_entry& item) {
+  const fs::file_status status = item.symlink_status();
+  Node node{KindOf(status.type()), "", static_cast<unsigned>(status.permissions()) & 07777U, 0};
   if (node.kind == Kind::kFile) {
-    node.content = ReadFile(path);
-    node.mtime = status.st_mtime;
+    std::error_code beyond_the_clock;  // which then gives its earliest time
+    const auto time = FileClock::to_sys(item.last_write_time(beyond_the_clock));
+    node.mtime = std::chrono::floor<seconds>(time).time_since_epoch().count();
+    node.content = ReadFile(item.path());
   }
   if (node.kind == Kind::kSymlink) {
-    node.content = fs::read_symlink(path).string();
     node.mode = 0;
+    node.content = fs::read_symlink(item.path()).string();
   }
   return node;
 }
 
-void OpenUp(const fs::path& folder) {
+// Lets the owner enter, change and remove everything.
+void OpenUp(const fs::path& path) {
   std::error_code ignored;
-  fs::permissions(folder, fs::perms(0700), ignored);
-  for (const auto& item : fs::directory_iterator(folder, ignored)) {
-    if (!item.is_symlink(ignored) && item.is_directory(ignored)) OpenUp(item.path());
+  fs::permissions(path, fs::perms(0700), ignored);
+  for (const auto& item : fs::directory_iterator(path, ignored)) {
+    if (!item.is_symlink(ignored)) OpenUp(item.path());
   }
 }
 
@@ -81,9 +82,8 @@ void MakeTree(const fs::path& root, const Tree& tree) {
 
 Tree ReadTree(const fs::path& root) {
   Tree tree;
-  for (const auto& item : fs::recursive_directory_iterator(root)) {
-    tree[fs::path(item.path()).lexically_relative(root).generic_string()] = ReadNode(item.path());
-  }
+  for (const auto& item : fs::recursive_directory_iterator(root))
+    tree[item.path().lexically_relative(root).generic_string()] = ReadNode(item);
   return tree;
 }
 
@@ -103,9 +103,10 @@ void PrintTo(const Node& node, std::ostream* out) {
 std::string ReadFile(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
   if (!file) throw std::runtime_error("cannot read " + path.string());
-  std::ostringstream bytes;
-  bytes << file.rdbuf();
-  return bytes.str();
+  std::string bytes(static_cast<std::size_t>(fs::file_size(path)), '\0');
+  file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  bytes.resize(static_cast<std::size_t>(file.gcount()));
+  return bytes;
 }
 
 void WriteFile(const fs::path& path, const std::string& bytes) {

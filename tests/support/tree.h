@@ -1,4 +1,5 @@
-// Small trees of files: described in a table, made on disk, read back and compared.
+// Small trees of files: described in a table, made on disk, read back and compared. By the standard
+// library alone, so that the suites that run on Windows have them, too.
 #ifndef MOLDEX_TESTS_SUPPORT_TREE_H_
 #define MOLDEX_TESTS_SUPPORT_TREE_H_
 
@@ -9,6 +10,10 @@
 #include <string>
 
 namespace moldex::test {
+
+// Of the system that the test itself runs on. Where there are none, links and pipes are not made,
+// and of permissions only that to write is set.
+inline constexpr bool kHasLinksAndModes = std::filesystem::path::preferred_separator == '/';
 
 enum class Kind { kFile, kDirectory, kSymlink, kFifo, kOther };
 

@@ -6,22 +6,19 @@ add_subdirectory(/usr/src/googletest/googletest ${CMAKE_BINARY_DIR}/googletest E
 
 set(platform ${PROJECT_SOURCE_DIR}/tests/platform)
 add_executable(windows_contract EXCLUDE_FROM_ALL
-  contract_main_win32.cpp only_windows_test_win32.cpp tree_win32.cpp
-  ${platform}/path_rules_test.cpp ${platform}/name_rules_test.cpp
+  contract_main_win32.cpp only_windows_test_win32.cpp ${PROJECT_SOURCE_DIR}/tests/support/tree.cpp
+  ${platform}/name_rules_test.cpp
   ${platform}/windows_records_test.cpp ${platform}/file_handle_test.cpp
   ${platform}/file_services_test.cpp ${platform}/buffered_file_test.cpp
-  ${platform}/extracted_file_test.cpp ${platform}/directory_test.cpp)
+  ${platform}/directory_test.cpp)
 target_include_directories(windows_contract PRIVATE ${PROJECT_SOURCE_DIR}/tests)
 target_link_libraries(windows_contract PRIVATE platform codepage moldex_compile_options gtest)
 
-add_executable(make_shortcut EXCLUDE_FROM_ALL make_shortcut_win32.cpp)
-target_link_libraries(make_shortcut PRIVATE moldex_compile_options ole32 uuid)
-
 add_executable(run_in EXCLUDE_FROM_ALL run_in_win32.cpp)
-target_link_libraries(run_in PRIVATE moldex_compile_options)
+target_link_libraries(run_in PRIVATE moldex_compile_options ole32 uuid)
 
 # The program without its manifest, which the system gives its own ANSI code page.
 add_executable(moldex_ansi EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/src/driver/main.cpp)
 target_link_libraries(moldex_ansi PRIVATE moldex_compile_options driver)
 
-add_custom_target(windows_tests DEPENDS windows_contract make_shortcut run_in moldex_ansi)
+add_custom_target(windows_tests DEPENDS windows_contract run_in moldex_ansi)

@@ -3,8 +3,13 @@
 //                                            code pages before, while the program runs, and after
 //   run_in interrupt FILE PROGRAM ARGS...    with Ctrl-C pressed once FILE is there
 //   run_in no-privileges PROGRAM ARGS...     without the privileges of long-name mode
+//   run_in shortcut TARGET FILE              makes a shortcut as the shell does, and runs nothing
 // Ends as the program does; with 99 when it could not be run so.
 #include <windows.h>
+
+#include <objbase.h>
+#include <shlguid.h>
+#include <shobjidl.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -74,6 +79,25 @@ bool GiveAway(const char* privilege) {
          GetLastError() == ERROR_SUCCESS;
 }
 
+std::wstring Wide(const char* text) {
+  std::wstring wide(MAX_PATH, L'\0');
+  const int length = MultiByteToWideChar(CP_ACP, 0, text, -1, wide.data(), MAX_PATH);
+  wide.resize(length > 0 ? static_cast<std::size_t>(length) - 1 : 0);
+  return wide;
+}
+
+// The process ends soon, and with it what it holds of the shell.
+bool MakeShortcut(const char* target, const char* shortcut) {
+  void* link = nullptr;
+  void* file = nullptr;
+  return SUCCEEDED(CoInitialize(nullptr)) &&
+         SUCCEEDED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
+                                    &link)) &&
+         SUCCEEDED(static_cast<IShellLinkW*>(link)->SetPath(Wide(target).c_str())) &&
+         SUCCEEDED(static_cast<IShellLinkW*>(link)->QueryInterface(IID_IPersistFile, &file)) &&
+         SUCCEEDED(static_cast<IPersistFile*>(file)->Save(Wide(shortcut).c_str(), TRUE));
+}
+
 }  // namespace
 
 int main(int count, char** words) {
@@ -83,6 +107,8 @@ int main(int count, char** words) {
   if (count > 3 && std::strcmp(words[1], "interrupt") == 0) {
     return RunAndInterrupt(words[2], CommandLine(count - 3, words + 3));
   }
+  if (count == 4 && std::strcmp(words[1], "shortcut") == 0)
+    return MakeShortcut(words[2], words[3]) ? 0 : kNotRun;
   if (count > 2 && std::strcmp(words[1], "no-privileges") == 0) {
     for (const char* name : {"SeSecurityPrivilege", "SeBackupPrivilege", "SeRestorePrivilege"}) {
       if (!GiveAway(name)) return kNotRun;

@@ -3,10 +3,7 @@
 #define MOLDEX_TESTS_WINDOWS_WINDOWS_TEST_H_
 
 #include <cstdlib>
-#include <filesystem>
 #include <optional>
-#include <string>
-#include <vector>
 
 #include "program/program_test.h"
 
@@ -52,7 +49,7 @@ class Windows : public ProgramTest {
 
   // Wine shows this machine's files as drive Z.
   void MakeShortcut(const std::string& target, const std::string& name) const {
-    const RunResult made = RunOther("make_shortcut.exe", {DriveZ(target), DriveZ(name)});
+    const RunResult made = RunOther("run_in.exe", {"shortcut", DriveZ(target), DriveZ(name)});
     ASSERT_EQ(made.status, 0) << made.err;
     ASSERT_TRUE(Exists(name));
   }

@@ -1,0 +1,70 @@
+#!/usr/bin/env bash
+# The library as other programs get it: installed, moved elsewhere, then the example built against it
+# by pkg-config, by CMake and as C++, and run. library.sh FOLDER [FLAGS]
+# FOLDER is a build, or where the library is installed; FLAGS the compiler's, as the library needs
+# them of a program.
+set -euo pipefail
+folder=$1 flags=${2:-}
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work"
+
+fail() { echo "FAILED: $*"; exit 1; }
+# same WHAT NEEDED GOT
+same() { [ "$2" = "$3" ] || fail "$1: expected '$2', not '$3'"; }
+
+if [ -f "$folder/CMakeCache.txt" ]; then
+  cmake --install "$folder" --component library --prefix "$work/installed" >log
+  mv installed moved
+else
+  cp -R "$folder" moved
+fi
+same "what is installed" "include/cscompr/cscompr.h lib/cmake/cscompr/cscompr-config-version.cmake \
+lib/cmake/cscompr/cscompr-config.cmake lib/libcscompr.a lib/pkgconfig/cscompr.pc \
+share/doc/libcscompr-dev/copyright share/doc/libcscompr-dev/examples/CMakeLists.txt \
+share/doc/libcscompr-dev/examples/roundtrip.c " \
+  "$(cd moved && find . -type f | sed 's|^\./||' | LC_ALL=C sort | tr '\n' ' ')"
+header=moved/include/cscompr/cscompr.h
+examples=moved/share/doc/libcscompr-dev/examples
+
+# Part of a shared library, it needs nothing of the C++ library and exports its interface only.
+# shellcheck disable=SC2086
+cc $flags -shared -Wl,-z,defs -Wl,--whole-archive moved/lib/libcscompr.a \
+  -Wl,--no-whole-archive -o shared.so
+same "functions exported" "CsCheckHeader CsCompr CsDecompr " \
+  "$(nm -D --defined-only shared.so | awk '$2 == "T" { print $3 }' | LC_ALL=C sort | tr '\n' ' ')"
+
+# The example, in every way that it can be built.
+strict="-pedantic -Wall -Wextra -Wconversion -Werror $flags"
+export PKG_CONFIG_LIBDIR=$work/moved/lib/pkgconfig
+# shellcheck disable=SC2046,SC2086
+cc -std=c99 $strict $examples/roundtrip.c $(pkg-config --cflags --libs cscompr) -o in_c
+# shellcheck disable=SC2046,SC2086
+c++ -std=c++20 $strict -x c++ $examples/roundtrip.c -x none \
+  $(pkg-config --cflags --libs cscompr) -o in_cpp
+cmake -S "$examples" -B by_cmake -G Ninja -DCMAKE_PREFIX_PATH="$work/moved" \
+  -DCMAKE_C_FLAGS="$flags" >log || fail "$(cat log)"
+cmake --build by_cmake >log || fail "$(cat log)"
+
+cat >expected <<'END'
+LZC: 19975 bytes packed to N and restored
+LZH, level 2: 19975 bytes packed to N and restored
+LZH, level 9: 19975 bytes packed to N and restored
+half a stream: the input ends early (-1)
+a damaged stream: the stream is damaged (-22)
+no stream: not a stream that this library reads (-50)
+END
+for program in ./in_c ./in_cpp by_cmake/roundtrip; do
+  "$program" >printed || fail "$program ends with $?"
+  sed -E 's/packed to [0-9]{4} /packed to N /' printed | diff expected - || fail "$program"
+done
+
+# The loops that the header shows are the example's, down to the letter, layout aside.
+example=$(tr -d '[:space:]' <"$examples/roundtrip.c")
+loops=0
+while IFS= read -r loop; do
+  [[ $example == *"$loop"* ]] || fail "the header shows a loop that the example lacks: $loop"
+  loops=$((loops + 1))
+done < <(awk '/^\/\/     / { sub("//", ""); gsub(/[ \t]/, ""); printf "%s", $0; inside = 1; next }
+              inside { print ""; inside = 0 }' "$header")
+same "loops in the header" 2 "$loops"

@@ -1,0 +1,254 @@
+// The line that shows at a terminal how far long work has got: it is there, it is cut to the
+// terminal, and behind the run nothing is left of it. Nobody but a terminal ever sees it.
+//
+// The work is made long by a named pipe that is read or written slowly.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "program/program_test.h"
+#include "support/noise.h"
+#include "support/terminal.h"
+
+namespace moldex::test {
+namespace {
+
+constexpr std::size_t kPieceBytes = 32 * 1024;
+constexpr std::chrono::milliseconds kPause{20};
+
+// One end of a named pipe, served piece by piece in a thread of its own while it lives.
+class SlowPipe {
+ public:
+  explicit SlowPipe(std::filesystem::path path, int flags) : path_(std::move(path)) {
+    (void)mkfifo(path_.c_str(), 0600);
+    end_ = open(path_.c_str(), flags | O_NONBLOCK | O_CLOEXEC);
+    EXPECT_GE(end_, 0);
+  }
+  SlowPipe(const SlowPipe&) = delete;
+  SlowPipe& operator=(const SlowPipe&) = delete;
+  ~SlowPipe() { Stop(); }
+
+  void Feed(const std::string& bytes) {
+    thread_ = std::thread([this, bytes] {
+      std::size_t at = 0;
+      while (at < bytes.size() && !stopped_) {
+        const std::size_t piece = std::min(kPieceBytes, bytes.size() - at);
+        at += static_cast<std::size_t>(std::max<ssize_t>(write(end_, &bytes[at], piece), 0));
+        std::this_thread::sleep_for(kPause);
+      }
+      (void)close(end_);
+    });
+  }
+
+  void Drain() {
+    drained_.reserve(4'000'000);  // a process forks meanwhile: the thread shall hold no lock
+    thread_ = std::thread([this] {
+      std::vector<char> piece(kPieceBytes);
+      ssize_t count = 0;
+      do {
+        const bool last = stopped_;
+        count = std::max<ssize_t>(read(end_, piece.data(), piece.size()), 0);
+        drained_.append(piece.data(), static_cast<std::size_t>(count));
+        if (last && count == 0) break;
+        if (!last) std::this_thread::sleep_for(kPause);
+      } while (true);
+      (void)close(end_);
+    });
+  }
+
+  // Behind the run. Returns what was drained.
+  const std::string& Stop() {
+    stopped_ = true;
+    if (thread_.joinable()) thread_.join();
+    (void)unlink(path_.c_str());
+    return drained_;
+  }
+
+ private:
+  std::filesystem::path path_;
+  int end_ = -1;
+  std::atomic<bool> stopped_ = false;
+  std::thread thread_;
+  std::string drained_;
+};
+
+class StatusLine : public ProgramTest {
+ protected:
+  void SetUp() override {
+    if (OnWindows()) GTEST_SKIP() << "the tests have no console there";
+  }
+
+  // An archive of four entries, of which a slow pipe gives the third alone for about a second.
+  std::string LongArchive(const std::string& name) {
+    std::string text = Noise(1'800'000, 1);
+    for (char& c : text)
+      c &= 0x3F;
+    const std::string part = text.substr(0, 250'000);
+    return BuildArchive({FileEntry(name + "a", part), FileEntry(name + "b", part),
+                         FileEntry(name + "c", text), FileEntry(name + "d", part)});
+  }
+
+  // Runs at a terminal with the archive coming through the pipe "p".
+  TerminalRun RunFed(const Terminal& terminal, const Words& arguments, const std::string& archive) {
+    SlowPipe pipe(Path("p"), O_RDWR);
+    pipe.Feed(archive);
+    return RunAt(terminal, folder_.Path(), arguments);
+  }
+};
+
+using Lines = std::vector<std::string>;
+
+// The states of the line: what stands between two "\r" and is not blank.
+Lines States(const std::string& bytes) {
+  Lines states;
+  std::size_t at = 0;
+  while (at < bytes.size()) {
+    const std::size_t end = std::min(bytes.find_first_of("\r\n", at), bytes.size());
+    const std::string piece = bytes.substr(at, end - at);
+    if (piece.starts_with("  ") && piece.find_first_not_of(' ') != std::string::npos) {
+      states.push_back(piece);
+    }
+    at = end + 1;
+  }
+  return states;
+}
+
+void ExpectShown(const TerminalRun& run, std::string_view part) {
+  const Lines states = States(run.bytes);
+  EXPECT_TRUE(
+      std::any_of(states.begin(), states.end(),
+                  [&](const std::string& state) { return state.find(part) != std::string::npos; }))
+      << part << " in " << run.bytes;
+  EXPECT_LE(static_cast<double>(states.size()), run.seconds * 10 + 1);
+}
+
+TEST_F(StatusLine, ShowsHowFarVerifyingIsAndLeavesNothingBehind) {
+  const struct {
+    const char* name;
+    unsigned short columns;
+    const char* shown;
+  } cases[] = {
+      {"docs/short-", 80, "MB/s  docs/short-"},
+      {"\x1B[2Ja\nb", 80, "MB/s  \\033[2Ja\\012b"},
+      // Two-byte characters, of which the last that fits is whole, and wide ones.
+      {"\xC3\xA4\xC3\xB6\xC3\xBC\xC3\xA4\xC3\xB6\xC3\xBC\xC3\xA4\xC3\xB6\xC3\xBC\xC3\xA4\xC3\xB6",
+       31, "MB/s  \xC3\xA4\xC3\xB6"},
+      {"\xE6\xBC\xA2\xE5\xAD\x97\xE6\xBC\xA2\xE5\xAD\x97\xE6\xBC\xA2\xE5\xAD\x97\xE6\xBC\xA2", 30,
+       "MB/s  \xE6\xBC\xA2\xE5\xAD\x97"},
+      {"a", 12, " MB"},
+      {"a", 0, "MB/s  ac"},  // a terminal that does not say how wide it is
+  };
+  for (const auto& [name, columns, shown] : cases) {
+    const TerminalRun run = RunFed({columns, {}, {}}, {"-df", "p"}, LongArchive(name));
+    EXPECT_EQ(run.status, 0);
+    ExpectShown(run, shown);
+    const std::size_t width = columns != 0 ? columns : 80;
+    const Lines expected = ScreenOf(Processing("p") + "\r" + Tested(4), width);
+    EXPECT_EQ(ScreenOf(run.bytes, width), expected) << run.bytes;
+    for (const std::string& state : States(run.bytes)) {
+      EXPECT_EQ(ScreenOf(state, width).size(), 1u) << state;
+      EXPECT_EQ(ScreenOf(state + "|", width).size(), 1u) << "last column used by " << state;
+    }
+  }
+}
+
+TEST_F(StatusLine, IsNotPartOfAListingThatGoesToAFile) {
+  const std::string archive = LongArchive("x");
+  Write("a.qel", archive);
+  std::string listing = Run("-tf a.qel").out;
+  listing.replace(0, Processing("a.qel").size(), Processing("p"));
+  const TerminalRun run = RunFed({80, "listing", {}}, {"-tf", "p"}, archive);
+  EXPECT_EQ(Bytes("listing"), listing);
+  ExpectShown(run, "MB/s  xc");
+  EXPECT_EQ(ScreenOf(run.bytes, 80), Lines());
+  // On the same screen it makes room for every line.
+  const TerminalRun mixed = RunFed({80, {}, {}}, {"-tf", "p"}, archive);
+  ExpectShown(mixed, "MB/s  xc");
+  std::string lines;
+  for (const std::string& line : ScreenOf(mixed.bytes, 80))
+    lines += line + "\n";
+  EXPECT_EQ(lines, listing);
+}
+
+TEST_F(StatusLine, GivesWayToV) {
+  const TerminalRun run = RunFed({80, "out", {}}, {"-dvf", "p"}, LongArchive("x"));
+  EXPECT_EQ(run.bytes, "");
+  EXPECT_EQ(Text("out"), Processing("p") + "d xa\nd xb\nd xc\nd xd\n" + Tested(4));
+}
+
+TEST_F(StatusLine, IsWrittenToTerminalsOnly) {
+  SlowPipe pipe(Path("p"), O_RDWR);
+  pipe.Feed(LongArchive("x"));
+  ExpectRun("-df p", Processing("p") + Tested(4), 0);  // which holds that there is no error output
+}
+
+TEST_F(StatusLine, ComesWithAllOutputInAFile) {
+  const TerminalRun run = RunFed({}, {"-e", "-df", "p"}, LongArchive("x"));
+  ExpectShown(run, "MB/s  xc");
+  EXPECT_EQ(ScreenOf(run.bytes, 80), Lines());
+  EXPECT_EQ(Text("moldex_output"), Processing("p") + Tested(4));
+}
+
+TEST_F(StatusLine, KnowsHowMuchCreatingWillRead) {
+  Tree tree;
+  for (char last = 'a'; last < 'e'; ++last)
+    tree["d/x" + std::string(1, last)] = FileNode(Noise(500'000, 1));
+  tree["d/left/out"] = FileNode(Noise(900'000, 1));
+  tree["more"] = FileNode(Noise(100'000, 1));
+  tree["names"] = FileNode("more\n");
+  tree["not"] = FileNode("d/left\n");
+  Make(tree);
+  const Words options = {"d", "no", "-i", "-A", "names", "-X", "not"};
+  Words arguments = {"-cf", "a.qel"};
+  arguments.insert(arguments.end(), options.begin(), options.end());
+  EXPECT_EQ(Run(arguments).status, 44);
+  arguments[1] = "p";
+  SlowPipe pipe(Path("p"), O_RDONLY);
+  pipe.Drain();
+  const TerminalRun run = RunAt({}, folder_.Path(), arguments);
+  EXPECT_EQ(run.status, 44);
+  EXPECT_EQ(pipe.Stop(), Bytes("a.qel"));
+  ExpectShown(run, " MB of 2.1 MB, ");
+  ExpectShown(run, " %, ");
+  // What could not be looked up is said once, by the creation itself.
+  EXPECT_EQ(ScreenOf(run.bytes, 80), Lines{"MOLDEX: inaccessible file no"});
+}
+
+// Presses a key when the line is there, once.
+auto Press(const char* key, bool* pressed) {
+  return [key, pressed](const std::string& bytes) {
+    const bool press_now = !*pressed && !States(bytes).empty();
+    *pressed |= press_now;
+    return std::string(press_now ? key : "");
+  };
+}
+
+TEST_F(StatusLine, DoesNotWaitForATerminalThatTakesNothing) {
+  bool pressed = false;
+  const std::string archive = LongArchive("x");
+  const TerminalRun run = RunFed({80, "out", Press("\x13", &pressed)}, {"-df", "p"}, archive);
+  EXPECT_TRUE(pressed);
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(Text("out"), Processing("p") + Tested(4));
+}
+
+TEST_F(StatusLine, IsGoneWhenTheRunIsInterrupted) {
+  bool pressed = false;
+  const auto press = Press("\x03", &pressed);
+  const TerminalRun run = RunFed({80, {}, press}, {"-df", "p"}, LongArchive("x"));
+  EXPECT_TRUE(pressed);
+  EXPECT_EQ(run.status, 130);
+  EXPECT_EQ(ScreenOf(run.bytes, 80),
+            (Lines{"MOLDEX: processing archive p...", "MOLDEX: interrupted (error 130)."}));
+}
+
+}  // namespace
+}  // namespace moldex::test
