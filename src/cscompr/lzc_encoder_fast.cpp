@@ -32,6 +32,9 @@ BitWriter WithCodes(BitWriter writer, const std::uint16_t* codes, std::size_t co
 }
 static_assert(4 * kLzcWriteWidth <= BitWriter::kBitsBetweenStores);
 
+// How far a string of up to seven bytes is looked at from its start: at the eight bytes behind six.
+constexpr std::ptrdiff_t kLook = LzcStringTable::kShort - 1 + sizeof(std::uint64_t);
+
 }  // namespace
 
 // Goes on from a prefix of one byte for as long as the margins of the buffers last and neither the
@@ -39,8 +42,7 @@ static_assert(4 * kLzcWriteWidth <= BitWriter::kBitsBetweenStores);
 void LzcEncoder::EncodeRuns(Cursor& cursor) {
   constexpr std::ptrdiff_t kLongestCode = 2;
   const std::uint8_t* start = cursor.input - 1;
-  const std::ptrdiff_t input_room =
-      cursor.input_end - start - static_cast<std::ptrdiff_t>(sizeof(std::uint64_t)) + 1;
+  const std::ptrdiff_t input_room = cursor.input_end - start - kLook + 1;
   const std::ptrdiff_t output_room =
       (cursor.output_end - cursor.output - static_cast<std::ptrdiff_t>(kStepBytes)) / kLongestCode;
   const std::ptrdiff_t room = std::min(input_room, output_room);
@@ -60,7 +62,7 @@ template <bool kTableIsFull>
 bool LzcEncoder::EncodeRun(Cursor& cursor, const std::uint8_t* stop) {
   using Table = LzcStringTable;
   constexpr std::uint32_t kMostCodes = 1024;
-  constexpr std::ptrdiff_t kLongestLook = Table::kShort + sizeof(std::uint64_t);
+  constexpr std::ptrdiff_t kAhead = Table::kShort - Table::kCodeBytes;
   std::array<std::uint16_t, kMostCodes> codes;
   // Counts the codes, and while the table fills, the next free one with them.
   std::uint32_t next = next_code_;
@@ -68,45 +70,48 @@ bool LzcEncoder::EncodeRun(Cursor& cursor, const std::uint8_t* stop) {
   const std::uint32_t most =
       kTableIsFull ? first + kMostCodes : std::min(first + kMostCodes, 1U << width_);
   const std::uint8_t* start = cursor.input - 1;
+  std::uint64_t next_word = Load64(start);
   bool has_input = true;
   do {
-    std::uint64_t word = Load64(start);
+    std::uint64_t word = next_word;
     const std::uint32_t pair = word & 0xFFFF;
     std::uint32_t code = table_.pairs[pair];
     if (code == 0) {
       code = word & 0xFF;
-      ++start;
+      next_word = Load64(++start);
       if constexpr (!kTableIsFull) {
         table_.pairs[pair] = static_cast<std::uint16_t>(next);
-        table_.keys[next] = Table::KeyOf(pair, 2, 0);
+        table_.keys[next] = Table::KeyOf(pair, 2);
       }
     } else {
       const std::uint8_t* const begin = start;
-      unsigned mark = 0;
+      unsigned form = 0;
       std::uint64_t hashes = Table::HashesOf(word);
-      bool right = true;
       // What fills a key begins the next one. Most strings end before that, which a processor
       // learns: it is worth a branch.
       while (table_.Has(hashes, Table::kShort)) {
         const std::uint32_t longer = table_.CodeIn(Table::SlotOf(hashes, Table::kShort));
-        right = table_.keys[longer] == Table::KeyOf(word, Table::kShort, mark) &&
-                cursor.input_end - start >= kLongestLook;
-        if (!right) break;
-        code = longer;
-        start += Table::kShort - Table::kCodeBytes;
-        word = Load64(start + Table::kCodeBytes) << (8 * Table::kCodeBytes) | code;
-        mark = Table::kLong;
+        if (table_.keys[longer] != Table::KeyOf(word, form | Table::kShort) ||
+            cursor.input_end - start < kLook + kAhead) {
+          form = Table::kNoForm;
+          break;
+        }
+        code = longer | Table::kShown;
+        start += kAhead;
+        word = Load64(start + Table::kCodeBytes) << (8 * Table::kCodeBytes) | longer;
+        form = Table::kLong;
         hashes = Table::HashesOf(word);
       }
-      const unsigned length = table_.LongestOf(hashes);
+      const auto [length, behind] = table_.LongestOf(hashes, start);
+      next_word = behind;
+      form |= length;
       code = table_.CodeOf(hashes, length, code);
       // The new string goes to its slot or, where that is taken, next to it.
       const std::uint32_t home = Table::SlotOf(hashes, length + 1);
       const std::uint32_t taken = (table_.tags[home] + 0xFFU) >> 8;
       const std::uint32_t slot = home + taken;
-      // The tag may have erred; that of a long string without more bytes has just been proved.
-      right &= (table_.keys[code] == Table::KeyOf(word, length, mark)) |
-               ((length == Table::kCodeBytes) & (mark != 0));
+      const bool right = table_.keys[code] == Table::KeyOf(word, form);  // the tag may have erred
+      code %= Table::kCodes;
       if ((taken << 15 & table_.codes[home]) != 0 || (!kTableIsFull && table_.tags[slot] != 0) ||
           !right) [[unlikely]] {
         const Table::Walk walk = right ? table_.Follow(code, start + length, cursor.input_end)
@@ -118,6 +123,7 @@ bool LzcEncoder::EncodeRun(Cursor& cursor, const std::uint8_t* stop) {
           prefix_ = code;
           break;
         }
+        if (start < stop) next_word = Load64(start);
         if constexpr (!kTableIsFull) table_.Add(next, walk.place);
       } else {
         start += length;
@@ -125,7 +131,7 @@ bool LzcEncoder::EncodeRun(Cursor& cursor, const std::uint8_t* stop) {
           table_.codes[home] |= Table::kPassedBy;  // stays where it is not the slot
           table_.tags[slot] = Table::TagOf(hashes, length + 1);
           table_.codes[slot] = static_cast<std::uint16_t>(next);
-          table_.keys[next] = Table::KeyOf(word, length + 1, mark);
+          table_.keys[next] = Table::KeyOf(word, form + 1);
         }
       }
     }

@@ -1,19 +1,20 @@
 #include "cscompr/lzc_string_table.h"
 
 #include <cstring>
+#include <utility>
 
 namespace cscompr {
 
 void LzcStringTable::Clear() {
   for (std::uint32_t literal = 0; literal < kLzcLiterals; ++literal) {
-    keys[literal] = KeyOf(literal, 1, 0);
+    keys[literal] = KeyOf(literal, 1);
   }
   std::memset(pairs.data(), 0, sizeof pairs);
   std::memset(tags.data(), 0, sizeof tags);
 }
 
 LzcStringTable::Walk LzcStringTable::Follow(std::uint32_t code, const std::uint8_t* next,
-                                            const std::uint8_t* end) const {
+                                            const std::uint8_t* end) {
   Walk walk{code, next, {}};
   for (; walk.next != end; ++walk.next) {
     walk.place = Find(walk.code, *walk.next);
@@ -23,20 +24,18 @@ LzcStringTable::Walk LzcStringTable::Follow(std::uint32_t code, const std::uint8
   return walk;
 }
 
-LzcStringTable::Place LzcStringTable::Find(std::uint32_t prefix, std::uint32_t byte) const {
-  const std::uint64_t prefix_key = keys[prefix];
-  unsigned mark = prefix_key >> 56 & kLong;
-  unsigned length = prefix_key >> 56 & ~kLong;
-  std::uint64_t word = prefix_key & kFirstBytes[kShort];
-  if (length == kShort) {  // the prefix fills its key: its code begins the next one
+LzcStringTable::Place LzcStringTable::Find(std::uint32_t prefix, std::uint32_t byte) {
+  std::uint64_t word = keys[prefix];
+  auto form = static_cast<unsigned>(word >> kFormShift);
+  if (form % kLong == kShort) {  // the prefix fills its key: its code begins the next one
     word = prefix;
-    length = kCodeBytes;
-    mark = kLong;
+    form = kLong | kCodeBytes;
   }
-  word |= std::uint64_t{byte} << (8 * length);
-  ++length;
-  const std::uint64_t key = KeyOf(word, length, mark);
-  if (length == 2) {
+  const unsigned before = form % kLong;
+  word = (word & ~(~std::uint64_t{0} << 8 * before)) | std::uint64_t{byte} << 8 * before;
+  const std::uint64_t key = KeyOf(word, ++form);
+  const unsigned length = before + 1;
+  if (form == 2) {
     const auto pair = static_cast<std::uint32_t>(word);
     return {key, 0, pair, 0, pairs[pair]};
   }
@@ -44,11 +43,19 @@ LzcStringTable::Place LzcStringTable::Find(std::uint32_t prefix, std::uint32_t b
   const std::uint8_t tag = TagOf(hashes, length);
   const std::uint32_t home = SlotOf(hashes, length);
   std::uint32_t slot = home;
-  for (; tags[slot] != 0; ++slot) {
-    const auto code = static_cast<std::uint16_t>(CodeIn(slot));
-    if (keys[code] == key) return {key, home, slot, tag, code};
-  }
-  return {key, home, slot, tag, 0};
+  while (tags[slot] != 0 && keys[CodeIn(slot)] != key)
+    ++slot;
+  if (tags[slot] == 0) return {key, home, slot, tag, 0};
+  if (slot != home) Exchange(slot, home);
+  return {key, home, home, tag, static_cast<std::uint16_t>(CodeIn(home))};
+}
+
+// What had to pass by a slot stays with it.
+void LzcStringTable::Exchange(std::uint32_t one, std::uint32_t other) {
+  std::swap(tags[one], tags[other]);
+  const auto both = static_cast<std::uint16_t>(CodeIn(one) ^ CodeIn(other));
+  codes[one] ^= both;
+  codes[other] ^= both;
 }
 
 void LzcStringTable::Add(std::uint32_t code, const Place& place) {

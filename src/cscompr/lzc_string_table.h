@@ -8,8 +8,10 @@
 // prefix's code in two bytes and what follows, and is looked up like a short one.
 //
 // Nothing but this string's length keeps the next one waiting. So the slots that are asked for
-// lengths hold a tag of one byte: the smaller they are, the nearer to the processor. The code is
-// looked up behind them, and behind that the key, which tells whether the tag has erred.
+// lengths hold a tag of one byte: the smaller they are, the nearer to the processor. The bytes
+// behind the string are chosen together with its length, so that they need not be loaded once it is
+// known. The code is looked up behind that, and then the key, which tells whether the tag has
+// erred.
 //
 // Pairs stand in a table of their own, which has a place for each. All other strings share an open
 // hash with linear probing.
@@ -22,6 +24,7 @@
 #include <cstdint>
 
 #include "cscompr/lzc_format.h"
+#include "cscompr/wide_access.h"
 
 namespace cscompr {
 
@@ -29,12 +32,20 @@ class LzcStringTable {
  public:
   static constexpr std::uint32_t kCodes = 1U << kLzcWriteWidth;
 
-  // Strings of up to so many bytes are found from their bytes; 7 and their length fill a key.
+  // Strings of up to so many bytes are found from their bytes; 7 and their form fill a key.
   static constexpr unsigned kShort = 7;
 
-  // Beside the length in a key: the string begins with the code of another one, in so many bytes.
-  static constexpr unsigned kLong = 0x80;
+  // A string's form is its length and, where it begins with the code of another one in so many
+  // bytes, kLong.
+  static constexpr unsigned kLong = 8;
   static constexpr unsigned kCodeBytes = 2;
+
+  // Together with any length: a form that no string has.
+  static constexpr unsigned kNoForm = 16;
+
+  // Beside a code: that its string is there has been shown, so its key is 0, as is that of the form
+  // of a code without any bytes behind it.
+  static constexpr std::uint32_t kShown = kCodes;
 
   // At most an eighth of the slots are taken, so that few strings stand beside their place. Behind
   // the last one there is room for all strings in a row.
@@ -60,6 +71,12 @@ class LzcStringTable {
     Place place;  // of the string and the next byte, unless the input has ended
   };
 
+  // A prefix's length and the eight bytes behind it.
+  struct Longest {
+    unsigned length;
+    std::uint64_t behind;
+  };
+
   // The hashes of all prefixes of a word, byte 0 first, in one number: a product's byte depends on
   // the bytes below it alone. The added number keeps zeros from having one hash at every length.
   static std::uint64_t HashesOf(std::uint64_t word) { return word * kSpread + kSalt; }
@@ -74,9 +91,9 @@ class LzcStringTable {
     return static_cast<std::uint8_t>(hashes >> (8 * length - 16) | 1);
   }
 
-  // The first bytes of a word, with their number and kLong or 0 above them.
-  static std::uint64_t KeyOf(std::uint64_t word, unsigned length, unsigned mark) {
-    return (word & kFirstBytes[length]) | std::uint64_t{length | mark} << 56;
+  // The bytes of a string of that form, with the form above them.
+  static std::uint64_t KeyOf(std::uint64_t word, unsigned form) {
+    return (word & kForms.bytes[form]) | kForms.mark[form];
   }
 
   // Whether that prefix is there, as far as the tag tells.
@@ -84,23 +101,24 @@ class LzcStringTable {
     return tags[SlotOf(hashes, length)] == TagOf(hashes, length);
   }
 
-  // The length of the longest prefix of 2 to 6 bytes that is there, as far as the tags tell; the
-  // first two bytes are. Without branches: how long a string is, no processor foresees.
-  [[nodiscard]] unsigned LongestOf(std::uint64_t hashes) const {
-    unsigned length = 2;
+  // The longest prefix of 2 to 6 bytes that is there, as far as the tags tell; the first two bytes
+  // are. Loads what is behind the longest. Without branches: how long a string is, no processor
+  // foresees.
+  [[nodiscard]] Longest LongestOf(std::uint64_t hashes, const std::uint8_t* input) const {
+    Longest longest{2, Load64(input + 2)};
 #pragma GCC unroll 8
-    for (unsigned longer = 3; longer < kShort; ++longer) {
-      length = Choose(Has(hashes, longer), longer, length);
+    for (unsigned length = 3; length < kShort; ++length) {
+      Choose(Has(hashes, length), {length, Load64(input + length)}, longest);
     }
-    return length;
+    return longest;
   }
 
-  // The code of that prefix, if its tag has not erred. `code` is that of the first two bytes.
+  // The code of that prefix, if its tag has not erred; `pair` where that is the first two bytes.
   [[nodiscard]] std::uint32_t CodeOf(std::uint64_t hashes, unsigned length,
-                                     std::uint32_t code) const {
+                                     std::uint32_t pair) const {
     const std::uint32_t found = CodeIn(SlotOf(hashes, length));
     const std::uint32_t longer = (2 - length) >> 16;  // ones, or zeros where the length is 2
-    return (found & longer) | (code & ~longer);
+    return (found & longer) | (pair & ~longer);
   }
 
   [[nodiscard]] std::uint32_t CodeIn(std::uint32_t slot) const {
@@ -110,33 +128,54 @@ class LzcStringTable {
   // Leaves the single bytes. Before the first one a table has not even these.
   void Clear();
 
-  // Goes on from `code` as far as there are strings.
-  [[nodiscard]] Walk Follow(std::uint32_t code, const std::uint8_t* next,
-                            const std::uint8_t* end) const;
+  // Goes on from `code` as far as there are strings. One that stands beside its place changes
+  // places with the one that is there: it may well be asked for again, and is then found at once.
+  Walk Follow(std::uint32_t code, const std::uint8_t* next, const std::uint8_t* end);
 
   void Add(std::uint32_t code, const Place& place);
 
   // What the encoder's hot loop works on. A pair stands at its two bytes, the first one lowest.
   std::array<std::uint16_t, 0x10000> pairs{};
   std::array<std::uint8_t, kSlots> tags{};
-  std::array<std::uint16_t, kSlots> codes{};  // whatever, where the tag is 0
-  std::array<std::uint64_t, kCodes> keys{};
+  std::array<std::uint16_t, kSlots> codes{};     // whatever, where the tag is 0
+  std::array<std::uint64_t, 2 * kCodes> keys{};  // from kShown on, all are 0
 
  private:
+  static constexpr unsigned kFormShift = 8 * kShort;
   static constexpr std::uint64_t kSpread = 0x3779B97F4A7C1500;
   static constexpr std::uint64_t kSalt = 0x5B3A6D91C47E2FA5;
-  static constexpr std::array<std::uint64_t, 8> kFirstBytes = {
-      0, 0xFF, 0xFFFF, 0xFFFFFF, 0xFFFFFFFF, 0xFFFFFFFFFF, 0xFFFFFFFFFFFF, 0xFFFFFFFFFFFFFF};
 
-  // Without a branch. The compiler must not know the result: left alone, it makes branches of some.
-  static unsigned Choose(bool condition, unsigned yes, unsigned no) {
-    unsigned chosen =
-        __builtin_expect_with_probability(static_cast<long>(condition), 1, 0.5) != 0 ? yes : no;
-    asm("" : "+r"(chosen));
-    return chosen;
+  struct Forms {
+    std::array<std::uint64_t, kNoForm + kLong> bytes;
+    std::array<std::uint64_t, kNoForm + kLong> mark;
+  };
+  static constexpr Forms kForms = [] {
+    Forms forms{};
+    for (unsigned form = 0; form < forms.mark.size(); ++form) {
+      const unsigned length = form % kLong;
+      const bool is_code_alone = form == (kLong | kCodeBytes);
+      if (form < kNoForm && !is_code_alone) {
+        forms.bytes[form] = (std::uint64_t{1} << 8 * length) - 1;
+        forms.mark[form] = std::uint64_t{form} << kFormShift;
+      }
+      if (form >= kNoForm) forms.mark[form] = ~std::uint64_t{0};
+    }
+    return forms;
+  }();
+
+  // Without a branch. The compiler must not know what there is to choose from, nor what is chosen:
+  // left alone, it makes branches of some.
+  static void Choose(bool condition, Longest other, Longest& chosen) {
+    asm("" : "+r"(other.behind));
+    const bool is_other =
+        __builtin_expect_with_probability(static_cast<long>(condition), 1, 0.5) != 0;
+    chosen.length = is_other ? other.length : chosen.length;
+    chosen.behind = is_other ? other.behind : chosen.behind;
+    asm("" : "+r"(chosen.length), "+r"(chosen.behind));
   }
 
-  [[nodiscard]] Place Find(std::uint32_t prefix, std::uint32_t byte) const;
+  [[nodiscard]] Place Find(std::uint32_t prefix, std::uint32_t byte);
+  void Exchange(std::uint32_t one, std::uint32_t other);
 };
 
 }  // namespace cscompr
