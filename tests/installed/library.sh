@@ -5,6 +5,7 @@
 # them of a program.
 set -euo pipefail
 folder=$1 flags=${2:-}
+source=$(realpath "$(dirname "$0")/../..")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
@@ -16,6 +17,11 @@ same() { [ "$2" = "$3" ] || fail "$1: expected '$2', not '$3'"; }
 if [ -f "$folder/CMakeCache.txt" ]; then
   cmake --install "$folder" --component library --prefix "$work/installed" >log
   mv installed moved
+  # Folders asked for by absolute paths are found there.
+  cmake -S "$source" -B absolute -G Ninja -DCMAKE_INSTALL_LIBDIR=/the/lib \
+    -DCMAKE_INSTALL_INCLUDEDIR=/the/include >log || fail "$(cat log)"
+  same "flags for absolute paths" "-I/the/include -L/the/lib -lcscompr" \
+    "$(PKG_CONFIG_LIBDIR=absolute pkg-config --cflags --libs cscompr | sed 's/ *$//')"
 else
   cp -R "$folder" moved
 fi
