@@ -38,7 +38,7 @@ class ProgramTest : public FolderTest {
                  User user = User::kSame) const {
     const RunResult result = Run(line, user);
     EXPECT_EQ(result.out, out) << line;
-    EXPECT_EQ(result.status, status) << line;
+    EXPECT_EQ(result.status, status) << line << '\n' << result.err;
   }
 
   // The same where only the beginning of the output is settled.
@@ -46,7 +46,7 @@ class ProgramTest : public FolderTest {
                     User user = User::kSame) const {
     const RunResult result = Run(line, user);
     EXPECT_EQ(result.out.substr(0, out.size()), out) << line;
-    EXPECT_EQ(result.status, status) << line;
+    EXPECT_EQ(result.status, status) << line << '\n' << result.err;
   }
 
   std::vector<QelEntry> Entries(const std::string& archive) const {
