@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The library as other programs get it: installed, moved elsewhere, then the example built against it
 # by pkg-config, by CMake and as C++, and run. library.sh FOLDER [FLAGS]
-# FOLDER is a build, or where the library is installed; FLAGS the compiler's, as the library needs
+# FOLDER is a build, or where the package is installed; FLAGS the compiler's, as the library needs
 # them of a program.
 set -euo pipefail
 folder=$1 flags=${2:-}
@@ -17,6 +17,7 @@ same() { [ "$2" = "$3" ] || fail "$1: expected '$2', not '$3'"; }
 if [ -f "$folder/CMakeCache.txt" ]; then
   cmake --install "$folder" --component library --prefix "$work/installed" >log
   mv installed moved
+  libdir=lib
   # Folders asked for by absolute paths are found there.
   cmake -S "$source" -B absolute -G Ninja -DCMAKE_INSTALL_LIBDIR=/the/lib \
     -DCMAKE_INSTALL_INCLUDEDIR=/the/include >log || fail "$(cat log)"
@@ -24,9 +25,11 @@ if [ -f "$folder/CMakeCache.txt" ]; then
     "$(PKG_CONFIG_LIBDIR=absolute pkg-config --cflags --libs cscompr | sed 's/ *$//')"
 else
   cp -R "$folder" moved
+  libdir=lib/$(cc -print-multiarch)
 fi
-same "what is installed" "include/cscompr/cscompr.h lib/cmake/cscompr/cscompr-config-version.cmake \
-lib/cmake/cscompr/cscompr-config.cmake lib/libcscompr.a lib/pkgconfig/cscompr.pc \
+same "what is installed" "include/cscompr/cscompr.h \
+$libdir/cmake/cscompr/cscompr-config-version.cmake $libdir/cmake/cscompr/cscompr-config.cmake \
+$libdir/libcscompr.a $libdir/pkgconfig/cscompr.pc \
 share/doc/libcscompr-dev/copyright share/doc/libcscompr-dev/examples/CMakeLists.txt \
 share/doc/libcscompr-dev/examples/roundtrip.c " \
   "$(cd moved && find . -type f | sed 's|^\./||' | LC_ALL=C sort | tr '\n' ' ')"
@@ -35,14 +38,14 @@ examples=moved/share/doc/libcscompr-dev/examples
 
 # Part of a shared library, it needs nothing of the C++ library and exports its interface only.
 # shellcheck disable=SC2086
-cc $flags -shared -Wl,-z,defs -Wl,--whole-archive moved/lib/libcscompr.a \
+cc $flags -shared -Wl,-z,defs -Wl,--whole-archive moved/$libdir/libcscompr.a \
   -Wl,--no-whole-archive -o shared.so
 same "functions exported" "CsCheckHeader CsCompr CsDecompr " \
   "$(nm -D --defined-only shared.so | awk '$2 == "T" { print $3 }' | LC_ALL=C sort | tr '\n' ' ')"
 
 # The example, in every way that it can be built.
 strict="-pedantic -Wall -Wextra -Wconversion -Werror $flags"
-export PKG_CONFIG_LIBDIR=$work/moved/lib/pkgconfig
+export PKG_CONFIG_LIBDIR=$work/moved/$libdir/pkgconfig
 # shellcheck disable=SC2046,SC2086
 cc -std=c99 $strict $examples/roundtrip.c $(pkg-config --cflags --libs cscompr) -o in_c
 # shellcheck disable=SC2046,SC2086
