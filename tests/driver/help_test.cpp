@@ -146,6 +146,13 @@ TEST(Help, BashCompletesWhatFits) {
       {"-cx -lo", "-lower"},
       {"-tf a.qel -fl", "-flat"},
       {"-f -x -x -fl", "-flat"},
+      // What is taken once is offered once; words that begin with its letter stay.
+      {"-mf a.qel -", "-V,-backup,-e,-g,-n"},
+      {"-f a.qel -xv", "-xvg"},
+      {"-f a.qel -xvf", ""},
+      {"-f a.qel -f", "-flat"},
+      {"-c -A n -C d -T n -X n -p 644 -", "-P,-V,-backup,-e,-f,-i,-n,-r,-v"},
+      {"-x -R d -R", ""},
       // Values.
       {"-xf ''", "B.QEL,a.qel,d.qel,my dir"},
       {"-f a", "a.qel"},
