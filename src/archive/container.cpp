@@ -173,6 +173,8 @@ std::vector<std::string> CContainer::KeepWholeEntries() {
 bool CContainer::CheckHeader() {
   if (is_version2_) return *is_version2_;
   is_version2_ = false;
+  const bool is_short = reader_->Peek(kArchiveHeaderBytes).size() < kArchiveHeaderBytes;
+  if (is_short && !reader_->Failed()) throw CShortArchiveExcept(archive_name_);
   const Format format = FormatOf(ReadExactly(kArchiveHeaderBytes));
   if (format == Format::kOther) return false;
   if (format == Format::kVersion2LongNames) CRunContext::GetInstance().SetLongNames(true);

@@ -49,6 +49,8 @@ constexpr Hint kHints[] = {
     {kFailureInvalidArchive, 0, kAppend, "only a .QEL archive can be appended to; -c makes one"},
     {kFailureInvalidArchive, 0, kReading,
      "archives to read are .QEL archives, and tar archives that are not compressed"},
+    {kFailureShortArchive, 0, kReading,
+     "the file is too short to be an archive; it may be a copy that was broken off"},
     {kFailureNamesNotFound, 0, kUnpacking,
      "moldex -tf ARCHIVE lists the names as they have to be given"},
     {kFailureDamagedData, 0, kUnpacking, kDamageHint},

@@ -55,6 +55,10 @@ CWriteExcept::CWriteExcept(const std::string& name)
 CReadExcept::CReadExcept(const std::string& name)
     : CExcept("MOLDEX: error reading from " + name, kErrorRead, false) {}
 
+CShortArchiveExcept::CShortArchiveExcept(const std::string& name) : CReadExcept(name) {
+  SetKind(kFailureShortArchive);
+}
+
 CCreateDirExcept::CCreateDirExcept(const std::string& name)
     : CExcept("MOLDEX: can not create directory " + name, kErrorCreateDirectory, true) {}
 

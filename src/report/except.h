@@ -41,6 +41,9 @@ class CExcept : public CUserInfo {
   };
   CExcept(const std::string& message, Unnumbered unnumbered);
 
+  // What is noted of the failure instead of its number.
+  void SetKind(FailureKind kind) { note_.what = kind; }
+
  private:
   std::string message_;
   int code_ = 0;
@@ -67,6 +70,12 @@ class CWriteExcept : public CExcept {
 class CReadExcept : public CExcept {
  public:
   explicit CReadExcept(const std::string& name);
+};
+
+// The same for an archive that ends within its header.
+class CShortArchiveExcept : public CReadExcept {
+ public:
+  explicit CShortArchiveExcept(const std::string& name);
 };
 
 class CCreateDirExcept : public CExcept {

@@ -9,7 +9,8 @@ enum FailureKind : int {
   kFailureNone = 0,
   kFailureInvalidArchive = -1,
   kFailureDamagedData = -2,
-  kFailureNamesNotFound = -3
+  kFailureNamesNotFound = -3,
+  kFailureShortArchive = -4  // shorter than its header
 };
 
 struct PrintedFailure {

@@ -10,6 +10,8 @@ namespace {
 using Hint = ProgramTest;
 
 constexpr char kUsage[] = "moldex without arguments prints its options, with examples";
+constexpr char kShort[] =
+    "the file is too short to be an archive; it may be a copy that was broken off";
 constexpr char kNoHint[] = "";
 
 TEST_F(Hint, FollowsTheFailureOnATerminalOnly) {
@@ -20,6 +22,7 @@ TEST_F(Hint, FollowsTheFailureOnATerminalOnly) {
   const std::string whole = BuildArchive({FileEntry("y", "other text")});
   Write("whole.qel", whole);
   Write("cut.qel", whole.substr(0, whole.size() - 1));
+  Write("short", whole.substr(0, 7));
   Write("text", "some other file");
   Make({{"d/y", DirectoryNode()}, {"dangling", SymlinkNode("nowhere")}});
   const struct {
@@ -42,6 +45,8 @@ TEST_F(Hint, FollowsTheFailureOnATerminalOnly) {
        "the archive is damaged there; its other entries can still be extracted by their names"},
       {"-tf cut.qel", "moldex -df ARCHIVE says where its good part ends"},
       {"-df cut.qel", kNoHint},
+      {"-tf short", kShort},
+      {"-df short", kShort},
       {"-xf whole.qel -R d", "-R DIRECTORY extracts somewhere else"},
       {"-mf whole.qel", "-m takes both archives in one value: -mf \"SOURCE TARGET\""},
       {"-tf no.qel", kNoHint},
