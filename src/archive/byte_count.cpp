@@ -1,5 +1,7 @@
 #include "archive/byte_count.h"
 
+#include <new>
+
 #include "archive/tree_walk.h"
 #include "report/except.h"
 #include "report/exit_status.h"
@@ -47,6 +49,8 @@ std::uint64_t CountBytes(const CCmdLineOptions& options, const FileIdentity& arc
     throw;
   } catch (const CExcept&) {  // the creation will meet it, too, and say so
     SetExitStatus(status);
+    return 0;
+  } catch (const std::bad_alloc&) {  // the creation may well need less
     return 0;
   }
   return counter.total();

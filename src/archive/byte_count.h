@@ -12,7 +12,7 @@ namespace moldex {
 // The sizes of all files that the options name, in one more walk over their names that opens none
 // of them. Says nothing of what it cannot look up, which counts nothing, and changes nothing. A
 // shortcut counts as itself, and `archive`, what the archive's file is, not at all. 0 when a
-// directory cannot be read to its end. Throws CInterruptExcept.
+// directory cannot be read to its end, or there is no memory for the walk. Throws CInterruptExcept.
 std::uint64_t CountBytes(const CCmdLineOptions& options, const FileIdentity& archive);
 
 }  // namespace moldex
