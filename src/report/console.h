@@ -31,6 +31,9 @@ bool TerminalHasHighControls();
 // Whether standard error is a terminal that somebody looks at.
 bool ErrorIsTerminal();
 
+// Whether that terminal obeys escape sequences (ECMA-48).
+bool ErrorObeysEscapes();
+
 // Whether standard output may arrive on the screen that standard error is on: it is a terminal, or
 // goes to another program.
 bool OutputMayReachScreen();

@@ -29,6 +29,11 @@ bool TerminalHasHighControls() { return true; }
 
 bool ErrorIsTerminal() { return isatty(STDERR_FILENO) == 1; }
 
+bool ErrorObeysEscapes() {
+  const char* kind = std::getenv("TERM");
+  return kind != nullptr && *kind != '\0' && std::strcmp(kind, "dumb") != 0;
+}
+
 bool OutputMayReachScreen() {
   struct stat record {};
   if (OutputIsTerminal() || fstat(STDOUT_FILENO, &record) != 0) return true;

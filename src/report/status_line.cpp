@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdio>
 #include <new>
+#include <string_view>
 #include <utility>
 
 #include "report/console.h"
@@ -75,6 +76,15 @@ std::string Line(Clock::time_point now, std::size_t columns) {
          progress.name;
 }
 
+// What takes the line off a screen of so many columns. One that has become narrower since then
+// either put the line's rest into further lines, with the cursor still in the first, or cut it off:
+// blanks for all of it would leave blank lines behind.
+std::string_view EraserFor(std::size_t columns) {
+  constexpr std::string_view kEraseToEnd = "\r\x1B[J";
+  const bool fits = progress.eraser.size() <= columns + 1;  // two of it are no blanks
+  return fits || !ErrorObeysEscapes() ? progress.eraser : kEraseToEnd;
+}
+
 // One column stays free, since some terminals begin a new line behind the last; and the cursor
 // goes back to where whatever comes next begins.
 void Draw(Clock::time_point now) {
@@ -84,7 +94,7 @@ void Draw(Clock::time_point now) {
   const ScreenText shown = CutToColumns(line, columns - 1);
   // Blanks do on every terminal. Made first, since there may be no memory when they are needed.
   std::string eraser = '\r' + std::string(shown.columns, ' ') + '\r';
-  WriteToErrorTerminal(progress.eraser + std::string(shown.text) + '\r');
+  WriteToErrorTerminal(std::string(EraserFor(columns)).append(shown.text) + '\r');
   progress.eraser = std::move(eraser);
 }
 
@@ -155,7 +165,8 @@ void Erase() {
   if (!progress.output_shares_screen) return;
   progress.output_came = true;
   if (progress.eraser.empty()) return;
-  if (ErrorColumns() > 0) WriteToErrorTerminal(progress.eraser);
+  const std::size_t columns = ErrorColumns();
+  if (columns > 0) WriteToErrorTerminal(EraserFor(columns));
   progress.eraser.clear();
 }
 
