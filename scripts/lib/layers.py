@@ -1,7 +1,7 @@
 """Checks who includes whom in src/: run from the repository's root.
 
-A room may include the rooms that stand before it in ORDER, and two of them even fewer. Exits 1
-with a line for every include that goes the wrong way, and for every cycle of includes."""
+A room may include the rooms that stand before it in ORDER, four of them even fewer. Exits 1 with
+a line for every include that goes the wrong way, and for every cycle of includes."""
 import os
 import re
 import sys

@@ -108,12 +108,12 @@ bool LzcEncoder::EncodeRun(Cursor& cursor, const std::uint8_t* stop) {
       code = table_.CodeOf(hashes, length, code);
       // The new string goes to its slot or, where that is taken, next to it.
       const std::uint32_t home = Table::SlotOf(hashes, length + 1);
-      const std::uint32_t taken = (table_.tags[home] + 0xFFU) >> 8;
+      const std::uint32_t taken = (table_.tags[home] + 0xFFU) >> 8;  // 0 or 1, without a branch
       const std::uint32_t slot = home + taken;
       const bool right = table_.keys[code] == Table::KeyOf(word, form);  // the tag may have erred
       code %= Table::kCodes;
-      if ((taken << 15 & table_.codes[home]) != 0 || (!kTableIsFull && table_.tags[slot] != 0) ||
-          !right) [[unlikely]] {
+      if ((taken * Table::kOverflowed & table_.codes[home]) != 0 ||
+          (!kTableIsFull && table_.tags[slot] != 0) || !right) [[unlikely]] {
         const Table::Walk walk = right ? table_.Follow(code, start + length, cursor.input_end)
                                        : table_.Follow(*begin, begin + 1, cursor.input_end);
         code = walk.code;
@@ -128,7 +128,7 @@ bool LzcEncoder::EncodeRun(Cursor& cursor, const std::uint8_t* stop) {
       } else {
         start += length;
         if constexpr (!kTableIsFull) {
-          table_.codes[home] |= Table::kPassedBy;  // stays where it is not the slot
+          table_.codes[home] |= Table::kOverflowed;  // undone below where it is free
           table_.tags[slot] = Table::TagOf(hashes, length + 1);
           table_.codes[slot] = static_cast<std::uint16_t>(next);
           table_.keys[next] = Table::KeyOf(word, form + 1);

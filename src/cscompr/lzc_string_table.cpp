@@ -50,7 +50,7 @@ LzcStringTable::Place LzcStringTable::Find(std::uint32_t prefix, std::uint32_t b
   return {key, home, home, tag, static_cast<std::uint16_t>(CodeIn(home))};
 }
 
-// What had to pass by a slot stays with it.
+// Whether a slot has overflowed stays with it.
 void LzcStringTable::Exchange(std::uint32_t one, std::uint32_t other) {
   std::swap(tags[one], tags[other]);
   const auto both = static_cast<std::uint16_t>(CodeIn(one) ^ CodeIn(other));
@@ -63,7 +63,7 @@ void LzcStringTable::Add(std::uint32_t code, const Place& place) {
   if (place.tag == 0) {
     pairs[place.slot] = static_cast<std::uint16_t>(code);
   } else {
-    codes[place.home] |= kPassedBy;  // unless the next line removes it again
+    codes[place.home] |= kOverflowed;  // unless the next line removes it again
     codes[place.slot] = static_cast<std::uint16_t>(code);
     tags[place.slot] = place.tag;
   }

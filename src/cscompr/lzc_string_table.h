@@ -4,14 +4,15 @@
 // Following a string byte by byte means one load after another, each of which must wait for the one
 // before, and a branch at its end that no processor foresees. The bytes of the longer prefixes are
 // known from the start, so the encoder asks for all short prefixes of the input at once and takes
-// the longest that is there. A string that is too long for that is, from each seventh byte on, its
-// prefix's code in two bytes and what follows, and is looked up like a short one.
+// the longest that is there. Of a string that is longer than seven bytes, the code of the first
+// seven stands for these in two bytes; with what follows, it is looked up like a short one, and
+// again so whenever seven bytes are full, which is after five more.
 //
-// Nothing but this string's length keeps the next one waiting. So the slots that are asked for
-// lengths hold a tag of one byte: the smaller they are, the nearer to the processor. The bytes
-// behind the string are chosen together with its length, so that they need not be loaded once it is
-// known. The code is looked up behind that, and then the key, which tells whether the tag has
-// erred.
+// The next string begins where this one ends, so it waits for this one's length and for nothing
+// else. What tells the length are tags of one byte, in a table of their own: the smaller it is, the
+// nearer to the processor. The bytes behind the string are chosen together with its length, so that
+// they need not be loaded once it is known. Its code is looked up afterwards, and then its key,
+// which tells whether the tag has erred.
 //
 // Pairs stand in a table of their own, which has a place for each. All other strings share an open
 // hash with linear probing.
@@ -40,20 +41,21 @@ class LzcStringTable {
   static constexpr unsigned kLong = 8;
   static constexpr unsigned kCodeBytes = 2;
 
-  // Together with any length: a form that no string has.
+  // Together with any length: a form that no string has. Its key is like no other.
   static constexpr unsigned kNoForm = 16;
 
-  // Beside a code: that its string is there has been shown, so its key is 0, as is that of the form
-  // of a code without any bytes behind it.
+  // Beside a code: its string has already been compared. Where nothing longer is found, there are
+  // no bytes behind the code to compare: then both the key at the code and that of the form are 0.
   static constexpr std::uint32_t kShown = kCodes;
 
   // At most an eighth of the slots are taken, so that few strings stand beside their place. Behind
   // the last one there is room for all strings in a row.
   static constexpr std::uint32_t kSlots = 0x10000 + kCodes;
 
-  // Beside the code of a string that another one had to pass by: only then may one that is not
-  // found there be elsewhere.
-  static constexpr std::uint16_t kPassedBy = 0x8000;
+  // Beside the code in a slot: a string whose place this is stands further on. Only then may one
+  // that is not found in its place be in the table.
+  static constexpr std::uint16_t kOverflowed = 0x8000;
+  static_assert(kOverflowed >= kCodes);
 
   // Where a string stands, or would stand if it were added.
   struct Place {
@@ -78,7 +80,8 @@ class LzcStringTable {
   };
 
   // The hashes of all prefixes of a word, byte 0 first, in one number: a product's byte depends on
-  // the bytes below it alone. The added number keeps zeros from having one hash at every length.
+  // the word's bytes below it alone, as the factor's lowest one is 0. The added number keeps zeros
+  // from having one hash at every length.
   static std::uint64_t HashesOf(std::uint64_t word) { return word * kSpread + kSalt; }
 
   // Of the prefix of 3 to 7 bytes.
@@ -137,14 +140,16 @@ class LzcStringTable {
   // What the encoder's hot loop works on. A pair stands at its two bytes, the first one lowest.
   std::array<std::uint16_t, 0x10000> pairs{};
   std::array<std::uint8_t, kSlots> tags{};
-  std::array<std::uint16_t, kSlots> codes{};     // whatever, where the tag is 0
+  std::array<std::uint16_t, kSlots> codes{};     // undefined where the tag is 0
   std::array<std::uint64_t, 2 * kCodes> keys{};  // from kShown on, all are 0
 
  private:
   static constexpr unsigned kFormShift = 8 * kShort;
   static constexpr std::uint64_t kSpread = 0x3779B97F4A7C1500;
+  static_assert(kSpread % 0x100 == 0);
   static constexpr std::uint64_t kSalt = 0x5B3A6D91C47E2FA5;
 
+  // What of a word belongs to a string of a form, and what stands above it in the key.
   struct Forms {
     std::array<std::uint64_t, kNoForm + kLong> bytes;
     std::array<std::uint64_t, kNoForm + kLong> mark;
