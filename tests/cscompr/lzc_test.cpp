@@ -184,11 +184,6 @@ TEST(Lzc, WritesTheCodesOfTheLongestStrings) {
   }
 }
 
-TEST(Lzc, ClearsAFullTableThatServesBadly) {
-  // 13 bits for each of these bytes would be 243,750 bytes; new tables start at 9 bits.
-  EXPECT_LT(Compress(Noise(150000)).size(), 230000U);
-}
-
 TEST(Lzc, RestoresEveryLengthAcrossGroupsWidthsAndClears) {
   const Bytes noise = Noise(40000);
   for (std::size_t length = 1; length <= noise.size(); length += length < 700 ? 1 : 397) {
