@@ -24,6 +24,11 @@ TarItem Directory(std::string name, std::string mode = "0000755") {
   return item;
 }
 
+TarItem Sized(TarItem item, std::string size) {
+  item.size = std::move(size);
+  return item;
+}
+
 TEST_F(MadeTar, TakesNamesFromWhereverTheyStand) {
   TarItem prefixed = File("f", "1");
   prefixed.prefix = std::string(155, 'p');
@@ -72,8 +77,7 @@ TEST_F(MadeTar, ListsSizesAndTimesOfEveryNotation) {
       {"0", "junk", PaxRecord("mtime", "-0.5"), "           0    01 Jan 1970 00:00"},
   };
   for (const auto& [size, mtime, records, text] : cases) {
-    TarItem item = File("x", "");
-    item.size = size;
+    TarItem item = Sized(File("x", ""), size);
     item.mtime = mtime;
     Write("a.tar", EncodeTarItem(PaxItem(records)) + EncodeTarItem(item));
     ExpectBegins("-tf a.tar", Processing("a.tar") + "-rw-------" + text + " x\n",
@@ -141,20 +145,16 @@ TEST_F(MadeTar, LeavesOutWhatItCannotMake) {
   std::string parts(2 * kTarBlock, 'p');
   parts[kTarBlock + 504] = 0;
   archive.insert(kTarBlock, parts);
-  const auto sized = [](TarItem item, const char* size) {
-    item.size = size;
-    return item;
-  };
   const std::string sparse_records =
       PaxRecord("GNU.sparse.name", "real") + PaxRecord("GNU.sparse.realsize", "99");
   const std::pair<const char*, std::vector<TarItem>> cases[] = {
       {"device left out: c", {{"c", '3', ""}}},
       {"device left out: b", {{"b", '4', ""}}},
-      {"FIFO left out: p", {sized({"p", '6', ""}, "00000001000")}},  // means nothing
-      {"hard link left out: h -> f", {sized({"h", '1', "", "f"}, "00000001000")}},
+      {"FIFO left out: p", {Sized({"p", '6', ""}, "00000001000")}},  // means nothing
+      {"hard link left out: h -> f", {Sized({"h", '1', "", "f"}, "00000001000")}},
       {"hard link left out: h -> g", {{"h", '1', std::string(700, 'd'), "g"}}},
       {"hard link left out: h -> x",
-       {PaxItem(PaxRecord("size", "600")), sized({"h", '1', std::string(600, 'd'), "x"}, "0")}},
+       {PaxItem(PaxRecord("size", "600")), Sized({"h", '1', std::string(600, 'd'), "x"}, "0")}},
       {"symbolic link left out: l -> far", {GnuLongItem("far", 'K'), {"l", '2', "", "near"}}},
       {"symbolic link left out: m -> pax",
        {PaxItem(PaxRecord("linkpath", "pax")), {"m", '2', "", "near"}}},
@@ -281,10 +281,6 @@ TEST_F(MadeTar, DamageEndsTheArchiveWithAMessage) {
   const auto damaged = [](int at) {
     return "damaged header at byte " + std::to_string(at) + " of a.tar";
   };
-  TarItem huge = File("y", "1");
-  huge.size = BinaryTarNumber(-1);
-  TarItem no_number = File("y", "1");
-  no_number.size = "0000000000z";
   const std::string first = EncodeTarItem(File("x", "1"));
   const std::string next = EncodeTarItem(File("y", "1"));
   const std::string zeros(kTarBlock, '\0');
@@ -294,8 +290,8 @@ TEST_F(MadeTar, DamageEndsTheArchiveWithAMessage) {
       {next.substr(0, 100), too_early(1024)},
       {std::string(512, 'x'), damaged(1024)},
       {zeros + next, damaged(1024)},
-      {EncodeTarItem(huge), damaged(1024)},
-      {EncodeTarItem(no_number), damaged(1024)},
+      {EncodeTarItem(Sized(File("y", "1"), BinaryTarNumber(-1))), damaged(1024)},
+      {EncodeTarItem(Sized(File("y", "1"), "0000000000z")), damaged(1024)},
       {EncodeTarItem(GnuLongItem("name")), too_early(2048)},
       {EncodeTarItem(PaxItem(PaxRecord("path", "name"))) + zeros + zeros, too_early(2048)},
       {EncodeTarItem(PaxItem("99 path=x\n")) + next, damaged(1024)},

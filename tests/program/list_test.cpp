@@ -135,6 +135,14 @@ class Space : public ProgramTest {
     return start == std::string::npos ? result.out : result.out.substr(start + 1);
   }
 
+  // The report of these lines.
+  static std::string Requires(const std::string& lines) {
+    return "\nThe extraction requires approximately...\n" + lines;
+  }
+  static std::string Place(int kib, const std::string& name) {
+    return "\t              " + std::to_string(kib) + " KB in " + name + "\n";
+  }
+
   // Wine shows the file system of this machine as drive Z.
   std::string Here() const { return (OnWindows() ? "Z:" : "") + folder_.Path().string(); }
 };
@@ -154,15 +162,8 @@ TEST_F(Space, NeedsNothingWhereFilesAreLargeEnough) {
 TEST_F(Space, SumsWhatEachPlaceNeeds) {
   Make({{"d", DirectoryNode()}, {"d/half", FileNode(std::string(1024, 'x'))}});
   Archive({Sized("one", 2048), Sized("d/half", 3072), Sized("d/new/x", 1024), Sized("two", 1024)});
-  EXPECT_EQ(Report("", 0),
-            "\nThe extraction requires approximately...\n"
-            "\t              3 KB in " +
-                Here() +
-                "\n"
-                "\t              3 KB in ./d\n");
-  EXPECT_EQ(Report("-R d", 0),
-            "\nThe extraction requires approximately...\n"
-            "\t              7 KB in d\n");
+  EXPECT_EQ(Report("", 0), Requires(Place(3, Here()) + Place(3, "./d")));
+  EXPECT_EQ(Report("-R d", 0), Requires(Place(7, "d")));
 }
 
 TEST_F(Space, EndsWith30WhereSpaceIsMissing) {
@@ -176,13 +177,10 @@ TEST_F(Space, EndsWith30WhereSpaceIsMissing) {
 
 TEST_F(Space, CountsSelectedEntriesOnlyAndReportsOnceForAllArchives) {
   Archive({Sized("yes", 1024), Sized("no", std::uint64_t{1} << 60)});
-  EXPECT_EQ(Report("yes", 0),
-            "\nThe extraction requires approximately...\n"
-            "\t              1 KB in " +
-                Here() + "\n");
+  EXPECT_EQ(Report("yes", 0), Requires(Place(1, Here())));
   Write("b.qel", BuildArchive({Sized("more", 1024)}));
   const RunResult result = Run("-t -s -f a.qel,b.qel yes more");
-  EXPECT_NE(result.out.find("\t              2 KB in "), std::string::npos) << result.out;
+  EXPECT_NE(result.out.find(Place(2, Here())), std::string::npos) << result.out;
 }
 
 TEST_F(Space, IsSilentOnceAnArchiveOfAnotherFormatWasMet) {

@@ -1,4 +1,4 @@
-// moldex.exe and what only Windows has: shortcuts, attributes, refused names; and its archives
+// moldex.exe and what only Windows has: shortcuts and attributes; and its archives
 // against those of the program of this system.
 #include "windows/windows_test.h"
 
@@ -43,20 +43,6 @@ TEST_F(Windows, AShortcutWithoutTargetOrToAShortcutIsReportedAndLeftOut) {
   if (result.status == 0) GTEST_SKIP() << "this shell makes no shortcut to a shortcut";
   EXPECT_EQ(result.out, Inaccessible("two.lnk"));
   EXPECT_EQ(result.status, 44);
-}
-
-// No device is ever opened here: every one of these is refused by its name.
-TEST_F(Windows, NamesThatWouldBecomeSomethingElseAreRefused) {
-  for (const std::string name :
-       {"NUL", "d/con.txt", "com1", "LPT9.x", "conin$", "dot.", "blank ", "d/ /x", "m/a:stream",
-        "a<b", "a>b", "a\"b", "a|b", "a?b", "a*b", "tab\tx", "COM\xC2\xB2"}) {
-    Archive({FileEntry(name, "1"), FileEntry("after", "2")});
-    const std::string refusal = Failure("name is not allowed on this system: " + name, 59);
-    ExpectRun("-xf a.qel", Processing("a.qel") + refusal + Extracted(1), 59);
-    EXPECT_EQ(Bytes("after"), "2") << name;
-    ExpectRun("-df a.qel", Processing("a.qel") + Tested(2), 0);
-    EXPECT_EQ(Below("").size(), 2u) << name;
-  }
 }
 
 TEST_F(Windows, BackslashesSeparateOnTheCommandLine) {
