@@ -156,15 +156,13 @@ class LzcStringTable {
   };
   static constexpr Forms kForms = [] {
     Forms forms{};
-    for (unsigned form = 0; form < forms.mark.size(); ++form) {
-      const unsigned length = form % kLong;
-      const bool is_code_alone = form == (kLong | kCodeBytes);
-      if (form < kNoForm && !is_code_alone) {
-        forms.bytes[form] = (std::uint64_t{1} << 8 * length) - 1;
-        forms.mark[form] = std::uint64_t{form} << kFormShift;
-      }
-      if (form >= kNoForm) forms.mark[form] = ~std::uint64_t{0};
+    for (unsigned form = 0; form < kNoForm; ++form) {
+      if (form == (kLong | kCodeBytes)) continue;  // a code alone
+      forms.bytes[form] = (std::uint64_t{1} << 8 * (form % kLong)) - 1;
+      forms.mark[form] = std::uint64_t{form} << kFormShift;
     }
+    for (unsigned form = kNoForm; form != kNoForm + kLong; ++form)
+      forms.mark[form] = ~std::uint64_t{0};
     return forms;
   }();
 

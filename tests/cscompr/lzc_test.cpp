@@ -9,6 +9,7 @@
 #include "cscompr/cscompr.h"
 #include "cscompr/lzc_decoder.h"
 #include "cscompr/lzc_encoder.h"
+#include "cscompr/lzc_string_table.h"
 #include "cscompr/stream_steps.h"
 #include "support/temp_dir.h"
 #include "support/tree.h"
@@ -46,11 +47,30 @@ Bytes LzcHeader(std::size_t length, unsigned parameter) { return Header(length, 
 
 Bytes Mixed() { return Joined(Joined(Text(60000), Noise(50000)), Runs(60000)); }
 
+// Words whose place is the table's last one, so that all but one of them stand behind it.
+Bytes LastPlaces() {
+  std::vector<Bytes> words;
+  for (std::uint32_t number = 0; number < 26 * 26 * 26 * 26; ++number) {
+    Bytes word;
+    std::uint64_t value = 0;
+    for (std::uint32_t rest = number; word.size() < 4; rest /= 26) {
+      word.push_back(static_cast<std::uint8_t>('a' + rest % 26));
+      value |= std::uint64_t{word.back()} << 8 * (word.size() - 1);
+    }
+    if (LzcStringTable::SlotOf(LzcStringTable::HashesOf(value), 4) == 0xFFFF) words.push_back(word);
+  }
+  EXPECT_GT(words.size(), 2);
+  Bytes text;
+  for (std::size_t i = 0; i < 3000; ++i)
+    text = Joined(text, words[i * i % 101 % words.size()]);
+  return text;
+}
+
 std::vector<std::pair<std::string, Bytes>> Samples() {
   std::vector<std::pair<std::string, Bytes>> samples = {
-      {"one byte", {0}},      {"two bytes", {7, 7}},   {"zeros", Bytes(100000)},
-      {"text", Text(100000)}, {"noise", Noise(80000)}, {"text, noise, runs", Mixed()},
-      {"runs", Runs(100000)}};
+      {"one byte", {0}},      {"two bytes", {7, 7}},        {"zeros", Bytes(100000)},
+      {"text", Text(100000)}, {"noise", Noise(80000)},      {"text, noise, runs", Mixed()},
+      {"runs", Runs(100000)}, {"last places", LastPlaces()}};
   for (const std::size_t length : {3U, 4U, 20U, 300U}) {
     samples.emplace_back("run of " + std::to_string(length), Bytes(length, 'r'));
   }

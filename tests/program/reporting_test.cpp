@@ -3,6 +3,7 @@
 #include <regex.h>
 
 #include "program/program_test.h"
+#include "support/terminal.h"
 
 namespace moldex::test {
 namespace {
@@ -145,7 +146,11 @@ TEST_F(Reporting, ShowsControlCharactersOfNamesAsOctalEscapes) {
       {"csi\xC2\x9B", "csi\\302\\233"},
       {"\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80", "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"},
       {"back\\slash", "back\\slash"}};
-  const auto on_terminal = [&](const Words& words) { return RunOnTerminal(folder_.Path(), words); };
+  const auto on_terminal = [&](const Words& words) {
+    std::string bytes = RunAt({}, folder_.Path(), words).bytes;
+    std::erase(bytes, '\r');
+    return bytes;
+  };
   for (const auto& [name, shown] : cases) {
     Archive({FileEntry(name, "1")});
     Write("p.qel", BuildArchive({FileEntry(std::string("../") + name, "1")}));

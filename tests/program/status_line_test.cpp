@@ -49,7 +49,6 @@ class SlowPipe {
   }
 
   void Drain() {
-    drained_.reserve(4'000'000);  // a process forks meanwhile: the thread shall hold no lock
     thread_ = std::thread([this] {
       std::vector<char> piece(kPieceBytes);
       ssize_t count = 0;

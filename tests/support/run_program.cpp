@@ -1,7 +1,6 @@
 #include "support/run_program.h"
 
 #include <grp.h>
-#include <pty.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,6 +10,8 @@
 #include <cstdlib>
 #include <memory>
 #include <stdexcept>
+#include <string_view>
+#include <utility>
 
 #include "support/target.h"
 
@@ -50,8 +51,6 @@ bool BecomeNobody() {
   return setgroups(0, nullptr) == 0 && setgid(kNobodyId) == 0 && setuid(kNobodyId) == 0;
 }
 
-}  // namespace
-
 Words CommandLine(const Words& arguments) {
   const char* named = std::getenv("MOLDEX_PROGRAM");
   Words words = SplitAtBlanks(named != nullptr ? named : MOLDEX_PROGRAM);
@@ -59,18 +58,37 @@ Words CommandLine(const Words& arguments) {
   return words;
 }
 
-void StartProgram(const std::filesystem::path& folder, Words words, bool as_nobody,
-                  unsigned time_limit_seconds) {
-  const std::vector<char*> argv = ArgumentsOf(words);
-  (void)setenv("TZ", "UTC", 1);
-  (void)setenv("ASAN_OPTIONS", "abort_on_error=1", 0);
-  (void)setenv("UBSAN_OPTIONS", "abort_on_error=1", 0);
-  if (chdir(folder.c_str()) != 0 || (as_nobody && !BecomeNobody())) return;
+Words Environment() {
+  Words variables = {"TZ=UTC"};
+  for (const char* sanitizer : {"ASAN_OPTIONS", "UBSAN_OPTIONS"}) {
+    if (std::getenv(sanitizer) == nullptr)
+      variables.push_back(std::string(sanitizer) + "=abort_on_error=1");
+  }
+  for (char** variable = environ; *variable != nullptr; ++variable) {
+    if (!std::string_view(*variable).starts_with("TZ=")) variables.emplace_back(*variable);
+  }
+  return variables;
+}
+
+}  // namespace
+
+Launch::Launch(std::filesystem::path folder, const Words& arguments, bool as_nobody,
+               unsigned time_limit_seconds)
+    : folder_(std::move(folder)),
+      words_(CommandLine(arguments)),
+      environment_(Environment()),
+      argv_(ArgumentsOf(words_)),
+      envp_(ArgumentsOf(environment_)),
+      as_nobody_(as_nobody),
+      time_limit_seconds_(time_limit_seconds) {}
+
+void Launch::Become() const {
+  if (chdir(folder_.c_str()) != 0 || (as_nobody_ && !BecomeNobody())) return;
   // Whoever runs the tests in the background may have these ignored.
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE})
     (void)std::signal(signal, SIG_DFL);
-  (void)alarm(time_limit_seconds);  // outlives execvp
-  (void)execvp(argv[0], argv.data());
+  (void)alarm(time_limit_seconds_);  // outlives the call
+  (void)execvpe(argv_[0], argv_.data(), envp_.data());
 }
 
 Words SplitAtBlanks(std::string_view line) {
@@ -95,8 +113,8 @@ std::vector<char*> ArgumentsOf(Words& words) {
 
 RunResult RunProgram(const std::filesystem::path& folder, const Words& arguments, User user,
                      unsigned time_limit_seconds, const std::function<void(pid_t)>& meanwhile) {
-  Words words = CommandLine(arguments);
   const bool as_nobody = user == User::kNobody && geteuid() == 0;
+  const Launch launch(folder, arguments, as_nobody, time_limit_seconds);
   if (as_nobody) GiveToNobody(folder);
   const File out = NewCapture();
   const File err = NewCapture();
@@ -106,9 +124,9 @@ RunResult RunProgram(const std::filesystem::path& folder, const Words& arguments
   if (child == 0) {
     (void)dup2(fileno(out.get()), STDOUT_FILENO);
     (void)dup2(fileno(err.get()), STDERR_FILENO);
-    StartProgram(folder, std::move(words), as_nobody, time_limit_seconds);
-    (void)std::fputs("the program under test could not be started\n", stderr);
-    (void)std::fflush(stderr);
+    launch.Become();
+    constexpr std::string_view kFailure = "the program under test could not be started\n";
+    (void)!write(STDERR_FILENO, kFailure.data(), kFailure.size());
     _exit(127);
   }
   if (meanwhile) meanwhile(child);
@@ -123,23 +141,6 @@ RunResult RunProgram(const std::filesystem::path& folder, const Words& arguments
   result.err = WithLineFeeds(WholeText(err.get()));
   result.peak_rss_kib = usage.ru_maxrss;
   return result;
-}
-
-std::string RunOnTerminal(const std::filesystem::path& folder, const Words& arguments) {
-  int terminal = -1;
-  const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
-  if (child < 0) throw std::runtime_error("forkpty");
-  if (child == 0) {
-    StartProgram(folder, CommandLine(arguments), false, 60);
-    _exit(127);
-  }
-  std::string text;
-  char byte = 0;
-  while (read(terminal, &byte, 1) == 1)  // fails when the other side is closed
-    if (byte != '\r') text.push_back(byte);
-  (void)close(terminal);
-  if (waitpid(child, nullptr, 0) != child) throw std::runtime_error("waitpid");
-  return text;
 }
 
 }  // namespace moldex::test

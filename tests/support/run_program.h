@@ -44,15 +44,25 @@ RunResult RunProgram(const std::filesystem::path& folder, const Words& arguments
                      User user = User::kSame, unsigned time_limit_seconds = 60,
                      const std::function<void(pid_t)>& meanwhile = {});
 
-// The words of a whole command line: the program's and its arguments.
-Words CommandLine(const Words& arguments);
+// How a new process becomes the program. Made before the fork: behind it no memory must be asked
+// for, in case another thread was just doing so.
+class Launch {
+ public:
+  Launch(std::filesystem::path folder, const Words& arguments, bool as_nobody,
+         unsigned time_limit_seconds);
 
-// For a process of its own: becomes the program. Comes back only when it could not be started.
-void StartProgram(const std::filesystem::path& folder, Words words, bool as_nobody,
-                  unsigned time_limit_seconds);
+  // In the new process. Comes back only when the program could not be started.
+  void Become() const;
 
-// Runs it with a terminal as its standard output and returns what arrives there.
-std::string RunOnTerminal(const std::filesystem::path& folder, const Words& arguments);
+ private:
+  std::filesystem::path folder_;
+  Words words_;
+  Words environment_;
+  std::vector<char*> argv_;
+  std::vector<char*> envp_;
+  bool as_nobody_;
+  unsigned time_limit_seconds_;
+};
 
 }  // namespace moldex::test
 
