@@ -7,8 +7,8 @@
 namespace moldex {
 
 // The commands x, t and d, v, -R, -flat, -lower and the names; nothing else counts, so that names
-// are never allowed to leave the target directory. Values of other options are passed over. (-h holds
-// where directories are made, whatever the archive.)
+// are never allowed to leave the target directory. Values of other options are passed over. (-h
+// holds where directories are made, whatever the archive.)
 CCmdLineOptions ParseOldOptions(int argument_count, char** arguments);
 
 }  // namespace moldex
