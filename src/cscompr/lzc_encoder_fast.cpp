@@ -62,6 +62,7 @@ template <bool kTableIsFull>
 bool LzcEncoder::EncodeRun(Cursor& cursor, const std::uint8_t* stop) {
   using Table = LzcStringTable;
   constexpr std::uint32_t kMostCodes = 1024;
+  // What seven bytes that become a code make room for.
   constexpr std::ptrdiff_t kAhead = Table::kShort - Table::kCodeBytes;
   std::array<std::uint16_t, kMostCodes> codes;
   // Counts the codes, and while the table fills, the next free one with them.
