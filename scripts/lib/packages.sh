@@ -12,8 +12,10 @@ need_packages() {
   [ "$(id -u)" -eq 0 ] || as_root=(sudo)
   echo "installing: ${missing[*]}" >&2
   export DEBIAN_FRONTEND=noninteractive
-  "${as_root[@]}" apt-get update -qq >&2 &&
-    "${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2
+  # Another installation may hold the locks; it ends.
+  local wait=(-o DPkg::Lock::Timeout=600)
+  "${as_root[@]}" apt-get "${wait[@]}" update -qq >&2 &&
+    "${as_root[@]}" apt-get "${wait[@]}" install -y -qq --no-install-recommends "${missing[@]}" >&2
 }
 
 need_build_packages() { need_packages g++ cmake ninja-build; }
