@@ -12,10 +12,11 @@ need_packages() {
   [ "$(id -u)" -eq 0 ] || as_root=(sudo)
   echo "installing: ${missing[*]}" >&2
   export DEBIAN_FRONTEND=noninteractive
-  # Another installation may hold the locks; it ends.
-  local wait=(-o DPkg::Lock::Timeout=600)
-  "${as_root[@]}" apt-get "${wait[@]}" update -qq >&2 &&
-    "${as_root[@]}" apt-get "${wait[@]}" install -y -qq --no-install-recommends "${missing[@]}" >&2
+  # One installation at a time: apt-get fails on another's locks, and does not wait for all of them.
+  local apt=("${as_root[@]}" flock "${TMPDIR:-/tmp}/moldex-packages.lock" apt-get
+    -o DPkg::Lock::Timeout=600)
+  "${apt[@]}" update -qq >&2 &&
+    "${apt[@]}" install -y -qq --no-install-recommends "${missing[@]}" >&2
 }
 
 need_build_packages() { need_packages g++ cmake ninja-build; }
