@@ -74,6 +74,7 @@ void RunProgram(CRunContext& context, int argument_count, char** arguments) {
 }  // namespace moldex
 
 int main(int argument_count, char** arguments) {
+  moldex::FillStandardDescriptors();
   // Names are in the code page of the user's locale; everything else stays as it is everywhere.
   std::setlocale(LC_CTYPE, "");
   moldex::CatchInterrupts();

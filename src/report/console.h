@@ -1,4 +1,4 @@
-// The console that standard output and standard error may be.
+// Standard input, output and error, and the console that they may be.
 #ifndef MOLDEX_REPORT_CONSOLE_H_
 #define MOLDEX_REPORT_CONSOLE_H_
 
@@ -6,6 +6,11 @@
 #include <string_view>
 
 namespace moldex {
+
+// Makes sure that no file that the program opens is taken for standard input, output or error. What
+// of these was closed at the start is put on a device then: input at its end, and output that fails
+// when something is written to it. To be called before anything is opened.
+void FillStandardDescriptors();
 
 // While it lives, a console takes text in the code page that the program's names are in. Its own is
 // put back at the end. Does nothing where standard output is no console, or where consoles have no

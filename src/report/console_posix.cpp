@@ -1,11 +1,13 @@
 #include "report/console.h"
 
+#include <fcntl.h>
 #include <langinfo.h>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
@@ -17,7 +19,29 @@ constexpr std::size_t kUsualColumns = 80;
 
 bool HasDoubleBytes() { return MB_CUR_MAX > 1 && std::strcmp(nl_langinfo(CODESET), "UTF-8") != 0; }
 
+// What takes the place of a standard descriptor, the first that can be opened.
+struct StandIn {
+  const char* path;
+  int flags;
+};
+
+// Standard output is opened for reading, so that writing to it fails. On the full device an archive
+// named /dev/stdout fails, too, which opens the device anew and would be lost on the null device.
+constexpr StandIn kStandIns[][2] = {{{"/dev/null", O_RDWR}, {"/", O_RDONLY}},
+                                    {{"/dev/full", O_RDONLY}, {"/dev/null", O_RDONLY}},
+                                    {{"/dev/null", O_RDWR}, {"/", O_RDONLY}}};
+
 }  // namespace
+
+// A file gets the lowest descriptor that is free: with those below it filled, the one looked at.
+void FillStandardDescriptors() {
+  for (int descriptor = 0; descriptor <= STDERR_FILENO; ++descriptor) {
+    for (const StandIn& stand_in : kStandIns[descriptor]) {
+      if (fcntl(descriptor, F_GETFD) != -1 || errno != EBADF) break;
+      (void)open(stand_in.path, stand_in.flags);
+    }
+  }
+}
 
 CConsoleCodePage::CConsoleCodePage() = default;
 

@@ -25,6 +25,9 @@ bool HasDoubleBytes() {
 
 }  // namespace
 
+// Files are known by handles here, and none is given a standard handle's place.
+void FillStandardDescriptors() {}
+
 // More than a line: a console shows no character of which it gets one half after the other.
 constexpr std::size_t kBufferBytes = 65536;
 

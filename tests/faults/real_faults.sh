@@ -49,6 +49,16 @@ cmp d/a small/out/d/a
 expect 4 "$no_room" "$program" -cf /dev/full d
 umount small
 
+# Standard descriptors that are closed at the start: no file is taken for one of them.
+for descriptor in 0 1 2; do
+  result=$([ $descriptor -eq 1 ] && echo 4 || echo 0)
+  expect "$result" "" bash -c "exec '$program' -cvf closed.qel d $descriptor>&-"
+  cmp all.qel closed.qel || fail "an archive made with $descriptor closed is not the same"
+  expect "$result" "" bash -c "exec '$program' -l -n no $descriptor>&-"
+  [ "$(tail -n 1 files.log)" = no ] || fail "a log written with $descriptor closed is not the same"
+done
+expect 4 "" bash -c "exec '$program' -cf /dev/stdout d >&-"
+
 # Places and files that belong to somebody else.
 nobody() { setpriv --reuid=65534 --regid=65534 --clear-groups "$@"; }
 mkdir closed
