@@ -16,13 +16,15 @@ class CDirectoryModes {
  public:
   explicit CDirectoryModes(bool long_names) : long_names_(long_names) {}
 
-  // Applies what waits and does not hold this directory; then this one waits. Throws CChgModExcept.
+  // Applies what waits and does not hold this directory, however either name is written; then this
+  // one waits. Throws CChgModExcept.
   void Add(const std::string& name, std::uint32_t mode);
   // Applies what still waits. Throws CChgModExcept.
   void Finish() { ApplyUpTo(""); }
 
  private:
   struct PendingDirectory {
+    std::string above;  // what the normalised names below it begin with
     std::string name;
     std::uint32_t mode;
   };
