@@ -69,7 +69,7 @@ Refusal RefusalOf(const CDirEntry& entry, const CCmdLineOptions& options,
   const CLink* link = entry.AsSymbolicLink();
   const auto target = link != nullptr ? TargetOf(*link) : std::string();
   if (!target) return Refusal::kBadTarget;
-  if (link != nullptr && target->empty()) return Refusal::kNoLinkTarget;
+  if (entry.LacksData() || (link != nullptr && target->empty())) return Refusal::kNoLinkTarget;
   if (!HasAllowedName(entry.GetName(), options)) return Refusal::kNotAllowed;
   if (!options.absolute_paths && LeavesTarget(entry, *target)) return Refusal::kLeavesTarget;
   if (IsTheArchive(entry.GetName(), archive)) return Refusal::kIsTheArchive;

@@ -12,7 +12,7 @@ namespace moldex {
 // Why an entry is left out; the run goes on with the next one.
 enum class Refusal {
   kNone,
-  kNoLinkTarget,  // a symbolic link without target
+  kNoLinkTarget,  // a symbolic link without target, a shortcut without its bytes
   kBadTarget,     // the target has no form in the local code page
   kNotAllowed,    // the system would take the name for something else
   kLeavesTarget,  // the name, or a link's target, leads out of the target directory

@@ -192,11 +192,10 @@ CDirEntry* CContainer::FirstEntry() {
 
 CDirEntry* CContainer::NextEntry() {
   EntryType type;
-  while (ReadType(&type)) {
-    if (!IsBlockType(type)) return ReadEntry(type);
+  while (DataFollows() && ReadType(&type))
     SkipBlock(type == kLastBlock);
-  }
-  return nullptr;
+  NoteWholeEntry();
+  return ReadType(&type) ? ReadEntry(type) : nullptr;
 }
 
 bool CContainer::CanRewind() {
@@ -230,7 +229,7 @@ void CContainer::SkipBlock(bool last) {
   if (distance > kLongestStep) throw CExcept("MOLDEX: error in second MoveFlPtr()");
   switch (reader_->Skip(distance)) {
     case CBufferedReader::SkipResult::kMoved:
-      if (last) NoteWholeEntry();
+      data_wait_ = !last;
       return;
     case CBufferedReader::SkipResult::kBeyondEnd:
       throw CReadExcept(archive_name_);
@@ -239,9 +238,11 @@ void CContainer::SkipBlock(bool last) {
   }
 }
 
+// Only when the next entry is asked for: until then the caller may find fault with this one.
 void CContainer::NoteWholeEntry() {
+  if (entry_ == nullptr || data_wait_) return;
   whole_bytes_ = reader_->Position();
-  if (entry_ != nullptr) whole_name_ = entry_->GetName();
+  whole_name_ = entry_->GetName();
 }
 
 CDirEntry* CContainer::ReadEntry(const EntryType& type) {
@@ -277,7 +278,8 @@ CDirEntry* CContainer::BuildEntry(const EntryHeader& header, std::string name) {
   status_line::IsAt(name);
   entry->Fill(header, std::move(name), user_data_);
   entry_ = entry;
-  if (header.size_bytes() == 0 || entry->IsDirectory()) NoteWholeEntry();
+  if (entry == &link_entry_) link_entry_.SetHasData(DataFollows());
+  data_wait_ = entry->NeedsData();
   return entry;
 }
 
@@ -295,16 +297,16 @@ DataBlock CContainer::GetEntryData() {
   }
   if (payload_length == 0 || payload_length > kLargestPayload) {
     const std::string where = entry_ != nullptr ? " of " + entry_->GetName() : std::string();
-    throw CExcept("MOLDEX: invalid length of a block" + where + " in archive " + archive_name_,
-                  kErrorBadLength, false);
+    throw CBlockLengthExcept("MOLDEX: invalid length of a block" + where + " in archive " +
+                             archive_name_);
   }
   const std::size_t trailer = type == kLastBlock ? kChecksumBytes : 0;
   const auto bytes = ReadExactly(payload_length + trailer);
   DataBlock block{bytes.first(payload_length), type == kBlock, 0};
   if (!block.more_follow) {
     block.checksum = GetU32(&bytes[payload_length]);
-    NoteWholeEntry();
   }
+  data_wait_ = block.more_follow;
   return block;
 }
 

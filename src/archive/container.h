@@ -24,6 +24,8 @@
 #include "platform/buffered_reader.h"
 #include "platform/buffered_writer.h"
 #include "platform/file_handle.h"
+#include "report/error_codes.h"
+#include "report/except.h"
 
 namespace moldex {
 
@@ -38,6 +40,13 @@ struct DataBlock {
   std::span<const std::uint8_t> payload;  // valid until the next call on the container
   bool more_follow = false;
   std::uint32_t checksum = 0;  // of the whole entry, behind its last block only
+};
+
+// A block whose length no writer can have written: where the next one begins is unknown.
+class CBlockLengthExcept : public CExcept {
+ public:
+  explicit CBlockLengthExcept(const std::string& message)
+      : CExcept(message, kErrorBadLength, false) {}
 };
 
 class CContainer {
@@ -110,8 +119,8 @@ class CContainer {
   // The next block of the current entry. Throws CExcept for a block that is none, and for one that
   // is empty or too long, before it is read.
   DataBlock GetEntryData();
-  // Where the last entry ends that was read, or passed over, to its end, and its name; before the
-  // first, the end of the archive's header and nothing.
+  // Where the last entry ends that the caller has gone on from, and its name: nothing was found
+  // wrong with it. Before the first, the end of the archive's header and nothing.
   std::uint64_t whole_bytes() const { return whole_bytes_; }
   const std::string& whole_name() const { return whole_name_; }
 
@@ -144,6 +153,7 @@ class CContainer {
   CDirectory directory_entry_;
   CLink link_entry_;
   const CDirEntry* entry_ = nullptr;  // the one that was read last
+  bool data_wait_ = false;            // its last block was neither read nor passed over
 };
 
 }  // namespace moldex

@@ -41,9 +41,8 @@ void CDirEntry::Extract(CContainer& archive, bool to_disk) {
     context.log().PrintMessage((to_disk ? "x " : "d ") + disk_name_);
   }
   if (to_disk) Create();
-  if (header_.size_bytes() != 0 && !IsDirectory()) {
-    RestoreData(archive, *this, to_disk);
-  } else if (archive.DataFollows()) {
+  if (NeedsData()) RestoreData(archive, *this, to_disk);
+  if (archive.DataFollows()) {
     throw CExcept("MOLDEX: error decompressing " + disk_name_ +
                       "; it has data that its size in the archive does not announce",
                   kErrorBadLength, false);

@@ -65,6 +65,10 @@ class CDirEntry {
   void Print() const;
 
   virtual bool IsDirectory() const { return false; }
+  // Whether blocks have to follow this entry, which comes out of an archive.
+  virtual bool NeedsData() const { return header_.size_bytes() != 0; }
+  // Whether nothing can be made of it because its bytes are not in the archive.
+  virtual bool LacksData() const { return false; }
   // This entry, when it comes out of an archive and becomes a symbolic link on disk.
   virtual const CLink* AsSymbolicLink() const { return nullptr; }
   bool IsShortcut() const { return (header_.mode & kModeKindMask) == kModeShortcut; }

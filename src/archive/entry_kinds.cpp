@@ -1,5 +1,7 @@
 #include "archive/entry_kinds.h"
 
+#include <algorithm>
+
 #include "archive/entry_name.h"
 #include "archive/output_place.h"
 #include "platform/file_services.h"
@@ -50,8 +52,10 @@ bool CLink::PrepareSymbolicLink() {
   return true;
 }
 
-bool CLink::IsSymbolicLink() const {
-  return header().type == kTypeLink && header().size_bytes() == 0;
+bool CLink::IsSymbolicLink() const { return header().type == kTypeLink && !NeedsData(); }
+
+bool CLink::LacksData() const {
+  return header().type == kTypeShortcut && header().size_bytes() != 0 && !has_data_;
 }
 
 void CLink::Create() {
@@ -62,7 +66,11 @@ void CLink::Finish() {
   if (!IsSymbolicLink()) CDirEntry::Finish();
 }
 
-std::string CLink::Target() const { return TextFromUtf8(user_data()); }
+std::string CLink::Target() const {
+  const auto text = user_data();
+  const bool cut_off = std::find(text.begin(), text.end(), std::uint8_t{0}) != text.end();
+  return cut_off ? std::string() : TextFromUtf8(text);
+}
 
 void CLink::MakeLink() const {
   const bool long_names = CRunContext::GetInstance().long_names();

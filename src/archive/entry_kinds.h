@@ -27,6 +27,7 @@ class CDirectory : public CDirEntry {
   // Nothing: a directory gets its permissions once everything below it is written.
   void Finish() override {}
   bool IsDirectory() const override { return true; }
+  bool NeedsData() const override { return false; }
 };
 
 // A link that is stored as itself: a symbolic link with its target as user data ("LK"), or a
@@ -40,9 +41,14 @@ class CLink : public CDirEntry {
   void Create() override;
   void Finish() override;
 
+  // A link may be stored without data whatever its size says: only the archive tells.
+  void SetHasData(bool has_data) { has_data_ = has_data; }
+  bool NeedsData() const override { return has_data_ && CDirEntry::NeedsData(); }
+
   const CLink* AsSymbolicLink() const override { return IsSymbolicLink() ? this : nullptr; }
-  // The target of a symbolic link, in the local code page; empty when it has none. Throws
-  // CConversionExcept.
+  bool LacksData() const override;
+  // The target of a symbolic link, in the local code page; empty when it has none, or one with a
+  // zero byte in it. Throws CConversionExcept.
   std::string Target() const;
   // Makes the symbolic link on disk. Throws CCreateDirExcept and COpenForWritingExcept.
   void MakeLink() const;
@@ -50,6 +56,8 @@ class CLink : public CDirEntry {
  private:
   bool IsSymbolicLink() const;
   bool PrepareSymbolicLink();
+
+  bool has_data_ = false;
 };
 
 // The entry for an object that a walk found; a shortcut file is a link when links are stored as

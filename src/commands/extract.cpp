@@ -15,14 +15,15 @@ namespace moldex {
 namespace {
 
 // Whether what failed is the archive's structure, so that the next entry may not be where it seems
-// to be. Damaged data fails otherwise, and leaves the entries behind it as they are.
+// to be. Damaged data fails otherwise, and leaves the entries after it as they are.
 bool EndsTheArchive(const CExcept& failure) {
   switch (failure.code()) {
     case kErrorRead:
     case kErrorNameTooLong:
-    case kErrorBadLength:
     case kErrorGeneric:
       return true;
+    case kErrorBadLength:
+      return dynamic_cast<const CBlockLengthExcept*>(&failure) != nullptr;
     default:
       return false;
   }

@@ -32,8 +32,9 @@ TEST_F(Extract, BringsATreeBack) {
 
 TEST_F(Extract, FillsDirectoriesThatWillBeClosedAndClosesTheInnerOnesFirst) {
   // Nobody but root enters a directory of mode 0644.
-  Archive({DirectoryEntry("d", 040500), FileEntry("d/x", "1"), DirectoryEntry("c", 040644),
-           DirectoryEntry("c/e", 040644), FileEntry("c/e/f", "2"), DirectoryEntry("c/g", 040600)});
+  Archive({DirectoryEntry("d", 040500), FileEntry("d/x", "1"), DirectoryEntry("c/", 040644),
+           DirectoryEntry("./c/e/", 040644), FileEntry("c/e/f", "2"),
+           DirectoryEntry("c/g", 040600)});
   Make({{"old/d", DirectoryNode(0500)}});
   for (const std::string target : {"new", "old"}) {
     ExpectRun("-xf a.qel -R " + target, Processing("a.qel") + Extracted(6), 0, User::kNobody);
@@ -174,7 +175,13 @@ TEST_F(Extract, RefusesLengthsThatBreakTheLimits) {
     SetU32(archive, at, value);
     Write("a.qel", archive);
     ExpectBothFail("MOLDEX: ", 57);
+    // Wrong data leave the archive whole.
+    const bool ends = Run("-df a.qel").out.find("the good part") != std::string::npos;
+    EXPECT_EQ(ends, at == length_at) << value;
   }
+  const std::string one = BuildArchive({FileEntry("x", "some text")});
+  Write("a.qel", one + one.substr(entry.blocks[0].offset));  // its data twice
+  ExpectBothFail("MOLDEX: error decompressing x; it has data that its size", 57);
 }
 
 TEST_F(Extract, RefusesUnknownBlocksAndEntries) {

@@ -303,9 +303,20 @@ TEST_F(Links, ThatCannotBeMadeAreReportedAndNothingElseIsLeftUndone) {
 }
 
 TEST_F(Links, WithoutTargetAreReportedAndLeftOut) {
-  Archive({LinkEntry("l", ""), FileEntry("f", "1")});
-  ExpectExtraction(Failure("no link target for l", 45) + Extracted(1), 45);
-  ExpectRun("-df a.qel", Processing("a.qel") + Tested(2), 0);
+  QelEntry sized = LinkEntry("l", "f");  // without data, whatever its size says
+  sized.size_low = 9;
+  QelEntry shortcut = sized;
+  shortcut.type = "SC";
+  const std::pair<QelEntry, int> cases[] = {{LinkEntry("l", ""), 45},
+                                            {LinkEntry("l", std::string("f\0x", 3)), 45},
+                                            {shortcut, 45},
+                                            {sized, 0}};
+  for (const auto& [link, status] : cases) {
+    Archive({link, FileEntry("f", "1")});
+    ExpectExtraction(
+        status == 0 ? Extracted(2) : Failure("no link target for l", 45) + Extracted(1), status);
+    ExpectRun("-df a.qel", Processing("a.qel") + Tested(2), 0);
+  }
 }
 
 TEST_F(Links, OnDiskAreReplacedByFilesAndLinks) {
