@@ -99,6 +99,7 @@ class CContainer {
   bool HoldsEntries() const { return whole_bytes_ > kArchiveHeaderBytes; }
   // What the archive's file is, so that it is not put into itself.
   const FileIdentity& identity() const { return identity_; }
+  bool IsRegularFile() const { return is_regular_; }
 
   // --- Reading. Every operation throws CReadExcept when the archive ends or fails too early.
 

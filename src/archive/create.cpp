@@ -27,6 +27,9 @@ CCreate::CCreate(CRunContext& context)
 CCreate::~CCreate() = default;
 
 void CCreate::Execute() {
+  // Before an archive of that name is lost to a run that cannot succeed.
+  const char* directory = options_.change_directory;
+  if (directory != nullptr && !CanEnterDirectory(directory)) throw CChgDirExcept(directory);
   OpenArchive();
   try {
     WriteArchive();
@@ -91,14 +94,13 @@ std::vector<std::string> CCreate::CleanUp() {
   return lines;
 }
 
-// Deletes what was written and nothing else: the name may be a link, or a device. Returns what is
-// to be said when that fails.
+// Deletes what was written and nothing else: the name may be a link, and a device or a pipe stays.
+// Returns what is to be said when that fails.
 std::vector<std::string> CCreate::DeleteArchive() {
+  if (!archive_->IsRegularFile()) return {};
   const std::string& path = context_.archive_path();
   const auto status = QueryLinkStatus(path);
-  const bool is_archive = status && status->identity == archive_->identity();
-  if (is_archive && status->kind == FileKind::kOther) return {};
-  if (is_archive && DeleteFileAt(path)) return {};
+  if (status && status->identity == archive_->identity() && DeleteFileAt(path)) return {};
   return {Shown("MOLDEX: could not delete the incomplete archive " + context_.archive_name())};
 }
 

@@ -7,6 +7,7 @@
 
 #include "driver/hint.h"
 #include "driver/run.h"
+#include "driver/text_target.h"
 #include "driver/usage.h"
 #include "driver/version.h"
 #include "platform/interrupt.h"
@@ -33,7 +34,12 @@ void Dispatch(CRunContext& context, int argument_count, char** arguments) {
   } else if (IsVersionWord(arguments[1])) {
     WriteOutput(VersionText() + "\n");
   } else {
-    context.options().Parse(argument_count, arguments);
+    try {
+      context.options().Parse(argument_count, arguments);
+    } catch (const CExcept&) {
+      KeepTextOutOfArchives(context.options());
+      throw;
+    }
     Run(context);
   }
 }

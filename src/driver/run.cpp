@@ -1,14 +1,15 @@
 #include "driver/run.h"
 
-#include <cstdio>
 #include <ctime>
 #include <memory>
+#include <string>
 
 #include "archive/create.h"
 #include "commands/extract.h"
 #include "commands/merge.h"
 #include "commands/scan.h"
 #include "commands/type.h"
+#include "driver/text_target.h"
 #include "driver/version.h"
 #include "platform/file_services.h"
 #include "platform/security.h"
@@ -18,17 +19,6 @@
 
 namespace moldex {
 namespace {
-
-constexpr char kRedirectFile[] = "moldex_output";
-
-// freopen closes the stream before it opens the file: try the file first, so that the console is
-// still there when it fails.
-void RedirectOutput() {
-  std::FILE* file = std::fopen(kRedirectFile, "w+");
-  if (file != nullptr) std::fclose(file);
-  if (file != nullptr && std::freopen(kRedirectFile, "w+", stdout) != nullptr) return;
-  std::fputs("MOLDEX: could not redirect stdout to file moldex_output\n", stderr);
-}
 
 std::unique_ptr<CCommand> MakeCommand(CRunContext& context) {
   switch (context.command_code()) {
@@ -68,7 +58,7 @@ void ReportLeftOutFiles(CRunContext& context) {
 void Run(CRunContext& context) {
   const std::time_t start = std::time(nullptr);
   CCmdLineOptions& options = context.options();
-  if (options.redirect_output) RedirectOutput();
+  DirectText(options);
   options.ReadNameLists();
   options.CheckOptions();
   context.SetLongNames(options.long_names);

@@ -27,6 +27,10 @@ std::optional<FileStatus> QueryStatus(const std::string& path);
 // Status of the name itself: a symbolic link is reported as one.
 std::optional<FileStatus> QueryLinkStatus(const std::string& path);
 
+// Status of the file that standard output is. Empty when it is closed or the null device, and where
+// the system does not tell a device or a pipe from others.
+std::optional<FileStatus> StandardOutputStatus();
+
 Existence TestExistence(const std::string& path);
 
 // True also when something of that name exists already.
@@ -62,6 +66,9 @@ bool SetDirectoryModeAt(const std::string& path, std::uint32_t mode, bool long_n
 std::string CurrentDirectory();
 
 bool ChangeDirectory(const std::string& path);
+
+// Whether ChangeDirectory would succeed now. The current directory stays what it is.
+bool CanEnterDirectory(const std::string& path);
 
 }  // namespace moldex
 

@@ -83,6 +83,16 @@ std::optional<FileStatus> QueryLinkStatus(const std::string& path) {
   return ToFileStatus(record);
 }
 
+std::optional<FileStatus> StandardOutputStatus() {
+  struct stat record {};
+  struct stat null_device {};
+  if (fstat(STDOUT_FILENO, &record) != 0) return std::nullopt;
+  const bool is_null = S_ISCHR(record.st_mode) && stat("/dev/null", &null_device) == 0 &&
+                       record.st_rdev == null_device.st_rdev;
+  if (is_null) return std::nullopt;
+  return ToFileStatus(record);
+}
+
 Existence TestExistence(const std::string& path) {
   if (access(path.c_str(), F_OK) == 0) return Existence::kExists;
   if (errno == ENOENT) return Existence::kMissing;
@@ -166,6 +176,13 @@ std::string CurrentDirectory() {
 
 bool ChangeDirectory(const std::string& path) {
   return Succeeds([&] { return chdir(path.c_str()); });
+}
+
+// Looking "." up takes the right that entering takes.
+bool CanEnterDirectory(const std::string& path) {
+  const std::string self = path.empty() ? path : path + "/.";
+  struct stat record {};
+  return Succeeds([&] { return stat(self.c_str(), &record); });
 }
 
 }  // namespace moldex

@@ -182,6 +182,20 @@ std::optional<FileStatus> QueryLinkStatus(const std::string& path) {
   return status;
 }
 
+std::optional<FileStatus> StandardOutputStatus() {
+  const HANDLE handle = GetStdHandle(STD_OUTPUT_HANDLE);
+  BY_HANDLE_FILE_INFORMATION record{};
+  if (GetFileType(handle) != FILE_TYPE_DISK ||
+      GetFileInformationByHandle(handle, &record) == FALSE) {
+    return std::nullopt;
+  }
+  FileStatus status;
+  status.kind = FileKind::kRegular;
+  status.identity = {record.dwVolumeSerialNumber,
+                     Joined(record.nFileIndexHigh, record.nFileIndexLow)};
+  return status;
+}
+
 Existence TestExistence(const std::string& path) {
   if (CallAccess(SystemPath(path)) == 0) return Existence::kExists;
   if (errno == ENOENT) return Existence::kMissing;
@@ -275,5 +289,10 @@ std::string CurrentDirectory() {
 }
 
 bool ChangeDirectory(const std::string& path) { return RuntimeSucceeded(_chdir(path.c_str())); }
+
+bool CanEnterDirectory(const std::string& path) {
+  const std::string here = CurrentDirectory();
+  return ChangeDirectory(path) && ChangeDirectory(here);
+}
 
 }  // namespace moldex

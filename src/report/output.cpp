@@ -7,14 +7,32 @@
 #include "report/status_line.h"
 
 namespace moldex {
+namespace {
+
+std::FILE* text_stream = nullptr;  // null for standard output
+
+std::FILE* TextStream() { return text_stream != nullptr ? text_stream : stdout; }
+
+bool TextIsForTerminal() {
+  if (text_stream == nullptr) return OutputIsTerminal();
+  return text_stream == stderr && ErrorIsTerminal();
+}
+
+}  // namespace
+
+void SendTextTo(std::FILE* stream) { text_stream = stream; }
+
+bool TextMayReachScreen() {
+  return text_stream == nullptr ? OutputMayReachScreen() : text_stream == stderr;
+}
 
 void WriteOutput(std::string_view text) {
   status_line::MakeRoom();
-  std::fwrite(text.data(), 1, text.size(), stdout);
+  std::fwrite(text.data(), 1, text.size(), TextStream());
 }
 
 std::string Shown(const std::string& line) {
-  return HasControls(line) && OutputIsTerminal() ? Escaped(line) : line;
+  return HasControls(line) && TextIsForTerminal() ? Escaped(line) : line;
 }
 
 void WriteShown(std::string_view text) {
@@ -26,13 +44,13 @@ void WriteShown(std::string_view text) {
 }
 
 void EndLine() {
-  static const bool is_terminal = OutputIsTerminal();
+  static const bool is_terminal = TextIsForTerminal();
   WriteOutput("\n");
   if (is_terminal) FlushOutput();
 }
 
-void FlushOutput() { std::fflush(stdout); }
+void FlushOutput() { std::fflush(TextStream()); }
 
-bool OutputFailed() { return std::ferror(stdout) != 0; }
+bool OutputFailed() { return std::ferror(TextStream()) != 0; }
 
 }  // namespace moldex

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "report/console.h"
+#include "report/output.h"
 #include "report/screen_text.h"
 
 namespace moldex {
@@ -179,7 +180,7 @@ CStatusLine::CStatusLine(bool wanted) {
   progress = {};
   progress.start = status_line::Clock::now();
   progress.next_draw = progress.start + status_line::kQuietTime;
-  progress.output_shares_screen = OutputMayReachScreen();
+  progress.output_shares_screen = TextMayReachScreen();
   status_line::internal::on = true;
 }
 

@@ -7,6 +7,7 @@
 
 #include "platform/file_services.h"
 #include "report/except.h"
+#include "report/exit_status.h"
 #include "report/output.h"
 #include "run/list_files.h"
 #include "run/option_table.h"
@@ -33,19 +34,36 @@ class CCmdLineOptions::Parser {
       : options_(options), count_(count), arguments_(arguments) {}
 
   void Run() {
+    while (next_ < count_)
+      TakeArgument();
+  }
+
+  // Goes on behind the argument that is wrong, whatever else is: to know the archive.
+  void RunOn() {
+    const int status = ExitStatus();
+    const std::string notes = options_.notes_;
     while (next_ < count_) {
-      const char* argument = arguments_[next_++];
-      if (argument[0] != '-') {
-        options_.file_names.emplace_back(argument);
-      } else if (const Option* option = FindOption(argument + 1); option != nullptr) {
-        Take(*option);
-      } else {
-        TakeLetters(argument + 1);
+      try {
+        TakeArgument();
+      } catch (const CExcept&) {
+        SetExitStatus(status);
       }
     }
+    options_.notes_ = notes;
   }
 
  private:
+  void TakeArgument() {
+    const char* argument = arguments_[next_++];
+    if (argument[0] != '-') {
+      options_.file_names.emplace_back(argument);
+    } else if (const Option* option = FindOption(argument + 1); option != nullptr) {
+      Take(*option);
+    } else {
+      TakeLetters(argument + 1);
+    }
+  }
+
   const char* TakeNext() { return next_ < count_ ? arguments_[next_++] : nullptr; }
 
   void Take(const Option& option) {
@@ -58,8 +76,8 @@ class CCmdLineOptions::Parser {
     } else if (option.command != kNoCommand) {
       options_.command_code = option.command;
     } else {
-      WriteOutput("MOLDEX: option -backup only supported by UNICODE Moldex (option ignored)\n");
-      FlushOutput();
+      options_.notes_ +=
+          "MOLDEX: option -backup only supported by UNICODE Moldex (option ignored)\n";
     }
   }
 
@@ -120,7 +138,18 @@ void CCmdLineOptions::Destroy() { instance.reset(); }
 void CCmdLineOptions::Parse(int count, char** vector) {
   argument_count = count;
   arguments = vector;
-  Parser(*this, count, vector).Run();
+  Parser parser(*this, count, vector);
+  try {
+    parser.Run();
+  } catch (const CExcept&) {
+    parser.RunOn();
+    throw;
+  }
+}
+
+void CCmdLineOptions::PrintNotes() {
+  WriteOutput(notes_);
+  FlushOutput();
 }
 
 void CCmdLineOptions::ReadNameLists() {

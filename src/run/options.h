@@ -21,8 +21,11 @@ class CCmdLineOptions {
   static CCmdLineOptions& GetInstance();
   static void Destroy();
 
-  // Reads the arguments from index 1 on, left to right. Throws CExcept at the first that is wrong.
+  // Reads the arguments from index 1 on, left to right. Throws CExcept for the first that is wrong,
+  // after taking from the others what it can: where text goes depends on the archive. So what there
+  // is to say of ignored options waits for PrintNotes.
   void Parse(int argument_count, char** arguments);
+  void PrintNotes();
 
   // Reads the files of -A, -T and -X, those that are given. Throws COpenExcept, CReadExcept, and
   // CExcept for a line that breaks the format.
@@ -76,6 +79,8 @@ class CCmdLineOptions {
 
  private:
   class Parser;
+
+  std::string notes_;
 };
 
 }  // namespace moldex

@@ -62,9 +62,10 @@ TEST_F(Create, StoresWhatTheNamesLeadToAndNeverItself) {
   ExpectCreation(".", {"./.p", "./d", "./d/e", "./d/e/f", "./l", "./x"});
   ExpectCreation("-C d e", {"e", "e/f"});  // the archive stays where the program was started
   ExpectCreation("-C d x", {}, Inaccessible("x"), 44);
-  ExpectCreation("x -C no", {},
-                 Failure("can not change to dir no", 102, SystemText(Complaint::kNoFile)), 102);
-  EXPECT_FALSE(Exists("d/a.qel"));
+  Write("a.qel", "former");
+  ExpectRun("-cf a.qel x -C no",
+            Failure("can not change to dir no", 102, SystemText(Complaint::kNoFile)), 102);
+  EXPECT_EQ(Bytes("a.qel"), "former") << "lost to a mistyped directory";
   ExpectCreation("no x no2", {}, Inaccessible("no") + Inaccessible("no2"), 44);
   ExpectCreation("-i no x", {"x"}, Inaccessible("no"), 44);
   ExpectRun("-c x", "", 0);
@@ -122,6 +123,23 @@ TEST_F(Create, LeavesOutLinksThatLeadNowhereOrInCircles) {
     EXPECT_EQ(result.status, 45) << target;
     EXPECT_EQ(NamesIn("a.qel"), (Words{"d", "d/x"})) << target;
   }
+}
+
+TEST_F(Create, KeepsItsTextOutOfAnArchiveOnStandardOutput) {
+  if (OnWindows()) GTEST_SKIP() << "/dev/stdout is a name of this system";
+  Make({{"d/x", FileNode("1")}});
+  const std::pair<const char*, const char*> cases[] = {
+      {"-cvf /dev/stdout d", "a d\na d/x\n"},
+      {"-backup -cif /dev/stdout d no",
+       "MOLDEX: option -backup only supported by UNICODE Moldex (option ignored)\n"
+       "MOLDEX: inaccessible file no\n"},
+      {"-e -cvf /dev/stdout d", ""}};
+  for (const auto& [line, text] : cases) {
+    const RunResult result = RunProgram(folder_.Path(), SplitAtBlanks(line));
+    EXPECT_EQ(ParseArchive(result.out).size(), 2U) << line;
+    EXPECT_EQ(result.err, text);
+  }
+  EXPECT_EQ(Text("moldex_output"), "a d\na d/x\n");
 }
 
 TEST_F(Create, ReportsAnArchiveItCannotOpen) {

@@ -1,0 +1,72 @@
+#include "driver/text_target.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/file_services.h"
+#include "report/output.h"
+#include "report/system_error.h"
+#include "run/archive_list.h"
+
+namespace moldex {
+namespace {
+
+constexpr char kRedirectFile[] = "moldex_output";
+
+// Whether the run reads or writes an archive that is this file.
+bool IsArchive(const CCmdLineOptions& options, const std::optional<FileStatus>& file) {
+  const int command = options.command_code;
+  if (!file || command == kNoCommand || command == kCommandScan) return false;
+  const bool writes_one = command == kCommandCreate || command == kCommandAppend;
+  // What is printed does no harm to a terminal or a pipe that an archive comes from.
+  const bool reads_only = !writes_one && command != kCommandMerge;
+  if (reads_only && file->kind != FileKind::kRegular) return false;
+  const CSystemErrorGuard guard;
+  const std::string value =
+      options.archive_value != nullptr ? options.archive_value : kDefaultArchive;
+  const std::vector<std::string> archives =
+      writes_one ? std::vector{value} : ExpandArchiveList(value, options.ignore_case);
+  return std::any_of(archives.begin(), archives.end(), [&](const std::string& name) {
+    const auto archive = QueryStatus(name);
+    return archive && archive->identity == file->identity;
+  });
+}
+
+// Standard output stays what it is where an archive goes there. Otherwise the file becomes standard
+// output; freopen closes that before it opens the file, so that whoever calls has tried the file.
+bool ReopenOutput(bool archive_is_output) {
+  if (!archive_is_output) return std::freopen(kRedirectFile, "w+", stdout) != nullptr;
+  std::FILE* file = std::fopen(kRedirectFile, "w+");
+  if (file != nullptr) SendTextTo(file);
+  return file != nullptr;
+}
+
+// Tries the file without emptying it: it may be the archive.
+void RedirectOutput(const CCmdLineOptions& options, bool archive_is_output) {
+  std::FILE* file = std::fopen(kRedirectFile, "a+");
+  if (file != nullptr) std::fclose(file);
+  if (file != nullptr && IsArchive(options, QueryStatus(kRedirectFile))) {
+    SendTextTo(stderr);
+  } else if (file == nullptr || !ReopenOutput(archive_is_output)) {
+    std::fputs("MOLDEX: could not redirect stdout to file moldex_output\n", stderr);
+  }
+}
+
+}  // namespace
+
+bool KeepTextOutOfArchives(CCmdLineOptions& options) {
+  const bool archive_is_output = IsArchive(options, StandardOutputStatus());
+  if (archive_is_output) SendTextTo(stderr);
+  options.PrintNotes();
+  return archive_is_output;
+}
+
+void DirectText(CCmdLineOptions& options) {
+  const bool archive_is_output = KeepTextOutOfArchives(options);
+  if (options.redirect_output) RedirectOutput(options, archive_is_output);
+}
+
+}  // namespace moldex
