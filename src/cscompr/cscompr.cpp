@@ -2,6 +2,8 @@
 // encoder and the one decoder of each algorithm that the library-wide interface promises.
 #include "cscompr/cscompr.h"
 
+#include <algorithm>
+
 #include "cscompr/buffers.h"
 #include "cscompr/lzc_decoder.h"
 #include "cscompr/lzc_encoder.h"
@@ -20,6 +22,11 @@ LzcDecoder lzc_decoder;
 std::int32_t compression_algorithm = kCsLzh;
 std::uint8_t decompression_algorithm = 0;
 
+// A first call that is refused leaves no stream behind: the one before it must not go on in its
+// place. Later calls get the codes that stand here.
+bool is_compressing = false;
+std::int32_t decompression_refusal = kCsBadAlgorithm;  // 0 while a stream is in progress
+
 constexpr std::int32_t kDefaultLevel = 2;
 
 std::int32_t LevelOf(std::int32_t option) {
@@ -37,7 +44,7 @@ Outcome CompressLzc(std::int32_t original_length, const Buffers& buffers, bool f
   if (buffers.output_length < 0) return {kCsBadOutput};
   if (buffers.input == nullptr || buffers.output == nullptr) return {kCsNullBuffer};
   if (buffers.input == buffers.output) return {kCsSameBuffer};
-  if (!first) return lzc_encoder.Resume(buffers);
+  if (!first) return is_compressing ? lzc_encoder.Resume(buffers) : Outcome{kCsBadState};
   if (original_length <= 0) return {kCsBadLength};
   if (buffers.output_length < kStreamHeaderBytes) return {kCsBadOutput};
   return lzc_encoder.Start(original_length, buffers);
@@ -46,13 +53,15 @@ Outcome CompressLzc(std::int32_t original_length, const Buffers& buffers, bool f
 Outcome CompressLzh(std::int32_t original_length, const Buffers& buffers, std::int32_t option) {
   if (buffers.output_length < 0) return {kCsBadOutput};
   if (HasNullBuffer(buffers)) return {kCsNullBuffer};
-  if ((option & kCsFirstCall) == 0) return lzh_encoder.Resume(buffers);
+  if ((option & kCsFirstCall) == 0) {
+    return is_compressing ? lzh_encoder.Resume(buffers) : Outcome{kCsBadState};
+  }
   if (buffers.output_length < kStreamHeaderBytes) return {kCsBadOutput};
   if (original_length < 0) return {kCsBadLength};
   return lzh_encoder.Start(original_length, LevelOf(option), buffers);
 }
 
-Outcome Compress(std::int32_t original_length, const Buffers& buffers, std::int32_t option) {
+Outcome CompressPiece(std::int32_t original_length, const Buffers& buffers, std::int32_t option) {
   if (buffers.input_length < 0) return {kCsBadInput};
   if ((option & kCsFirstCall) != 0) compression_algorithm = option & kCsAlgorithmMask;
   switch (compression_algorithm) {
@@ -65,8 +74,15 @@ Outcome Compress(std::int32_t original_length, const Buffers& buffers, std::int3
   }
 }
 
+Outcome Compress(std::int32_t original_length, const Buffers& buffers, std::int32_t option) {
+  const Outcome outcome = CompressPiece(original_length, buffers, option);
+  if ((option & kCsFirstCall) != 0) is_compressing = outcome.code >= 0;
+  return outcome;
+}
+
 Outcome DecompressLzc(const Buffers& buffers, bool first) {
   if (buffers.input == nullptr || buffers.output == nullptr) return {kCsNullBuffer};
+  if (buffers.input == buffers.output) return {kCsSameBuffer};
   if (first) return lzc_decoder.Start(buffers);
   if (buffers.output_length < 1) return {kCsBadOutput};
   return lzc_decoder.Resume(buffers);
@@ -78,7 +94,7 @@ Outcome DecompressLzh(const Buffers& buffers, bool first) {
   return lzh_decoder.Resume(buffers);
 }
 
-Outcome Decompress(const Buffers& buffers, bool first) {
+Outcome DecompressPiece(const Buffers& buffers, bool first) {
   if (buffers.input_length < (first ? kStreamHeaderBytes : 0)) return {kCsBadInput};
   if (buffers.output_length < 0) return {kCsBadOutput};
   if (HasNullBuffer(buffers)) return {kCsNullBuffer};
@@ -86,6 +102,8 @@ Outcome Decompress(const Buffers& buffers, bool first) {
     const auto header = ReadStreamHeader(buffers.input);
     if (!header) return {kCsNotAStream};
     decompression_algorithm = header->algorithm;
+  } else if (decompression_refusal < 0) {
+    return {decompression_refusal};
   }
   switch (decompression_algorithm) {
     case static_cast<std::uint8_t>(Algorithm::kLzc):
@@ -95,6 +113,12 @@ Outcome Decompress(const Buffers& buffers, bool first) {
     default:
       return {kCsBadAlgorithm};
   }
+}
+
+Outcome Decompress(const Buffers& buffers, bool first) {
+  const Outcome outcome = DecompressPiece(buffers, first);
+  if (first) decompression_refusal = std::min(outcome.code, 0);
+  return outcome;
 }
 
 std::int32_t Report(const Outcome& outcome, std::int32_t* bytes_read, std::int32_t* bytes_written) {

@@ -7,9 +7,10 @@
 //
 // Calling order, in either direction: one first call (kCsFirstCall), then further ones until the
 // result is kCsEndOfStream or negative. Nothing is opened or closed: a stream may be given up at
-// any time, and the next first call starts a new one. One compression and one decompression may be
-// in progress at a time, interleaved as the caller likes; the state of both is library-wide and no
-// call may run at the same time as another. Nothing is allocated, thrown or printed.
+// any time. The next first call starts a new one; if it is refused, there is none, and later calls
+// fail. One compression and one decompression may be in progress at a time, interleaved as the
+// caller likes; the state of both is library-wide and no call may run at the same time as another.
+// Nothing is allocated, thrown or printed.
 //
 // All lengths are bytes. Input and output are the caller's, do not overlap, and are kept by no
 // call; the two counters are never null. docs/examples holds the program that the loops below are
@@ -34,9 +35,9 @@ enum CsResult {
   kCsBadOutput = -10,       // output length negative, or too small for the header
   kCsBadInput = -11,        // input length negative, or a first piece shorter than the header
   kCsBadLength = -13,       // original length negative (LZH), or not positive (LZC)
-  kCsSameBuffer = -14,      // LZC: input and output are the same buffer
+  kCsSameBuffer = -14,      // LZC: input and output are the same buffer, in either direction
   kCsNullBuffer = -15,      // a buffer that is needed is null
-  kCsBadState = -19,        // LZC compression went on after the end of its stream
+  kCsBadState = -19,        // a later call of CsCompr, and no stream of its own is in progress
   kCsNothingToDo = -20,     // LZH decompression with neither input nor room
   kCsBadAlgorithm = -21,    // the algorithm is neither LZC nor LZH
   kCsBadBlockType = -22,    // LZH: a stored block or block type 3

@@ -17,6 +17,7 @@ Outcome LzcDecoder::Start(const Buffers& buffers) {
   block_mode_ = (header->parameter & kLzcBlockMode) != 0;
   undelivered_ = header->original_length;
   reader_ = BitReader();
+  has_begun_ = false;
   held_begin_ = held_end_ = 0;
   codes_of_width_ = 0;
   padding_bits_ = 0;
@@ -118,7 +119,7 @@ bool LzcDecoder::Decode(std::uint8_t*& output, const std::uint8_t* output_end) {
   if (reader_.count < width_) return false;
   const std::uint32_t code = reader_.Take(width_);
   ++codes_of_width_;
-  if (has_previous_ && block_mode_ && code == kLzcClear) {
+  if (has_begun_ && block_mode_ && code == kLzcClear) {
     EndGroup();
     ResetTable();
     return true;
@@ -126,7 +127,7 @@ bool LzcDecoder::Decode(std::uint8_t*& output, const std::uint8_t* output_end) {
   corrupt_ = code > (has_previous_ ? next_code_ : kLzcLiterals - 1);
   if (corrupt_) return true;
   if (has_previous_ && next_code_ < 1U << max_width_) AddEntry(code);
-  has_previous_ = true;
+  has_begun_ = has_previous_ = true;
   previous_ = code;
   Emit(entries_[code], output, output_end);
   if (next_code_ >> width_ != 0 && width_ < max_width_) {

@@ -84,6 +84,7 @@ class LzcDecoder {
   unsigned width_ = 0;
   unsigned max_width_ = 0;
   bool block_mode_ = false;
+  bool has_begun_ = false;     // false before the first code of the stream
   bool has_previous_ = false;  // false before the first code of a table
   bool corrupt_ = false;
   std::uint32_t previous_ = 0;

@@ -26,7 +26,8 @@ Outcome LzhEncoder::Resume(const Buffers& buffers) { return Continue(buffers, {}
 
 Outcome LzhEncoder::Continue(const Buffers& buffers, Outcome outcome) {
   Deliver(buffers, outcome);
-  const bool is_full = outcome.bytes_written == buffers.output_length;
+  // Without room from the start, a call can still take input.
+  const bool is_full = outcome.bytes_written > 0 && outcome.bytes_written == buffers.output_length;
   while (!is_complete_ && !is_full && !HoldsOutput()) {
     switch (matcher_.Run(blocks_.Tokens())) {
       case LzhMatcher::Pause::kNeedsInput: {

@@ -44,6 +44,15 @@ Stream Restoration(const Bytes& stream, std::size_t longest = 200'000) {
   return {Way::kRestore, stream, call, UpTo(longest, 3), UpTo(longest, 4, 1)};
 }
 
+// Made before any test runs, and so before any first call.
+const Bytes kInput(10);
+Bytes room(100);
+const Answer kBeforeAllStreams = Compress(10, 0, {kInput.data(), 10, room.data(), 100});
+
+TEST(FrontEnd, GoesOnWithNoStreamBeforeTheFirst) {
+  EXPECT_EQ(kBeforeAllStreams, (Answer{kCsBadState, 0, 0}));
+}
+
 TEST(FrontEnd, WritesTheHeaderThatTheOptionsAskFor) {
   const std::pair<std::int32_t, Bytes> cases[] = {
       {0x01, Header(1000, 0x11, 0x8D)}, {0x03, Header(1000, 0x12, 2)},
@@ -71,11 +80,17 @@ TEST(FrontEnd, JudgesTheArgumentsOfCompressionInOrder) {
       {kFirstLzc, 0, {from, 10, from, 7}, kCsSameBuffer},
       {kFirstLzc, 0, {from, 10, to, 7}, kCsBadLength},
       {kFirstLzc, 10, {nullptr, 0, to, 100}, kCsNullBuffer},
-      {0x05, 10, {from, 10, to, 100}, kCsBadAlgorithm},
-      {0x00, 10, {from, 10, to, 100}, kCsBadAlgorithm}};  // the option before it is kept
-  for (const auto& [option, length, buffers, code] : cases)
+      {0x05, 10, {from, 10, to, 100}, kCsBadAlgorithm}};
+  for (const auto& [option, length, buffers, code] : cases) {
+    ASSERT_EQ(Compress(20, kCsFirstCall | (option & kCsLzh), {from, 10, to, 100})[0],
+              kCsInputExhausted);
     EXPECT_EQ(Compress(length, option, buffers), (Answer{code, 0, 0})) << option << ' ' << length;
+    const std::int32_t later = code == kCsBadAlgorithm ? code : kCsBadState;
+    EXPECT_EQ(Compress(20, 0, {from, 10, to, 100}), (Answer{later, 0, 0}));
+  }
   EXPECT_EQ(Compress(10, kFirstLzh, {from, 10, to, 8}), (Answer{kCsOutputFull, 0, 8}));
+  EXPECT_EQ(Compress(10, 0, {from, 9, nullptr, 0}), (Answer{kCsInputExhausted, 9, 0}));
+  EXPECT_EQ(Compress(10, 0, {from, 1, nullptr, 0}), (Answer{kCsOutputFull, 1, 0}));
 }
 
 TEST(FrontEnd, JudgesTheArgumentsOfDecompression) {
@@ -91,13 +106,19 @@ TEST(FrontEnd, JudgesTheArgumentsOfDecompression) {
   for (const auto& [header, code] : cases) {
     EXPECT_EQ(Restore(kCsFirstCall, {header.data(), 8, &out, 0}),
               (Answer{code, code < 0 ? 0 : 8, 0}));
+    if (code < 0) {
+      EXPECT_EQ(Restore(0, {header.data(), 8, &out, 1}), (Answer{code, 0, 0}));
+    }
     EXPECT_EQ(Restore(kCsFirstCall, {header.data(), 8, &out, -1})[0], kCsBadOutput);
     EXPECT_EQ(Restore(kCsFirstCall, {header.data(), 7, &out, 0})[0], kCsBadInput);
     EXPECT_EQ(CsCheckHeader(header.data()), std::min(code, 0));
   }
   ASSERT_EQ(CsCheckHeader(Header(9, 0x11, 0x8D).data()), 0);
-  EXPECT_EQ(Restore(0, {&out, 1, &out, 0})[0], kCsBadOutput);
+  EXPECT_EQ(Restore(0, {kInput.data(), 1, &out, 0})[0], kCsBadOutput);
   EXPECT_EQ(Restore(0, {&out, 1, nullptr, 1})[0], kCsNullBuffer);
+  EXPECT_EQ(Restore(0, {&out, 1, &out, 1})[0], kCsSameBuffer);
+  Bytes same = Header(9, 0x11, 0x8D);
+  EXPECT_EQ(Restore(kCsFirstCall, {same.data(), 8, same.data(), 8})[0], kCsSameBuffer);
   ASSERT_EQ(CsCheckHeader(Header(9, 0x12, 2).data()), 0);
   EXPECT_EQ(Restore(0, {nullptr, 0, &out, 0})[0], kCsNothingToDo);
 }

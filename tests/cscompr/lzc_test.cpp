@@ -269,10 +269,16 @@ TEST(Lzc, RefusesCodesThatHaveNoString) {
   }
 }
 
-TEST(Lzc, StartsAgainBehindAClearCode) {
-  std::vector<unsigned> codes = {'a', 257, kClear, 511, 511, 511, 511, 511, 'b', 257};
-  const Bytes stream = Joined(LzcHeader(6, 0x8D), Packed(codes));
-  EXPECT_EQ(Restore(stream).bytes, (Bytes{'a', 'a', 'a', 'b', 'b', 'b'}));
+TEST_F(Tools, ReadClearCodesAsWeDo) {
+  const Bytes last = Packed({'b', 257, 'c', 'd', 'e', 'f', 'g', 'h'});
+  const Bytes cleared = Packed({'a', 257, kClear, 511, 511, 511, 511, 511});
+  for (const Bytes& codes :
+       {Joined(cleared, last), Joined(Joined(cleared, Packed({kClear})), last)}) {
+    const Bytes data = Restore(Joined(LzcHeader(12, 0x8D), codes), Always(1)).bytes;
+    EXPECT_EQ(std::string(data.begin(), data.end()), "aaabbbcdefgh");
+    for (const char* tool : {"gzip -dc", "compress -d -c"})
+      EXPECT_EQ(Run(tool, Joined({0x1F, 0x9D, 0x8D}, codes)), data);
+  }
 }
 
 TEST(Lzc, WithoutBlockModeCode256IsTheFirstString) {

@@ -16,7 +16,7 @@ def lzh_decoder(_length, _parameter):
 class LzcDecoder:
     def __init__(self, length, parameter):
         self.left, self.block_mode, self.largest = length, parameter & 0x80, parameter & 0x1F
-        self.data, self.at = b"", 0
+        self.data, self.at, self.begun = b"", 0, False
         self.restart()
 
     def restart(self):
@@ -31,7 +31,7 @@ class LzcDecoder:
             code = three >> self.at % 8 & (1 << self.width) - 1
             self.at += self.width
             self.count += 1
-            if code == 256 and self.block_mode and self.previous is not None:
+            if code == 256 and self.block_mode and self.begun:
                 self.at += -self.count % 8 * self.width
                 self.restart()
                 continue
@@ -47,7 +47,7 @@ class LzcDecoder:
         if self.previous is not None and len(self.strings) < 1 << self.largest:
             source = self.previous if code == len(self.strings) else self.strings[code]
             self.strings.append(self.previous + source[:1])
-        self.previous = self.strings[code]
+        self.previous, self.begun = self.strings[code], True
         return self.previous
 
 
