@@ -19,7 +19,11 @@ struct Recorder : moldex::IBackupSink {
     return Take('P', Bytes{static_cast<std::uint8_t>(position)});
   }
   bool OnExtendedAttributes(ByteSpan bytes) override {
-    return Take(moldex::DecodeExtendedAttributes(bytes).empty() ? 'e' : 'E', bytes);
+    std::size_t length = 0;
+    for (ByteSpan rest = bytes; const auto attribute = moldex::TakeExtendedAttribute(&rest);)
+      length += attribute->name.size() + attribute->value.size();
+    if (length > bytes.size()) std::abort();
+    return Take('E', bytes);
   }
   bool Take(char kind, ByteSpan bytes) {
     if (kind != last || kind != 'D') taken.push_back(static_cast<std::uint8_t>(kind));

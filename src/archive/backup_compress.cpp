@@ -1,5 +1,7 @@
 #include "archive/backup_compress.h"
 
+#include <algorithm>
+#include <limits>
 #include <span>
 
 #include "archive/checksum.h"
@@ -11,15 +13,28 @@
 #include "report/status_line.h"
 
 namespace moldex {
+namespace {
+
+constexpr std::uint64_t kLongestStream = std::numeric_limits<std::uint32_t>::max();
+
+}  // namespace
 
 void CBackupCompress::Compress(CContainer& archive) {
   checksum_ = 0;
   total_bytes_ = 0;
+  CheckLength();
   for (std::size_t length = ReadPiece(); length > 0;)
     length = CompressPiece(archive, length);
   if (!entry_->file().FinishBackup()) throw CReadExcept(entry_->GetName());
   WriteChecksum(archive, checksum_);
   archive.PatchEntrySize(entry_->header_position(), static_cast<std::uint32_t>(total_bytes_));
+}
+
+// The stream is longer than its file, and 32 bits have to hold its length.
+void CBackupCompress::CheckLength() const {
+  if (std::max(total_bytes_, entry_->header().size_bytes()) <= kLongestStream) return;
+  throw CExcept("MOLDEX: too long to be stored with its attributes: " + entry_->GetName(),
+                kErrorBadLength, false);
 }
 
 // Reads the next piece into the input buffer; 0 at the end.
@@ -28,6 +43,7 @@ std::size_t CBackupCompress::ReadPiece() {
   const Transfer transfer = entry_->file().BackupRead(buffers_.input);
   if (!transfer.ok) throw CReadExcept(entry_->GetName());
   total_bytes_ += transfer.bytes;
+  CheckLength();
   status_line::DidMore(transfer.bytes);
   return transfer.bytes;
 }

@@ -13,12 +13,14 @@ class CBackupCompress : public ICompressStrategy {
  public:
   explicit CBackupCompress(CompressionBuffers& buffers) : buffers_(buffers) {}
 
-  // Throws CReadExcept when the system stops delivering, CCompExcept, CWriteExcept, and
-  // CSetFilePointerExcept when the header is out of reach.
+  // Throws CReadExcept when the system stops delivering, CCompExcept, CWriteExcept,
+  // CSetFilePointerExcept when the header is out of reach, and CExcept when the stream is longer
+  // than the size in the header can say.
   void Compress(CContainer& archive) override;
   void SetEntry(CDirEntry* entry) override { entry_ = entry; }
 
  private:
+  void CheckLength() const;
   std::size_t ReadPiece();
   std::size_t CompressPiece(CContainer& archive, std::size_t length);
 

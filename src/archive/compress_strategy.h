@@ -25,7 +25,8 @@ class ICompressStrategy {
   virtual ~ICompressStrategy() = default;
   // Writes the data blocks and the checksum of the entry that was set.
   virtual void Compress(CContainer& archive) = 0;
-  // The entry whose data are next; it stays the caller's.
+  // The entry whose data are next; it stays the caller's. May read its file, and set the size that
+  // its header is to have. Throws CReadExcept.
   virtual void SetEntry(CDirEntry* entry) = 0;
 };
 

@@ -107,12 +107,11 @@ void CDirEntry::FillFromAttributes() {
 
 void CDirEntry::WriteTo(CContainer& archive, const std::string& utf8_name,
                         ICompressStrategy& strategy) {
+  const bool has_data = header_.size_bytes() != 0 && file_.IsValid();
+  if (has_data) strategy.SetEntry(this);
   header_position_ = archive.Position();
   archive.WriteEntry(header_, utf8_name, user_data_);
-  if (header_.size_bytes() != 0 && file_.IsValid()) {
-    strategy.SetEntry(this);
-    strategy.Compress(archive);
-  }
+  if (has_data) strategy.Compress(archive);
   archive.EndEntry();
   file_.Close();
 }

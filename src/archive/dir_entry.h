@@ -52,6 +52,9 @@ class CDirEntry {
   // when it cannot be read.
   virtual bool Prepare() = 0;
 
+  // The size in the header: of the data as they are stored.
+  void SetSize(std::uint64_t bytes) { header_.set_size_bytes(bytes); }
+
   // Writes header, name and user data, and the data through the strategy. `utf8_name` is the
   // archive name in UTF-8. Throws CWriteExcept, CReadExcept, CCompExcept.
   void WriteTo(CContainer& archive, const std::string& utf8_name, ICompressStrategy& strategy);
@@ -87,7 +90,6 @@ class CDirEntry {
   void FillHeader(const EntryType& type);
   const FileStatus& status() const { return status_; }
   void SetMode(std::uint32_t mode) { header_.mode = mode; }
-  void SetSize(std::uint64_t bytes) { header_.set_size_bytes(bytes); }
   void SetUserData(std::span<const std::uint8_t> bytes) {
     user_data_.assign(bytes.begin(), bytes.end());
   }

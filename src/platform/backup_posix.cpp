@@ -29,12 +29,14 @@ std::vector<char> AttributeNames(int descriptor) {
 
 std::vector<ExtendedAttribute> ReadAttributes(int descriptor) {
   std::vector<ExtendedAttribute> list;
+  std::size_t room = kLongestExtended;
   const std::vector<char> names = AttributeNames(descriptor);
   for (std::size_t at = 0; at < names.size(); at += std::strlen(&names[at]) + 1) {
     const char* name = &names[at];
     if (std::strncmp(name, kUserSpace, kUserSpaceLength) != 0) continue;
     const ssize_t size = fgetxattr(descriptor, name, nullptr, 0);
-    if (size < 0) continue;
+    if (size < 0 || static_cast<std::size_t>(size) > room) continue;
+    room -= static_cast<std::size_t>(size);
     std::vector<std::uint8_t> value(static_cast<std::size_t>(size));
     if (fgetxattr(descriptor, name, value.data(), value.size()) != size) continue;
     list.push_back({name + kUserSpaceLength, std::move(value)});
@@ -95,9 +97,10 @@ class CFileSink : public IBackupSink {
 
   // A file system without such attributes keeps the file without them.
   bool OnExtendedAttributes(std::span<const std::uint8_t> bytes) override {
-    for (const ExtendedAttribute& attribute : DecodeExtendedAttributes(bytes)) {
-      (void)fsetxattr(descriptor_, (kUserSpace + attribute.name).c_str(), attribute.value.data(),
-                      attribute.value.size(), 0);
+    while (const auto attribute = TakeExtendedAttribute(&bytes)) {
+      const std::string name = kUserSpace + std::string(attribute->name);
+      (void)fsetxattr(descriptor_, name.c_str(), attribute->value.data(), attribute->value.size(),
+                      0);
     }
     return true;
   }

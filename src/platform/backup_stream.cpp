@@ -1,6 +1,7 @@
 #include "platform/backup_stream.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/bytes.h"
 
@@ -17,11 +18,13 @@ std::size_t Aligned(std::size_t bytes) {
 
 constexpr std::size_t kPositionBytes = 8;
 
-// More extended attributes than this no file has; the stream is passed over then.
-constexpr std::uint64_t kLongestExtended = 1024 * 1024;
+std::size_t RecordBytes(const ExtendedAttribute& attribute) {
+  return kRecordHeadBytes + attribute.name.size() + 1 + attribute.value.size();
+}
 
-bool Fits(const ExtendedAttribute& attribute) {
-  return attribute.name.size() <= 0xFF && attribute.value.size() <= 0xFFFF;
+bool Fits(const ExtendedAttribute& attribute, std::size_t start) {
+  return attribute.name.size() <= 0xFF && attribute.value.size() <= 0xFFFF &&
+         start + RecordBytes(attribute) <= kLongestExtended;
 }
 
 void AppendRecord(const ExtendedAttribute& attribute, std::vector<std::uint8_t>* bytes) {
@@ -66,8 +69,8 @@ std::vector<std::uint8_t> EncodeExtendedAttributes(const std::vector<ExtendedAtt
   std::vector<std::uint8_t> bytes;
   std::size_t last = 0;
   for (const ExtendedAttribute& attribute : list) {
-    if (!Fits(attribute)) continue;
     const std::size_t start = Aligned(bytes.size());
+    if (!Fits(attribute, start)) continue;
     if (start > 0) PutU32(&bytes[last], static_cast<std::uint32_t>(start - last));
     bytes.resize(start);
     last = start;
@@ -76,20 +79,18 @@ std::vector<std::uint8_t> EncodeExtendedAttributes(const std::vector<ExtendedAtt
   return bytes;
 }
 
-std::vector<ExtendedAttribute> DecodeExtendedAttributes(std::span<const std::uint8_t> bytes) {
-  std::vector<ExtendedAttribute> list;
-  while (bytes.size() >= kRecordHeadBytes) {
-    const std::size_t next = GetU32(bytes.data());
-    const std::size_t name_bytes = bytes[5];
-    const std::size_t value_bytes = GetU16(&bytes[6]);
-    if (bytes.size() < kRecordHeadBytes + name_bytes + 1 + value_bytes) break;
-    const auto name = bytes.subspan(kRecordHeadBytes, name_bytes);
-    const auto value = bytes.subspan(kRecordHeadBytes + name_bytes + 1, value_bytes);
-    list.push_back({{name.begin(), name.end()}, {value.begin(), value.end()}});
-    if (next == 0 || next > bytes.size()) break;
-    bytes = bytes.subspan(next);
-  }
-  return list;
+std::optional<ExtendedAttributeView> TakeExtendedAttribute(std::span<const std::uint8_t>* records) {
+  const std::span<const std::uint8_t> bytes = std::exchange(*records, {});
+  if (bytes.size() < kRecordHeadBytes) return std::nullopt;
+  const std::size_t next = GetU32(bytes.data());
+  const std::size_t name_bytes = bytes[5];
+  const std::size_t value_bytes = GetU16(&bytes[6]);
+  const std::size_t record_bytes = kRecordHeadBytes + name_bytes + 1 + value_bytes;
+  if (bytes.size() < record_bytes) return std::nullopt;
+  if (next >= record_bytes && next <= bytes.size()) *records = bytes.subspan(next);
+  const auto* name = reinterpret_cast<const char*>(&bytes[kRecordHeadBytes]);
+  return ExtendedAttributeView{{name, name_bytes},
+                               bytes.subspan(record_bytes - value_bytes, value_bytes)};
 }
 
 bool CBackupStreamParser::Take(std::span<const std::uint8_t> bytes, IBackupSink& sink) {

@@ -7,8 +7,10 @@
 #define MOLDEX_PLATFORM_BACKUP_STREAM_H_
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace moldex {
@@ -38,17 +40,28 @@ StreamHead DecodeStreamHead(std::span<const std::uint8_t, kStreamIdBytes> from);
 // Whether the bytes are a chain of streams that ends exactly where they end.
 bool IsBackupStream(std::span<const std::uint8_t> bytes);
 
+// The longest stream of extended attributes that is written and read; a longer one is passed over.
+inline constexpr std::size_t kLongestExtended = 65536;
+
 struct ExtendedAttribute {
   std::string name;
   std::vector<std::uint8_t> value;
 };
 
 // The contents of an extended attribute stream: FILE_FULL_EA_INFORMATION records, each at a
-// multiple of 4 bytes. Attributes whose name or value is too long for a record are left out.
+// multiple of 4 bytes. Attributes that are too long for a record, or for what is left of a stream,
+// are left out.
 std::vector<std::uint8_t> EncodeExtendedAttributes(const std::vector<ExtendedAttribute>& list);
 
-// Reads as many whole records as there are; what is damaged ends the list.
-std::vector<ExtendedAttribute> DecodeExtendedAttributes(std::span<const std::uint8_t> bytes);
+// One attribute where it stands in such a stream.
+struct ExtendedAttributeView {
+  std::string_view name;
+  std::span<const std::uint8_t> value;
+};
+
+// Takes the first record off the contents of a stream. Empty when no whole record is left. A record
+// that overlaps the next one is the last: so no byte is read twice.
+std::optional<ExtendedAttributeView> TakeExtendedAttribute(std::span<const std::uint8_t>* records);
 
 // What a parser finds in a backup stream. A false answer stops it.
 class IBackupSink {

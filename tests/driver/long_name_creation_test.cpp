@@ -98,6 +98,32 @@ TEST_F(LongNameCreation, BackupStreamsCarryExtendedAttributes) {
   EXPECT_EQ(ReadFile(out), "content");
 }
 
+// What looks like backup streams must not be taken apart when it is read again.
+TEST_F(LongNameCreation, FilesThatAreBackupStreamsComeBackWhole) {
+  const std::string small = BackupStream(3, "security") + BackupStream(1, "content");
+  const std::pair<std::string, bool> cases[] = {{small, true},
+                                                {small + "x", false},
+                                                {BackupStream(1, std::string(65495, 'x')), true},
+                                                {BackupStream(1, std::string(65496, 'x')), true},
+                                                {BackupStream(1, std::string(65516, 'x')), true},
+                                                {BackupStream(1, std::string(65517, 'x')), false}};
+  for (const auto& [content, is_wrapped] : cases) {
+    Write("a.qel", BuildArchive({}, kLongNamesHeader));
+    Write("file", content);
+    ASSERT_EQ(RunWith("-af a.qel file", false, false, false), 0) << output_;
+    EXPECT_EQ(Entries()[0].size_low, content.size() + (is_wrapped ? 20 : 0));
+    ASSERT_EQ(Extract(), 0) << output_;
+    EXPECT_TRUE(Bytes("out/file") == content) << content.size();
+  }
+}
+
+TEST_F(LongNameCreation, BackupStreamsEndWhereTheSizeFieldDoes) {
+  Write("file", "");
+  std::filesystem::resize_file(Path("file"), 1ull << 32);
+  EXPECT_EQ(CreateLong("file", true), 57) << output_;
+  EXPECT_FALSE(Exists("a.qel"));
+}
+
 TEST_F(LongNameCreation, AppendingFollowsTheArchivesOwnMode) {
   Make({{"old", FileNode("1")}, {"new", FileNode("2", 0644, 1000000000)}});
   ASSERT_EQ(CreateLong("old", false), 0) << output_;

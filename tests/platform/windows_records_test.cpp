@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/attributes.h"
+#include "platform/backup_stream.h"
 #include "platform/bytes.h"
 #include "platform/reparse_data.h"
 #include "platform/security_descriptor.h"
@@ -87,6 +88,21 @@ Bytes Descriptor() {
   for (const Bytes& part : {head, administrators, administrators, list, administrators})
     bytes.insert(bytes.end(), part.begin(), part.end());
   return bytes;
+}
+
+TEST(ExtendedAttributes, NoByteIsReadTwice) {
+  const std::pair<std::uint8_t, int> cases[] = {{0, 1}, {8, 1}, {15, 1}, {16, 2}, {36, 1}};
+  for (const auto& [step, count] : cases) {
+    Bytes records(36);
+    records[5] = records[16 + 5] = 4;  // names
+    records[6] = records[16 + 6] = 3;  // values
+    records[0] = step;
+    std::span<const std::uint8_t> rest = records;
+    int found = 0;
+    while (TakeExtendedAttribute(&rest))
+      ++found;
+    EXPECT_EQ(found, count) << int{step};
+  }
 }
 
 TEST(SecurityDescriptor, AWholeOneIsKnownAndNoPartOfItMayReachBeyondTheEnd) {
