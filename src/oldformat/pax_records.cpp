@@ -1,5 +1,6 @@
 #include "oldformat/pax_records.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include "oldformat/tar_header.h"
@@ -53,12 +54,24 @@ bool Read(std::string_view value, bool (*reader)(std::string_view, std::optional
   return value.empty() || reader(value, to);
 }
 
+constexpr std::string_view kSparse = "GNU.sparse.";
+
+bool IsUsed(std::string_view key) {
+  return key == "path" || key == "linkpath" || key == "size" || key == "mtime" ||
+         (key.starts_with(kSparse) && (key.ends_with(".name") || key.ends_with("size")));
+}
+
+// False for a size that cannot be read: what follows could not be found then.
 bool AddRecord(std::string_view key, std::string_view value, PaxRecords* records) {
   if (key == "path") return Read(value, ReadText, &records->path);
   if (key == "linkpath") return Read(value, ReadText, &records->link_path);
   if (key == "size") return Read(value, ReadSize, &records->data_bytes);
-  if (key == "mtime") return Read(value, ReadTime, &records->modified_seconds);
-  if (!key.starts_with("GNU.sparse.")) return true;
+  if (key == "mtime") {
+    const auto before = records->modified_seconds;
+    if (!Read(value, ReadTime, &records->modified_seconds)) records->modified_seconds = before;
+    return true;
+  }
+  if (!key.starts_with(kSparse)) return true;
   records->is_sparse = true;
   if (key.ends_with(".name")) return Read(value, ReadText, &records->sparse_name);
   if (key.ends_with("size")) return Read(value, ReadSize, &records->sparse_size_bytes);
@@ -67,21 +80,78 @@ bool AddRecord(std::string_view key, std::string_view value, PaxRecords* records
 
 }  // namespace
 
-bool AddPaxRecords(std::string_view text, PaxRecords* records) {
-  while (!text.empty()) {
-    std::string_view rest = text;
-    const auto length = TakeNumber(&rest);
-    const std::size_t digits = text.size() - rest.size();
-    if (!length || *length > text.size() || *length < digits + 2) return false;
-    std::string_view record = text.substr(digits, static_cast<std::size_t>(*length) - digits);
-    if (!record.starts_with(' ') || !record.ends_with('\n')) return false;
-    record = record.substr(1, record.size() - 2);
-    const std::size_t equals = record.find('=');
-    if (equals == std::string_view::npos) return false;
-    if (!AddRecord(record.substr(0, equals), record.substr(equals + 1), records)) return false;
-    text.remove_prefix(static_cast<std::size_t>(*length));
+bool CPaxParser::Take(std::string_view text) {
+  while (!text.empty() && !broken_)
+    broken_ = !TakePart(&text);
+  return !broken_;
+}
+
+bool CPaxParser::TakePart(std::string_view* text) {
+  switch (part_) {
+    case Part::kLength:
+      return TakeLength(text);
+    case Part::kKey:
+      return TakeKey(text);
+    case Part::kValue:
+      return TakeValue(text);
   }
+  return false;
+}
+
+// Up to the blank.
+bool CPaxParser::TakeLength(std::string_view* text) {
+  constexpr std::size_t kMostDigits = 20;
+  const char next = text->front();
+  text->remove_prefix(1);
+  if (next != ' ') {
+    length_text_ += next;
+    return length_text_.size() <= kMostDigits;
+  }
+  std::string_view digits = length_text_;
+  const auto length = TakeNumber(&digits);
+  const std::size_t taken = length_text_.size() + 1;
+  if (!length || !digits.empty() || *length <= taken) return false;
+  length_text_.clear();
+  length_bytes_ = *length;
+  left_bytes_ = *length - taken;
+  key_.clear();
+  value_.clear();
+  part_ = Part::kKey;
   return true;
+}
+
+// Up to the "=", which has to come before the end.
+bool CPaxParser::TakeKey(std::string_view* text) {
+  const std::string_view here = text->substr(0, text->find('='));
+  const bool is_whole = here.size() < text->size();
+  const std::size_t taken = here.size() + (is_whole ? 1 : 0);
+  if (taken >= left_bytes_ || !Keep(here, &key_)) return false;
+  text->remove_prefix(taken);
+  left_bytes_ -= taken;
+  if (is_whole) part_ = Part::kValue;
+  return true;
+}
+
+// Up to the end of the line, which is where the record ends.
+bool CPaxParser::TakeValue(std::string_view* text) {
+  const auto here = static_cast<std::size_t>(std::min<std::uint64_t>(text->size(), left_bytes_));
+  const bool is_last = here == left_bytes_;
+  const std::string_view value = text->substr(0, here - (is_last ? 1 : 0));
+  if (IsUsed(key_) && !Keep(value, &value_)) return false;
+  if (is_last && (*text)[here - 1] != '\n') return false;
+  text->remove_prefix(here);
+  left_bytes_ -= here;
+  if (!is_last) return true;
+  part_ = Part::kLength;
+  return AddRecord(key_, value_, records_);
+}
+
+// False for more than is kept.
+bool CPaxParser::Keep(std::string_view bytes, std::string* in) {
+  in->append(bytes.substr(0, kLongestTarRecord));
+  if (in->size() <= kLongestTarRecord) return true;
+  too_long_bytes_ = length_bytes_;
+  return false;
 }
 
 }  // namespace moldex

@@ -9,6 +9,9 @@
 
 namespace moldex {
 
+// The longest name or record that is taken, in bytes.
+inline constexpr std::uint64_t kLongestTarRecord = 64 * 1024;
+
 // Each replaces what the entry's header says. Names end at a zero byte, as those in headers do.
 struct PaxRecords {
   std::optional<std::string> path;
@@ -21,9 +24,43 @@ struct PaxRecords {
   std::optional<std::uint64_t> sparse_size_bytes;
 };
 
-// Adds what the text says. A record without value takes back what was said before; keys of others
-// are passed over. False for text that breaks the format; what stands in front of that was added.
-bool AddPaxRecords(std::string_view text, PaxRecords* records);
+// Takes records that arrive in pieces of any size. Those of keys that nobody here reads are passed
+// over, however long they are; the others are kept one at a time.
+class CPaxParser {
+ public:
+  // The records are added to `records`, which must outlive the parser. One without value takes back
+  // what was said before; a time that cannot be read says nothing.
+  explicit CPaxParser(PaxRecords* records) : records_(records) {}
+
+  // False once the text breaks the format, or a record that counts is too long; what stood in front
+  // of that was added.
+  bool Take(std::string_view text);
+
+  // Whether everything taken so far is whole records.
+  bool AtRecordEnd() const { return part_ == Part::kLength && length_text_.empty(); }
+
+  // The length of the record that was too long; 0 if none was.
+  std::uint64_t too_long_bytes() const { return too_long_bytes_; }
+
+ private:
+  enum class Part { kLength, kKey, kValue };
+
+  bool TakePart(std::string_view* text);
+  bool TakeLength(std::string_view* text);
+  bool TakeKey(std::string_view* text);
+  bool TakeValue(std::string_view* text);
+  bool Keep(std::string_view bytes, std::string* in);
+
+  PaxRecords* records_;
+  Part part_ = Part::kLength;
+  std::string length_text_;
+  std::uint64_t length_bytes_ = 0;
+  std::uint64_t left_bytes_ = 0;  // of the record
+  std::string key_;
+  std::string value_;
+  std::uint64_t too_long_bytes_ = 0;
+  bool broken_ = false;
+};
 
 }  // namespace moldex
 

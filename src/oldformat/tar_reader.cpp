@@ -110,8 +110,8 @@ std::span<const std::uint8_t> CTarReader::Data() {
   const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(data_left_, kPieceBytes));
   const auto piece = reader_->Take(wanted);
   if (reader_->Failed()) throw CReadExcept(archive_name_);
-  if (piece.size() < wanted) FailShort();
-  data_left_ -= wanted;
+  if (piece.empty()) FailShort();
+  data_left_ -= piece.size();
   return piece;
 }
 
@@ -151,13 +151,8 @@ TarBlock CTarReader::ReadWholeBlock() {
 std::optional<TarHeader> CTarReader::ReadHeader() {
   if (ended_) return std::nullopt;
   header_position_ = reader_->Position();
-  auto block = ReadBlock();
-  if (block && IsZeroBlock(*block)) {
-    block = ReadBlock();
-    if (block && !IsZeroBlock(*block)) FailDamaged();
-    block.reset();
-  }
-  ended_ = !block;
+  const auto block = ReadBlock();
+  ended_ = !block || IsZeroBlock(*block);
   if (ended_) return std::nullopt;
   auto header = IsTarHeader(*block) ? ParseTarHeader(*block) : std::nullopt;
   if (!header) FailDamaged();
@@ -188,12 +183,7 @@ void CTarReader::SkipData() {
 }
 
 std::string CTarReader::ReadRecord() {
-  if (data_left_ > kLongestTarRecord) {
-    throw CExcept("MOLDEX: name or records of " + std::to_string(data_left_) +
-                      " bytes are too long, at byte " + std::to_string(header_position_) + " of " +
-                      archive_name_,
-                  kErrorOldFormat, false);
-  }
+  if (data_left_ > kLongestTarRecord) FailTooLong(data_left_);
   std::string record;
   for (auto piece = Data(); !piece.empty(); piece = Data())
     record.append(piece.begin(), piece.end());
@@ -201,7 +191,13 @@ std::string CTarReader::ReadRecord() {
 }
 
 void CTarReader::ReadRecords(PaxRecords* records) {
-  if (!AddPaxRecords(ReadRecord(), records)) FailDamaged();
+  CPaxParser parser(records);
+  for (auto piece = Data(); !piece.empty(); piece = Data()) {
+    if (parser.Take({reinterpret_cast<const char*>(piece.data()), piece.size()})) continue;
+    if (parser.too_long_bytes() > 0) FailTooLong(parser.too_long_bytes());
+    FailDamaged();
+  }
+  if (!parser.AtRecordEnd()) FailDamaged();
 }
 
 // Names and sizes are no defaults: they can be those of one entry only.
@@ -216,6 +212,13 @@ void CTarReader::FailDamaged() const {
   throw CExcept(
       "MOLDEX: damaged header at byte " + std::to_string(header_position_) + " of " + archive_name_,
       kErrorOldFormat, false);
+}
+
+void CTarReader::FailTooLong(std::uint64_t bytes) const {
+  throw CExcept("MOLDEX: name or record of " + std::to_string(bytes) +
+                    " bytes is too long, at byte " + std::to_string(header_position_) + " of " +
+                    archive_name_,
+                kErrorOldFormat, false);
 }
 
 void CTarReader::FailShort() const {

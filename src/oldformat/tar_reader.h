@@ -1,8 +1,8 @@
 // Reads a tar archive front to back, entry by entry.
 //
 // Knows Unix version 7, ustar, GNU and pax archives, and takes what several headers say of one
-// entry together. Chooses and converts nothing. An archive ends with two blocks of zeros or where
-// its file does. Memory stays the same however long the archive is.
+// entry together. Chooses and converts nothing. An archive ends with a block of zeros, of which
+// writers make two, or where its file does. Memory stays the same however long the archive is.
 //
 // Failures are CExcept that carry the archive's name: it is damaged, ends too early or cannot be
 // read.
@@ -21,9 +21,6 @@
 
 namespace moldex {
 
-// The longest name or set of pax records that is taken, in bytes.
-inline constexpr std::uint64_t kLongestTarRecord = 64 * 1024;
-
 class CTarReader {
  public:
   // Throws COpenExcept.
@@ -37,7 +34,8 @@ class CTarReader {
   // and kind are what all its headers together say.
   std::optional<TarHeader> Next();
 
-  // The next piece of the entry's data; empty behind the last. Valid until the next call.
+  // The next piece of the entry's data; empty behind the last. Valid until the next call. Where the
+  // file ends too early, what is there comes before the failure.
   std::span<const std::uint8_t> Data();
 
   // Goes back to the start.
@@ -66,6 +64,7 @@ class CTarReader {
   void ReadRecords(PaxRecords* records);
   void ReadDefaults();
   [[noreturn]] void FailDamaged() const;
+  [[noreturn]] void FailTooLong(std::uint64_t bytes) const;
   [[noreturn]] void FailShort() const;
 
   std::string archive_name_;

@@ -58,10 +58,13 @@ TEST_F(MadeTar, TakesNamesFromWhereverTheyStand) {
            File("/abs/o", "9"),
            File("C:/p", "0"),
            File("./q", "a"),
-           File("r", "b")});
+           File("r", "b"),
+           PaxItem(PaxRecord("SCHILY.xattr.user.big", std::string(200000, '\n')) +
+                   PaxRecord("path", "s")),
+           File("behind records that nobody needs", "c")});
   ExpectExtraction("", 0,
                    "a=8 abs/o=9 from/pax=4 g=2 h/i/ l=6 long=5 m=7 " + full + "=3 p=0 " +
-                       std::string(155, 'p') + "/f=1 q=a r=b");
+                       std::string(155, 'p') + "/f=1 q=a r=b s=c");
 }
 
 TEST_F(MadeTar, ListsSizesAndTimesOfEveryNotation) {
@@ -75,6 +78,7 @@ TEST_F(MadeTar, ListsSizesAndTimesOfEveryNotation) {
       {"0", "0", PaxRecord("size", "9007199254740993") + PaxRecord("mtime", "1105103100.99"),
        "9007199254740993    07 Jan 2005 13:05"},
       {"0", "junk", PaxRecord("mtime", "-0.5"), "           0    01 Jan 1970 00:00"},
+      {"0", "00000250600", PaxRecord("mtime", "noon"), "           0    02 Jan 1970 00:00"},
   };
   for (const auto& [size, mtime, records, text] : cases) {
     TarItem item = Sized(File("x", ""), size);
@@ -289,7 +293,6 @@ TEST_F(MadeTar, DamageEndsTheArchiveWithAMessage) {
       {next.substr(0, 700), too_early(1024)},
       {next.substr(0, 100), too_early(1024)},
       {std::string(512, 'x'), damaged(1024)},
-      {zeros + next, damaged(1024)},
       {EncodeTarItem(Sized(File("y", "1"), BinaryTarNumber(-1))), damaged(1024)},
       {EncodeTarItem(Sized(File("y", "1"), "0000000000z")), damaged(1024)},
       {EncodeTarItem(GnuLongItem("name")), too_early(2048)},
@@ -297,7 +300,10 @@ TEST_F(MadeTar, DamageEndsTheArchiveWithAMessage) {
       {EncodeTarItem(PaxItem("99 path=x\n")) + next, damaged(1024)},
       {EncodeTarItem(PaxItem(PaxRecord("size", "9223372036854775807"))) + next, damaged(1024)},
       {EncodeTarItem(GnuLongItem(std::string(65536, 'n'))) + next,
-       "name or records of 65537 bytes are too long, at byte 1024 of a.tar"},
+       "name or record of 65537 bytes is too long, at byte 1024 of a.tar"},
+      {EncodeTarItem(PaxItem(PaxRecord("path", std::string(65537, 'n')))) + next,
+       "name or record of 65549 bytes is too long, at byte 1024 of a.tar"},
+      {EncodeTarItem(File("whole", std::string(600, 'w'))).substr(0, 812), too_early(1024)},
   };
   for (const auto& [behind, message] : cases) {
     Write("a.tar", first + behind);
@@ -306,7 +312,8 @@ TEST_F(MadeTar, DamageEndsTheArchiveWithAMessage) {
     EXPECT_EQ(Bytes("out/x"), "1");
     ExpectBegins("-tf a.tar", Processing("a.tar") + "-rw-", 40);
   }
-  for (const std::string& end : {std::string(), zeros, zeros + zeros + "anything"}) {
+  EXPECT_EQ(Bytes("out/whole"), std::string(300, 'w')) << "what was there is kept";
+  for (const std::string& end : {std::string(), zeros, zeros + next, zeros + zeros + "anything"}) {
     Write("a.tar", first + end);
     ExpectRun("-df a.tar", Processing("a.tar"), 0);
   }
