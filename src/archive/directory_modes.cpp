@@ -1,5 +1,7 @@
 #include "archive/directory_modes.h"
 
+#include <utility>
+
 #include "archive/output_place.h"
 #include "platform/file_services.h"
 #include "platform/path_rules.h"
@@ -7,17 +9,38 @@
 
 namespace moldex {
 
+namespace {
+
+// One spelling, of the target directory ".".
+std::string OneSpelling(const std::string& name) {
+  const PathRules rules = SystemPathRules();
+  std::string result = NormalisedName(rules, name);
+  if (result.empty()) return ".";
+  // On Windows two separators in front mean a share.
+  const bool is_share = rules == PathRules::kWindows && name.size() > 1 &&
+                        IsSeparator(rules, name[0]) && IsSeparator(rules, name[1]);
+  return is_share ? '/' + result : result;
+}
+
+bool IsBelow(const std::string& name, const std::string& directory) {
+  return name.starts_with(directory.ends_with('/') ? directory : directory + '/');
+}
+
+}  // namespace
+
 void CDirectoryModes::Add(const std::string& name, std::uint32_t mode) {
-  std::string above = NormalisedName(SystemPathRules(), name);
-  ApplyUpTo(above);
-  if (!above.ends_with('/')) above += '/';
-  pending_.push_back({std::move(above), name, mode});
+  std::string spelling = OneSpelling(name);
+  ApplyUpTo(spelling);
+  pending_.push_back({spelling.size(), mode});
+  innermost_ = std::move(spelling);
 }
 
 // From the innermost outward, up to a directory that `name` lies below.
 void CDirectoryModes::ApplyUpTo(const std::string& name) {
-  while (!pending_.empty() && !name.starts_with(pending_.back().above)) {
-    const std::string path = OutputPath(pending_.back().name);
+  while (!pending_.empty()) {
+    const std::string directory = innermost_.substr(0, pending_.back().name_bytes);
+    if (IsBelow(name, directory)) return;
+    const std::string path = OutputPath(directory);
     if (!SetDirectoryModeAt(path, pending_.back().mode, long_names_)) throw CChgModExcept(path);
     pending_.pop_back();
   }

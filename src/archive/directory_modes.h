@@ -11,7 +11,7 @@ namespace moldex {
 
 // A directory comes after those below it, because it may be closed to its owner then. As
 // directories stand in an archive in front of what is in them, the ones that wait are nested in one
-// another, however many there are.
+// another, however many there are: memory does not grow with the archive.
 class CDirectoryModes {
  public:
   explicit CDirectoryModes(bool long_names) : long_names_(long_names) {}
@@ -24,14 +24,14 @@ class CDirectoryModes {
 
  private:
   struct PendingDirectory {
-    std::string above;  // what the normalised names below it begin with
-    std::string name;
+    std::size_t name_bytes;  // at the start of innermost_
     std::uint32_t mode;
   };
 
   void ApplyUpTo(const std::string& name);
 
   bool long_names_;
+  std::string innermost_;                  // the name of the last directory that waits
   std::vector<PendingDirectory> pending_;  // each below the one before it
 };
 

@@ -60,11 +60,21 @@ bool CSpaceInfo::AddEntry(const std::string& name, double size_bytes) {
   const double needed_bytes =
       size_bytes - (existing ? static_cast<double>(existing->size_bytes) : 0);
   if (needed_bytes <= 0) return true;
-  const std::string location = LocationOf(path);
-  const auto [place, added] = index_.try_emplace(location, records_.size());
-  if (added) records_.push_back({location, 0});
-  records_[place->second].amount_bytes += needed_bytes;
+  RecordOf(LocationOf(path)).amount_bytes += needed_bytes;
   return true;
+}
+
+CSpaceInfo::SpaceRecord& CSpaceInfo::RecordOf(const std::string& location) {
+  const std::string spelling = NormalisedName(SystemPathRules(), location);
+  if (const auto place = index_.find(spelling); place != index_.end()) {
+    return records_[place->second];
+  }
+  const auto status = QueryStatus(location);
+  const std::uint64_t device = status ? status->identity.device : 0;
+  const auto [first, is_first] = device_index_.try_emplace(device, records_.size());
+  if (!is_first && records_.size() >= kMostPlaces) return records_[first->second];
+  index_.emplace(spelling, records_.size());
+  return records_.emplace_back(SpaceRecord{spelling.empty() ? "." : location, 0});
 }
 
 // True when every location has the space that it needs.

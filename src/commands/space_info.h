@@ -2,6 +2,7 @@
 #ifndef MOLDEX_COMMANDS_SPACE_INFO_H_
 #define MOLDEX_COMMANDS_SPACE_INFO_H_
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
@@ -12,6 +13,8 @@ namespace moldex {
 
 // Adds up, for each place that an extraction would write to, how many bytes it needs beyond what
 // the files there occupy already, and compares that with the space that is free.
+//
+// Memory is bounded: behind so many places, one that is new counts as the first on its file system.
 class CSpaceInfo : public CUserInfo {
  public:
   // Accounts for one entry of that name and uncompressed size. Always true.
@@ -27,10 +30,14 @@ class CSpaceInfo : public CUserInfo {
     double amount_bytes;  // needed; after the check, for a place that lacks space, free less needed
   };
 
+  static constexpr std::size_t kMostPlaces = 1024;
+
+  SpaceRecord& RecordOf(const std::string& location);
   bool CheckRecords();
 
-  std::vector<SpaceRecord> records_;          // in order of first appearance
-  std::map<std::string, std::size_t> index_;  // of a location's record
+  std::vector<SpaceRecord> records_;                   // in order of first appearance
+  std::map<std::string, std::size_t> index_;           // of a location's record, by one spelling
+  std::map<std::uint64_t, std::size_t> device_index_;  // of a file system's first record
 };
 
 }  // namespace moldex

@@ -130,9 +130,10 @@ std::string JoinPath(std::string_view directory, std::string_view name) {
 std::string StoredName(PathRules rules, std::string_view disk_name, bool keep_absolute) {
   std::string name = WithSlashes(rules, disk_name);
   if (!keep_absolute) {
-    while (HasDrive(name) || (!name.empty() && name[0] == '/')) {
-      name.erase(0, name[0] == '/' ? 1 : kDriveLength);
-    }
+    std::string_view rest = name;
+    while (HasDrive(rest) || rest.starts_with('/'))
+      rest.remove_prefix(rest[0] == '/' ? 1 : kDriveLength);
+    name.erase(0, name.size() - rest.size());
   }
   while (name.size() > 1 && name.back() == '/')
     name.pop_back();
@@ -154,12 +155,10 @@ std::string NormalisedName(PathRules rules, std::string_view name) {
   std::string result;
   if (!name.empty() && IsSeparator(rules, name[0])) result.push_back('/');
   while (!name.empty()) {
-    std::size_t length = 0;
-    while (length < name.size() && !IsSeparator(rules, name[length]))
-      ++length;
-    const std::string_view component = name.substr(0, length);
-    if (!component.empty() && component != ".") result = JoinPath(result, component);
-    name.remove_prefix(std::min(length + 1, name.size()));
+    const std::string_view component = TakeComponent(rules, &name);
+    if (component.empty() || component == ".") continue;
+    if (!result.empty() && result.back() != '/') result += '/';
+    result += component;
   }
   return result;
 }

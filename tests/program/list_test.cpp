@@ -161,9 +161,10 @@ TEST_F(Space, NeedsNothingWhereFilesAreLargeEnough) {
 
 TEST_F(Space, SumsWhatEachPlaceNeeds) {
   Make({{"d", DirectoryNode()}, {"d/half", FileNode(std::string(1024, 'x'))}});
-  Archive({Sized("one", 2048), Sized("d/half", 3072), Sized("d/new/x", 1024), Sized("two", 1024)});
-  EXPECT_EQ(Report("", 0), Requires(Place(3, Here()) + Place(3, "./d")));
-  EXPECT_EQ(Report("-R d", 0), Requires(Place(7, "d")));
+  Archive({Sized("one", 2048), Sized("d/half", 3072), Sized("d/new/x", 1024), Sized("./two", 1024),
+           Sized("d//x", 1024), Sized("./d/./x", 1024)});
+  EXPECT_EQ(Report("", 0), Requires(Place(3, Here()) + Place(5, "./d")));
+  EXPECT_EQ(Report("-R d", 0), Requires(Place(9, "d")));
 }
 
 TEST_F(Space, EndsWith30WhereSpaceIsMissing) {
