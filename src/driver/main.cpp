@@ -76,6 +76,15 @@ void RunProgram(CRunContext& context, int argument_count, char** arguments) {
   }
 }
 
+// A listing that nobody could read in full is no success, whoever is left to be told. Who asked the
+// run to end, or reads no more, need not be.
+void JudgeText() {
+  if (OutcomeOfText().state == TextState::kWritten) return;
+  const int asked_to_end = interrupt::status;
+  if (ExitStatus() == 0) SetExitStatus(asked_to_end != 0 ? asked_to_end : kErrorWrite);
+  if (asked_to_end == 0) PrintTextFailure();
+}
+
 }  // namespace
 }  // namespace moldex
 
@@ -87,11 +96,8 @@ int main(int argument_count, char** arguments) {
   const moldex::CConsoleCodePage console;
   moldex::CRunContext& context = moldex::CRunContext::GetInstance();
   moldex::RunProgram(context, argument_count, arguments);
-  // A listing that nobody could read in full is no success, whoever is left to be told.
   moldex::FlushOutput();
-  if (moldex::OutputFailed() && moldex::ExitStatus() == 0) {
-    moldex::SetExitStatus(moldex::kErrorWrite);
-  }
+  moldex::JudgeText();
   // With -e nobody sees the message that the hint belongs to.
   if (!context.options().redirect_output) moldex::PrintHint(context.command_code());
   const int status = moldex::ExitStatus();

@@ -35,22 +35,13 @@ bool IsArchive(const CCmdLineOptions& options, const std::optional<FileStatus>& 
   });
 }
 
-// Standard output stays what it is where an archive goes there. Otherwise the file becomes standard
-// output; freopen closes that before it opens the file, so that whoever calls has tried the file.
-bool ReopenOutput(bool archive_is_output) {
-  if (!archive_is_output) return std::freopen(kRedirectFile, "w+", stdout) != nullptr;
-  std::FILE* file = std::fopen(kRedirectFile, "w+");
-  if (file != nullptr) SendTextTo(file);
-  return file != nullptr;
-}
-
 // Tries the file without emptying it: it may be the archive.
 void RedirectOutput(const CCmdLineOptions& options, bool archive_is_output) {
   std::FILE* file = std::fopen(kRedirectFile, "a+");
   if (file != nullptr) std::fclose(file);
   if (file != nullptr && IsArchive(options, QueryStatus(kRedirectFile))) {
-    SendTextTo(stderr);
-  } else if (file == nullptr || !ReopenOutput(archive_is_output)) {
+    SendTextToError();
+  } else if (file == nullptr || !SendTextToFile(kRedirectFile, archive_is_output)) {
     std::fputs("MOLDEX: could not redirect stdout to file moldex_output\n", stderr);
   }
 }
@@ -59,7 +50,7 @@ void RedirectOutput(const CCmdLineOptions& options, bool archive_is_output) {
 
 bool KeepTextOutOfArchives(CCmdLineOptions& options) {
   const bool archive_is_output = IsArchive(options, StandardOutputStatus());
-  if (archive_is_output) SendTextTo(stderr);
+  if (archive_is_output) SendTextToError();
   options.PrintNotes();
   return archive_is_output;
 }

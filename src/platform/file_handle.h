@@ -104,6 +104,7 @@ class CFileHandle {
   bool Settle();
 
   std::intptr_t handle_ = kInvalid;
+  bool may_wait_ = false;  // transfers may have to wait for somebody else, as with a pipe
   // Where a skip has moved to. Where the system can read from there without moving first, it is
   // told of it no earlier than by something else than a read.
   std::optional<std::uint64_t> read_position_;

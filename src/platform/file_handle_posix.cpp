@@ -5,12 +5,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <utility>
 
 #include "platform/backup_context_posix.h"
 #include "platform/retry_posix.h"
 #include "platform/status_posix.h"
+#include "report/await_posix.h"
 #include "report/except.h"
 #include "report/system_error.h"
 
@@ -47,13 +50,19 @@ bool IsReadable(int descriptor) {
   return true;
 }
 
-// At the end of a file: whether it is a named pipe that only nobody has opened for writing yet, and
-// somebody has written into by now.
-bool AwaitWriter(int descriptor) {
+// Waits for whoever is at the other end: of a named pipe, also for somebody to open it. False, with
+// the error remembered, when the run is asked to end while another failure is cleaned up after;
+// otherwise CInterruptExcept tells of that.
+bool AwaitTransfer(int descriptor, short events) {
+  if (AwaitReady(descriptor, events)) return true;
+  ThrowIfInterrupted();
+  RememberErrno(EINTR);
+  return false;
+}
+
+bool IsRegular(int descriptor) {
   struct stat record {};
-  if (fstat(descriptor, &record) != 0 || !S_ISFIFO(record.st_mode)) return false;
-  pollfd wait{descriptor, POLLIN, 0};
-  return Retrying([&] { return poll(&wait, 1, -1); }) > 0 && (wait.revents & POLLIN) != 0;
+  return fstat(descriptor, &record) == 0 && S_ISREG(record.st_mode);
 }
 
 // Turns what stood under the name into an empty file that only its owner can reach.
@@ -107,6 +116,7 @@ CFileHandle::CFileHandle() = default;
 
 CFileHandle::CFileHandle(CFileHandle&& other) noexcept
     : handle_(std::exchange(other.handle_, kInvalid)),
+      may_wait_(other.may_wait_),
       read_position_(std::exchange(other.read_position_, {})),
       backup_(std::move(other.backup_)) {}
 
@@ -114,6 +124,7 @@ CFileHandle& CFileHandle::operator=(CFileHandle&& other) noexcept {
   if (this != &other) {
     Close();
     handle_ = std::exchange(other.handle_, kInvalid);
+    may_wait_ = other.may_wait_;
     read_position_ = std::exchange(other.read_position_, {});
     backup_ = std::move(other.backup_);
   }
@@ -126,6 +137,7 @@ bool CFileHandle::Open(const std::string& path, unsigned flags) {
   Close();
   if ((flags & kOpenExtracted) != 0) {
     handle_ = OpenExtractedFile(path.c_str());
+    may_wait_ = false;
     return IsValid();
   }
   const int descriptor = OpenRetrying(path.c_str(), OpenFlagsOf(flags), kNewFileMode);
@@ -135,6 +147,7 @@ bool CFileHandle::Open(const std::string& path, unsigned flags) {
     return false;
   }
   handle_ = descriptor;
+  may_wait_ = !IsRegular(descriptor);
   if ((flags & kOpenAtEnd) == 0 || SeekToEnd()) return true;
   Close();
   return false;
@@ -160,15 +173,14 @@ Transfer CFileHandle::Read(std::span<std::uint8_t> buffer) {
   Transfer done{true, 0};
   while (done.bytes < buffer.size()) {
     const std::span rest = buffer.subspan(done.bytes);
+    done.ok = !may_wait_ || AwaitTransfer(Descriptor(handle_), POLLIN);
+    if (!done.ok) break;
     const ssize_t count = Retrying([&] {
       return read_position_ ? pread(Descriptor(handle_), rest.data(), rest.size(),
                                     static_cast<off_t>(*read_position_))
                             : read(Descriptor(handle_), rest.data(), rest.size());
     });
-    if (count == 0) {
-      if (AwaitWriter(Descriptor(handle_))) continue;
-      break;
-    }
+    if (count == 0) break;
     if (count < 0) {
       RememberSystemError();
       done.ok = false;
@@ -196,7 +208,11 @@ Transfer CFileHandle::Write(std::span<const std::uint8_t> bytes) {
   Transfer done{Settle(), 0};
   if (!done.ok) return done;
   while (done.bytes < bytes.size()) {
-    const std::span rest = bytes.subspan(done.bytes);
+    done.ok = !may_wait_ || AwaitTransfer(Descriptor(handle_), POLLOUT);
+    if (!done.ok) break;
+    const std::size_t left = bytes.size() - done.bytes;
+    const std::size_t piece = may_wait_ ? std::min<std::size_t>(left, PIPE_BUF) : left;
+    const std::span rest = bytes.subspan(done.bytes, piece);
     const ssize_t count =
         Retrying([&] { return write(Descriptor(handle_), rest.data(), rest.size()); });
     if (count < 0) {

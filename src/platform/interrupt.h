@@ -5,15 +5,11 @@
 #ifndef MOLDEX_PLATFORM_INTERRUPT_H_
 #define MOLDEX_PLATFORM_INTERRUPT_H_
 
-#include <atomic>
+#include "report/interrupt_status.h"
 
 namespace moldex {
 
 namespace interrupt {
-
-// Exit status of the run that is asked to end; 0 while none is. Set behind the program's back.
-inline std::atomic<int> status = 0;
-static_assert(std::atomic<int>::is_always_lock_free);
 
 // Throws CInterruptExcept, once in a run: whoever cleans up behind it is left alone.
 void Throw();

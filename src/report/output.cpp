@@ -3,32 +3,30 @@
 #include <cstdio>
 
 #include "report/console.h"
+#include "report/error_codes.h"
 #include "report/screen_text.h"
-#include "report/status_line.h"
 
 namespace moldex {
 namespace {
 
-std::FILE* text_stream = nullptr;  // null for standard output
-
-std::FILE* TextStream() { return text_stream != nullptr ? text_stream : stdout; }
-
 bool TextIsForTerminal() {
-  if (text_stream == nullptr) return OutputIsTerminal();
-  return text_stream == stderr && ErrorIsTerminal();
+  switch (OutcomeOfText().place) {
+    case TextPlace::kStandardOutput:
+      return OutputIsTerminal();
+    case TextPlace::kStandardError:
+      return ErrorIsTerminal();
+    case TextPlace::kFile:
+      return false;
+  }
+  return false;
 }
 
 }  // namespace
 
-void SendTextTo(std::FILE* stream) { text_stream = stream; }
-
 bool TextMayReachScreen() {
-  return text_stream == nullptr ? OutputMayReachScreen() : text_stream == stderr;
-}
-
-void WriteOutput(std::string_view text) {
-  status_line::MakeRoom();
-  std::fwrite(text.data(), 1, text.size(), TextStream());
+  const TextPlace place = OutcomeOfText().place;
+  return place == TextPlace::kStandardOutput ? OutputMayReachScreen()
+                                             : place == TextPlace::kStandardError;
 }
 
 std::string Shown(const std::string& line) {
@@ -49,8 +47,14 @@ void EndLine() {
   if (is_terminal) FlushOutput();
 }
 
-void FlushOutput() { std::fflush(TextStream()); }
-
-bool OutputFailed() { return std::ferror(TextStream()) != 0; }
+void PrintTextFailure() {
+  const TextOutcome& outcome = OutcomeOfText();
+  const CSystemErrorGuard guard;
+  RestoreSystemError(outcome.error);
+  std::string line = std::string("MOLDEX: error writing to ") + outcome.name + " (error " +
+                     std::to_string(kErrorWrite) + "). " + LastSystemErrorText();
+  if (!line.ends_with('\n')) line += '\n';
+  std::fputs(line.c_str(), stderr);
+}
 
 }  // namespace moldex

@@ -133,19 +133,35 @@ TEST_F(Interruption, EndsAMergeAndLeavesTheTargetAsItWas) {
   EXPECT_EQ(Bytes("former.qel"), former);
 }
 
+// Nobody writes into the pipe, or reads from it: one signal is enough, whenever it comes.
 TEST_F(Interruption, EndsARunThatWaitsForSomebodyElse) {
-  Make({{"pipe", FifoNode()}});
-  const int writer = open(Path("pipe").c_str(), O_RDWR);
-  const RunResult result =
-      RunProgram(folder_.Path(), {"-tf", "pipe"}, User::kSame, 60, [&](pid_t child) {
-        while (!HasEnded(child)) {
-          std::this_thread::sleep_for(microseconds(20000));
-          if (Catches(child, SIGINT)) (void)kill(child, SIGINT);
-        }
-      });
-  (void)close(writer);
-  EXPECT_EQ(result.status, 130);
-  EXPECT_EQ(result.out, Failure("interrupted", 130));
+  Make({{"pipe", FifoNode()}, {"moldex_output", FifoNode()}, {"big", FileNode(Noise(400'000, 1))}});
+  Write("many.qel",
+        BuildArchive(std::vector<QelEntry>(3000, DirectoryEntry(std::string(200, 'd')))));
+  const int pipe = open(Path("pipe").c_str(), O_RDWR);
+  const int output = open(Path("moldex_output").c_str(), O_RDWR);
+  const std::pair<const char*, std::string> cases[] = {
+      {"-tf pipe", Failure("interrupted", 130)},
+      {"-e -dvf many.qel", ""},
+      {"-e -tf many.qel", ""},
+      {"-cf pipe big", Failure("interrupted", 130)}};
+  for (const auto& [line, out] : cases) {
+    for (int i = 0; i < kRandomMoments / 4; ++i) {
+      const auto part = std::uniform_int_distribution<int>(0, 30'000)(random_);
+      const RunResult result =
+          RunProgram(folder_.Path(), SplitAtBlanks(line), User::kSame, 60, [&](pid_t child) {
+            while (!HasEnded(child) && !Catches(child, SIGPIPE))
+              std::this_thread::sleep_for(microseconds(1000));
+            std::this_thread::sleep_for(microseconds(part));
+            (void)kill(child, SIGINT);
+          });
+      EXPECT_EQ(result.status, 130) << line;
+      EXPECT_EQ(result.out, out) << line;
+      EXPECT_EQ(result.err, "") << line;
+    }
+  }
+  (void)close(pipe);
+  (void)close(output);
 }
 
 TEST_F(Interruption, KillingTheProcessLeavesEarlierEntriesReadable) {

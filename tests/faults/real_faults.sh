@@ -47,6 +47,7 @@ expect 4 "error writing to small/out/d/c (error 4). $no_room" "$program" -xf all
 ! grep -q 'file(s) extracted' log || fail "says that files were extracted"
 cmp d/a small/out/d/a
 expect 4 "$no_room" "$program" -cf /dev/full d
+expect 4 "error writing to standard output (error 4). $no_room" bash -c "'$program' -tf all.qel >/dev/full"
 umount small
 
 # Standard descriptors that are closed at the start: no file is taken for one of them.

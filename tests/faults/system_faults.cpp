@@ -100,6 +100,7 @@ ssize_t __wrap_pread64(int descriptor, void* bytes, size_t count, off64_t positi
 
 ssize_t __real_write(int descriptor, const void* bytes, size_t count);
 ssize_t __wrap_write(int descriptor, const void* bytes, size_t count) {
+  if (descriptor == STDOUT_FILENO) return __real_write(descriptor, bytes, count);
   return Move(Call::kWrite, __real_write, descriptor, bytes, count);
 }
 

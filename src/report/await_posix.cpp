@@ -1,0 +1,31 @@
+#include "report/await_posix.h"
+
+#include <poll.h>
+
+#include <cerrno>
+#include <csignal>
+
+#include "report/interrupt_status.h"
+
+namespace moldex {
+
+// A signal that comes right before the system begins to wait would be noted and then waited
+// through. So signals are held back from the look at the status on, and let through only while
+// waiting.
+bool AwaitReady(int descriptor, short events) {
+  pollfd wait{descriptor, events, 0};
+  if (poll(&wait, 1, 0) != 0) return true;
+  sigset_t all;
+  sigset_t former;
+  sigfillset(&all);
+  if (sigprocmask(SIG_BLOCK, &all, &former) != 0) return true;
+  int ready = 0;
+  while (interrupt::status == 0 && ready == 0) {
+    ready = ppoll(&wait, 1, nullptr, &former);
+    if (ready < 0 && errno == EINTR) ready = 0;
+  }
+  sigprocmask(SIG_SETMASK, &former, nullptr);
+  return ready != 0;
+}
+
+}  // namespace moldex
