@@ -14,15 +14,14 @@
 namespace moldex {
 namespace {
 
-// Whether the system takes the name as it is written, behind the target directory.
-bool HasAllowedName(const std::string& name, const CCmdLineOptions& options) {
-  const char* target = options.target_directory != nullptr ? "." : "";
-  return IsAllowedName(SystemPathRules(), TargetName(SystemPathRules(), target, name));
+bool HasAllowedName(const std::string& name) {
+  const PathRules rules = SystemPathRules();
+  return !HasDevicePrefix(rules, name) && IsAllowedName(rules, WrittenName(name));
 }
 
 bool LeavesTarget(const CDirEntry& entry, const std::string& link_target) {
   const PathRules rules = SystemPathRules();
-  const std::string& name = entry.GetName();
+  const std::string_view name = WrittenName(entry.GetName());
   if (HasParentComponent(rules, name)) return true;
   // No target directory is put in front of the root's name.
   if (!name.empty() && name.find_first_not_of('/') == std::string::npos) return true;
@@ -70,7 +69,7 @@ Refusal RefusalOf(const CDirEntry& entry, const CCmdLineOptions& options,
   const auto target = link != nullptr ? TargetOf(*link) : std::string();
   if (!target) return Refusal::kBadTarget;
   if (entry.LacksData() || (link != nullptr && target->empty())) return Refusal::kNoLinkTarget;
-  if (!HasAllowedName(entry.GetName(), options)) return Refusal::kNotAllowed;
+  if (!HasAllowedName(entry.GetName())) return Refusal::kNotAllowed;
   if (!options.absolute_paths && LeavesTarget(entry, *target)) return Refusal::kLeavesTarget;
   if (IsTheArchive(entry.GetName(), archive)) return Refusal::kIsTheArchive;
   return Refusal::kNone;

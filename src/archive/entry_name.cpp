@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "codepage/name_conversion.h"
+#include "platform/file_services.h"
 #include "platform/path_rules.h"
 #include "report/except.h"
 
@@ -47,9 +48,7 @@ std::string TextFromUtf8(std::span<const std::uint8_t> utf8) {
 }
 
 std::string DeliveredName(std::string name, bool lower, bool flat) {
-  for (char& c : name) {
-    if (lower && c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
+  if (lower) name = LowerAscii(SystemPathRules(), name);
   const std::size_t cut = flat ? name.rfind('/') + 1 : 0;
   name.erase(0, cut);
   // What stood behind a directory must not turn into a drive, which no target directory precedes.

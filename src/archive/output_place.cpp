@@ -19,7 +19,7 @@ std::size_t ExistingPrefix(PathRules rules, const std::string& path) {
   while (end > 0) {
     const std::size_t separator = LastSeparator(rules, std::string_view(path).substr(0, end));
     const std::size_t colon = path.rfind(':', end - 1);
-    const bool drive = rules == PathRules::kWindows && colon != std::string::npos;
+    const bool drive = rules.is_windows && colon != std::string::npos;
     if (separator == std::string::npos || separator == 0 || (drive && colon > separator)) return 0;
     end = separator;
     if (TestExistence(path.substr(0, end)) == Existence::kExists) return end;
@@ -38,8 +38,10 @@ bool IsDirectory(const std::string& path) {
 bool CreateParents(const std::string& path) {
   if (path.empty()) return false;
   const PathRules rules = SystemPathRules();
-  for (std::size_t end = ExistingPrefix(rules, path) + 1; end < path.size(); ++end) {
-    if (IsSeparator(rules, path[end]) && !CreateDirectoryAt(path.substr(0, end))) return false;
+  const std::size_t existing = ExistingPrefix(rules, path);
+  for (std::size_t end = FirstSeparator(rules, path, existing); end != std::string::npos;
+       end = FirstSeparator(rules, path, end + 1)) {
+    if (end > existing && !CreateDirectoryAt(path.substr(0, end))) return false;
   }
   return true;
 }
@@ -74,12 +76,19 @@ void CreateOutputLink(const std::string& entry_name, const std::string& target,
   if (time) (void)SetLinkDate(path, *time);  // a link's own date is a courtesy
 }
 
+std::string_view WrittenName(std::string_view entry_name) {
+  const bool below = CRunContext::GetInstance().options().target_directory != nullptr;
+  return below ? NameBelowTarget(SystemPathRules(), entry_name) : entry_name;
+}
+
 bool HasLinkAbove(const std::string& entry_name) {
   const PathRules rules = SystemPathRules();
   const CSystemErrorGuard guard;
-  for (std::size_t end = 1; end < entry_name.size(); ++end) {
-    if (!IsSeparator(rules, entry_name[end])) continue;
-    const auto status = QueryLinkStatus(OutputPath(entry_name.substr(0, end)));
+  const std::string name(WrittenName(entry_name));
+  for (std::size_t end = FirstSeparator(rules, name); end != std::string::npos;
+       end = FirstSeparator(rules, name, end + 1)) {
+    if (end == 0) continue;
+    const auto status = QueryLinkStatus(OutputPath(name.substr(0, end)));
     if (status && status->kind == FileKind::kSymbolicLink) return true;
   }
   return false;

@@ -4,11 +4,16 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "platform/file_handle.h"
 #include "platform/file_time.h"
 
 namespace moldex {
+
+// The part of an entry's name that its path on disk ends with: what is left of it below the
+// directory of -R, and without -R all of it. This is the name that rules about entries judge.
+std::string_view WrittenName(std::string_view entry_name);
 
 // The path that an entry of this name is written to: below the directory of -R where one is given
 // and the name is relative.

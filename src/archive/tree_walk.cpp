@@ -35,7 +35,7 @@ bool IsStart(const std::string& name, const FileStatus& status) {
 [[noreturn]] void FailReading() { throw CExcept("MOLDEX: error in CCreate::ProcessDirectory"); }
 
 std::string WithoutTrailingSeparators(std::string_view name) {
-  while (name.size() > 1 && IsSeparator(SystemPathRules(), name.back()))
+  while (name.size() > 1 && EndsWithSeparator(SystemPathRules(), name))
     name.remove_suffix(1);
   return std::string(name);
 }
@@ -48,10 +48,11 @@ void CTreeWalk::Walk(std::string_view name) {
 }
 
 void CTreeWalk::WalkPattern(std::string_view pattern) {
-  const std::string_view last = LastComponent(SystemPathRules(), pattern);
+  const PathRules rules = SystemPathRules();
+  const std::string_view last = LastComponent(rules, pattern);
   const std::string directory(pattern.substr(0, pattern.size() - last.size()));
   CSortedDirectory names(directory, NextBudget());
-  names.SetFilter([last](const char* name) { return MatchesPattern(last, name); });
+  names.SetFilter([=](const char* name) { return MatchesPattern(rules, last, name); });
   bool matched = false;
   while (const auto name = names.Next()) {
     matched = true;

@@ -10,6 +10,7 @@
 #include "driver/text_target.h"
 #include "driver/usage.h"
 #include "driver/version.h"
+#include "platform/arguments.h"
 #include "platform/interrupt.h"
 #include "report/console.h"
 #include "report/except.h"
@@ -54,7 +55,8 @@ void RunProgram(CRunContext& context, int argument_count, char** arguments) {
   // Made before anything can fail: saying so must not need memory.
   const std::string out_of_memory = "MOLDEX: can not allocate new memory";
   try {
-    Dispatch(context, argument_count, arguments);
+    const Arguments local = LocalArguments(argument_count, arguments);
+    Dispatch(context, local.count, local.words);
   } catch (CDecompExcept& failure) {
     PrintUnnumbered(context, failure);
   } catch (CCompExcept& failure) {

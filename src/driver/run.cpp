@@ -66,8 +66,8 @@ void Run(CRunContext& context) {
   if (options.statistics) {
     context.log().PrintMessage(std::string("running MOLDEX in release ") + ReleaseString());
   }
-  std::string why;
-  if (options.acl && !AcquirePrivileges(&why)) throw CAddPrivilegeExcept(why);
+  PrivilegeFailure failure;
+  if (options.acl && !AcquirePrivileges(&failure)) throw CAddPrivilegeExcept(failure.privilege);
   context.set_command_code(options.command_code);
   const CStatusLine progress(!options.verbose);
   MakeCommand(context)->Execute();

@@ -52,6 +52,10 @@ std::uint32_t AttributesOfMode(std::uint32_t mode) {
   return attributes;
 }
 
+std::uint32_t DirectoryAttributesOf(std::uint32_t mode) {
+  return AttributesOfMode(mode | kModeOwnerWrite) & (kAttributeHidden | kAttributeSystem);
+}
+
 std::uint32_t RuntimeModeOf(std::uint32_t attributes, std::string_view name) {
   constexpr std::uint32_t kAllRead = 0444;
   constexpr std::uint32_t kAllWrite = 0222;

@@ -27,6 +27,9 @@ std::uint32_t ModeOfAttributes(std::uint32_t attributes, std::string_view name);
 // What an extracted file gets. Kind and permissions but the owner's write bit have no attribute.
 std::uint32_t AttributesOfMode(std::uint32_t mode);
 
+// The attributes "hidden" and "system" that the mode of a directory asks for, or 0.
+std::uint32_t DirectoryAttributesOf(std::uint32_t mode);
+
 // The mode word that Windows' runtime library makes of a file's attributes and name: everybody may
 // read, may write unless the file is read-only, and may execute what the name says is a program, in
 // letters of any case, or a directory.

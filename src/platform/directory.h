@@ -13,7 +13,8 @@ namespace moldex {
 enum class DirectoryResult { kComplete, kCannotOpen, kReadFailed };
 
 // Calls `visit` for every name in a directory but "." and "..", in the order of the file system. An
-// empty path means the current directory. The system's error is remembered.
+// empty path means the current directory. The system's error is remembered. A name that has no form
+// in the local code page comes with "?" for what has none: no object is found under it.
 DirectoryResult VisitDirectory(const std::string& path,
                                const std::function<void(const char*)>& visit);
 

@@ -1,11 +1,10 @@
 #include <windows.h>
 
-#include <cstring>
+#include <cwchar>
 
 #include "platform/directory.h"
+#include "platform/local_text_win32.h"
 #include "platform/path_calls_win32.h"
-#include "platform/path_rules.h"
-#include "platform/system_win32.h"
 #include "report/system_error.h"
 
 namespace moldex {
@@ -13,8 +12,8 @@ namespace {
 
 class CSearch {
  public:
-  CSearch(const std::string& pattern, WIN32_FIND_DATAA* data)
-      : handle_(CallFindFirstFile(pattern, data)) {}
+  CSearch(const std::string& directory, WIN32_FIND_DATAW* data)
+      : handle_(CallFindFirstFileIn(directory, data)) {}
   ~CSearch() {
     if (IsValid()) FindClose(handle_);
   }
@@ -22,31 +21,22 @@ class CSearch {
   CSearch& operator=(const CSearch&) = delete;
 
   bool IsValid() const { return handle_ != INVALID_HANDLE_VALUE; }
-  bool Next(WIN32_FIND_DATAA* data) { return FindNextFileA(handle_, data) != FALSE; }
+  bool Next(WIN32_FIND_DATAW* data) { return FindNextFileW(handle_, data) != FALSE; }
 
  private:
   HANDLE handle_;
 };
 
-bool IsSelfOrParent(const char* name) {
-  return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
-}
-
-// "C:" is the current directory of its drive, not the drive's root.
-std::string PatternFor(const std::string& path) {
-  if (path.empty()) return SystemPath(".") + "\\*";
-  const bool joined = IsSeparator(PathRules::kWindows, path.back()) || path.back() == ':';
-  const std::string directory = SystemPath(path);
-  const bool closed = IsSeparator(PathRules::kWindows, directory.back());
-  return directory + (closed || (joined && directory == path) ? "*" : "\\*");
+bool IsSelfOrParent(const wchar_t* name) {
+  return std::wcscmp(name, L".") == 0 || std::wcscmp(name, L"..") == 0;
 }
 
 }  // namespace
 
 DirectoryResult VisitDirectory(const std::string& path,
                                const std::function<void(const char*)>& visit) {
-  WIN32_FIND_DATAA data{};
-  CSearch search(PatternFor(path), &data);
+  WIN32_FIND_DATAW data{};
+  CSearch search(path, &data);
   if (!search.IsValid()) {
     // The root of a drive has no "." to be found when it is empty.
     if (GetLastError() == ERROR_FILE_NOT_FOUND) return DirectoryResult::kComplete;
@@ -54,7 +44,7 @@ DirectoryResult VisitDirectory(const std::string& path,
     return DirectoryResult::kCannotOpen;
   }
   do {
-    if (!IsSelfOrParent(data.cFileName)) visit(data.cFileName);
+    if (!IsSelfOrParent(data.cFileName)) visit(ToReadable(data.cFileName).c_str());
   } while (search.Next(&data));
   if (GetLastError() == ERROR_NO_MORE_FILES) return DirectoryResult::kComplete;
   RememberSystemError();

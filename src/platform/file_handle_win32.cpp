@@ -62,15 +62,6 @@ HANDLE OpenWithRetries(const std::string& path, unsigned flags) {
   return handle;
 }
 
-bool IsSymbolicLink(const std::string& path) {
-  WIN32_FIND_DATAA data{};
-  const HANDLE search = CallFindFirstFile(path, &data);
-  if (search == INVALID_HANDLE_VALUE) return false;
-  FindClose(search);
-  return (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
-         data.dwReserved0 == IO_REPARSE_TAG_SYMLINK;
-}
-
 bool HasOtherNames(const std::string& path) {
   const HANDLE handle =
       CallCreateFile(path, 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, OPEN_EXISTING,
@@ -85,7 +76,9 @@ bool HasOtherNames(const std::string& path) {
 // A file out of an archive takes the place of a symbolic link instead of going where it leads, and
 // of one name of a file instead of changing what its other names show.
 bool MakeRoom(const std::string& path) {
-  if (!IsSymbolicLink(path) && !HasOtherNames(path)) return true;
+  const auto object = FindObject(path);
+  const bool is_link = object && IsSymbolicLink(*object);
+  if (!is_link && !HasOtherNames(path)) return true;
   return Succeeded(CallDeleteFile(path));
 }
 
@@ -147,9 +140,8 @@ CFileHandle::~CFileHandle() { Close(); }
 
 bool CFileHandle::Open(const std::string& path, unsigned flags) {
   Close();
-  const std::string name = SystemPath(path);
-  if ((flags & kOpenExtracted) != 0 && !MakeRoom(name)) return false;
-  const HANDLE handle = OpenWithRetries(name, flags);
+  if ((flags & kOpenExtracted) != 0 && !MakeRoom(path)) return false;
+  const HANDLE handle = OpenWithRetries(path, flags);
   if (!Succeeded(handle != INVALID_HANDLE_VALUE)) return false;
   BY_HANDLE_FILE_INFORMATION record{};
   const bool is_directory = GetFileInformationByHandle(handle, &record) != FALSE &&
@@ -161,8 +153,11 @@ bool CFileHandle::Open(const std::string& path, unsigned flags) {
     return false;
   }
   handle_ = reinterpret_cast<std::intptr_t>(handle);
-  name_ = name;
-  return (flags & kOpenAtEnd) == 0 || SeekToEnd();
+  name_ = path;
+  if ((flags & kOpenAtEnd) == 0 || SeekToEnd()) return true;
+  const CSystemErrorGuard guard;
+  Close();
+  return false;
 }
 
 // The system dates a file that was written to when it is closed, over what _utime has set.
@@ -252,8 +247,7 @@ std::optional<FileStatus> CFileHandle::Status() const {
   FileStatus status =
       StatusOf(record.dwFileAttributes, Joined(record.nFileSizeHigh, record.nFileSizeLow),
                Joined(time.dwHighDateTime, time.dwLowDateTime), name_);
-  status.identity = {record.dwVolumeSerialNumber,
-                     Joined(record.nFileIndexHigh, record.nFileIndexLow)};
+  status.identity = IdentityOf(record);
   if (!LongNameMode() && RuntimeKnows(status.modified)) {
     const auto seconds = RuntimeSeconds(SystemHandle(handle_));
     if (seconds) status.modified = {*seconds, 0};

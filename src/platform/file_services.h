@@ -58,9 +58,13 @@ bool SetPermissionsAt(const std::string& path, std::uint32_t bits);
 // execute does not come from the name.
 bool SetAttributesAt(const std::string& path, std::uint32_t attributes, bool executable);
 
-// Gives a directory that came out of an archive the mode of its entry. In long-name mode that was
-// made from attributes. Hidden and system directories become so on a system that knows such.
+// Gives a directory that came out of an archive the permissions of its entry's mode, which in
+// long-name mode was made from attributes.
 bool SetDirectoryModeAt(const std::string& path, std::uint32_t mode, bool long_names);
+
+// Makes a directory hidden, or one of the system, where its entry's mode says so and the system
+// knows such directories.
+bool AddDirectoryAttributesAt(const std::string& path, std::uint32_t mode);
 
 // Empty text when the system cannot tell.
 std::string CurrentDirectory();

@@ -167,6 +167,8 @@ bool SetDirectoryModeAt(const std::string& path, std::uint32_t mode, bool long_n
                     : SetPermissionsAt(path, mode);
 }
 
+bool AddDirectoryAttributesAt(const std::string& /*path*/, std::uint32_t /*mode*/) { return true; }
+
 std::string CurrentDirectory() {
   const std::unique_ptr<char, FreeMemory> directory(getcwd(nullptr, 0));
   if (directory) return directory.get();

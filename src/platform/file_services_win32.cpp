@@ -1,23 +1,21 @@
 #include "platform/file_services.h"
 
 #include <direct.h>
-#include <io.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <windows.h>
 
 #include <winioctl.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 
 #include "platform/attributes.h"
+#include "platform/local_text_win32.h"
 #include "platform/long_name.h"
 #include "platform/path_calls_win32.h"
 #include "platform/reparse_data.h"
 #include "platform/system_win32.h"
-#include "report/except.h"
 #include "report/system_error.h"
 
 // The system's headers give its own function of this name two forms.
@@ -31,7 +29,7 @@ constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELE
 class COpenObject {
  public:
   COpenObject(const std::string& path, DWORD flags)
-      : handle_(CallCreateFile(SystemPath(path), 0, kShareAll, OPEN_EXISTING,
+      : handle_(CallCreateFile(path, 0, kShareAll, OPEN_EXISTING,
                                flags | FILE_FLAG_BACKUP_SEMANTICS)) {}
   ~COpenObject() {
     if (IsValid()) CloseHandle(handle_);
@@ -47,20 +45,18 @@ class COpenObject {
 };
 
 // What cannot be opened to be asked is taken to be a different object each time.
-FileIdentity IdentityOf(const std::string& path) {
-  static std::uint64_t unknown_count = 0;
+FileIdentity IdentityAt(const std::string& path) {
   BY_HANDLE_FILE_INFORMATION record{};
   const COpenObject object(path, 0);
-  if (object.IsValid() && GetFileInformationByHandle(object.handle(), &record) != FALSE) {
-    return {record.dwVolumeSerialNumber, Joined(record.nFileIndexHigh, record.nFileIndexLow)};
-  }
-  return {UINT64_MAX, ++unknown_count};
+  const bool known =
+      object.IsValid() && GetFileInformationByHandle(object.handle(), &record) != FALSE;
+  return known ? IdentityOf(record) : UnknownIdentity();
 }
 
 // The runtime library finds no "directory/", only "directory" and the root of a drive.
 std::string WithoutTrailingSeparators(std::string path) {
   const std::size_t shortest = path.size() > 1 && path[1] == ':' ? 3 : 1;
-  while (path.size() > shortest && IsSeparator(PathRules::kWindows, path.back()))
+  while (path.size() > shortest && EndsWithSeparator(SystemPathRules(), path))
     path.pop_back();
   return path;
 }
@@ -81,60 +77,41 @@ std::optional<FileStatus> RuntimeStatus(const std::string& path) {
   return status;
 }
 
-// The entry of the directory that the object is in.
-std::optional<WIN32_FIND_DATAA> FindObject(const std::string& path) {
-  WIN32_FIND_DATAA data{};
-  if (HasWildcard(path.starts_with(R"(\\?\)") ? std::string_view(path).substr(4) : path)) {
-    RememberErrno(ENOENT);  // a search would find something else
-    return std::nullopt;
-  }
-  const HANDLE search = CallFindFirstFile(path, &data);
-  if (search != INVALID_HANDLE_VALUE) {
-    FindClose(search);
-    return data;
-  }
-  // The root of a drive is in no directory.
-  WIN32_FILE_ATTRIBUTE_DATA record{};
-  if (!Succeeded(GetFileAttributesExA(path.c_str(), GetFileExInfoStandard, &record) != FALSE)) {
-    return std::nullopt;
-  }
-  data.dwFileAttributes = record.dwFileAttributes;
-  data.ftLastWriteTime = record.ftLastWriteTime;
-  return data;
-}
-
-FileStatus StatusOfFound(const WIN32_FIND_DATAA& data, const std::string& path) {
+FileStatus StatusOfFound(const WIN32_FIND_DATAW& data, const std::string& path) {
   return StatusOf(data.dwFileAttributes, Joined(data.nFileSizeHigh, data.nFileSizeLow),
                   Joined(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime),
                   path);
 }
 
-bool IsSymbolicLink(const WIN32_FIND_DATAA& data) {
-  return (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
-         data.dwReserved0 == IO_REPARSE_TAG_SYMLINK;
+std::optional<FileStatus> FoundStatus(const std::string& path) {
+  const auto data = FindObject(path);
+  if (!Succeeded(data.has_value())) return std::nullopt;
+  return StatusOfFound(*data, path);
 }
 
-std::string ToLocal(const std::u16string& text) {
-  static_assert(sizeof(wchar_t) == sizeof(char16_t));
-  const auto* wide = reinterpret_cast<const wchar_t*>(text.data());
-  const int count = static_cast<int>(text.size());
-  const int length = WideCharToMultiByte(CP_ACP, 0, wide, count, nullptr, 0, nullptr, nullptr);
-  std::string local(static_cast<std::size_t>(std::max(length, 0)), '\0');
-  WideCharToMultiByte(CP_ACP, 0, wide, count, local.data(), length, nullptr, nullptr);
-  return local;
+// Whether a path ends as only that of a directory may, and leads to something else.
+bool IsNoDirectoryAfterAll(const std::string& path, const FileStatus& status) {
+  return status.kind != FileKind::kDirectory && EndsWithSeparator(SystemPathRules(), path);
+}
+
+// Systems before Windows 10 1703 take no flag that they do not know.
+bool MakeSymbolicLink(const std::string& path, const std::string& target, DWORD flags) {
+  constexpr DWORD kUnprivileged = SYMBOLIC_LINK_FLAG_ALLOW_UNPRIVILEGED_CREATE;
+  if (CallCreateSymbolicLink(path, target, flags | kUnprivileged)) return true;
+  return GetLastError() == ERROR_INVALID_PARAMETER && CallCreateSymbolicLink(path, target, flags);
 }
 
 }  // namespace
 
-std::string SystemPath(const std::string& path) {
-  if (!LongNameMode()) return path;
-  std::array<char, MAX_PATH> directory{};
-  const DWORD length = GetCurrentDirectoryA(MAX_PATH, directory.data());
-  if (length == 0 || length > MAX_PATH) {
-    RememberSystemError();
-    throw CGetCwdExcept();
-  }
-  return LongNameForm(path, directory.data());
+FileIdentity UnknownIdentity() {
+  static std::uint64_t count = 0;
+  return {UINT64_MAX, ++count};
+}
+
+FileIdentity IdentityOf(const BY_HANDLE_FILE_INFORMATION& record) {
+  const std::uint64_t number = Joined(record.nFileIndexHigh, record.nFileIndexLow);
+  if (number == 0 || number == UINT64_MAX) return UnknownIdentity();
+  return {record.dwVolumeSerialNumber, number};
 }
 
 bool Succeeded(bool result) {
@@ -160,22 +137,26 @@ FileStatus StatusOf(std::uint32_t attributes, std::uint64_t size_bytes, std::uin
   return status;
 }
 
-PathRules SystemPathRules() { return PathRules::kWindows; }
+PathRules SystemPathRules() {
+  static const PathRules rules{true, DoubleByteTest(), FoldAsTheSystem};
+  return rules;
+}
 
+// The runtime library takes the "?" of "\\?\" for a pattern.
 std::optional<FileStatus> QueryStatus(const std::string& path) {
-  std::optional<FileStatus> status;
-  if (LongNameMode()) {
-    const auto data = FindObject(SystemPath(path));
-    if (data) status = StatusOfFound(*data, path);
-  } else {
-    status = RuntimeStatus(WithoutTrailingSeparators(path));
+  const bool by_search = LongNameMode() || HasDevicePrefix(PathRules::kWindows, path);
+  auto status = by_search ? FoundStatus(path) : RuntimeStatus(WithoutTrailingSeparators(path));
+  if (!status) return std::nullopt;
+  if (IsNoDirectoryAfterAll(path, *status)) {
+    RememberErrno(ENOTDIR);
+    return std::nullopt;
   }
-  if (status) status->identity = IdentityOf(path);
+  status->identity = IdentityAt(path);
   return status;
 }
 
 std::optional<FileStatus> QueryLinkStatus(const std::string& path) {
-  const auto data = FindObject(WithoutTrailingSeparators(SystemPath(path)));
+  const auto data = FindObject(path);
   if (!data || !IsSymbolicLink(*data)) return QueryStatus(path);
   FileStatus status = StatusOfFound(*data, path);
   status.kind = FileKind::kSymbolicLink;
@@ -197,14 +178,14 @@ std::optional<FileStatus> StandardOutputStatus() {
 }
 
 Existence TestExistence(const std::string& path) {
-  if (CallAccess(SystemPath(path)) == 0) return Existence::kExists;
+  if (CallAccess(path) == 0) return Existence::kExists;
   if (errno == ENOENT) return Existence::kMissing;
   RememberErrno(errno);
   return Existence::kUnknown;
 }
 
 bool CreateDirectoryAt(const std::string& path) {
-  return CallCreateDirectory(SystemPath(path)) || Succeeded(GetLastError() == ERROR_ALREADY_EXISTS);
+  return CallCreateDirectory(path) || Succeeded(GetLastError() == ERROR_ALREADY_EXISTS);
 }
 
 std::optional<std::string> ReadSymbolicLink(const std::string& path) {
@@ -217,33 +198,35 @@ std::optional<std::string> ReadSymbolicLink(const std::string& path) {
     return std::nullopt;
   }
   const auto target = SymbolicLinkTarget(std::span(buffer).first(length));
-  if (target) return WithSlashes(PathRules::kWindows, ToLocal(*target));
-  RememberErrno(EINVAL);
-  return std::nullopt;
+  if (!target) {
+    RememberErrno(EINVAL);
+    return std::nullopt;
+  }
+  static_assert(sizeof(wchar_t) == sizeof(char16_t));
+  const auto local = ToLocal({reinterpret_cast<const wchar_t*>(target->data()), target->size()});
+  if (!Succeeded(local.has_value())) return std::nullopt;
+  return WithSlashes(SystemPathRules(), *local);
 }
 
 bool CreateSymbolicLink(const std::string& path, const std::string& target) {
-  const std::size_t separator = LastSeparator(PathRules::kWindows, path);
-  const bool absolute = IsAbsolutePath(PathRules::kWindows, target);
+  const PathRules rules = SystemPathRules();
+  const std::size_t separator = LastSeparator(rules, path);
+  const bool absolute = IsAbsolutePath(rules, target);
   const std::string from =
       absolute || separator == std::string::npos ? target : path.substr(0, separator + 1) + target;
   const auto status = QueryStatus(from);
-  DWORD flags = SYMBOLIC_LINK_FLAG_ALLOW_UNPRIVILEGED_CREATE;
-  if (status && status->kind == FileKind::kDirectory) flags |= SYMBOLIC_LINK_FLAG_DIRECTORY;
-  std::string backslashed = target;
-  std::replace(backslashed.begin(), backslashed.end(), '/', '\\');
-  const std::string name = SystemPath(path);
-  if (CallCreateSymbolicLink(name, backslashed, flags)) return true;
+  const bool is_directory = status && status->kind == FileKind::kDirectory;
+  const DWORD flags = is_directory ? SYMBOLIC_LINK_FLAG_DIRECTORY : 0;
+  if (MakeSymbolicLink(path, target, flags)) return true;
   if (GetLastError() != ERROR_ALREADY_EXISTS) return Succeeded(false);
-  return DeleteFileAt(path) && Succeeded(CallCreateSymbolicLink(name, backslashed, flags));
+  return DeleteFileAt(path) && Succeeded(MakeSymbolicLink(path, target, flags));
 }
 
 bool SetLinkDate(const std::string& path, const TimePoint& time) {
   const std::uint64_t value = FileTimeOf(time);
   const FILETIME file_time = {static_cast<DWORD>(value), static_cast<DWORD>(value >> 32)};
-  const HANDLE handle =
-      CallCreateFile(SystemPath(path), FILE_WRITE_ATTRIBUTES, kShareAll, OPEN_EXISTING,
-                     FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT);
+  const HANDLE handle = CallCreateFile(path, FILE_WRITE_ATTRIBUTES, kShareAll, OPEN_EXISTING,
+                                       FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT);
   if (!Succeeded(handle != INVALID_HANDLE_VALUE)) return false;
   const bool done = Succeeded(SetFileTime(handle, nullptr, &file_time, &file_time) != FALSE);
   CloseHandle(handle);
@@ -252,7 +235,7 @@ bool SetLinkDate(const std::string& path, const TimePoint& time) {
 
 std::optional<double> DiskFreeSpace(const std::string& path) {
   ULARGE_INTEGER free_bytes{};
-  if (CallGetDiskFreeSpace(SystemPath(path), &free_bytes)) {
+  if (CallGetDiskFreeSpace(path, &free_bytes)) {
     return static_cast<double>(free_bytes.QuadPart);
   }
   if (GetLastError() == ERROR_CALL_NOT_IMPLEMENTED) return -1;
@@ -260,35 +243,40 @@ std::optional<double> DiskFreeSpace(const std::string& path) {
   return std::nullopt;
 }
 
-bool DeleteFileAt(const std::string& path) { return Succeeded(CallDeleteFile(SystemPath(path))); }
+bool DeleteFileAt(const std::string& path) { return Succeeded(CallDeleteFile(path)); }
 
 bool SetPermissionsAt(const std::string& path, std::uint32_t bits) {
-  return RuntimeSucceeded(CallChmod(SystemPath(path), static_cast<int>(bits & kModePermissions)));
+  return RuntimeSucceeded(CallChmod(path, static_cast<int>(bits & kModePermissions)));
 }
 
 bool SetAttributesAt(const std::string& path, std::uint32_t attributes, bool /*executable*/) {
-  return Succeeded(CallSetFileAttributes(SystemPath(path), attributes));
+  return Succeeded(CallSetFileAttributes(path, attributes));
 }
 
 bool SetDirectoryModeAt(const std::string& path, std::uint32_t mode, bool /*long_names*/) {
-  if (!SetPermissionsAt(path, mode)) return false;
-  const std::uint32_t added =
-      AttributesOfMode(mode | kModeOwnerWrite) & (kAttributeHidden | kAttributeSystem);
+  return SetPermissionsAt(path, mode);
+}
+
+bool AddDirectoryAttributesAt(const std::string& path, std::uint32_t mode) {
+  const std::uint32_t added = DirectoryAttributesOf(mode);
   if (added == 0) return true;
-  const auto data = FindObject(WithoutTrailingSeparators(SystemPath(path)));
-  return data && SetAttributesAt(path, data->dwFileAttributes | added, false);
+  const auto data = FindObject(path);
+  return Succeeded(data.has_value()) &&
+         SetAttributesAt(path, data->dwFileAttributes | added, false);
 }
 
 std::string CurrentDirectory() {
-  std::array<char, MAX_PATH + 1> directory{};
-  if (_getcwd(directory.data(), static_cast<int>(directory.size())) != nullptr) {
-    return directory.data();
-  }
+  std::array<wchar_t, MAX_PATH + 1> directory{};
+  const bool known = _wgetcwd(directory.data(), static_cast<int>(directory.size())) != nullptr;
+  const auto local = known ? ToLocal(directory.data()) : std::nullopt;
+  if (local) return *local;
   RememberErrno(errno);
   return {};
 }
 
-bool ChangeDirectory(const std::string& path) { return RuntimeSucceeded(_chdir(path.c_str())); }
+bool ChangeDirectory(const std::string& path) {
+  return RuntimeSucceeded(CallChangeDirectory(path));
+}
 
 bool CanEnterDirectory(const std::string& path) {
   const std::string here = CurrentDirectory();

@@ -2,40 +2,56 @@
 
 #include <algorithm>
 
-#include "platform/path_rules.h"
-
 namespace moldex {
 namespace {
 
 bool long_name_mode = false;
 
-constexpr std::string_view kPrefix = R"(\\?\)";
-constexpr std::string_view kSharePrefix = R"(\\?\UNC)";
-constexpr PathRules kRules = PathRules::kWindows;
+constexpr std::wstring_view kPrefix = LR"(\\?\)";
+constexpr std::wstring_view kSharePrefix = LR"(\\?\UNC)";
+constexpr std::wstring_view kSeparators = L"/\\";
 
-bool IsSharePath(std::string_view path) {
-  return path.size() > 2 && IsSeparator(kRules, path[0]) && IsSeparator(kRules, path[1]);
+bool IsSeparator(wchar_t c) { return kSeparators.find(c) != std::wstring_view::npos; }
+
+bool IsSharePath(std::wstring_view path) {
+  return path.size() > 2 && IsSeparator(path[0]) && IsSeparator(path[1]);
 }
 
-// The components of `path` one behind the other, each with a separator in front, below the first
+bool HasDevicePrefix(std::wstring_view path) {
+  return IsSharePath(path) && path.size() > 3 && (path[2] == L'?' || path[2] == L'.') &&
+         IsSeparator(path[3]);
+}
+
+bool IsRelative(std::wstring_view path) { return path.size() < 2 || path[1] != L':'; }
+
+// The components of `path` one after the other, each with a separator in front, below the first
 // `fixed` of which ".." does not climb.
-std::string Resolved(std::string_view path, std::size_t fixed) {
-  std::string result;
+std::wstring Resolved(std::wstring_view path, std::size_t fixed) {
+  std::wstring result;
   std::size_t depth = 0;
   while (!path.empty()) {
-    const std::size_t length = std::min(path.find_first_of("/\\"), path.size());
-    const std::string_view component = path.substr(0, length);
+    const std::size_t length = std::min(path.find_first_of(kSeparators), path.size());
+    const std::wstring_view component = path.substr(0, length);
     path.remove_prefix(std::min(length + 1, path.size()));
-    if (component.empty() || component == ".") continue;
-    if (component != "..") {
-      result.append("\\").append(component);
+    if (component.empty() || component == L".") continue;
+    if (component != L"..") {
+      result.append(L"\\").append(component);
       ++depth;
     } else if (depth > fixed) {
-      result.resize(result.rfind('\\'));
+      result.resize(result.rfind(L'\\'));
       --depth;
     }
   }
   return result;
+}
+
+// The prefix and an absolute path, which begins with a drive.
+std::wstring Prefixed(std::wstring_view path) {
+  const std::wstring resolved = Resolved(path, 1);
+  const bool is_drive = resolved.size() == 3 && resolved[2] == L':';
+  std::wstring form(kPrefix);
+  if (!resolved.empty()) form.append(resolved, 1);
+  return form.append(is_drive ? L"\\" : L"");
 }
 
 }  // namespace
@@ -44,22 +60,21 @@ void SetLongNameMode(bool on) { long_name_mode = on; }
 
 bool LongNameMode() { return long_name_mode; }
 
-std::string LongNameForm(std::string_view path, std::string_view current_directory) {
-  if (path.empty() || path.starts_with(kPrefix)) return std::string(path);
+std::wstring LongNameForm(std::wstring_view path, std::wstring_view current_directory) {
+  if (path.empty() || path.starts_with(kPrefix)) return std::wstring(path);
+  if (HasDevicePrefix(path)) return Prefixed(path.substr(kPrefix.size()));
   if (IsSharePath(path)) {
     // A server and a share stand where other paths have their drive.
-    return std::string(kSharePrefix).append(Resolved(path, 2));
+    return std::wstring(kSharePrefix).append(Resolved(path, 2));
   }
-  if (path == "/" || path == "\\") {
-    return LongNameForm(std::string(current_directory.substr(0, 2)) + "/", current_directory);
+  if (path == L"/" || path == L"\\") {
+    return LongNameForm(std::wstring(current_directory.substr(0, 2)) + L"/", current_directory);
   }
   if (IsRelative(path)) {
-    return LongNameForm(std::string(current_directory).append("\\").append(path),
+    return LongNameForm(std::wstring(current_directory).append(L"\\").append(path),
                         current_directory);
   }
-  const std::string resolved = Resolved(path, 1).substr(1);
-  const bool is_drive = resolved.size() == 2;
-  return std::string(kPrefix).append(resolved).append(is_drive ? "\\" : "");
+  return Prefixed(path);
 }
 
 }  // namespace moldex

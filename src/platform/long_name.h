@@ -14,10 +14,11 @@ void SetLongNameMode(bool on);
 bool LongNameMode();
 
 // The long-name form of a path. A relative one (path_rules.h) lies below `current_directory`, a
-// Windows path with a drive or of a network share. Behind the prefix the system resolves nothing
+// Windows path with a drive or of a network share. After the prefix the system resolves nothing
 // any more, so "." and ".." components and repeated separators are resolved here. A path that has
-// the prefix already stays as it is, and an empty one stays empty.
-std::string LongNameForm(std::string_view path, std::string_view current_directory);
+// the prefix already stays as it is, and an empty one stays empty; "//?/" and "\\.\" become the
+// prefix.
+std::wstring LongNameForm(std::wstring_view path, std::wstring_view current_directory);
 
 }  // namespace moldex
 

@@ -10,14 +10,6 @@ namespace {
 constexpr char kShortcutEnding[] = ".lnk";
 constexpr std::string_view kForbidden = "<>\"|?*:";
 
-std::string Uppered(std::string_view text) {
-  std::string result(text);
-  for (char& c : result) {
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  }
-  return result;
-}
-
 // A digit, or one of the raised digits that Windows takes for 1, 2 and 3, in Latin-1 or UTF-8.
 bool IsPortNumber(std::string_view text) {
   if (text.size() == 2 && text[0] == '\xC2') text.remove_prefix(1);
@@ -27,7 +19,7 @@ bool IsPortNumber(std::string_view text) {
 
 // A device is one whatever extension it has, and with blanks in front of that.
 bool IsDevice(std::string_view component) {
-  std::string name = Uppered(component.substr(0, component.find('.')));
+  std::string name = UpperAscii(component.substr(0, component.find('.')));
   name.resize(name.find_last_not_of(' ') + 1);
   for (const char* device : {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$"}) {
     if (name == device) return true;
@@ -36,14 +28,13 @@ bool IsDevice(std::string_view component) {
   return IsPortNumber(std::string_view(name).substr(3));
 }
 
-bool IsForbidden(char c) {
-  return static_cast<unsigned char>(c) < ' ' || kForbidden.find(c) != std::string_view::npos;
-}
+bool IsControl(char c) { return static_cast<unsigned char>(c) < ' '; }
 
-bool IsAllowedComponent(std::string_view component) {
+bool IsAllowedComponent(PathRules rules, std::string_view component) {
   if (component.empty() || component == "." || component == "..") return true;
   if (component.back() == '.' || component.back() == ' ') return false;
-  return std::none_of(component.begin(), component.end(), IsForbidden) && !IsDevice(component);
+  return std::none_of(component.begin(), component.end(), IsControl) &&
+         FirstOf(rules, component, kForbidden) == std::string_view::npos && !IsDevice(component);
 }
 
 bool HasDriveLetter(std::string_view name) {
@@ -53,19 +44,20 @@ bool HasDriveLetter(std::string_view name) {
 }  // namespace
 
 bool IsAllowedName(PathRules rules, std::string_view name) {
-  if (rules == PathRules::kPosix) return true;
+  if (!rules.is_windows) return true;
+  if (HasDevicePrefix(rules, name)) return false;
   if (HasDriveLetter(name)) name.remove_prefix(2);
   for (;;) {
-    const std::size_t length = std::min(name.find_first_of("/\\"), name.size());
-    if (!IsAllowedComponent(name.substr(0, length))) return false;
+    const std::size_t length = std::min(FirstSeparator(rules, name), name.size());
+    if (!IsAllowedComponent(rules, name.substr(0, length))) return false;
     if (length == name.size()) return true;
     name.remove_prefix(length + 1);
   }
 }
 
 bool IsShortcutName(PathRules rules, std::string_view name) {
-  if (rules == PathRules::kPosix) return name.ends_with(kShortcutEnding);
-  return Uppered(name).ends_with(Uppered(kShortcutEnding));
+  if (!rules.is_windows) return name.ends_with(kShortcutEnding);
+  return UpperAscii(name).ends_with(UpperAscii(kShortcutEnding));
 }
 
 }  // namespace moldex

@@ -9,8 +9,8 @@
 
 namespace moldex {
 
-// Whether every component of a name, "." and ".." aside, can be the name of a file. A drive may
-// stand in front on Windows. POSIX takes every name.
+// Whether every component of a name, "." and ".." aside, can be the name of a file. On Windows a
+// drive may come first, but none of "\\?\" and "\\.\". POSIX takes every name.
 bool IsAllowedName(PathRules rules, std::string_view name);
 
 // Whether a name is that of a shortcut: it ends in ".lnk", on Windows in letters of any case.

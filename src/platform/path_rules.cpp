@@ -9,11 +9,12 @@ constexpr std::size_t kDriveLength = 2;  // a letter and ":"
 
 bool HasDrive(std::string_view name) { return name.size() >= kDriveLength && name[1] == ':'; }
 
-// Cuts the first component off, and the separator behind it.
+// "\" and "/" on Windows.
+std::string_view Separators(PathRules rules) { return rules.is_windows ? "/\\" : "/"; }
+
+// Cuts the first component off, and the separator after it.
 std::string_view TakeComponent(PathRules rules, std::string_view* path) {
-  std::size_t length = 0;
-  while (length < path->size() && !IsSeparator(rules, (*path)[length]))
-    ++length;
+  const std::size_t length = std::min(FirstSeparator(rules, *path), path->size());
   const std::string_view component = path->substr(0, length);
   path->remove_prefix(std::min(length + 1, path->size()));
   return component;
@@ -27,6 +28,14 @@ int ComponentCount(PathRules rules, std::string_view path) {
     if (!component.empty() && component != ".") ++count;
   }
   return count;
+}
+
+// Length of what Windows' own spelling of a path begins with: "//?/UNC/", "//?/" or "//./".
+std::size_t DevicePrefixLength(PathRules rules, std::string_view slashed) {
+  constexpr std::string_view kShare = "//?/UNC/";
+  if (!HasDevicePrefix(rules, slashed)) return 0;
+  if (UpperAscii(slashed.substr(0, kShare.size())) == kShare) return kShare.size();
+  return std::min<std::size_t>(slashed.size(), 4);
 }
 
 // Bytes of the first character: one, and in UTF-8 those that continue it.
@@ -67,12 +76,41 @@ bool MatchesGlob(std::string_view pattern, std::string_view name) {
 
 }  // namespace
 
-bool IsSeparator(PathRules rules, char c) {
-  return c == '/' || (c == '\\' && rules == PathRules::kWindows);
+std::string UpperAscii(std::string_view text) {
+  std::string result(text);
+  for (char& c : result) {
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  }
+  return result;
+}
+
+bool IsSeparator(PathRules rules, char c) { return c == '/' || (c == '\\' && rules.is_windows); }
+
+std::size_t FirstOf(PathRules rules, std::string_view text, std::string_view wanted,
+                    std::size_t from) {
+  if (rules.begins_double_byte == nullptr) return text.find_first_of(wanted, from);
+  for (std::size_t at = from; at < text.size(); at += rules.begins_double_byte(text[at]) ? 2 : 1) {
+    if (wanted.find(text[at]) != std::string_view::npos) return at;
+  }
+  return std::string_view::npos;
+}
+
+std::size_t FirstSeparator(PathRules rules, std::string_view path, std::size_t from) {
+  return FirstOf(rules, path, Separators(rules), from);
 }
 
 std::size_t LastSeparator(PathRules rules, std::string_view path) {
-  return path.find_last_of(rules == PathRules::kWindows ? "/\\" : "/");
+  if (rules.begins_double_byte == nullptr) return path.find_last_of(Separators(rules));
+  std::size_t last = std::string_view::npos;
+  for (std::size_t at = FirstSeparator(rules, path); at != std::string_view::npos;
+       at = FirstSeparator(rules, path, at + 1)) {
+    last = at;
+  }
+  return last;
+}
+
+bool EndsWithSeparator(PathRules rules, std::string_view path) {
+  return !path.empty() && LastSeparator(rules, path) == path.size() - 1;
 }
 
 std::string_view LastComponent(PathRules rules, std::string_view path) {
@@ -82,22 +120,32 @@ std::string_view LastComponent(PathRules rules, std::string_view path) {
 
 std::string WithSlashes(PathRules rules, std::string_view path) {
   std::string result(path);
-  if (rules == PathRules::kWindows) std::replace(result.begin(), result.end(), '\\', '/');
+  if (!rules.is_windows) return result;
+  for (std::size_t at = FirstSeparator(rules, path); at != std::string_view::npos;
+       at = FirstSeparator(rules, path, at + 1)) {
+    result[at] = '/';
+  }
   return result;
 }
 
 bool IsRelative(std::string_view name) { return !name.empty() && name != "/" && !HasDrive(name); }
 
+bool HasDevicePrefix(PathRules rules, std::string_view name) {
+  return rules.is_windows && name.size() > 2 && IsSeparator(rules, name[0]) &&
+         IsSeparator(rules, name[1]) && (name[2] == '?' || name[2] == '.') &&
+         (name.size() == 3 || IsSeparator(rules, name[3]));
+}
+
 bool IsAbsolutePath(PathRules rules, std::string_view path) {
   if (path.empty()) return false;
-  return IsSeparator(rules, path[0]) || (rules == PathRules::kWindows && HasDrive(path));
+  return IsSeparator(rules, path[0]) || (rules.is_windows && HasDrive(path));
 }
 
 bool HasParentComponent(PathRules rules, std::string_view name) {
   while (!name.empty()) {
     std::string_view component = TakeComponent(rules, &name);
-    // What stands behind a drive begins a path of its own.
-    if (rules == PathRules::kWindows) component.remove_prefix(component.rfind(':') + 1);
+    // What follows a drive begins a path of its own.
+    if (rules.is_windows) component.remove_prefix(component.rfind(':') + 1);
     if (component == "..") return true;
   }
   return false;
@@ -131,6 +179,7 @@ std::string StoredName(PathRules rules, std::string_view disk_name, bool keep_ab
   std::string name = WithSlashes(rules, disk_name);
   if (!keep_absolute) {
     std::string_view rest = name;
+    rest.remove_prefix(DevicePrefixLength(rules, rest));
     while (HasDrive(rest) || rest.starts_with('/'))
       rest.remove_prefix(rest[0] == '/' ? 1 : kDriveLength);
     name.erase(0, name.size() - rest.size());
@@ -140,15 +189,17 @@ std::string StoredName(PathRules rules, std::string_view disk_name, bool keep_ab
   return name;
 }
 
+std::string_view NameBelowTarget(PathRules rules, std::string_view name) {
+  if (!rules.is_windows || !IsRelative(name)) return name;
+  const std::size_t colon = name.find(':');
+  return colon == std::string_view::npos ? name : name.substr(colon + 1);
+}
+
 std::string TargetName(PathRules rules, std::string_view target_directory, std::string_view name) {
   if (target_directory.empty() || !IsRelative(name)) return std::string(name);
-  if (rules == PathRules::kWindows) {
-    const std::size_t colon = name.find(':');
-    if (colon != std::string_view::npos) name.remove_prefix(colon + 1);
-  }
   std::string path = WithSlashes(rules, target_directory);
   if (path.back() != '/') path += '/';
-  return path.append(name);
+  return path.append(NameBelowTarget(rules, name));
 }
 
 std::string NormalisedName(PathRules rules, std::string_view name) {
@@ -163,14 +214,31 @@ std::string NormalisedName(PathRules rules, std::string_view name) {
   return result;
 }
 
+std::string ComparableName(PathRules rules, std::string_view name) {
+  std::string result = NormalisedName(rules, name);
+  return rules.fold != nullptr ? rules.fold(result) : result;
+}
+
+std::string LowerAscii(PathRules rules, std::string_view text) {
+  constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+  std::string result(text);
+  for (std::size_t at = FirstOf(rules, text, kLetters); at != std::string_view::npos;
+       at = FirstOf(rules, text, kLetters, at + 1)) {
+    result[at] = static_cast<char>(result[at] - 'A' + 'a');
+  }
+  return result;
+}
+
 bool HasWildcard(std::string_view name) {
   return name.find_first_of("*?") != std::string_view::npos;
 }
 
-bool MatchesPattern(std::string_view pattern, std::string_view name) {
+bool MatchesPattern(PathRules rules, std::string_view pattern, std::string_view name) {
   const bool is_point_file = !name.empty() && name[0] == '.';
   if (is_point_file && (pattern.empty() || pattern[0] != '.')) return false;
-  return MatchesGlob(pattern, name);
+  if (rules.is_windows && pattern == "*.*") return true;
+  if (rules.fold == nullptr) return MatchesGlob(pattern, name);
+  return MatchesGlob(rules.fold(pattern), rules.fold(name));
 }
 
 }  // namespace moldex

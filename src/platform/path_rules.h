@@ -1,7 +1,7 @@
 // Names as text: what separates, what is absolute, what may be stored and what may be written.
 //
 // Pure functions with the rules of a system as an argument, so that the names of both systems are
-// judged alike on both. Nothing here asks a file system.
+// judged alike on both. Nothing here asks a file system. Names are in the local code page.
 #ifndef MOLDEX_PLATFORM_PATH_RULES_H_
 #define MOLDEX_PLATFORM_PATH_RULES_H_
 
@@ -10,16 +10,45 @@
 
 namespace moldex {
 
-// "/" separates everywhere; "\" does on Windows only, where a drive and a stream name stand in
-// front of and behind a ":" as well.
-enum class PathRules { kPosix, kWindows };
+// The text with the letters "a" to "z" in upper case.
+std::string UpperAscii(std::string_view text);
 
+// What one system makes of the bytes of a name.
+struct PathRules {
+  // "/" separates everywhere; "\" does on Windows only, where a ":" separates a drive and the name
+  // of a stream as well.
+  bool is_windows = false;
+  // Whether a byte begins a character of two bytes, the second of which may look like "\", "|" or a
+  // letter. Null for a code page without such characters.
+  bool (*begins_double_byte)(char byte) = nullptr;
+  // The form, in UTF-8, in which all spellings of one name are equal. Null where names of different
+  // bytes are different names.
+  std::string (*fold)(std::string_view name) = nullptr;
+
+  // The rules of a POSIX system, and those of Windows as far as they need no code page: only ASCII
+  // letters are folded.
+  static const PathRules kPosix;
+  static const PathRules kWindows;
+};
+
+inline constexpr PathRules PathRules::kPosix{};
+inline constexpr PathRules PathRules::kWindows{true, nullptr, UpperAscii};
+
+// Whether a byte separates that is a character by itself, as the first one of a name is.
 bool IsSeparator(PathRules rules, char c);
 
-// Position of the last separator, or npos.
+// Position of the first of several ASCII characters, or npos. Second bytes of a character are not
+// taken for one. `from` is where a character begins.
+std::size_t FirstOf(PathRules rules, std::string_view text, std::string_view wanted,
+                    std::size_t from = 0);
+
+// Position of the first separator at or after `from`, and of the last one; or npos.
+std::size_t FirstSeparator(PathRules rules, std::string_view path, std::size_t from = 0);
 std::size_t LastSeparator(PathRules rules, std::string_view path);
 
-// The part behind the last separator.
+bool EndsWithSeparator(PathRules rules, std::string_view path);
+
+// The part after the last separator.
 std::string_view LastComponent(PathRules rules, std::string_view path);
 
 // Every separator as "/".
@@ -28,6 +57,10 @@ std::string WithSlashes(PathRules rules, std::string_view path);
 // A name that a target directory is put in front of: neither empty, nor "/", nor with ":" as its
 // second character. (So "/a" is relative in this sense, and lands below the target directory.)
 bool IsRelative(std::string_view name);
+
+// Whether a name begins as paths do that Windows hands on unread: "\\?\" or "\\.\", with separators
+// of either kind. Such a path can lead to any device.
+bool HasDevicePrefix(PathRules rules, std::string_view name);
 
 // A path that does not depend on the current directory.
 bool IsAbsolutePath(PathRules rules, std::string_view path);
@@ -44,24 +77,34 @@ bool LinkLeaves(PathRules rules, std::string_view name, std::string_view target)
 std::string JoinPath(std::string_view directory, std::string_view name);
 
 // The name that an entry of this disk name gets in an archive: "/" as separator, no separator at
-// the end, and, unless absolute names are kept, neither a drive nor a "/" in front. May be empty
-// ("/" itself).
+// the end, and, unless absolute names are kept, no "/" in front and, on Windows, none of "\\?\",
+// "\\.\", "\\?\UNC\"; nor a drive. May be empty ("/" itself).
 std::string StoredName(PathRules rules, std::string_view disk_name, bool keep_absolute);
 
-// Where an entry is written: below `target_directory` when that is not empty and the name is
-// relative. On Windows what stands up to the first ":" of a relative name is dropped.
+// What is left of an entry's name below a target directory. On Windows a relative name loses
+// everything up to its first ":".
+std::string_view NameBelowTarget(PathRules rules, std::string_view name);
+
+// Where an entry is written: NameBelowTarget below `target_directory` when that is not empty and
+// the name is relative, else the name as it is.
 std::string TargetName(PathRules rules, std::string_view target_directory, std::string_view name);
 
 // One spelling for every way to write a name, for comparing: "/" as separator, no "." components,
 // no repeated or trailing separators.
 std::string NormalisedName(PathRules rules, std::string_view name);
 
+// NormalisedName in the form in which all spellings of it are equal, with "/" as separator.
+std::string ComparableName(PathRules rules, std::string_view name);
+
+// The text with the letters "A" to "Z" in lower case, second bytes of a character left alone.
+std::string LowerAscii(PathRules rules, std::string_view text);
+
 // Whether a name holds "*" or "?".
 bool HasWildcard(std::string_view name);
 
 // Whether a whole name matches: "*" stands for any string, "?" for one character. A "." that
-// begins the name is matched by a "." only.
-bool MatchesPattern(std::string_view pattern, std::string_view name);
+// begins the name is matched by a "." only. On Windows case does not count, and "*.*" is "*".
+bool MatchesPattern(PathRules rules, std::string_view pattern, std::string_view name);
 
 }  // namespace moldex
 

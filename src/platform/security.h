@@ -9,9 +9,15 @@
 
 namespace moldex {
 
+// A privilege that the process did not get, and the system's sentence for it.
+struct PrivilegeFailure {
+  std::string privilege;
+  std::string why;
+};
+
 // Enables the privileges that reading and writing security information needs. Asks once in a
-// process: every later call succeeds. `why` is set when it fails.
-bool AcquirePrivileges(std::string* why);
+// process: every later call succeeds. `failure` is set when it fails, to the last one refused.
+bool AcquirePrivileges(PrivilegeFailure* failure);
 
 // Gives a file the self-relative security descriptor that its entry carries. `why` is set when it
 // fails.

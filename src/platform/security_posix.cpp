@@ -2,7 +2,7 @@
 
 namespace moldex {
 
-bool AcquirePrivileges(std::string* /*why*/) { return true; }
+bool AcquirePrivileges(PrivilegeFailure* /*failure*/) { return true; }
 
 bool RestoreSecurity(const std::string& /*path*/, std::span<const std::uint8_t> /*descriptor*/,
                      std::string* /*why*/) {

@@ -8,12 +8,15 @@
 #include <memory>
 #include <vector>
 
+#include "platform/path_calls_win32.h"
 #include "platform/security_descriptor.h"
-#include "platform/system_win32.h"
 #include "report/system_error.h"
 
 namespace moldex {
 namespace {
+
+constexpr const char* kPrivileges[] = {"SeSecurityPrivilege", "SeBackupPrivilege",
+                                       "SeRestorePrivilege"};
 
 struct CloseToken {
   using pointer = HANDLE;
@@ -60,11 +63,11 @@ class CAbsoluteDescriptor {
     return Convert(relative.data()) ? std::string() : kFailure + ErrorTextNow();
   }
 
-  // The system wants to be able to write into the path.
-  // cppcheck-suppress passedByValue
-  std::string ApplyTo(std::string path) {
+  std::string ApplyTo(const std::string& path) {
+    auto wide = SystemPath(path);  // the system wants to be able to write into it
+    if (!wide) return "Error while setting security info:\n\t" + ErrorTextNow();
     const DWORD result =
-        SetNamedSecurityInfoA(path.data(), SE_FILE_OBJECT,
+        SetNamedSecurityInfoW(wide->data(), SE_FILE_OBJECT,
                               OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION |
                                   DACL_SECURITY_INFORMATION | SACL_SECURITY_INFORMATION,
                               owner_.Used(), group_.Used(), static_cast<PACL>(dacl_.Used()),
@@ -99,20 +102,20 @@ class CAbsoluteDescriptor {
 
 }  // namespace
 
-bool AcquirePrivileges(std::string* why) {
+bool AcquirePrivileges(PrivilegeFailure* failure) {
   static bool requested = false;
   if (requested) return true;
   requested = true;
   HANDLE opened = nullptr;
   if (OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &opened) == FALSE) {
-    *why = ErrorTextNow();
+    *failure = {kPrivileges[0], ErrorTextNow()};
     return false;
   }
   const std::unique_ptr<HANDLE, CloseToken> token(opened);
   bool all = true;
-  for (const char* name : {"SeSecurityPrivilege", "SeBackupPrivilege", "SeRestorePrivilege"}) {
+  for (const char* name : kPrivileges) {
     if (EnablePrivilege(token.get(), name)) continue;
-    *why = ErrorTextNow();
+    *failure = {name, ErrorTextNow()};
     all = false;
   }
   return all;
@@ -120,10 +123,14 @@ bool AcquirePrivileges(std::string* why) {
 
 bool RestoreSecurity(const std::string& path, std::span<const std::uint8_t> descriptor,
                      std::string* why) {
-  if (!AcquirePrivileges(why)) return false;
+  PrivilegeFailure unprivileged;
+  if (!AcquirePrivileges(&unprivileged)) {
+    *why = unprivileged.why;
+    return false;
+  }
   CAbsoluteDescriptor absolute;
   std::string failure = absolute.Take(descriptor);
-  if (failure.empty()) failure = absolute.ApplyTo(SystemPath(path));
+  if (failure.empty()) failure = absolute.ApplyTo(path);
   if (!failure.empty()) *why = "MOLDEX: " + failure;
   return failure.empty();
 }

@@ -15,7 +15,8 @@ struct Shortcut {
 };
 
 // What the shortcut `path` points to. kNoTarget when that does not exist, or when the file is no
-// shortcut but in its name. Asks nobody and searches for nothing.
+// shortcut but in its name. Asks nobody and searches for nothing. What has no form in the local
+// code page comes as "?" in the target, so that no object is found under it.
 Shortcut ResolveShortcut(const std::string& path);
 
 }  // namespace moldex

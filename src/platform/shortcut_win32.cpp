@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "platform/file_services.h"
+#include "platform/local_text_win32.h"
 
 namespace moldex {
 namespace {
@@ -40,47 +41,47 @@ struct ReleaseInterface {
 template <typename Interface>
 using ComPtr = std::unique_ptr<Interface, ReleaseInterface>;
 
-ComPtr<IShellLinkA> MakeShellLink() {
+ComPtr<IShellLinkW> MakeShellLink() {
   void* made = nullptr;
-  if (FAILED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkA,
+  if (FAILED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
                               &made))) {
     return nullptr;
   }
-  return ComPtr<IShellLinkA>(static_cast<IShellLinkA*>(made));
+  return ComPtr<IShellLinkW>(static_cast<IShellLinkW*>(made));
 }
 
-bool Load(IShellLinkA& link, const std::string& path) {
+bool Load(IShellLinkW& link, const wchar_t* path) {
   void* asked = nullptr;
   if (FAILED(link.QueryInterface(IID_IPersistFile, &asked))) return false;
   const ComPtr<IPersistFile> file(static_cast<IPersistFile*>(asked));
-  std::array<wchar_t, kLongestPath> wide{};
-  const int length = MultiByteToWideChar(CP_ACP, 0, path.c_str(), -1, wide.data(), kLongestPath);
-  return length > 0 && SUCCEEDED(file->Load(wide.data(), STGM_READ));
+  return SUCCEEDED(file->Load(path, STGM_READ));
 }
 
-std::string TargetOf(const std::string& path) {
+// Empty when there is none.
+std::wstring TargetOf(const wchar_t* path) {
   const CComSession session;
   const auto link = MakeShellLink();
-  std::array<char, kLongestPath> target{};
+  std::array<wchar_t, kLongestPath> target{};
   if (!link || !Load(*link, path) || FAILED(link->Resolve(nullptr, kResolveQuietly)) ||
       FAILED(link->GetPath(target.data(), kLongestPath, nullptr, 0))) {
     return {};
   }
-  return WithSlashes(PathRules::kWindows, target.data());
+  return target.data();
 }
 
 }  // namespace
 
 // The shell resolves a path that starts at the root of a drive; to it "a.lnk" is no file.
 Shortcut ResolveShortcut(const std::string& path) {
-  std::array<char, MAX_PATH> full{};
-  const DWORD length = GetFullPathNameA(path.c_str(), MAX_PATH, full.data(), nullptr);
-  if (length == 0 || length >= MAX_PATH) return {ShortcutKind::kNoTarget, {}};
-  const std::string target = TargetOf(full.data());
-  if (target.empty() || TestExistence(target) != Existence::kExists) {
-    return {ShortcutKind::kNoTarget, {}};
-  }
-  return {ShortcutKind::kTarget, target};
+  Shortcut none{ShortcutKind::kNoTarget, {}};
+  const auto wide = ToWide(path);
+  std::array<wchar_t, MAX_PATH> full{};
+  const DWORD length =
+      wide ? GetFullPathNameW(wide->c_str(), MAX_PATH, full.data(), nullptr) : DWORD{0};
+  if (length == 0 || length >= MAX_PATH) return none;
+  const std::wstring target = TargetOf(full.data());
+  if (target.empty() || GetFileAttributesW(target.c_str()) == INVALID_FILE_ATTRIBUTES) return none;
+  return {ShortcutKind::kTarget, WithSlashes(SystemPathRules(), ToReadable(target))};
 }
 
 }  // namespace moldex

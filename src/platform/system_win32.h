@@ -1,7 +1,9 @@
-// Shared by the Win32 sources of this room only: paths as the system gets them, and what its
-// records mean to the archiver.
+// Shared by the Win32 sources of this module only: failures of the system, and what its records
+// mean to the archiver.
 #ifndef MOLDEX_PLATFORM_SYSTEM_WIN32_H_
 #define MOLDEX_PLATFORM_SYSTEM_WIN32_H_
+
+#include <windows.h>
 
 #include <cstdint>
 #include <string>
@@ -9,10 +11,6 @@
 #include "platform/file_status.h"
 
 namespace moldex {
-
-// The path to give to the system: in long-name mode its long-name form. Throws CGetCwdExcept when
-// that needs the current directory and there is none.
-std::string SystemPath(const std::string& path);
 
 // Remembers the error of a call that returned false.
 bool Succeeded(bool result);
@@ -24,6 +22,12 @@ bool RuntimeSucceeded(int result);
 // makes it of `name`.
 FileStatus StatusOf(std::uint32_t attributes, std::uint64_t size_bytes, std::uint64_t file_time,
                     const std::string& name);
+
+// Not equal to any other identity.
+FileIdentity UnknownIdentity();
+// File systems that number no files give the number 0 or one of ones only, which identifies
+// nothing.
+FileIdentity IdentityOf(const BY_HANDLE_FILE_INFORMATION& record);
 
 // The system's handle (HANDLE) as an open file keeps it.
 inline void* SystemHandle(std::intptr_t handle) {

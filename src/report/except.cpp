@@ -93,8 +93,7 @@ CSetFileAttrExcept::CSetFileAttrExcept(const std::string& name)
     : CExcept("MOLDEX: setting file attributes failed for" + name, kErrorSetAttributes, true) {}
 
 CAddPrivilegeExcept::CAddPrivilegeExcept(const std::string& privilege)
-    : CExcept("MOLDEX: adding privileges failed.", kErrorPrivileges, Ending::kNothing) {
-  CExcept::SetText(message() + privilege);  // may be the system's text, with line breaks
+    : CExcept("MOLDEX: adding privileges failed." + privilege, kErrorPrivileges, Ending::kNothing) {
 }
 
 CInvalidHandle::CInvalidHandle()

@@ -22,23 +22,14 @@ std::vector<std::string> Split(std::string_view value) {
   return names;
 }
 
-std::string Lowered(std::string_view text) {
-  std::string result(text);
-  for (char& c : result) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return result;
-}
-
 std::vector<std::string> Expand(const std::string& name, bool ignore_case) {
-  const std::string_view last = LastComponent(SystemPathRules(), name);
+  PathRules rules = SystemPathRules();
+  if (ignore_case && rules.fold == nullptr) rules.fold = UpperAscii;
+  const std::string_view last = LastComponent(rules, name);
   const std::string directory = name.substr(0, name.size() - last.size());
-  const std::string pattern = ignore_case ? Lowered(last) : std::string(last);
   std::vector<std::string> matches;
   VisitDirectory(directory, [&](const char* entry) {
-    if (MatchesPattern(pattern, ignore_case ? Lowered(entry) : entry)) {
-      matches.push_back(directory + entry);
-    }
+    if (MatchesPattern(rules, last, entry)) matches.push_back(directory + entry);
   });
   if (matches.empty()) return {name};
   std::sort(matches.begin(), matches.end());

@@ -52,6 +52,11 @@ void ForEachLine(const std::string& file, const std::function<void(std::string_v
 
 }  // namespace
 
+bool NameOrder::operator()(const std::string& left, const std::string& right) const {
+  const PathRules rules = SystemPathRules();
+  return rules.fold != nullptr ? rules.fold(left) < rules.fold(right) : left < right;
+}
+
 std::vector<std::string> ReadNameFile(const std::string& file) {
   std::vector<std::string> names;
   ForEachLine(
@@ -59,16 +64,16 @@ std::vector<std::string> ReadNameFile(const std::string& file) {
   return names;
 }
 
-std::map<std::string, std::string> ReadRenameFile(const std::string& file) {
-  std::map<std::string, std::string> renamed;
+RenameMap ReadRenameFile(const std::string& file) {
+  RenameMap renamed;
   ForEachLine(file, [&](std::string_view line) {
-    std::size_t separator = line.find('|');
+    const PathRules rules = SystemPathRules();
+    std::size_t separator = FirstOf(rules, line, "|");
     if (separator == std::string_view::npos) separator = line.find_first_of(kBlanks);
     if (separator == std::string_view::npos) FailFormat(file);
     const std::string_view old_name = Trimmed(line.substr(0, separator));
     const std::string_view new_name = Trimmed(line.substr(separator + 1));
     if (old_name.empty() || new_name.empty()) FailFormat(file);
-    const PathRules rules = SystemPathRules();
     renamed[NormalisedName(rules, old_name)] = NormalisedName(rules, new_name);
   });
   return renamed;

@@ -12,12 +12,19 @@
 
 namespace moldex {
 
+// Orders names so that all spellings that this system takes for one name are equal.
+struct NameOrder {
+  bool operator()(const std::string& left, const std::string& right) const;
+};
+
+using RenameMap = std::map<std::string, std::string, NameOrder>;
+
 // Names to include (-A) or to exclude (-X): each line is a name, without the blanks around it.
 std::vector<std::string> ReadNameFile(const std::string& file);
 
 // Pairs of old and new name (-T), separated by the first "|" of the line or, where there is none,
 // by its first white space. Both names normalised.
-std::map<std::string, std::string> ReadRenameFile(const std::string& file);
+RenameMap ReadRenameFile(const std::string& file);
 
 }  // namespace moldex
 

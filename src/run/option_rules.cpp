@@ -26,10 +26,10 @@ bool NamesNothing(const CCmdLineOptions& options) {
   return options.file_names.empty() && options.include_file == nullptr;
 }
 
-// Whether an operand names this object or a directory above it.
+// Whether an operand names the object of this comparable name or a directory above it.
 bool IsCovered(const std::string& name, const std::vector<std::string>& operands) {
   for (const std::string& operand : operands) {
-    const std::string above = NormalisedName(SystemPathRules(), operand);
+    const std::string above = ComparableName(SystemPathRules(), operand);
     const bool everything = above.empty() || above == "/";
     const bool absolute = name[0] == '/';
     if (everything && absolute == !above.empty()) return true;
@@ -90,7 +90,8 @@ void CCmdLineOptions::CheckOptions() {
   // do not name them already.
   if (command_code != kCommandCreate || include_file != nullptr) return;
   for (const auto& [old_name, new_name] : rename_map) {
-    if (!IsCovered(old_name, file_names)) include_names.push_back(old_name);
+    if (!IsCovered(ComparableName(SystemPathRules(), old_name), file_names))
+      include_names.push_back(old_name);
   }
 }
 

@@ -156,7 +156,7 @@ void CCmdLineOptions::ReadNameLists() {
   if (include_file != nullptr) include_names = ReadNameFile(include_file);
   if (exclude_file != nullptr) {
     for (const std::string& name : ReadNameFile(exclude_file)) {
-      exclude_names.push_back(NormalisedName(SystemPathRules(), name));
+      exclude_names.push_back(ComparableName(SystemPathRules(), name));
     }
     std::sort(exclude_names.begin(), exclude_names.end());
   }
@@ -171,7 +171,7 @@ std::vector<std::string> CCmdLineOptions::NameList() const {
 
 bool CCmdLineOptions::IsExcluded(const std::string& name) const {
   if (exclude_names.empty()) return false;
-  std::string above = NormalisedName(SystemPathRules(), name);
+  std::string above = ComparableName(SystemPathRules(), name);
   while (!above.empty()) {
     if (std::binary_search(exclude_names.begin(), exclude_names.end(), above)) return true;
     const std::size_t slash = above.rfind('/');

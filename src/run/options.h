@@ -7,11 +7,11 @@
 #define MOLDEX_RUN_OPTIONS_H_
 
 #include <cstdint>
-#include <map>
 #include <string>
 #include <vector>
 
 #include "run/command.h"
+#include "run/list_files.h"
 
 namespace moldex {
 
@@ -72,10 +72,10 @@ class CCmdLineOptions {
   int argument_count = 0;
   char** arguments = nullptr;
 
-  std::vector<std::string> file_names;            // operands, in order
-  std::vector<std::string> include_names;         // of the -A file; taken literally, no patterns
-  std::vector<std::string> exclude_names;         // of the -X file, normalised and sorted
-  std::map<std::string, std::string> rename_map;  // of the -T file, old name to new, normalised
+  std::vector<std::string> file_names;     // operands, in order
+  std::vector<std::string> include_names;  // of the -A file; taken literally, no patterns
+  std::vector<std::string> exclude_names;  // of the -X file, comparable and sorted
+  RenameMap rename_map;                    // of the -T file, old name to new, normalised
 
  private:
   class Parser;

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -44,6 +45,10 @@ TEST(PathRules, StoredNamesAreRelative) {
                             {"\\", "\\", ""},
                             {"C:", "", ""},
                             {"", "", ""},
+                            {R"(\\?\C:\a)", R"(\\?\C:\a)", "a"},
+                            {"//?/C:/a", "?/C:/a", "a"},
+                            {R"(\\.\C:\a)", R"(\\.\C:\a)", "a"},
+                            {R"(\\?\unc\s\h\a)", R"(\\?\unc\s\h\a)", "s/h/a"},
                             {"ab:c", "ab:c", "ab:c"}};
   ExpectUnderBothRules(cases, [](auto rules, auto name) { return StoredName(rules, name, false); });
 }
@@ -134,30 +139,75 @@ TEST(PathRules, JoinedPathsHaveOneSlashBetween) {
 }
 
 TEST(PathRules, PatternsMatchWholeNamesAndAPointInFrontByAPointOnly) {
-  const std::tuple<const char*, const char*, bool> cases[] = {
-      {"", "", true},           {"*", "", true},
-      {"?", "", false},         {"a?c", "abc", true},
-      {"a*c", "abcbc", true},   {"a*c", "abcb", false},
-      {"*.qel", "aqel", false}, {"*.qel", "a.qel.b", false},
-      {"*ab*ab", "abab", true}, {"*ab*ab", "ab", false},
-      {"*?*?*", "a", false},    {"a*b*c*d", "axbxcxbcd", true},
-      {"A", "a", false},        {"[a]", "[a]", true},
-      {"a\\*", "a\\b", true},   {"abc", "ab", false},
-      {"*", ".a", false},       {"?a", ".a", false},
-      {"*a", ".a", false},      {"*", ".", false},
-      {".*", ".a", true},       {".?", ".a", true},
-      {".*", "a", false},       {".*", ".", true},
-      {"*.a", "b.a", true},     {"?.a", "..a", false},
-      {"", ".a", false},        {"..*", "..a", true}};
-  for (const auto& [pattern, name, matches] : cases)
-    EXPECT_EQ(MatchesPattern(pattern, name), matches) << pattern << ' ' << name;
+  const std::tuple<const char*, const char*, bool> cases[] = {{"", "", true},
+                                                              {"*", "", true},
+                                                              {"?", "", false},
+                                                              {"a?c", "abc", true},
+                                                              {"a*c", "abcbc", true},
+                                                              {"a*c", "abcb", false},
+                                                              {"*.qel", "aqel", false},
+                                                              {"*.qel", "a.qel.b", false},
+                                                              {"*ab*ab", "abab", true},
+                                                              {"*ab*ab", "ab", false},
+                                                              {"*?*?*", "a", false},
+                                                              {"a*b*c*d", "axbxcxbcd", true},
+                                                              {"A", "a", false},
+                                                              {"[a]", "[a]", true},
+                                                              {"a\\*", "a\\b", true},
+                                                              {"abc", "ab", false},
+                                                              {"*", ".a", false},
+                                                              {"?a", ".a", false},
+                                                              {"*a", ".a", false},
+                                                              {"*", ".", false},
+                                                              {".*", ".a", true},
+                                                              {".?", ".a", true},
+                                                              {".*", "a", false},
+                                                              {".*", ".", true},
+                                                              {"*.a", "b.a", true},
+                                                              {"?.a", "..a", false},
+                                                              {"", ".a", false},
+                                                              {"..*", "..a", true},
+                                                              {"*.*", "a", false},
+                                                              {"*.TXT", "a.txt", false},
+                                                              {"a?", "a\xC3\xB6", true},
+                                                              {"*.*", ".a", false}};
+  const std::set<std::pair<std::string, std::string>> matches_on_windows = {
+      {"A", "a"}, {"*.*", "a"}, {"*.TXT", "a.txt"}};
+  for (const auto& [pattern, name, matches] : cases) {
+    EXPECT_EQ(MatchesPattern(kPosix, pattern, name), matches) << pattern << ' ' << name;
+    EXPECT_EQ(MatchesPattern(kWindows, pattern, name),
+              matches || matches_on_windows.contains({pattern, name}))
+        << pattern << ' ' << name;
+  }
+}
+
+// In a code page like Shift-JIS, where "\x95\\" and "\x83|" and "\x83" "A" are one character each.
+TEST(PathRules, SecondBytesOfACharacterAreNoSeparatorsAndNoLetters) {
+  PathRules rules = kWindows;
+  rules.begins_double_byte = [](char byte) { return byte == '\x83' || byte == '\x95'; };
+  const std::string name = "a\\\x95\\b\\\x83|\x95\\";
+  EXPECT_EQ(WithSlashes(rules, name), "a/\x95\\b/\x83|\x95\\");
+  EXPECT_EQ(LastComponent(rules, name), "\x83|\x95\\");
+  EXPECT_EQ(NormalisedName(rules, "\x95\\\\.\\b"), "\x95\\/b");
+  EXPECT_EQ(StoredName(rules, "C:\\\x95\\", false), "\x95\\");
+  EXPECT_FALSE(EndsWithSeparator(rules, name));
+  EXPECT_TRUE(IsAllowedName(rules, name));
+  EXPECT_FALSE(IsAllowedName(rules, "\x83||"));
+  EXPECT_EQ(LowerAscii(rules,
+                       "A\x83"
+                       "AB"),
+            "a\x83"
+            "Ab");
+  EXPECT_TRUE(LinkLeaves(rules, "\x95\\l", ".."));
+  rules.begins_double_byte = nullptr;
+  EXPECT_FALSE(IsAllowedName(rules, name));
 }
 
 TEST(PathRules, ManyStarsDoNotTakeExponentialTime) {
   std::string pattern;
   for (int i = 0; i < 1000; ++i)
     pattern += "a*";
-  EXPECT_FALSE(MatchesPattern(pattern + "b", std::string(5000, 'a')));
+  EXPECT_FALSE(MatchesPattern(kPosix, pattern + "b", std::string(5000, 'a')));
 }
 
 TEST(NameRules, WindowsRefusesWhatItWouldTurnIntoSomethingElse) {
@@ -169,6 +219,8 @@ TEST(NameRules, WindowsRefusesWhatItWouldTurnIntoSomethingElse) {
       {"a.", "a ", "a/b./c", "...", "a/... /b", " "},           // ends that it drops
       {"a/b:c", "C:x:y", "C:/x:$DATA", "1:/x", "ab:/x", ":x"},  // streams of a file
       {"a<b", "a>b", "a\"b", "a|b", "a?", "*", "a/b*c"},        // patterns
+      {"//./x", "\\\\.\\x", "//?/C:/x", "\\\\?\\C:\\x", "/\\./x",
+       "//."},  // go to the system unread
       {"tab\t", "\x01", "a\x1F/b"}};
   for (const auto& kind : refused) {
     for (const char* name : kind) {
@@ -199,41 +251,43 @@ TEST(NameRules, AShortcutIsKnownByItsEnding) {
 }
 
 TEST(LongNames, AreAbsoluteWithBackslashesAndNothingLeftToResolve) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"", ""},
-      {"a", R"(\\?\C:\work\a)"},
-      {"a/b\\c", R"(\\?\C:\work\a\b\c)"},
-      {"/a", R"(\\?\C:\work\a)"},
-      {"./a/.", R"(\\?\C:\work\a)"},
-      {"a/", R"(\\?\C:\work\a)"},
-      {"a//b", R"(\\?\C:\work\a\b)"},
-      {"../a", R"(\\?\C:\a)"},
-      {"../../../a", R"(\\?\C:\a)"},
-      {"a/../b", R"(\\?\C:\work\b)"},
-      {".", R"(\\?\C:\work)"},
-      {"..", R"(\\?\C:\)"},
-      {"/", R"(\\?\C:\)"},
-      {"D:/x/y", R"(\\?\D:\x\y)"},
-      {"D:/x/../../y", R"(\\?\D:\y)"},
-      {"D:/", R"(\\?\D:\)"},
-      {"D:", R"(\\?\D:\)"},
-      {R"(\\?\D:\as it\is.)", R"(\\?\D:\as it\is.)"},
-      {"//server/share/a/../b", R"(\\?\UNC\server\share\b)"},
-      {"//./.", R"(\\?\UNC)"},
-      {R"(\\server\share\..\..\b)", R"(\\?\UNC\server\share\b)"}};
+  const std::pair<const wchar_t*, const wchar_t*> cases[] = {
+      {L"", L""},
+      {L"a", LR"(\\?\C:\work\a)"},
+      {L"a/b\\c", LR"(\\?\C:\work\a\b\c)"},
+      {L"/a", LR"(\\?\C:\work\a)"},
+      {L"./a/.", LR"(\\?\C:\work\a)"},
+      {L"a/", LR"(\\?\C:\work\a)"},
+      {L"a//b", LR"(\\?\C:\work\a\b)"},
+      {L"../a", LR"(\\?\C:\a)"},
+      {L"../../../a", LR"(\\?\C:\a)"},
+      {L"a/../b", LR"(\\?\C:\work\b)"},
+      {L".", LR"(\\?\C:\work)"},
+      {L"..", LR"(\\?\C:\)"},
+      {L"/", LR"(\\?\C:\)"},
+      {L"D:/x/y", LR"(\\?\D:\x\y)"},
+      {L"D:/x/../../y", LR"(\\?\D:\y)"},
+      {L"D:/", LR"(\\?\D:\)"},
+      {L"D:", LR"(\\?\D:\)"},
+      {LR"(\\?\D:\as it\is.)", LR"(\\?\D:\as it\is.)"},
+      {L"//server/share/a/../b", LR"(\\?\UNC\server\share\b)"},
+      {L"//./.", LR"(\\?\)"},
+      {LR"(\\.\D:\x/../y)", LR"(\\?\D:\y)"},
+      {L"//?/UNC/server/share", LR"(\\?\UNC\server\share)"},
+      {LR"(\\server\share\..\..\b)", LR"(\\?\UNC\server\share\b)"}};
   for (const auto& [path, form] : cases) {
-    EXPECT_EQ(LongNameForm(path, R"(C:\work)"), form) << path;
-    EXPECT_EQ(LongNameForm(form, R"(E:\elsewhere)"), form) << "once more: " << path;
+    EXPECT_EQ(LongNameForm(path, LR"(C:\work)"), form) << testing::PrintToString(path);
+    EXPECT_EQ(LongNameForm(form, LR"(E:\elsewhere)"), form) << testing::PrintToString(path);
   }
-  EXPECT_EQ(LongNameForm("a", "C:\\"), R"(\\?\C:\a)");
-  EXPECT_EQ(LongNameForm("../a", R"(\\server\share\work)"), R"(\\?\UNC\server\share\a)");
+  EXPECT_EQ(LongNameForm(L"a", L"C:\\"), LR"(\\?\C:\a)");
+  EXPECT_EQ(LongNameForm(L"../a", LR"(\\server\share\work)"), LR"(\\?\UNC\server\share\a)");
 }
 
 TEST(LongNames, MayBeOfAnyLength) {
-  std::string path = "C:";
+  std::wstring path = L"C:";
   for (int i = 0; i < 500; ++i)
-    path += "/component";
-  EXPECT_EQ(LongNameForm(path, "D:\\").size(), path.size() + 4);
+    path += L"/component";
+  EXPECT_EQ(LongNameForm(path, L"D:\\").size(), path.size() + 4);
 }
 
 }  // namespace

@@ -96,7 +96,8 @@ TEST_F(Scan, ListsMissingNamesInOrderAndAsGiven) {
   Write("not", "gone\nfolder\n");
   Write("files.log", "from an earlier scan");
   const std::pair<const char*, const char*> cases[] = {
-      {"here", ""},
+      {"here dir/", ""},
+      {"here/", "here/\n"},
       {"b here dir/none dir h*re a -A list", "b\ndir/none\nh*re\na\nfrom-list\n"},
       {"gone ./gone folder/x folderx -X not", "folderx\n"}};
   for (const auto& [names, missing] : cases) {

@@ -78,7 +78,7 @@ TEST_F(OptionLists, OnlyListedNamesAreRenamed) {
     EXPECT_EQ(parsed->options.Renamed(name), renamed) << name;
 }
 
-using Pairs = std::map<std::string, std::string>;
+using Pairs = RenameMap;
 
 class ListFiles : public FolderTest {
  protected:

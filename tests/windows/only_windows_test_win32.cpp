@@ -103,8 +103,8 @@ TEST_F(OnlyWindows, AttributesAreSetOnFilesAndAddedToDirectories) {
   EXPECT_TRUE(SetPermissionsAt(path, 0644));
   EXPECT_EQ(Attributes("file"), 0u);
   ASSERT_TRUE(CreateDirectoryAt(Name("folder")));
-  EXPECT_TRUE(SetDirectoryModeAt(Name("folder"), 0x40000 | 0x4180, true));
-  EXPECT_TRUE(SetDirectoryModeAt(Name("folder"), 0x80000 | 0x4180, true));
+  EXPECT_TRUE(AddDirectoryAttributesAt(Name("folder"), 0x40000 | 0x4180));
+  EXPECT_TRUE(AddDirectoryAttributesAt(Name("folder"), 0x80000 | 0x4180));
   EXPECT_EQ(Attributes("folder"), 0x16u);
   EXPECT_FALSE(SetDirectoryModeAt(Name("missing"), 0x4180, true));
 }
@@ -130,8 +130,9 @@ TEST_F(OnlyWindows, LongNameModeTakesPathsAsTheyComeAndRefusesDirectories) {
 
 TEST_F(OnlyWindows, PrivilegesAreAskedForOnceAndDescriptorsAreRestored) {
   std::string why;
-  (void)AcquirePrivileges(&why);
-  EXPECT_TRUE(AcquirePrivileges(&why)) << "whatever came of the first time";
+  PrivilegeFailure refused;
+  (void)AcquirePrivileges(&refused);
+  EXPECT_TRUE(AcquirePrivileges(&refused)) << "whatever came of the first time";
   // The list of discretionary access alone: everything to everybody.
   const std::vector<std::uint8_t> descriptor = {
       1, 0, 0x04, 0x80, 0, 0, 0,  0, 0,    0,    0,    0, 0, 0, 0, 0, 20, 0, 0, 0, 2, 0, 28, 0,

@@ -53,6 +53,16 @@ TEST_F(Windows, BackslashesSeparateOnTheCommandLine) {
   EXPECT_EQ(Bytes("out/deep/d/sub/x"), "1");
 }
 
+TEST_F(Windows, NamesOfAListAndPatternsAreFoundInAnyCase) {
+  Make({{"d/a.txt", FileNode("1")}, {"d/\xC3\xA4.TXT", FileNode("2")}, {"d/plain", FileNode("3")}});
+  Write("list", "D/\xC3\x84.txt\n");
+  Write("new", "D/A.TXT|renamed\n");
+  ExpectCreation("d/*.TXT", {"d/a.txt", "d/\xC3\xA4.TXT"});
+  ExpectCreation("d/\xC3\x84*", {"d/\xC3\xA4.TXT"});
+  ExpectCreation("d/*.* -X list", {"d/a.txt", "d/plain"});
+  ExpectCreation("-T new d", {"d", "renamed", "d/plain", "d/\xC3\xA4.TXT"});
+}
+
 TEST_F(Windows, AttributesComeBackInLongNameMode) {
   const std::vector<std::pair<std::string, std::uint32_t>> modes = {
       {"d", 0x4180 | 0x40000 | 0x80000},
@@ -70,14 +80,17 @@ TEST_F(Windows, AttributesComeBackInLongNameMode) {
     entries.push_back(entry);
   }
   Archive(entries, kLongNamesHeader);
-  ExpectRun("-xf a.qel", Processing("a.qel") + Extracted(6), 0);
-  const auto again = LongNameEntries("d");
-  ASSERT_EQ(again.size(), modes.size());
-  constexpr std::uint32_t kKept = 0x4000 | 0x1C0 | 0x40000 | 0x80000;
-  for (std::size_t i = 0; i < modes.size(); ++i) {
-    EXPECT_EQ(again[i].name, modes[i].first);
-    EXPECT_EQ(again[i].mode & kKept, modes[i].second) << again[i].name;
-    EXPECT_TRUE(i == 0 || again[i].time_high == 30000000u) << again[i].name;
+  for (const std::string option : {"", " -h"}) {
+    Remove("d");
+    ExpectRun("-xf a.qel" + option, Processing("a.qel") + Extracted(6), 0);
+    const auto again = LongNameEntries("d");
+    ASSERT_EQ(again.size(), modes.size());
+    constexpr std::uint32_t kKept = 0x4000 | 0x1C0 | 0x40000 | 0x80000;
+    for (std::size_t i = 0; i < modes.size(); ++i) {
+      EXPECT_EQ(again[i].name, modes[i].first);
+      EXPECT_EQ(again[i].mode & kKept, modes[i].second) << again[i].name << option;
+      EXPECT_TRUE(i == 0 || again[i].time_high == 30000000u) << again[i].name;
+    }
   }
 }
 
