@@ -17,7 +17,7 @@ std::string OneSpelling(const std::string& name) {
   std::string result = NormalisedName(rules, name);
   if (result.empty()) return ".";
   // On Windows two separators in front mean a share.
-  const bool is_share = rules == PathRules::kWindows && name.size() > 1 &&
+  const bool is_share = rules.is_windows && name.size() > 1 &&
                         IsSeparator(rules, name[0]) && IsSeparator(rules, name[1]);
   return is_share ? '/' + result : result;
 }
@@ -40,10 +40,15 @@ void CDirectoryModes::ApplyUpTo(const std::string& name) {
   while (!pending_.empty()) {
     const std::string directory = innermost_.substr(0, pending_.back().name_bytes);
     if (IsBelow(name, directory)) return;
-    const std::string path = OutputPath(directory);
-    if (!SetDirectoryModeAt(path, pending_.back().mode, long_names_)) throw CChgModExcept(path);
+    Apply(OutputPath(directory), pending_.back().mode);
     pending_.pop_back();
   }
+}
+
+void CDirectoryModes::Apply(const std::string& path, std::uint32_t mode) const {
+  const bool applied = (!set_permissions_ || SetDirectoryModeAt(path, mode, long_names_)) &&
+                       AddDirectoryAttributesAt(path, mode);
+  if (!applied) throw CChgModExcept(path);
 }
 
 }  // namespace moldex

@@ -14,7 +14,9 @@ namespace moldex {
 // another, however many there are: memory does not grow with the archive.
 class CDirectoryModes {
  public:
-  explicit CDirectoryModes(bool long_names) : long_names_(long_names) {}
+  // Without `set_permissions` only attributes are applied that a system keeps besides them.
+  CDirectoryModes(bool set_permissions, bool long_names)
+      : set_permissions_(set_permissions), long_names_(long_names) {}
 
   // Applies what waits and does not hold this directory, however either name is written; then this
   // one waits. Throws CChgModExcept.
@@ -29,7 +31,9 @@ class CDirectoryModes {
   };
 
   void ApplyUpTo(const std::string& name);
+  void Apply(const std::string& path, std::uint32_t mode) const;
 
+  bool set_permissions_;
   bool long_names_;
   std::string innermost_;                  // the name of the last directory that waits
   std::vector<PendingDirectory> pending_;  // each below the one before it

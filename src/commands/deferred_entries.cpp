@@ -43,7 +43,7 @@ bool CDeferredEntries::MakeLink(const CLink& link) const {
 }
 
 void CDeferredEntries::ApplyDirectories() {
-  CDirectoryModes modes(context_.long_names());
+  CDirectoryModes modes(context_.options().set_directory_permissions, context_.long_names());
   ForEachAdmitted([&](const CDirEntry& entry) {
     if (entry.IsDirectory()) modes.Add(entry.GetName(), entry.header().mode);
   });

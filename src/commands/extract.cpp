@@ -4,6 +4,7 @@
 #include "archive/output_place.h"
 #include "commands/deferred_entries.h"
 #include "oldformat/extract_old.h"
+#include "platform/attributes.h"
 #include "platform/security.h"
 #include "report/error_codes.h"
 #include "report/except.h"
@@ -68,8 +69,10 @@ void CExtract::ProcessArchive(const std::string& name) {
   // Extraction may have to go over an archive more than once.
   if (extracting_ && !archive.CanRewind()) throw COpenExcept(name);
   if (!archive.CheckHeader()) throw CInvalExcept(name);
-  std::string why;
-  if (context_.long_names() && !AcquirePrivileges(&why)) throw CAddPrivilegeExcept(why);
+  PrivilegeFailure refused;
+  if (context_.long_names() && !AcquirePrivileges(&refused)) {
+    throw CAddPrivilegeExcept(refused.privilege);
+  }
   context_.log().PrintMessage("MOLDEX: processing archive " + name + "...");
   archive_count_ = 0;
   try {
@@ -117,7 +120,8 @@ bool CExtract::ProcessEntry(CContainer& archive, CDirEntry& entry) {
   entry.Extract(archive, true);
   RestoreSecurityOf(entry);
   entry.Finish();
-  directories_wait_ |= entry.IsDirectory() && options_.set_directory_permissions;
+  directories_wait_ |= entry.IsDirectory() && (options_.set_directory_permissions ||
+                                               DirectoryAttributesOf(entry.header().mode) != 0);
   links_wait_ |= entry.AsSymbolicLink() != nullptr;
   return true;
 }

@@ -135,7 +135,7 @@ void CExtractOld::Extract(COldArchive& archive, CDirEntry& entry) {
 
 // Looks the directories up in the archive again: there may be any number of them.
 void CExtractOld::ApplyDirectories(COldArchive& archive, const CCmdLineOptions& options) {
-  CDirectoryModes modes(context_.long_names());
+  CDirectoryModes modes(true, context_.long_names());
   archive.Rewind();
   while (const CDirEntry* entry = archive.Next()) {
     if (!entry->IsDirectory() || IsTarget(*entry) || LeavesTarget(*entry)) continue;
