@@ -1,17 +1,12 @@
 #include "fuzz/decompress.h"
 
-#include <cstdlib>
-
 #include "cscompr/cscompr.h"
+#include "fuzz/target.h"
 
 namespace moldex::fuzz {
 namespace {
 
 constexpr std::size_t kLargestPiece = 65536;
-
-void Require(bool promise) {
-  if (!promise) std::abort();
-}
 
 }  // namespace
 

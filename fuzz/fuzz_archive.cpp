@@ -6,6 +6,7 @@
 #include "archive/dir_entry.h"
 #include "archive/entry_data.h"
 #include "fuzz/memory_file_posix.h"
+#include "fuzz/target.h"
 #include "report/except.h"
 #include "run/run_context.h"
 
@@ -40,8 +41,8 @@ void ReadThrough(const std::string& path, bool to_disk) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const moldex::fuzz::MemoryFile file({data, size});
+void moldex::fuzz::TryInput(ByteSpan input) {
+  const moldex::fuzz::MemoryFile file(input);
   for (const bool to_disk : {false, true}) {
     CRunContext::GetInstance().SetLongNames(false);
     try {
@@ -51,5 +52,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
   }
   CRunContext::Destroy();
-  return 0;
 }

@@ -3,18 +3,18 @@
 
 #include "cscompr/cscompr.h"
 #include "fuzz/decompress.h"
+#include "fuzz/target.h"
 
 using moldex::fuzz::Decompress;
 using moldex::fuzz::Decompressed;
 using moldex::fuzz::Pieces;
 
 // Two bytes that cut the calls, then the stream.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size < 2) return 0;
-  const std::span stream(data + 2, size - 2);
+void moldex::fuzz::TryInput(ByteSpan input) {
+  if (input.size() < 2) return;
+  const ByteSpan stream = input.subspan(2);
   const Decompressed whole = Decompress(stream, Pieces());
-  const Decompressed cut = Decompress(stream, Pieces(data));
+  const Decompressed cut = Decompress(stream, Pieces(input.data()));
   const bool ended = std::max(whole.bytes.size(), cut.bytes.size()) <= moldex::fuzz::kMostOutput;
   if (ended && (whole.code != cut.code || whole.bytes != cut.bytes)) std::abort();
-  return 0;
 }

@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "fuzz/target.h"
 #include "platform/long_name.h"
 #include "platform/name_rules.h"
 #include "platform/path_rules.h"
@@ -9,10 +10,7 @@
 namespace {
 
 using moldex::PathRules;
-
-void Require(bool promise) {
-  if (!promise) std::abort();
-}
+using moldex::fuzz::Require;
 
 void TryName(PathRules rules, const std::string& name) {
   const std::string normal = moldex::NormalisedName(rules, name);
@@ -41,15 +39,14 @@ void TryLongName(const std::string& text) {
 }  // namespace
 
 // The length of a pattern, the pattern, a name.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size == 0) return 0;
-  const std::string text(data + 1, data + size);
-  const std::string name = text.substr(std::min<std::size_t>(data[0], text.size()));
+void moldex::fuzz::TryInput(ByteSpan input) {
+  if (input.empty()) return;
+  const std::string text(input.begin() + 1, input.end());
+  const std::string name = text.substr(std::min<std::size_t>(input[0], text.size()));
   moldex::IsShortcutName(PathRules::kWindows, name);
   for (const PathRules rules : {PathRules::kPosix, PathRules::kWindows}) {
-    moldex::MatchesPattern(rules, text.substr(0, data[0]), name);
+    moldex::MatchesPattern(rules, text.substr(0, input[0]), name);
     TryName(rules, name);
   }
   TryLongName(name);
-  return 0;
 }

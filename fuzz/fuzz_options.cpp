@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "fuzz/memory_file_posix.h"
+#include "fuzz/target.h"
 #include "report/except.h"
 #include "run/list_files.h"
 #include "run/run_context.h"
@@ -37,11 +38,11 @@ void ReadLists(const std::string& path) {
 }  // namespace
 
 // One byte that decides, then words separated by line ends, or a list.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size == 0) return 0;
-  const std::span bytes(data + 1, size - 1);
+void moldex::fuzz::TryInput(ByteSpan input) {
+  if (input.empty()) return;
+  const ByteSpan bytes = input.subspan(1);
   try {
-    if (data[0] % 2 == 0) {
+    if (input[0] % 2 == 0) {
       Parse(std::string(bytes.begin(), bytes.end()));
     } else {
       ReadLists(moldex::fuzz::MemoryFile(bytes).Path());
@@ -50,5 +51,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // Refused, as most of what comes along is.
   }
   moldex::CRunContext::Destroy();
-  return 0;
 }

@@ -2,6 +2,7 @@
 #include <cstdlib>
 
 #include "fuzz/pieces.h"
+#include "fuzz/target.h"
 #include "platform/backup_stream.h"
 #include "platform/reparse_data.h"
 #include "platform/security_descriptor.h"
@@ -9,8 +10,8 @@
 namespace {
 
 using moldex::fuzz::Bytes;
+using moldex::fuzz::ByteSpan;
 using moldex::fuzz::Pieces;
-using ByteSpan = std::span<const std::uint8_t>;
 
 // Takes everything down in order; the cuts within the data do not count.
 struct Recorder : moldex::IBackupSink {
@@ -50,15 +51,14 @@ Bytes Parse(ByteSpan bytes, Pieces pieces, bool* at_end) {
 }  // namespace
 
 // Two bytes that cut the stream, then the record.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size < 2) return 0;
-  const Bytes record = moldex::fuzz::Copy({data + 2, size - 2});
+void moldex::fuzz::TryInput(ByteSpan input) {
+  if (input.size() < 2) return;
+  const Bytes record = moldex::fuzz::Copy(input.subspan(2));
   moldex::IsSecurityDescriptor(record);
   moldex::SymbolicLinkTarget(record);
   bool whole_end = false, cut_end = false;
   const Bytes whole = Parse(record, Pieces(), &whole_end);
-  const Bytes cut = Parse(record, Pieces(data), &cut_end);
+  const Bytes cut = Parse(record, Pieces(input.data()), &cut_end);
   const bool is_lost = moldex::IsBackupStream(record) && !whole_end;
   if (whole != cut || whole_end != cut_end || is_lost) std::abort();
-  return 0;
 }

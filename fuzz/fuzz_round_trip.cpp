@@ -3,6 +3,7 @@
 
 #include "cscompr/cscompr.h"
 #include "fuzz/decompress.h"
+#include "fuzz/target.h"
 
 namespace {
 
@@ -32,18 +33,19 @@ Bytes Compress(std::span<const std::uint8_t> content, std::int32_t option, Piece
 
 // Two bytes that cut the calls, one for algorithm and level, one that repeats the content, then the
 // content.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size < 5) return 0;
-  const std::int32_t option = data[2] % 10 == 0 ? kCsLzc : kCsLzh | (data[2] % 10) << kCsLevelShift;
+void moldex::fuzz::TryInput(ByteSpan input) {
+  if (input.size() < 5) return;
+  const std::int32_t option =
+      input[2] % 10 == 0 ? kCsLzc : kCsLzh | (input[2] % 10) << kCsLevelShift;
   Bytes content;
-  for (int i = 0; i <= data[3] % 64 && content.size() < 200'000; ++i) {
-    content.insert(content.end(), data + 4, data + size);
+  for (int i = 0; i <= input[3] % 64 && content.size() < 200'000; ++i) {
+    content.insert(content.end(), input.begin() + 4, input.end());
     content.push_back(static_cast<std::uint8_t>(i));
   }
-  const Pieces pieces(data);
+  AllowFor(3 * content.size());
+  const Pieces pieces(input.data());
   const Bytes stream = Compress(content, option, pieces);
   if (stream != Compress(content, option, Pieces())) std::abort();
   const auto restored = moldex::fuzz::Decompress(stream, pieces);
   if (restored.code != kCsEndOfStream || restored.bytes != content) std::abort();
-  return 0;
 }

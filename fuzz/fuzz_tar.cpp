@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "fuzz/memory_file_posix.h"
+#include "fuzz/target.h"
 #include "oldformat/old_archive.h"
 #include "platform/path_rules.h"
 #include "report/except.h"
@@ -41,8 +42,8 @@ unsigned ReadThrough(moldex::COldArchive& archive, bool with_data) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const moldex::fuzz::MemoryFile file(WithChecksums({data, data + size}));
+void moldex::fuzz::TryInput(ByteSpan input) {
+  const moldex::fuzz::MemoryFile file(WithChecksums({input.begin(), input.end()}));
   moldex::CRunContext& context = moldex::CRunContext::GetInstance();
   moldex::CCmdLineOptions options = context.options();
   for (const bool flat : {false, true}) {
@@ -56,5 +57,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
   }
   moldex::CRunContext::Destroy();
-  return 0;
 }

@@ -1,0 +1,66 @@
+// Entries of any names and sizes in the space report: every byte that is missing is counted once,
+// and every place is listed once, however it is written.
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <set>
+#include <sstream>
+
+#include "commands/space_info.h"
+#include "fuzz/made_archive.h"
+#include "fuzz/private_folder_posix.h"
+#include "platform/file_services.h"
+#include "report/output.h"
+#include "run/run_context.h"
+
+namespace moldex::fuzz {
+namespace {
+
+constexpr double kFileBytes = 2048;
+
+std::string ReportOf(CSpaceInfo& info) {
+  char* text = nullptr;
+  std::size_t length = 0;
+  std::FILE* stream = open_memstream(&text, &length);
+  SendTextTo(stream);
+  info.Print();
+  SendTextTo(nullptr);
+  std::fclose(stream);
+  std::string report(text, length);
+  std::free(text);
+  return report;
+}
+
+}  // namespace
+
+void TryInput(ByteSpan input) {
+  const PrivateFolder folder;
+  for (const char* name : {"a", "a/b", "c"})
+    std::filesystem::create_directory(name);
+  folder.Write("f", std::string(static_cast<std::size_t>(kFileBytes), 'f'));
+  CSpaceInfo info;
+  double needed = 0;
+  for (const MadeEntry& entry : EntriesOf(input)) {
+    const std::string name = entry.name.c_str();  // a zero byte ends a name
+    const double size = static_cast<double>(entry.content.size()) * 1024;
+    const auto there = QueryStatus(TargetName(SystemPathRules(), ".", name));
+    needed += std::max(0.0, size - (there ? static_cast<double>(there->size_bytes) : 0));
+    info.AddEntry(name, size);
+  }
+  std::istringstream report(ReportOf(info));
+  double listed = 0;
+  std::set<std::filesystem::path> places;
+  for (std::string line; std::getline(report, line);) {
+    const std::size_t at = line.find(" KB in ");
+    if (at == std::string::npos) continue;
+    listed += std::stod(line) * 1024;
+    const std::string place = line.substr(at + 7);
+    if (!HasParentComponent(SystemPathRules(), place)) {
+      Require(places.insert(std::filesystem::canonical(place)).second);
+    }
+  }
+  Require(std::fabs(needed - listed) <= 1024.0 * static_cast<double>(places.size() + input.size()));
+  CRunContext::Destroy();
+}
+
+}  // namespace moldex::fuzz
