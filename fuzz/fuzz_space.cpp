@@ -1,7 +1,6 @@
 // Entries of any names and sizes in the space report: every byte that is missing is counted once,
 // and every place is listed once, however it is written.
 #include <cmath>
-#include <cstdio>
 #include <filesystem>
 #include <set>
 #include <sstream>
@@ -18,17 +17,12 @@ namespace {
 
 constexpr double kFileBytes = 2048;
 
-std::string ReportOf(CSpaceInfo& info) {
-  char* text = nullptr;
-  std::size_t length = 0;
-  std::FILE* stream = open_memstream(&text, &length);
-  SendTextTo(stream);
+// Takes standard output for it.
+std::string ReportOf(CSpaceInfo& info, const PrivateFolder& folder) {
+  Require(SendTextToFile("report", false));
   info.Print();
-  SendTextTo(nullptr);
-  std::fclose(stream);
-  std::string report(text, length);
-  std::free(text);
-  return report;
+  FlushOutput();
+  return folder.Read("report");
 }
 
 }  // namespace
@@ -47,7 +41,7 @@ void TryInput(ByteSpan input) {
     needed += std::max(0.0, size - (there ? static_cast<double>(there->size_bytes) : 0));
     info.AddEntry(name, size);
   }
-  std::istringstream report(ReportOf(info));
+  std::istringstream report(ReportOf(info, folder));
   double listed = 0;
   std::set<std::filesystem::path> places;
   for (std::string line; std::getline(report, line);) {
