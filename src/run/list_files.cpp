@@ -1,5 +1,7 @@
 #include "run/list_files.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <functional>
 #include <string_view>
 
@@ -20,16 +22,26 @@ constexpr std::size_t kLongestLine = 64 * 1024;
   throw CExcept("MOLDEX: wrong format in file " + file, kErrorListFormat, true);
 }
 
-// One line, without its line end; false at the end of the file.
+// Whether a line says nothing so far but would go on for ever: of blanks and comments nothing is
+// kept.
+bool IsIgnored(std::string_view line, char c) {
+  const bool is_blank = kBlanks.find(c) != std::string_view::npos;
+  if (line.empty()) return is_blank;
+  return line[0] == '#' || (is_blank && line.size() == kLongestLine);
+}
+
+// One line, without its line end and the blanks that it begins with; false at the end of the file.
 bool ReadLine(CBufferedReader& reader, const std::string& file, std::string* line) {
   line->clear();
-  for (;;) {
+  for (bool any = false;; any = true) {
     const auto piece = reader.Peek(1);
     if (reader.Failed()) throw CReadExcept(file);
-    if (piece.empty()) return !line->empty();
+    if (piece.empty()) return any;
     const char c = static_cast<char>(piece[0]);
     reader.Take(1);
     if (c == '\n') return true;
+    if (c == '\0') FailFormat(file);
+    if (IsIgnored(*line, c)) continue;
     if (line->size() == kLongestLine) FailFormat(file);
     line->push_back(c);
   }
@@ -40,12 +52,14 @@ void ForEachLine(const std::string& file, const std::function<void(std::string_v
   CFileHandle handle;
   if (!handle.Open(file, kOpenExisting)) throw COpenExcept(file);
   CBufferedReader reader(handle);
+  const auto start = reader.Peek(kByteOrderMark.size());
+  if (std::equal(start.begin(), start.end(), kByteOrderMark.begin(), kByteOrderMark.end(),
+                 [](std::uint8_t byte, char c) { return byte == static_cast<std::uint8_t>(c); })) {
+    reader.Take(kByteOrderMark.size());
+  }
   std::string line;
-  for (bool first = true; ReadLine(reader, file, &line); first = false) {
-    if (line.find('\0') != std::string::npos) FailFormat(file);
-    std::string_view text = line;
-    if (first && text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
-    text = Trimmed(text);
+  while (ReadLine(reader, file, &line)) {
+    const std::string_view text = Trimmed(line);
     if (!text.empty() && text[0] != '#') take(text);
   }
 }
@@ -74,7 +88,10 @@ RenameMap ReadRenameFile(const std::string& file) {
     const std::string_view old_name = Trimmed(line.substr(0, separator));
     const std::string_view new_name = Trimmed(line.substr(separator + 1));
     if (old_name.empty() || new_name.empty()) FailFormat(file);
-    renamed[NormalisedName(rules, old_name)] = NormalisedName(rules, new_name);
+    const std::string old_normalised = NormalisedName(rules, old_name);
+    const std::string new_normalised = NormalisedName(rules, new_name);
+    if (old_normalised.empty() || new_normalised.empty()) FailFormat(file);
+    renamed[old_normalised] = new_normalised;
   });
   return renamed;
 }

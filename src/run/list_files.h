@@ -23,7 +23,7 @@ using RenameMap = std::map<std::string, std::string, NameOrder>;
 std::vector<std::string> ReadNameFile(const std::string& file);
 
 // Pairs of old and new name (-T), separated by the first "|" of the line or, where there is none,
-// by its first white space. Both names normalised.
+// by its first white space. Both names normalised; neither may be nothing then, as "." is.
 RenameMap ReadRenameFile(const std::string& file);
 
 }  // namespace moldex

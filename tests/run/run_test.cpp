@@ -57,7 +57,7 @@ class OptionLists : public FolderTest {
 };
 
 TEST_F(OptionLists, ListedNamesExcludeWhatIsBelowThemToo) {
-  const auto parsed = WithList("-X", "zz\n./a//b/\n/abs\nc*\n..\n");
+  const auto parsed = WithList("-X", "zz\n./a//b/\n/abs\nc*\n..\n.\n");
   for (const char* name : {"zz", "a/b", "./a/b", "a//b", "a/b/", "a/b/c/d", "/abs", "//abs/x", "c*",
                            "../x", "zz/.x"}) {
     EXPECT_TRUE(parsed->options.IsExcluded(name)) << name;
@@ -109,7 +109,13 @@ TEST_F(ListFiles, NamesStandOneOnALine) {
       {"\xEF\xBB\xBF", {}},
       {"a\n\xEF\xBB\xBFx", {"a", "\xEF\xBB\xBFx"}},
       {"*.txt\na|b\n./x/\n", {"*.txt", "a|b", "./x/"}},
-      {std::string(60'000, 'n'), {std::string(60'000, 'n')}}};
+      {std::string(60'000, 'n'), {std::string(60'000, 'n')}},
+      {"#" + std::string(70'000, 'c') + "\na\n" + std::string(70'000, ' ') + "#" +
+           std::string(70'000, 'c'),
+       {"a"}},
+      {std::string(70'000, '\t') + "\n" + std::string(70'000, ' ') + "a b" +
+           std::string(70'000, ' '),
+       {"a b"}}};
   for (const auto& [content, names] : cases)
     EXPECT_EQ(ReadNameFile(List(content)), names) << testing::PrintToString(content);
 }
@@ -129,7 +135,7 @@ TEST_F(ListFiles, PairsAreSeparatedByTheFirstBarOrElseTheFirstBlank) {
 }
 
 TEST_F(ListFiles, LinesThatBreakTheFormatAreRefused) {
-  for (const char* line : {"a", "a|", "a| ", "a ", "|", "|b", " |b"}) {
+  for (const char* line : {"a", "a|", "a| ", "a ", "|", "|b", " |b", "a|.", ".|b", "a|././"}) {
     ExpectRefused(ReadRenameFile, line);
     ExpectRefused(ReadRenameFile, std::string("good|line\n") + line + "\r\ngood|line\n");
   }
@@ -139,6 +145,8 @@ TEST_F(ListFiles, LinesThatBreakTheFormatAreRefused) {
   }
   ExpectRefused(ReadNameFile, std::string("#\0", 2));
   ExpectRefused(ReadNameFile, std::string(1'000'000, 'n'));
+  ExpectRefused(ReadNameFile, "a" + std::string(70'000, ' ') + "b");
+  ExpectRefused(ReadNameFile, "#" + std::string(70'000, 'c') + std::string(1, '\0'));
 }
 
 TEST_F(ListFiles, FilesThatCannotBeOpenedAreReported) {
