@@ -13,12 +13,10 @@ namespace {
 
 class CByteCounter : public ITreeVisitor {
  public:
-  CByteCounter(const CCmdLineOptions& options, const FileIdentity& archive)
-      : options_(options), archive_(archive) {}
+  explicit CByteCounter(const FileIdentity& archive) : archive_(archive) {}
 
-  bool OnObject(const std::string& name, const FileStatus& status, bool is_start) override {
+  bool OnObject(const std::string& /*name*/, const FileStatus& status, bool is_start) override {
     if (is_start) return true;
-    if (options_.IsExcluded(name)) return false;
     const bool counts = status.kind == FileKind::kRegular && status.identity != archive_;
     const std::uint64_t bytes = counts ? status.size_bytes : 0;
     total_ += bytes;
@@ -31,7 +29,6 @@ class CByteCounter : public ITreeVisitor {
   std::uint64_t total() const { return total_; }
 
  private:
-  const CCmdLineOptions& options_;
   const FileIdentity& archive_;
   std::uint64_t total_ = 0;
 };
@@ -41,10 +38,9 @@ class CByteCounter : public ITreeVisitor {
 std::uint64_t CountBytes(const CCmdLineOptions& options, const FileIdentity& archive) {
   const CSystemErrorGuard guard;
   const int status = ExitStatus();
-  CByteCounter counter(options, archive);
+  CByteCounter counter(archive);
   try {
-    CTreeWalk walk(counter, options.resolve_links);
-    WalkNames(walk, options);
+    CTreeWalk(counter, options).WalkNames();
   } catch (const CInterruptExcept&) {
     throw;
   } catch (const CExcept&) {  // the creation will meet it, too, and say so

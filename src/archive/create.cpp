@@ -50,8 +50,7 @@ void CCreate::WriteArchive() {
   strategy_ = MakeStrategy();
   if (!appending_) archive_->WriteHeader();
   status_line::HasTotalOf([this] { return CountBytes(options_, archive_->identity()); });
-  CTreeWalk walk(*this, options_.resolve_links);
-  WalkNames(walk, options_);
+  CTreeWalk(*this, options_).WalkNames();
   FinishArchive();
 }
 
@@ -106,7 +105,6 @@ std::vector<std::string> CCreate::DeleteArchive() {
 
 bool CCreate::OnObject(const std::string& name, const FileStatus& status, bool is_start) {
   if (is_start) return true;
-  if (options_.IsExcluded(name)) return false;
   // An archive never contains itself, whatever it is called here.
   if (status.identity == archive_->identity()) return false;
   const bool resolve = options_.resolve_links && status.kind == FileKind::kRegular &&

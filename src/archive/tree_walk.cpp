@@ -11,11 +11,6 @@
 namespace moldex {
 namespace {
 
-// Memory for the names of all directories being walked. Each level may take half of what the
-// levels above it left, so that deep trees and huge directories both fit.
-constexpr std::size_t kNamesBudget = 1024 * 1024;
-constexpr std::size_t kSmallestBudget = 1024;
-
 // A link that leads nowhere, as opposed to a name that the system refuses to look up.
 bool IsLinkWithoutTarget(const std::string& name) {
   const int why = LastSystemError().errno_value;
@@ -42,16 +37,35 @@ std::string WithoutTrailingSeparators(std::string_view name) {
 
 }  // namespace
 
+void CTreeWalk::WalkNames() {
+  for (const std::string& name : options_.file_names) {
+    // A file may be called like a pattern; it is meant then.
+    if (HasWildcard(name) && TestExistence(name) != Existence::kExists) {
+      WalkPattern(name);
+    } else {
+      Walk(name);
+    }
+  }
+  for (const std::string& name : options_.include_names)
+    Walk(name);
+  only_new_keys_ = true;
+  if (!options_.StoresRenamedNames()) return;
+  for (const auto& [old_name, new_name] : options_.rename_map)
+    Walk(old_name);
+}
+
 void CTreeWalk::Walk(std::string_view name) {
   VisitName(WithoutTrailingSeparators(name));
   DrainLevels();
 }
 
+// "*" and "?" in the last part of a name. A pattern that matches nothing is inaccessible.
 void CTreeWalk::WalkPattern(std::string_view pattern) {
   const PathRules rules = SystemPathRules();
   const std::string_view last = LastComponent(rules, pattern);
   const std::string directory(pattern.substr(0, pattern.size() - last.size()));
-  CSortedDirectory names(directory, NextBudget());
+  if (options_.IsExcluded(directory)) return;
+  CSortedDirectory names(directory, memory_);
   names.SetFilter([=](const char* name) { return MatchesPattern(rules, last, name); });
   bool matched = false;
   while (const auto name = names.Next()) {
@@ -59,13 +73,26 @@ void CTreeWalk::WalkPattern(std::string_view pattern) {
     VisitName(directory + *name);
     DrainLevels();
   }
-  if (matched && names.Result() == DirectoryResult::kReadFailed) FailReading();
-  if (!matched) visitor_.OnInaccessible(std::string(pattern));
+  if (names.Result() == DirectoryResult::kReadFailed) FailReading();
+  const bool complete = matched && names.Result() == DirectoryResult::kComplete;
+  const std::string text(pattern);
+  if (!complete && !options_.IsExcluded(text)) visitor_.OnInaccessible(text);
+}
+
+// Whether a name is to be looked at: not when it is excluded, and a name of the -T file not again
+// after the operands.
+bool CTreeWalk::IsMeant(const std::string& name) {
+  if (options_.IsExcluded(name)) return false;
+  const std::string* key = options_.FindRenamed(name);
+  if (key == nullptr) return true;
+  const bool is_new = visited_keys_.insert(key).second;
+  return is_new || !only_new_keys_;
 }
 
 void CTreeWalk::VisitName(const std::string& name) {
   ThrowIfInterrupted();
-  const auto status = follow_links_ ? QueryStatus(name) : QueryLinkStatus(name);
+  if (!IsMeant(name)) return;
+  const auto status = options_.resolve_links ? QueryStatus(name) : QueryLinkStatus(name);
   if (!status) {
     if (IsLinkWithoutTarget(name)) {
       visitor_.OnLinkWithoutTarget(name);
@@ -78,12 +105,8 @@ void CTreeWalk::VisitName(const std::string& name) {
     visitor_.OnLinkWithoutTarget(name);
   } else if (visitor_.OnObject(name, *status, IsStart(name, *status)) &&
              status->kind == FileKind::kDirectory) {
-    Enter(name, status->identity);
+    levels_.emplace_back(name, status->identity, memory_);
   }
-}
-
-void CTreeWalk::Enter(const std::string& path, const FileIdentity& identity) {
-  levels_.push_back({path, identity, CSortedDirectory(path, NextBudget())});
 }
 
 void CTreeWalk::DrainLevels() {
@@ -104,27 +127,6 @@ void CTreeWalk::DrainLevels() {
 bool CTreeWalk::IsBeingWalked(const FileIdentity& identity) const {
   return std::any_of(levels_.begin(), levels_.end(),
                      [&](const Level& level) { return level.identity == identity; });
-}
-
-std::size_t CTreeWalk::NextBudget() const {
-  std::size_t held = 0;
-  for (const Level& level : levels_)
-    held += level.names.HeldBytes();
-  const std::size_t left = kNamesBudget - std::min(held, kNamesBudget);
-  return std::max(left / 2, kSmallestBudget);
-}
-
-void WalkNames(CTreeWalk& walk, const CCmdLineOptions& options) {
-  for (const std::string& name : options.file_names) {
-    // A file may be called like a pattern; it is meant then.
-    if (HasWildcard(name) && TestExistence(name) != Existence::kExists) {
-      walk.WalkPattern(name);
-    } else {
-      walk.Walk(name);
-    }
-  }
-  for (const std::string& name : options.include_names)
-    walk.Walk(name);
 }
 
 }  // namespace moldex

@@ -1,4 +1,4 @@
-// Finds what a name on the command line stands for: an object, and everything below a directory.
+// Finds what the names on the command line stand for: objects, and everything below directories.
 //
 // Symbolic links are followed, unless they are to be kept as links. Directories are walked in byte
 // order of their names, depth first, without recursion and in bounded memory, so that the same tree
@@ -6,9 +6,11 @@
 #ifndef MOLDEX_ARCHIVE_TREE_WALK_H_
 #define MOLDEX_ARCHIVE_TREE_WALK_H_
 
+#include <cstddef>
+#include <deque>
 #include <string>
 #include <string_view>
-#include <vector>
+#include <unordered_set>
 
 #include "platform/directory.h"
 #include "platform/file_status.h"
@@ -30,37 +32,43 @@ class ITreeVisitor {
 
 class CTreeWalk {
  public:
-  CTreeWalk(ITreeVisitor& visitor, bool follow_links)
-      : visitor_(visitor), follow_links_(follow_links) {}
+  // Links are followed, and names left out, as the options say; `options` outlive the walk.
+  CTreeWalk(ITreeVisitor& visitor, const CCmdLineOptions& options)
+      : visitor_(visitor), options_(options), memory_(kNamesBudget) {}
 
-  // Visits one name and what is below it. Throws CExcept when a directory that could be opened
-  // cannot be read to its end, and what the visitor throws.
-  void Walk(std::string_view name);
-
-  // Visits what a pattern matches: "*" and "?" in the last part of a name. A pattern that matches
-  // nothing is inaccessible.
-  void WalkPattern(std::string_view pattern);
+  // Visits what the operands and the names of the -A file stand for, in order, and then, where the
+  // options mean them, names of the -T file that were not visited until then. An excluded name is
+  // not even looked at. Throws CExcept when a directory that could be opened cannot be read to its
+  // end, and what the visitor throws.
+  void WalkNames();
 
  private:
+  // Memory for the names of all directories being walked.
+  static constexpr std::size_t kNamesBudget = 1024 * 1024;
+
   struct Level {
+    Level(const std::string& directory, const FileIdentity& its_identity, CNameMemory& memory)
+        : path(directory), identity(its_identity), names(directory, memory) {}
+
     std::string path;
     FileIdentity identity;
     CSortedDirectory names;
   };
 
+  void Walk(std::string_view name);
+  void WalkPattern(std::string_view pattern);
   void VisitName(const std::string& name);
-  void Enter(const std::string& path, const FileIdentity& identity);
+  bool IsMeant(const std::string& name);
   void DrainLevels();
   bool IsBeingWalked(const FileIdentity& identity) const;
-  std::size_t NextBudget() const;
 
   ITreeVisitor& visitor_;
-  bool follow_links_;
-  std::vector<Level> levels_;
+  const CCmdLineOptions& options_;
+  CNameMemory memory_;
+  std::deque<Level> levels_;
+  std::unordered_set<const std::string*> visited_keys_;  // old names of the -T file
+  bool only_new_keys_ = false;
 };
-
-// Walks the operands and the names of the -A file, in order; the latter are no patterns.
-void WalkNames(CTreeWalk& walk, const CCmdLineOptions& options);
 
 }  // namespace moldex
 

@@ -18,13 +18,41 @@ enum class DirectoryResult { kComplete, kCannotOpen, kReadFailed };
 DirectoryResult VisitDirectory(const std::string& path,
                                const std::function<void(const char*)>& visit);
 
+class CSortedDirectory;
+
+// Memory for the names of directories of which one is read inside another. The one that is being
+// read may have all of it: the others give theirs up, the outermost first, and are read again when
+// their turn comes.
+class CNameMemory {
+ public:
+  explicit CNameMemory(std::size_t bytes) : bytes_(bytes) {}
+  CNameMemory(const CNameMemory&) = delete;
+  CNameMemory& operator=(const CNameMemory&) = delete;
+
+  // What the names of all directories take now.
+  std::size_t HeldBytes() const { return held_bytes_; }
+
+ private:
+  friend class CSortedDirectory;
+
+  bool IsExceeded() const { return held_bytes_ > bytes_; }
+  void MakeRoomFor(const CSortedDirectory& reader);
+
+  std::size_t bytes_;
+  std::size_t held_bytes_ = 0;
+  std::vector<CSortedDirectory*> directories_;  // the outermost first
+};
+
 // Hands out a directory's names in byte order, in bounded memory: of a directory whose names do not
-// fit the budget, the smallest that fit are kept, and the directory is read again for the rest.
-// No file is open between two calls, and names that appear or go in the meantime do no harm.
+// fit, the smallest that fit are kept, and the directory is read again for the rest. No file is
+// open between two calls, and names that appear or go in the meantime do no harm.
 class CSortedDirectory {
  public:
-  // `path` is empty for the current directory. `budget_bytes` bounds the names held at a time.
-  CSortedDirectory(std::string path, std::size_t budget_bytes);
+  // `path` is empty for the current directory. `memory` outlives the directory.
+  CSortedDirectory(std::string path, CNameMemory& memory);
+  ~CSortedDirectory();
+  CSortedDirectory(const CSortedDirectory&) = delete;
+  CSortedDirectory& operator=(const CSortedDirectory&) = delete;
 
   // Only names for which `accept` holds are handed out.
   void SetFilter(std::function<bool(const char*)> accept) { accept_ = std::move(accept); }
@@ -33,19 +61,20 @@ class CSortedDirectory {
   std::optional<std::string> Next();
   DirectoryResult Result() const { return result_; }
 
-  // Bytes of memory that the names take now.
-  std::size_t HeldBytes() const { return held_bytes_; }
-
  private:
+  friend class CNameMemory;
+
   void ReadBatch();
   void Keep(const char* name);
+  void DropLast();
+  void GiveUp(std::size_t wanted_bytes);
 
   std::string path_;
-  std::size_t budget_bytes_;
+  CNameMemory& memory_;
   std::function<bool(const char*)> accept_;
   std::vector<std::string> names_;  // sorted downwards while handed out, a heap while read
   std::size_t held_bytes_ = 0;
-  std::string last_;  // the last name of the batch before; empty before the first
+  std::string last_;  // the last name that was handed out; empty before the first
   bool complete_ = false;
   DirectoryResult result_ = DirectoryResult::kComplete;
 };

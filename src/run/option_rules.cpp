@@ -1,6 +1,5 @@
 // Which command goes with which options: the rules of CCmdLineOptions::CheckOptions, in the order
 // in which they are tried.
-#include "platform/file_services.h"
 #include "report/except.h"
 #include "run/archive_list.h"
 #include "run/option_table.h"
@@ -24,21 +23,6 @@ struct Rule {
 
 bool NamesNothing(const CCmdLineOptions& options) {
   return options.file_names.empty() && options.include_file == nullptr;
-}
-
-// Whether an operand names the object of this comparable name or a directory above it.
-bool IsCovered(const std::string& name, const std::vector<std::string>& operands) {
-  for (const std::string& operand : operands) {
-    const std::string above = ComparableName(SystemPathRules(), operand);
-    const bool everything = above.empty() || above == "/";
-    const bool absolute = name[0] == '/';
-    if (everything && absolute == !above.empty()) return true;
-    if (!everything && name.starts_with(above) &&
-        (name.size() == above.size() || name[above.size()] == '/')) {
-      return true;
-    }
-  }
-  return false;
 }
 
 const Rule kRules[] = {
@@ -85,13 +69,6 @@ void CCmdLineOptions::CheckOptions() {
     if ((rule.commands & Bit(command_code)) != 0 && rule.applies(*this)) {
       throw CExcept(rule.message, rule.code, rule.with_system_text);
     }
-  }
-  // Without a list of names to include, the renamed files are meant, too, as far as the operands
-  // do not name them already.
-  if (command_code != kCommandCreate || include_file != nullptr) return;
-  for (const auto& [old_name, new_name] : rename_map) {
-    if (!IsCovered(ComparableName(SystemPathRules(), old_name), file_names))
-      include_names.push_back(old_name);
   }
 }
 

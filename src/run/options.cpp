@@ -175,15 +175,21 @@ bool CCmdLineOptions::IsExcluded(const std::string& name) const {
   while (!above.empty()) {
     if (std::binary_search(exclude_names.begin(), exclude_names.end(), above)) return true;
     const std::size_t slash = above.rfind('/');
-    above.resize(slash == std::string::npos ? 0 : slash);
+    const bool below_root = slash == 0 && above.size() > 1;
+    above.resize(slash == std::string::npos ? 0 : slash + (below_root ? 1 : 0));
   }
   return false;
 }
 
 std::string CCmdLineOptions::Renamed(const std::string& name) const {
-  if (rename_map.empty()) return name;
+  const std::string* old_name = FindRenamed(name);
+  return old_name == nullptr ? name : rename_map.at(*old_name);
+}
+
+const std::string* CCmdLineOptions::FindRenamed(const std::string& name) const {
+  if (rename_map.empty()) return nullptr;
   const auto found = rename_map.find(NormalisedName(SystemPathRules(), name));
-  return found == rename_map.end() ? name : found->second;
+  return found == rename_map.end() ? nullptr : &found->first;
 }
 
 }  // namespace moldex

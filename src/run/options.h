@@ -42,6 +42,12 @@ class CCmdLineOptions {
 
   // The name that the -T file gives this object; the name itself when it lists none.
   std::string Renamed(const std::string& name) const;
+  // The name's old name as it stands in `rename_map`; null when the -T file does not list it.
+  const std::string* FindRenamed(const std::string& name) const;
+  // Whether the names of the -T file are meant beside the operands: without a list of names.
+  bool StoresRenamedNames() const {
+    return command_code == kCommandCreate && include_file == nullptr;
+  }
 
   bool verbose = false;
   bool space_check = false;

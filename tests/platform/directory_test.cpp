@@ -29,7 +29,12 @@ class Directory : public FolderTest {
   }
 
   Names All(std::size_t budget) const {
-    CSortedDirectory directory(Name(""), budget);
+    CNameMemory memory(budget);
+    CSortedDirectory directory(Name(""), memory);
+    return Rest(directory);
+  }
+
+  static Names Rest(CSortedDirectory& directory) {
     Names names;
     while (const auto name = directory.Next())
       names.push_back(*name);
@@ -52,19 +57,39 @@ TEST_F(Directory, EveryBudgetGivesTheSameNamesAndIsKept) {
   ASSERT_GT(expected.size(), 250u);
   ASSERT_TRUE(std::is_sorted(expected.begin(), expected.end()));
   for (const std::size_t budget : {0u, 1u, 33u, 100u, 333u, 1000u, 5000u, 20000u}) {
-    CSortedDirectory directory(Name(""), budget);
+    CNameMemory memory(budget);
+    CSortedDirectory directory(Name(""), memory);
     Names names;
     // A name that alone exceeds the budget is held all the same.
     const std::size_t most = std::max(budget, sizeof(std::string) + 60);
     while (const auto name = directory.Next()) {
       names.push_back(*name);
-      EXPECT_LE(directory.HeldBytes(), most) << budget;
+      EXPECT_LE(memory.HeldBytes(), most) << budget;
     }
     EXPECT_EQ(names, expected) << budget;
-    EXPECT_EQ(directory.HeldBytes(), 0u);
+    EXPECT_EQ(memory.HeldBytes(), 0u);
     EXPECT_EQ(directory.Result(), DirectoryResult::kComplete);
     EXPECT_FALSE(directory.Next()) << "the end stays the end";
   }
+}
+
+TEST_F(Directory, TheInnerOneHasTheMemoryAndTheOuterOneLosesNoName) {
+  MakeMany(300);
+  const Names expected = All(kPlenty);
+  CNameMemory memory(8000);  // for a third of them
+  CSortedDirectory outer(Name(""), memory);
+  Names names;
+  for (std::size_t round = 0; round < expected.size(); ++round) {
+    names.push_back(outer.Next().value_or(""));
+    if (round % 50 != 0) continue;
+    std::size_t looks = 0;
+    CSortedDirectory inner(Name(""), memory);
+    inner.SetFilter([&](const char*) { return ++looks > 0; });
+    EXPECT_EQ(Rest(inner), expected);
+    EXPECT_LE(looks, 4 * expected.size()) << "read again for few names";
+    EXPECT_LE(memory.HeldBytes(), 8000U);
+  }
+  EXPECT_EQ(names, expected);
 }
 
 TEST_F(Directory, NamesThatComeAndGoDoNotDisturbTheOthers) {
@@ -73,7 +98,8 @@ TEST_F(Directory, NamesThatComeAndGoDoNotDisturbTheOthers) {
   for (unsigned seed = 0; seed < 10; ++seed) {
     std::mt19937 random(seed);
     std::set<std::string> disturbed;
-    CSortedDirectory directory(Name(""), 100 + random() % 1000);
+    CNameMemory memory(100 + random() % 1000);
+    CSortedDirectory directory(Name(""), memory);
     Names names;
     while (const auto name = directory.Next()) {
       names.push_back(*name);
@@ -97,7 +123,8 @@ TEST_F(Directory, WhatCannotBeOpenedSaysSo) {
   Write("file", "");
   for (const char* name : {"missing", "file", "file/below"}) {
     RememberErrno(0);
-    CSortedDirectory directory(Name(name), kPlenty);
+    CNameMemory memory(kPlenty);
+    CSortedDirectory directory(Name(name), memory);
     EXPECT_FALSE(directory.Next()) << name;
     EXPECT_EQ(directory.Result(), DirectoryResult::kCannotOpen) << name;
     EXPECT_NE(LastSystemError().code, 0u) << name;
@@ -106,7 +133,8 @@ TEST_F(Directory, WhatCannotBeOpenedSaysSo) {
 
 TEST_F(Directory, ADirectoryThatGoesAwayBetweenBatchesIsReported) {
   MakeMany(20);
-  CSortedDirectory directory(Name(""), 1);
+  CNameMemory memory(1);
+  CSortedDirectory directory(Name(""), memory);
   EXPECT_TRUE(directory.Next());
   std::filesystem::remove_all(folder_.Path());
   EXPECT_FALSE(directory.Next());

@@ -103,21 +103,24 @@ class NameLists : public ProgramTest {
 
 TEST_F(NameLists, ChooseAndRenameWhatIsArchived) {
   Write("list", "# comment\r\n\r\n  d/sub  \r\n*.txt\r\ny.txt");
-  Write("not", "d/sub\n./x.txt\n");
+  Write("not", "d/sub\n./x.txt\ngone\n/none*\n");
   Write("new", "\xEF\xBB\xBFx.txt|new name.txt\n  d other\n# y.txt z\n./d/b | else/where\n");
   Write("both", "y.txt|2\nx.txt|1\n");
+  Write("deep", "d/sub|s\nd/sub/c|c\nd/sub/gone|g\ny.txt|y\n");
   const std::pair<std::string, Words> cases[] = {
       {"d x.txt y.txt -X not", {"d", "d/a", "d/b", "y.txt"}},
-      {"./d/sub/c ./y.txt -X not", {"./y.txt"}},
+      {"./d/sub/c gone ./y.txt /none* d/sub/* -X not", {"./y.txt"}},
       {"d x.txt y.txt -T new",
        {"other", "d/a", "else/where", "d/sub", "d/sub/c", "new name.txt", "y.txt"}},
       {"-T both", {"1", "2"}},
+      {"y.* -T both", {"2", "1"}},
       {"*.txt", {"x.txt", "y.txt"}},
       {"d/?", {"d/a", "d/b"}},
       {"d/s*", {"d/sub", "d/sub/c"}},
       {".h*", {".hidden.txt"}}};
   for (const auto& [arguments, names] : cases)
     ExpectCreation(arguments, names);
+  ExpectCreation("-i d/sub/c -T deep", {"c", "s", "y"}, Inaccessible("d/sub/gone"), 44);
   // Names from a list are no patterns, and behind the operands.
   ExpectCreation("-i x.txt -A list", {"x.txt", "d/sub", "d/sub/c", "y.txt"}, Inaccessible("*.txt"),
                  44);

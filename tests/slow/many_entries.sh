@@ -9,16 +9,23 @@ large_dir=/dev/shm
 
 python3 - <<'PYTHON'
 import os
+# Directories around them have more names than the walk keeps in memory.
+place = "many"
+for around in range(10):
+    os.makedirs(place)
+    for name in range(5000):
+        open(f"{place}/{name:060}", "w").close()
+    place += "/0"
 for outer in range(1000):
-    os.makedirs(f"many/{outer}")
-    for inner in range(1000):
-        with open(f"many/{outer}/{inner}", "w") as file:
+    os.makedirs(f"{place}/{outer}")
+    for inner in range(950):
+        with open(f"{place}/{outer}/{inner}", "w") as file:
             file.write(f"{outer} {inner}\n")
 PYTHON
 run -cf many.qel many
 run -df many.qel
 run -tf many.qel
-[ "$(grep -c many/ log)" -eq 1001000 ]
+[ "$(grep -c many/ log)" -eq 1001010 ]
 run -xf many.qel -R out
 diff -r many out/many
 echo "1,000,000 files came back"
