@@ -32,11 +32,17 @@ constexpr std::uint64_t kLongestStep = 0x7FFFFFFF;
 
 enum class Format { kOther, kVersion2, kVersion2LongNames };
 
-Format FormatOf(std::span<const std::uint8_t> header) {
-  if (header.size() < kArchiveHeaderBytes) return Format::kOther;
-  if (std::memcmp(&header[kMagicBytes], kVersion, 4) != 0) return Format::kOther;
-  if (std::memcmp(header.data(), kMagic, kMagicBytes) == 0) return Format::kVersion2;
-  const bool long_names = std::memcmp(header.data(), kMagic, 3) == 0 && header[3] == 0;
+// What the format is told by: the header and, if anything follows, what may begin an entry.
+constexpr std::size_t kArchiveStartBytes = kArchiveHeaderBytes + kEntryHeaderBytes;
+
+Format FormatOf(std::span<const std::uint8_t> start) {
+  if (start.size() < kArchiveHeaderBytes) return Format::kOther;
+  if (std::memcmp(&start[kMagicBytes], kVersion, 4) != 0) return Format::kOther;
+  if (start.size() >= kArchiveStartBytes && !IsEntryType(&start[kArchiveHeaderBytes])) {
+    return Format::kOther;
+  }
+  if (std::memcmp(start.data(), kMagic, kMagicBytes) == 0) return Format::kVersion2;
+  const bool long_names = std::memcmp(start.data(), kMagic, 3) == 0 && start[3] == 0;
   return long_names ? Format::kVersion2LongNames : Format::kOther;
 }
 
@@ -71,11 +77,11 @@ CContainer::CContainer(const std::string& archive_name, std::uint32_t mode)
 }
 
 void CContainer::OpenForAppending() {
-  std::array<std::uint8_t, kArchiveHeaderBytes> header{};
+  std::array<std::uint8_t, kArchiveStartBytes> start{};
   file_.SetPosition(0);
-  const Transfer transfer = file_.Read(header);
+  const Transfer transfer = file_.Read(start);
   if (!transfer.ok) throw CReadExcept(archive_name_);
-  const Format format = FormatOf(std::span(header).first(transfer.bytes));
+  const Format format = FormatOf(std::span(start).first(transfer.bytes));
   if (format == Format::kOther) throw CInvalExcept(archive_name_);
   // What is added has to look like what is there.
   CRunContext::GetInstance().SetLongNames(format == Format::kVersion2LongNames);
@@ -175,13 +181,13 @@ bool CContainer::CheckHeader() {
   is_version2_ = false;
   const bool is_short = reader_->Peek(kArchiveHeaderBytes).size() < kArchiveHeaderBytes;
   if (is_short && !reader_->Failed()) throw CShortArchiveExcept(archive_name_);
-  const Format format = FormatOf(ReadExactly(kArchiveHeaderBytes));
+  const Format format = FormatOf(reader_->Peek(kArchiveStartBytes));
+  ReadExactly(kArchiveHeaderBytes);
   if (format == Format::kOther) return false;
-  if (format == Format::kVersion2LongNames) CRunContext::GetInstance().SetLongNames(true);
-  const auto start = reader_->Peek(kEntryHeaderBytes);
-  is_version2_ = start.size() < kEntryHeaderBytes || IsEntryType(start.data());
+  CRunContext::GetInstance().SetLongNames(format == Format::kVersion2LongNames);
   whole_bytes_ = kArchiveHeaderBytes;
-  return *is_version2_;
+  is_version2_ = true;
+  return true;
 }
 
 CDirEntry* CContainer::FirstEntry() {

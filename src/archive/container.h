@@ -104,7 +104,7 @@ class CContainer {
   // --- Reading. Every operation throws CReadExcept when the archive ends or fails too early.
 
   // Whether this is a version-2 archive: its header is, and what follows, if anything does, may
-  // begin an entry. Reads once. A long-name archive switches the rest of the run to that mode.
+  // begin an entry. Reads once. The run is in long-name mode then if this archive is.
   bool CheckHeader();
   // The first entry, then one after another whatever was read of the one before; null at the end.
   // An entry is valid until the next call.

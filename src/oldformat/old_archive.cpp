@@ -38,19 +38,9 @@ std::uint32_t KindBits(TarKind kind) {
   }
 }
 
-void SetTime(std::int64_t seconds, bool long_names, EntryHeader* header) {
-  if (!long_names) {
-    constexpr std::int64_t kLatest = std::numeric_limits<std::uint32_t>::max();
-    header->time_low = static_cast<std::uint32_t>(std::clamp<std::int64_t>(seconds, 0, kLatest));
-    return;
-  }
-  // The last second that a Windows file time can name.
-  constexpr std::int64_t kLatest =
-      std::numeric_limits<std::int64_t>::max() / kFileTimeStepsPerSecond - kSecondsFrom1601To1970;
-  const TimePoint time{std::clamp(seconds, -kSecondsFrom1601To1970, kLatest - 1), 0};
-  const std::uint64_t file_time = FileTimeOf(time);
-  header->time_low = static_cast<std::uint32_t>(file_time);
-  header->time_high = static_cast<std::uint32_t>(file_time >> 32);
+void SetTime(std::int64_t seconds, EntryHeader* header) {
+  constexpr std::int64_t kLatest = std::numeric_limits<std::uint32_t>::max();
+  header->time_low = static_cast<std::uint32_t>(std::clamp<std::int64_t>(seconds, 0, kLatest));
 }
 
 }  // namespace
@@ -59,6 +49,7 @@ COldArchive::COldArchive(CRunContext& context, const std::string& name,
                          const CCmdLineOptions& options)
     : context_(context), options_(options), reader_(Regular(name)), selection_(options.file_names) {
   if (!reader_.IsTar()) throw CInvalExcept(name);
+  context_.SetLongNames(false);
 }
 
 CDirEntry* COldArchive::Next() {
@@ -98,7 +89,7 @@ CDirEntry& COldArchive::Fill(std::string name) {
   header.type = is_directory ? kTypeDirectory : kTypeFile;
   header.mode = KindBits(header_.kind) | header_.permissions;
   header.set_size_bytes(is_directory ? 0 : header_.size_bytes);
-  SetTime(header_.modified_seconds, context_.long_names(), &header);
+  SetTime(header_.modified_seconds, &header);
   CDirEntry* entry = &file_entry_;
   if (is_directory) entry = &directory_entry_;
   entry->Fill(header, std::move(name), {});

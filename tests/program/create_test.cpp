@@ -188,7 +188,8 @@ TEST_F(Append, AddsBehindTheLastByteButNeverItself) {
 
 TEST_F(Append, LeavesFilesThatAreNoArchivesUntouched) {
   Make({{"y", FileNode("two")}});
-  for (const std::string content : {"just a text", "VUK 2.01", "vuk 2.00", "VUK_2.00"}) {
+  for (const std::string content : {"just a text", "VUK 2.01", "vuk 2.00", "VUK_2.00",
+                                    "VUK 2.00 followed by something that is no entry of ours"}) {
     Write("notes.txt", content);
     ExpectRun("-af notes.txt y", "MOLDEX: invalid archive notes.txt\n", 40);
     EXPECT_EQ(Bytes("notes.txt"), content);
