@@ -11,11 +11,9 @@ namespace moldex {
 
 namespace {
 
-// One spelling, of the target directory ".".
 std::string OneSpelling(const std::string& name) {
   const PathRules rules = SystemPathRules();
-  std::string result = NormalisedName(rules, name);
-  if (result.empty()) return ".";
+  const std::string result = NormalisedName(rules, name);
   // On Windows two separators in front mean a share.
   const bool is_share = rules.is_windows && name.size() > 1 &&
                         IsSeparator(rules, name[0]) && IsSeparator(rules, name[1]);
@@ -29,6 +27,7 @@ bool IsBelow(const std::string& name, const std::string& directory) {
 }  // namespace
 
 void CDirectoryModes::Add(const std::string& name, std::uint32_t mode) {
+  if (IsTargetDirectory(name)) return;
   std::string spelling = OneSpelling(name);
   ApplyUpTo(spelling);
   pending_.push_back({spelling.size(), mode});

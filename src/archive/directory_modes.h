@@ -19,7 +19,7 @@ class CDirectoryModes {
       : set_permissions_(set_permissions), long_names_(long_names) {}
 
   // Applies what waits and does not hold this directory, however either name is written; then this
-  // one waits. Throws CChgModExcept.
+  // one waits, unless it is the target directory. Throws CChgModExcept.
   void Add(const std::string& name, std::uint32_t mode);
   // Applies what still waits. Throws CChgModExcept.
   void Finish() { ApplyUpTo(""); }

@@ -49,10 +49,7 @@ std::string TextFromUtf8(std::span<const std::uint8_t> utf8) {
 
 std::string DeliveredName(std::string name, bool lower, bool flat) {
   if (lower) name = LowerAscii(SystemPathRules(), name);
-  const std::size_t cut = flat ? name.rfind('/') + 1 : 0;
-  name.erase(0, cut);
-  // What stood behind a directory must not turn into a drive, which no target directory precedes.
-  if (cut > 0 && !name.empty() && !IsRelative(name)) name.insert(0, "./");
+  if (flat) name.erase(0, name.rfind('/') + 1);
   return name;
 }
 

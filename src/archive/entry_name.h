@@ -22,7 +22,7 @@ std::string NameFromUtf8(std::span<const std::uint8_t> stored);
 std::string TextFromUtf8(std::span<const std::uint8_t> utf8);
 
 // The name that the commands see of one that was read: its ASCII letters lowered, or without the
-// directories in front, where the options ask for that, which never makes it one with a drive.
+// directories in front, where the options ask for that.
 std::string DeliveredName(std::string name, bool lower, bool flat);
 
 }  // namespace moldex

@@ -1,6 +1,8 @@
 #include "archive/output_place.h"
 
+#include <array>
 #include <cerrno>
+#include <functional>
 
 #include "platform/file_services.h"
 #include "report/except.h"
@@ -27,11 +29,32 @@ std::size_t ExistingPrefix(PathRules rules, const std::string& path) {
   return 0;
 }
 
-bool IsDirectory(const std::string& path) {
-  const auto status = QueryStatus(path);
-  if (status && status->kind == FileKind::kDirectory) return true;
-  if (status) RememberErrno(ENOTDIR);
-  return false;
+// Which directories this run has made because something lies below them. Knows the latest ones, so
+// that memory stays the same however many there are.
+class CMadeParents {
+ public:
+  void Note(const std::string& path) { SlotOf(path) = HashOf(path); }
+  bool Has(const std::string& path) { return SlotOf(path) == HashOf(path); }
+
+ private:
+  static std::size_t HashOf(const std::string& path) {
+    return std::hash<std::string>()(NormalisedName(SystemPathRules(), path));
+  }
+  std::size_t& SlotOf(const std::string& path) { return hashes_[HashOf(path) % hashes_.size()]; }
+
+  std::array<std::size_t, 4096> hashes_{};
+};
+
+CMadeParents& MadeParents() {
+  static CMadeParents made;
+  return made;
+}
+
+std::optional<FileStatus> DirectoryStatus(const std::string& path) {
+  auto status = QueryStatus(path);
+  if (!status || status->kind == FileKind::kDirectory) return status;
+  RememberErrno(ENOTDIR);
+  return std::nullopt;
 }
 
 // Creates the missing directories above the last component.
@@ -39,18 +62,78 @@ bool CreateParents(const std::string& path) {
   if (path.empty()) return false;
   const PathRules rules = SystemPathRules();
   const std::size_t existing = ExistingPrefix(rules, path);
+  if (existing > 0 && !DirectoryStatus(path.substr(0, existing))) return false;
   for (std::size_t end = FirstSeparator(rules, path, existing); end != std::string::npos;
        end = FirstSeparator(rules, path, end + 1)) {
-    if (end > existing && !CreateDirectoryAt(path.substr(0, end))) return false;
+    if (end <= existing) continue;
+    const std::string directory = path.substr(0, end);
+    if (!CreateDirectoryAt(directory)) return false;
+    MadeParents().Note(directory);
   }
   return true;
+}
+
+const CCmdLineOptions& Options() { return CRunContext::GetInstance().options(); }
+
+std::string TargetDirectory() {
+  const char* directory = Options().target_directory;
+  return directory != nullptr ? directory : "";
+}
+
+// What stood after a directory must not turn into a drive, which no target directory precedes.
+std::string WithoutDrive(const std::string& entry_name) {
+  const bool looks_absolute = !entry_name.empty() && !IsRelative(entry_name);
+  return Options().flat && looks_absolute ? "./" + entry_name : entry_name;
+}
+
+bool IsLink(const std::string& path) {
+  const CSystemErrorGuard guard;
+  const auto status = QueryLinkStatus(path);
+  return status && status->kind == FileKind::kSymbolicLink;
+}
+
+// What is done to the directory `path` would be done to what a link leads to.
+bool IsReachedThroughLink(const std::string& entry_name, const std::string& path) {
+  return HasLinkAbove(entry_name) || IsLink(path);
+}
+
+// Lets the owner write into a directory that is there. Others keep what they may do in it, unless
+// this run has made it, for something that stood in the archive before it.
+void OpenUp(const std::string& path, bool sets_permissions) {
+  const auto status = DirectoryStatus(path);
+  if (!status) throw CCreateDirExcept(path);
+  if (!sets_permissions) return;
+  const std::uint32_t former = status->mode & kModePermissions;
+  const std::uint32_t wanted = MadeParents().Has(path) ? kOwnerAll : former | kOwnerAll;
+  if (wanted != former && !SetPermissionsAt(path, wanted)) throw CChgModExcept(path);
+}
+
+// A path without what only says that it is a directory's: "/" and "/." at its end.
+std::string WithoutDirectoryEnd(PathRules rules, std::string path) {
+  for (;;) {
+    std::string_view rest = path;
+    if (LastComponent(rules, rest) == ".") rest.remove_suffix(1);
+    if (!EndsWithSeparator(rules, rest)) return path;
+    rest.remove_suffix(1);
+    if (rest.empty() || (rules.is_windows && rest.ends_with(':'))) return path;
+    path.resize(rest.size());
+  }
 }
 
 }  // namespace
 
 std::string OutputPath(const std::string& entry_name) {
-  const char* target = CRunContext::GetInstance().options().target_directory;
-  return TargetName(SystemPathRules(), target != nullptr ? target : "", entry_name);
+  return OutputPath(TargetDirectory(), entry_name);
+}
+
+std::string OutputPath(std::string_view target_directory, const std::string& entry_name) {
+  return TargetName(SystemPathRules(), target_directory, WithoutDrive(entry_name));
+}
+
+bool IsTargetDirectory(const std::string& entry_name) {
+  if (entry_name.empty()) return true;
+  const PathRules rules = SystemPathRules();
+  return NormalisedName(rules, OutputPath(entry_name)) == NormalisedName(rules, TargetDirectory());
 }
 
 CFileHandle CreateOutputFile(const std::string& entry_name) {
@@ -76,34 +159,41 @@ void CreateOutputLink(const std::string& entry_name, const std::string& target,
   if (time) (void)SetLinkDate(path, *time);  // a link's own date is a courtesy
 }
 
-std::string_view WrittenName(std::string_view entry_name) {
-  const bool below = CRunContext::GetInstance().options().target_directory != nullptr;
-  return below ? NameBelowTarget(SystemPathRules(), entry_name) : entry_name;
+std::string WrittenName(const std::string& entry_name) {
+  const bool below = Options().target_directory != nullptr;
+  const std::string name = WithoutDrive(entry_name);
+  return below ? std::string(NameBelowTarget(SystemPathRules(), name)) : name;
 }
 
 bool HasLinkAbove(const std::string& entry_name) {
   const PathRules rules = SystemPathRules();
-  const CSystemErrorGuard guard;
-  const std::string name(WrittenName(entry_name));
+  const std::string name = WrittenName(entry_name);
   for (std::size_t end = FirstSeparator(rules, name); end != std::string::npos;
        end = FirstSeparator(rules, name, end + 1)) {
-    if (end == 0) continue;
-    const auto status = QueryLinkStatus(OutputPath(name.substr(0, end)));
-    if (status && status->kind == FileKind::kSymbolicLink) return true;
+    if (end > 0 && IsLink(OutputPath(name.substr(0, end)))) return true;
   }
   return false;
 }
 
 void CreateOutputDirectory(const std::string& entry_name) {
-  const std::string path = OutputPath(entry_name);
+  const std::string target = TargetDirectory();
+  if (IsTargetDirectory(entry_name)) {
+    if (!target.empty() && !CreateParents(JoinPath(target, "."))) throw CCreateDirExcept(target);
+    return;
+  }
+  const std::string path = WithoutDirectoryEnd(SystemPathRules(), OutputPath(entry_name));
+  const bool sets_permissions = Options().set_directory_permissions;
+  if (sets_permissions && IsReachedThroughLink(entry_name, path)) {
+    RememberErrno(ENOTDIR);
+    throw CCreateDirExcept(path);
+  }
+  const auto make = sets_permissions ? CreatePrivateDirectoryAt : CreateDirectoryAt;
   switch (TestExistence(path)) {
     case Existence::kExists:
-      if (!IsDirectory(path)) throw CCreateDirExcept(path);
-      if (!CRunContext::GetInstance().options().set_directory_permissions) return;
-      if (!SetPermissionsAt(path, kOwnerAll)) throw CChgModExcept(path);
+      OpenUp(path, sets_permissions);
       return;
     case Existence::kMissing:
-      if (!CreateParents(path) || !CreateDirectoryAt(path)) throw CCreateDirExcept(path);
+      if (!CreateParents(path) || !make(path)) throw CCreateDirExcept(path);
       return;
     case Existence::kUnknown:
       throw CAccessExcept(path);

@@ -12,12 +12,18 @@
 namespace moldex {
 
 // The part of an entry's name that its path on disk ends with: what is left of it below the
-// directory of -R, and without -R all of it. This is the name that rules about entries judge.
-std::string_view WrittenName(std::string_view entry_name);
+// directory of -R, and without -R all of it. What -flat has left never begins with a drive. This is
+// the name that rules about entries judge.
+std::string WrittenName(const std::string& entry_name);
 
 // The path that an entry of this name is written to: below the directory of -R where one is given
 // and the name is relative.
 std::string OutputPath(const std::string& entry_name);
+// The same below another directory; an empty one is none.
+std::string OutputPath(std::string_view target_directory, const std::string& entry_name);
+
+// Whether an entry of this name is the target directory itself, which no entry changes.
+bool IsTargetDirectory(const std::string& entry_name);
 
 // An empty file for the entry, open for writing, its missing parent directories created. Throws
 // CCreateDirExcept and COpenForWritingExcept with the output path.
@@ -31,8 +37,10 @@ void CreateOutputLink(const std::string& entry_name, const std::string& target,
 // Whether a directory above the entry, below the directory of -R, is a symbolic link.
 bool HasLinkAbove(const std::string& entry_name);
 
-// The directory for the entry. One that exists is opened up for its owner unless -h was given.
-// Throws CCreateDirExcept, CChgModExcept and CAccessExcept with the output path.
+// The directory for the entry; the target directory itself is made if it is missing, and else left
+// alone. Unless -h was given, a new directory is its owner's alone until it gets its permissions,
+// one that exists gets the owner's rights added, and neither may be reached through a symbolic
+// link. Throws CCreateDirExcept, CChgModExcept and CAccessExcept with the output path.
 void CreateOutputDirectory(const std::string& entry_name);
 
 }  // namespace moldex

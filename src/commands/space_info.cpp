@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "archive/output_place.h"
 #include "platform/file_services.h"
 #include "report/except.h"
 #include "report/exit_status.h"
@@ -54,7 +55,7 @@ void PrintRecord(double amount_bytes, const std::string& location) {
 
 bool CSpaceInfo::AddEntry(const std::string& name, double size_bytes) {
   const char* target = CRunContext::GetInstance().options().target_directory;
-  const std::string path = TargetName(SystemPathRules(), target != nullptr ? target : ".", name);
+  const std::string path = OutputPath(target != nullptr ? target : ".", name);
   const CSystemErrorGuard guard;  // that there is no such file is no failure
   const auto existing = QueryStatus(path);
   const double needed_bytes =

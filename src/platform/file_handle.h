@@ -47,8 +47,9 @@ class CFileHandle {
   //
   // kOpenExtracted asks for a file that nobody else can reach through the name while its data
   // arrive: it is readable by its owner alone until SetPermissions. A symbolic link of that name is
-  // replaced rather than followed, and so is a file with other names, which keep its bytes;
-  // anything else that is no regular file is refused.
+  // replaced rather than followed, and so is a file with other names, which keep its bytes, and, on
+  // POSIX, a file of another user's. A file that its owner may not write to is refused, and so is
+  // anything else that is no regular file.
   bool Open(const std::string& path, unsigned flags);
   bool IsValid() const { return handle_ != kInvalid; }
   // False when the system reports that earlier writes were lost. Closing twice does nothing.

@@ -83,25 +83,45 @@ bool MakePrivate(int descriptor) {
   return false;
 }
 
-bool HasOtherNames(int descriptor) {
+// What may be done with a file that has the name of an extracted one.
+enum class Former { kEmptied, kReplaced, kKept };
+
+// A read-only file is kept, whatever the user may do. A file of somebody else's is replaced, since
+// its owner may have it open; one with other names is, because these keep its bytes.
+Former Judge(int descriptor) {
   struct stat record {};
-  return fstat(descriptor, &record) == 0 && S_ISREG(record.st_mode) && record.st_nlink > 1;
+  if (fstat(descriptor, &record) != 0 || !S_ISREG(record.st_mode)) return Former::kEmptied;
+  if ((record.st_mode & S_IWUSR) == 0) return Former::kKept;
+  return record.st_nlink > 1 || record.st_uid != geteuid() ? Former::kReplaced : Former::kEmptied;
+}
+
+// Opens what stands under the name, unless it has to give way to a new file.
+int OpenFormerFile(const char* path, bool* replace) {
+  const int descriptor = OpenRetrying(path, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0);
+  *replace = descriptor < 0 && errno == ELOOP;  // a symbolic link
+  if (descriptor < 0) return -1;
+  const Former former = Judge(descriptor);
+  *replace = former == Former::kReplaced;
+  if (former == Former::kEmptied && MakePrivate(descriptor)) return descriptor;
+  close(descriptor);
+  if (former == Former::kKept) RememberErrno(EACCES);
+  return -1;
 }
 
 int OpenExtractedFile(const char* path) {
-  constexpr int kFlags = O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
-  int descriptor = OpenRetrying(path, kFlags, kOwnerOnly);
-  bool replace = descriptor < 0 && errno == ELOOP;  // a symbolic link
-  if (descriptor >= 0 && HasOtherNames(descriptor)) {
-    close(descriptor);
-    replace = true;
-  }
-  if (replace) {
+  constexpr int kNewFile = O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC;
+  const SystemError before = LastSystemError();
+  int descriptor = OpenRetrying(path, kNewFile, kOwnerOnly);
+  if (descriptor < 0 && errno == EEXIST) {
+    RestoreSystemError(before);
+    bool replace = false;
+    descriptor = OpenFormerFile(path, &replace);
+    if (!replace) return descriptor;
     if (unlink(path) != 0) {
       RememberSystemError();
       return -1;
     }
-    descriptor = OpenRetrying(path, kFlags | O_EXCL, kOwnerOnly);
+    descriptor = OpenRetrying(path, kNewFile, kOwnerOnly);
   }
   if (descriptor < 0 || MakePrivate(descriptor)) return descriptor;
   close(descriptor);

@@ -33,13 +33,18 @@ std::optional<FileStatus> StandardOutputStatus();
 
 Existence TestExistence(const std::string& path);
 
-// True also when something of that name exists already.
+// True also when a directory of that name, or a link to one, exists already.
 bool CreateDirectoryAt(const std::string& path);
+
+// The same for a directory that only its owner may enter, where the system keeps it so by its
+// permissions. One that exists stays as it is.
+bool CreatePrivateDirectoryAt(const std::string& path);
 
 // The target of a symbolic link, as it stands in the link. Empty when there is none.
 std::optional<std::string> ReadSymbolicLink(const std::string& path);
 
-// Makes a symbolic link; a file or link of that name is replaced, a directory is not.
+// Makes a symbolic link; a file or link of that name is replaced, a directory or a read-only file
+// is not.
 bool CreateSymbolicLink(const std::string& path, const std::string& target);
 
 // Sets the modification time of a symbolic link itself.
@@ -51,15 +56,16 @@ std::optional<double> DiskFreeSpace(const std::string& path);
 
 bool DeleteFileAt(const std::string& path);
 
-// Sets the permission bits (kModePermissions) of a file or directory.
+// Sets the permission bits (kModePermissions) of a file or directory; what else its mode holds
+// stays.
 bool SetPermissionsAt(const std::string& path, std::uint32_t bits);
 
 // Sets Windows attributes, as far as the system knows them. `executable` counts where the right to
 // execute does not come from the name.
 bool SetAttributesAt(const std::string& path, std::uint32_t attributes, bool executable);
 
-// Gives a directory that came out of an archive the permissions of its entry's mode, which in
-// long-name mode was made from attributes.
+// Gives a directory that came out of an archive the permissions of its entry's mode. In long-name
+// mode that was made from attributes, which say nothing of searching: who may read may search then.
 bool SetDirectoryModeAt(const std::string& path, std::uint32_t mode, bool long_names);
 
 // Makes a directory hidden, or one of the system, where its entry's mode says so and the system

@@ -39,6 +39,18 @@ std::uint32_t AttributesOf(mode_t mode) {
   return read_only != 0 ? read_only : kAttributeNormal;
 }
 
+bool MakeDirectory(const std::string& path, mode_t mode) {
+  if (Retrying([&] { return mkdir(path.c_str(), mode); }) == 0) return true;
+  if (errno != EEXIST) {
+    RememberSystemError();
+    return false;
+  }
+  struct stat record {};
+  if (stat(path.c_str(), &record) == 0 && S_ISDIR(record.st_mode)) return true;
+  RememberErrno(ENOTDIR);
+  return false;
+}
+
 struct FreeMemory {
   void operator()(char* memory) const { std::free(memory); }
 };
@@ -100,11 +112,9 @@ Existence TestExistence(const std::string& path) {
   return Existence::kUnknown;
 }
 
-bool CreateDirectoryAt(const std::string& path) {
-  if (Retrying([&] { return mkdir(path.c_str(), 0777); }) == 0 || errno == EEXIST) return true;
-  RememberSystemError();
-  return false;
-}
+bool CreateDirectoryAt(const std::string& path) { return MakeDirectory(path, 0777); }
+
+bool CreatePrivateDirectoryAt(const std::string& path) { return MakeDirectory(path, 0700); }
 
 std::optional<std::string> ReadSymbolicLink(const std::string& path) {
   std::string target(256, '\0');
@@ -132,6 +142,10 @@ bool CreateSymbolicLink(const std::string& path, const std::string& target) {
     RememberSystemError();
     return false;
   }
+  if (S_ISREG(record.st_mode) && (record.st_mode & S_IWUSR) == 0) {
+    RememberErrno(EACCES);
+    return false;
+  }
   return DeleteFileAt(path) && Succeeds(make);
 }
 
@@ -143,7 +157,11 @@ bool SetLinkDate(const std::string& path, const TimePoint& time) {
 
 std::optional<double> DiskFreeSpace(const std::string& path) {
   struct statvfs record {};
-  if (!Succeeds([&] { return statvfs(path.c_str(), &record); })) return std::nullopt;
+  if (Retrying([&] { return statvfs(path.c_str(), &record); }) != 0) {
+    if (errno == ENOSYS) return -1;
+    RememberSystemError();
+    return std::nullopt;
+  }
   return static_cast<double>(record.f_bavail) * static_cast<double>(record.f_frsize);
 }
 
@@ -152,8 +170,11 @@ bool DeleteFileAt(const std::string& path) {
 }
 
 bool SetPermissionsAt(const std::string& path, std::uint32_t bits) {
+  struct stat record {};
+  if (!Succeeds([&] { return stat(path.c_str(), &record); })) return false;
+  const mode_t kept = record.st_mode & (S_ISUID | S_ISGID | S_ISVTX);
   const auto permissions = static_cast<mode_t>(bits & kModePermissions);
-  return Succeeds([&] { return chmod(path.c_str(), permissions); });
+  return Succeeds([&] { return chmod(path.c_str(), kept | permissions); });
 }
 
 bool SetAttributesAt(const std::string& path, std::uint32_t attributes, bool executable) {
@@ -161,10 +182,9 @@ bool SetAttributesAt(const std::string& path, std::uint32_t attributes, bool exe
   return Succeeds([&] { return chmod(path.c_str(), permissions); });
 }
 
-// Attributes say nothing of the right to search a directory.
 bool SetDirectoryModeAt(const std::string& path, std::uint32_t mode, bool long_names) {
-  return long_names ? SetAttributesAt(path, AttributesOfMode(mode), true)
-                    : SetPermissionsAt(path, mode);
+  const bool adds_search = long_names && (mode & S_IRUSR) != 0;
+  return SetPermissionsAt(path, adds_search ? mode | S_IXUSR : mode);
 }
 
 bool AddDirectoryAttributesAt(const std::string& /*path*/, std::uint32_t /*mode*/) { return true; }

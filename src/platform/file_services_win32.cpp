@@ -185,8 +185,20 @@ Existence TestExistence(const std::string& path) {
 }
 
 bool CreateDirectoryAt(const std::string& path) {
-  return CallCreateDirectory(path) || Succeeded(GetLastError() == ERROR_ALREADY_EXISTS);
+  if (CallCreateDirectory(path)) return true;
+  if (GetLastError() != ERROR_ALREADY_EXISTS) return Succeeded(false);
+  // Opening it follows links, of which the attributes say no more than what they were made for.
+  BY_HANDLE_FILE_INFORMATION record{};
+  const COpenObject object(path, 0);
+  const bool known =
+      object.IsValid() && GetFileInformationByHandle(object.handle(), &record) != FALSE;
+  if (known && (record.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return true;
+  RememberErrno(ENOTDIR);
+  return false;
 }
+
+// A directory takes its rights from the one that it is in.
+bool CreatePrivateDirectoryAt(const std::string& path) { return CreateDirectoryAt(path); }
 
 std::optional<std::string> ReadSymbolicLink(const std::string& path) {
   std::array<std::uint8_t, MAXIMUM_REPARSE_DATA_BUFFER_SIZE> buffer{};

@@ -229,6 +229,11 @@ std::string LowerAscii(PathRules rules, std::string_view text) {
   return result;
 }
 
+bool NamesADirectory(PathRules rules, std::string_view name) {
+  const std::string_view last = LastComponent(rules, name);
+  return last.empty() || last == "." || last == "..";
+}
+
 bool HasWildcard(std::string_view name) {
   return name.find_first_of("*?") != std::string_view::npos;
 }

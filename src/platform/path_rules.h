@@ -99,6 +99,10 @@ std::string ComparableName(PathRules rules, std::string_view name);
 // The text with the letters "A" to "Z" in lower case, second bytes of a character left alone.
 std::string LowerAscii(PathRules rules, std::string_view text);
 
+// Whether a name can only be that of a directory: nothing stands after its last separator, or "."
+// or "..".
+bool NamesADirectory(PathRules rules, std::string_view name);
+
 // Whether a name holds "*" or "?".
 bool HasWildcard(std::string_view name);
 

@@ -218,14 +218,13 @@ TEST_F(ExtractedFile, IsItsOwnersAloneAndFollowsNoSymbolicLink) {
   Make(targets);
   Make({{"open", FileNode("old and longer", 0777)},
         {"special", FileNode("old", 06755)},
-        {"closed", FileNode("old", 0400)},
         {"1", SymlinkNode("victim")},
         {"2", SymlinkNode("folder")},
         {"3", SymlinkNode("nowhere")},
         {"4", SymlinkNode("4")},
         {"5", SymlinkNode("1")},
         {"6", SymlinkNode("/dev/null")}});
-  for (const char* name : {"fresh", "open", "special", "closed", "5", "1", "2", "3", "4", "6"})
+  for (const char* name : {"fresh", "open", "special", "5", "1", "2", "3", "4", "6"})
     ExpectContentArrivesIn(name);
   const Tree after = Below("");
   EXPECT_EQ(after.at("victim"), targets.at("victim"));
@@ -233,10 +232,11 @@ TEST_F(ExtractedFile, IsItsOwnersAloneAndFollowsNoSymbolicLink) {
   EXPECT_FALSE(after.contains("nowhere")) << "a link to nowhere was followed";
 }
 
-TEST_F(ExtractedFile, RefusesWhatIsNoRegularFileAndLeavesIt) {
-  Make({{"fifo", FifoNode()}, {"folder/file", FileNode("1")}});
+TEST_F(ExtractedFile, RefusesWhatIsNoRegularFileOrReadOnlyAndLeavesIt) {
+  Make({{"fifo", FifoNode()}, {"folder/file", FileNode("1")}, {"closed", FileNode("old", 0466)}});
+  std::filesystem::create_hard_link(Path("closed"), Path("second name"));
   const Tree before = Below("");
-  for (const char* name : {"fifo", "folder", "folder/file/below", "missing/file"})
+  for (const char* name : {"fifo", "folder", "folder/file/below", "missing/file", "closed"})
     ExpectNoOpen(Name(name), kExtracted);
   EXPECT_EQ(Below(""), before);
 }

@@ -66,15 +66,16 @@ TEST_F(FileServices, StatusTellsSizeDateModeAndIdentity) {
   EXPECT_EQ(QueryStatus(Name("folder"))->mode & kModeKindMask, kModeDirectory);
 }
 
-TEST_F(FileServices, CreatingADirectoryAcceptsWhatIsThere) {
-  for (const char* name : {"new", "new", "file", "folder", "to_nowhere"})
+TEST_F(FileServices, CreatingADirectoryAcceptsOneThatIsThere) {
+  for (const char* name : {"new", "new", "folder", "to_folder"})
     EXPECT_TRUE(CreateDirectoryAt(Name(name))) << name;
   EXPECT_TRUE(std::filesystem::is_directory(Name("new")));
   EXPECT_EQ(Bytes("file"), "abc");
   EXPECT_EQ(LastSystemError().code, 0u);
   EXPECT_FALSE(CreateDirectoryAt(Name("missing/new"))) << "one level at a time";
   EXPECT_NE(LastSystemError().code, 0u);
-  EXPECT_FALSE(CreateDirectoryAt(Name("file/new")));
+  for (const char* name : {"file/new", "file", "to_file", "to_nowhere"})
+    EXPECT_FALSE(CreatePrivateDirectoryAt(Name(name))) << name;
 }
 
 TEST_F(FileServices, DeletingTakesANameAndNoDirectory) {

@@ -1,4 +1,9 @@
 // Extraction and verification: what comes back on disk, which entries, and what ends a run.
+#include <unistd.h>
+
+#include <fstream>
+#include <iterator>
+
 #include "program/program_test.h"
 
 namespace moldex::test {
@@ -76,8 +81,32 @@ TEST_F(Extract, ReplacesFilesButNotReadOnlyOnes) {
   ExpectRun("-xf a.qel",
             Processing("a.qel") +
                 Failure("could not open for writing x", 28, SystemText(Complaint::kDenied)),
-            28, User::kNobody);
+            28);
   EXPECT_EQ(Bytes("x"), "old");
+}
+
+TEST_F(Extract, ReplacesAFileOfAnotherUserByOneThatItsOwnerHasNotOpen) {
+  if (OnWindows() || geteuid() != 0) GTEST_SKIP() << "needs POSIX, and root for the owner";
+  Make({{"x", FileNode("old")}});
+  ASSERT_EQ(chown(Name("x").c_str(), 1, 1), 0);
+  std::ifstream owners(Name("x"));
+  Archive({FileEntry("x", "new")});
+  ExpectRun("-xf a.qel", Processing("a.qel") + Extracted(1), 0);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(owners), {}), "old");
+  EXPECT_EQ(Bytes("x"), "new");
+}
+
+TEST_F(Extract, ClosesDirectoriesToOthersBeforeTheyAreFilled) {
+  if (OnWindows()) GTEST_SKIP() << "directories take their rights from the one above them";
+  Make({{"out/was", DirectoryNode(0055)}});
+  QelEntry damaged = FileEntry("z", "1");
+  damaged.checksum ^= 1;
+  Archive({DirectoryEntry("new", 040700), FileEntry("new/f", "1"), FileEntry("late/f", "1"),
+           DirectoryEntry("late", 040700), DirectoryEntry("was", 040777), FileEntry("p/f", "1"),
+           damaged});
+  EXPECT_EQ(Run("-xf a.qel -R out").status, 12);
+  for (const auto& [name, mode] : {std::pair("new", 0700U), {"late", 0700U}, {"was", 0755U}})
+    EXPECT_EQ(Below("out").at(name).mode, mode) << name;
 }
 
 TEST_F(Extract, SumsOverTheArchivesOfAList) {
@@ -121,6 +150,7 @@ TEST_F(Extract, LowersAndFlattensNamesBeforeChoosing) {
   // What a directory stood in front of becomes no drive, which -R would not precede.
   ExpectRun("-xf a.qel -R flat -flat", Processing("a.qel") + Extracted(4), 0);
   EXPECT_EQ(Listing("flat"), OnWindows() ? "Dir/ READ.ME=1 X=2 z=3" : "Dir/ READ.ME=1 X=2 a:z=3");
+  ExpectRun("-xf a.qel -R flat -flat a:z", Processing("a.qel") + Extracted(1), 0);
   ExpectRun("-xvf a.qel -R both -flat -lower read.me",
             Processing("a.qel") + "x read.me\n" + Extracted(1), 0);
   ExpectBegins("-xf a.qel -R none -lower Dir/READ.ME",
@@ -204,14 +234,29 @@ TEST_F(Extract, RefusesUnknownBlocksAndEntries) {
   ExpectBothFail(Failure("unknown entry type encountered", 100), 100);
 }
 
-TEST_F(Extract, NeverWritesOverTheArchiveThatIsRead) {
-  const std::string archive = BuildArchive({FileEntry("a.qel", "gotcha"), FileEntry("f", "1")});
-  Write("a.qel", archive);
-  ExpectRun("-xf a.qel",
-            Processing("a.qel") +
-                Failure("entry would replace the archive that is read: a.qel", 60) + Extracted(1),
-            60);
-  EXPECT_TRUE(Bytes("a.qel") == archive);
+TEST_F(Extract, NeverWritesOverFilesThatTheRunIsUsing) {
+  const auto refused = [](const std::string& name) {
+    return Failure("entry would replace a file that this run is using: " + name, 60);
+  };
+  const std::string archive =
+      BuildArchive({FileEntry("a.qel", "gotcha"), FileEntry("./b.qel", "gotcha"),
+                    FileEntry("moldex_output", "1"), FileEntry("moldex.log", "1"),
+                    FileEntry("list", "1"), FileEntry("f", "1")});
+  Make({{"a.qel", FileNode(archive)},
+        {"b.qel", FileNode(BuildArchive({FileEntry("mine", "1")}))},
+        {"list", FileNode("list\n")},
+        {"moldex.log", FileNode("old")}});
+  for (const char* archives : {"a.qel,b.qel", "b.qel,a.qel"}) {
+    EXPECT_EQ(Run(Words{"-e", "-xf", archives}).status, 60);
+    EXPECT_NE(Text("moldex_output")
+                  .find(refused("a.qel") + refused("./b.qel") + refused("moldex_output") +
+                        refused("moldex.log") + "MOLDEX: "),
+              std::string::npos);
+    EXPECT_TRUE(Bytes("a.qel") == archive);
+    EXPECT_EQ(Bytes("mine") + Bytes("moldex.log"), "1old");
+  }
+  Write("list", "list\n");
+  ExpectBegins("-xf a.qel -A list", Processing("a.qel") + refused("list"), 40);
 }
 
 TEST_F(Extract, LeavesTheRootAloneAndMakesNoDirectoryOfAFile) {

@@ -51,6 +51,8 @@ std::vector<NameCase> NameCases() {
   for (const char* odd : {"...", "x..", "m/Foo::Bar.3", "CON", "a/nul.txt", "a.", "a /b", "a?b*c",
                           "a\x01\x1B[2J\x7F", "a\nb\tc"})
     cases.push_back({odd, odd, kNotAllowed});
+  for (const char* directory : {".", "x/", "a/."})
+    cases.push_back({directory, kNotAllowed, kNotAllowed});
   // What only looks like it, and UTF-8 of all lengths.
   for (const char* same :
        {"..x", "a/..b/x", "sp\xC3\xA4\xC3\x9F/\xE6\x97\xA5\xE6\x9C\xAC", "\xF0\x9F\x98\x80"})
@@ -120,11 +122,12 @@ TEST_F(Names, OfTwoEntriesTheLaterCountsAndALinkBeforeAFile) {
       {{folder, DirectoryEntry("x", 040700)}, 0, AsExtracted({{"x", DirectoryNode(0700)}})},
       {{folder, FileEntry("x/y", "1"), two},
        28,
-       AsExtracted({{"x", DirectoryNode()}, {"x/y", FileNode("1")}})},
+       AsExtracted({{"x", DirectoryNode(0700)}, {"x/y", FileNode("1")}})},
       {{two, folder}, 3, second},
       {{FileEntry("x", "1", 0100400), two}, 28, AsExtracted({{"x", FileNode("1", 0400)}})},
       {{one, link}, 0, kept_link},
       {{link, one}, 0, kept_link},
+      {{FileEntry("x", "1", 0100400), link}, 28, {{"x", FileNode("1", 0400)}}},
       {{folder, link, FileEntry("y", "1")}, 28, {{"x", DirectoryNode()}, {"y", FileNode("1")}}}};
   for (const auto& [entries, status, tree] : cases) {
     if (tree == kept_link && LeftOutOnWindows("links: Wine makes none")) break;
@@ -321,6 +324,22 @@ TEST_F(Links, WithoutTargetAreReportedAndLeftOut) {
         status == 0 ? Extracted(2) : Failure("no link target for l", 45) + Extracted(1), status);
     ExpectRun("-df a.qel", Processing("a.qel") + Tested(2), 0);
   }
+}
+
+TEST_F(Links, OnDiskAreNoWayToTheirDirectoriesPermissions) {
+  if (OnWindows()) GTEST_SKIP() << kWineFollows;
+  Make({{"victim/e", DirectoryNode(0710)},
+        {"out/d", SymlinkNode("../victim")},
+        {"out/nowhere", SymlinkNode("missing")}});
+  const Tree victim = Below("victim");
+  for (const std::string name : {"d", "d/", "d/.", "./d", "d/e", "nowhere"}) {
+    Archive({DirectoryEntry(name, 040777), FileEntry("f", "1")});
+    EXPECT_EQ(Run("-xf a.qel -R out").status, 3) << name;
+    EXPECT_EQ(Run("-h -xf a.qel -R out").status, name == "nowhere" ? 3 : 0) << name;
+    EXPECT_EQ(Below("victim"), victim) << name;
+  }
+  Archive({FileEntry("nowhere/f", "1")});
+  EXPECT_EQ(Run("-xf a.qel -R out").status, 3);
 }
 
 TEST_F(Links, OnDiskAreReplacedByFilesAndLinks) {
