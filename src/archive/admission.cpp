@@ -21,10 +21,10 @@ bool HasAllowedName(const std::string& name) {
 
 bool LeavesTarget(const CDirEntry& entry, const std::string& link_target) {
   const PathRules rules = SystemPathRules();
-  const std::string_view name = WrittenName(entry.GetName());
+  const std::string name = WrittenName(entry.GetName());
   if (HasParentComponent(rules, name)) return true;
   // No target directory is put in front of the root's name.
-  if (!name.empty() && name.find_first_not_of('/') == std::string::npos) return true;
+  if (NormalisedName(rules, name) == "/") return true;
   return LinkLeaves(rules, name, link_target);
 }
 
@@ -39,10 +39,10 @@ std::optional<std::string> TargetOf(const CLink& link) {
   }
 }
 
-bool IsTheArchive(const std::string& name, const FileIdentity& archive) {
+bool IsInUse(const std::string& name, const CFilesInUse& files_in_use) {
   const CSystemErrorGuard guard;  // most entries are not there yet
   const auto status = QueryLinkStatus(OutputPath(name));
-  return status && status->identity == archive;
+  return status && files_in_use.Holds(status->identity);
 }
 
 struct RefusalText {
@@ -57,21 +57,25 @@ constexpr RefusalText kTexts[] = {
     {"MOLDEX: name is not allowed on this system: ", Refusal::kNotAllowed, kErrorNameNotAllowed},
     {"MOLDEX: name leaves the target directory (use -P to allow it): ", Refusal::kLeavesTarget,
      kErrorLeavesTarget},
-    {"MOLDEX: entry would replace the archive that is read: ", Refusal::kIsTheArchive,
+    {"MOLDEX: entry would replace a file that this run is using: ", Refusal::kIsInUse,
      kErrorReplacesArchive},
 };
 
 }  // namespace
 
 Refusal RefusalOf(const CDirEntry& entry, const CCmdLineOptions& options,
-                  const FileIdentity& archive) {
+                  const CFilesInUse& files_in_use) {
   const CLink* link = entry.AsSymbolicLink();
   const auto target = link != nullptr ? TargetOf(*link) : std::string();
   if (!target) return Refusal::kBadTarget;
   if (entry.LacksData() || (link != nullptr && target->empty())) return Refusal::kNoLinkTarget;
   if (!HasAllowedName(entry.GetName())) return Refusal::kNotAllowed;
   if (!options.absolute_paths && LeavesTarget(entry, *target)) return Refusal::kLeavesTarget;
-  if (IsTheArchive(entry.GetName(), archive)) return Refusal::kIsTheArchive;
+  // As with names that a system takes for something else, trying would end the run.
+  if (!entry.IsDirectory() && NamesADirectory(SystemPathRules(), WrittenName(entry.GetName()))) {
+    return Refusal::kNotAllowed;
+  }
+  if (IsInUse(entry.GetName(), files_in_use)) return Refusal::kIsInUse;
   return Refusal::kNone;
 }
 

@@ -3,8 +3,8 @@
 #define MOLDEX_ARCHIVE_ADMISSION_H_
 
 #include "archive/dir_entry.h"
-#include "platform/file_status.h"
 #include "report/log_manager.h"
+#include "run/files_in_use.h"
 #include "run/options.h"
 
 namespace moldex {
@@ -16,12 +16,11 @@ enum class Refusal {
   kBadTarget,     // the target has no form in the local code page
   kNotAllowed,    // the system would take the name for something else
   kLeavesTarget,  // the name, or a link's target, leads out of the target directory
-  kIsTheArchive   // it would be written over the archive that it comes from
+  kIsInUse        // it would be written over a file that the run is using
 };
 
-// Judges an entry of the archive whose file is `archive`.
 Refusal RefusalOf(const CDirEntry& entry, const CCmdLineOptions& options,
-                  const FileIdentity& archive);
+                  const CFilesInUse& files_in_use);
 
 // Says so, which sets the exit status. `refusal` is not kNone.
 void PrintRefusal(Refusal refusal, const CDirEntry& entry, CLogMan& log);

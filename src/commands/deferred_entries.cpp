@@ -14,7 +14,8 @@ void CDeferredEntries::ForEachAdmitted(Visit visit) {
   for (CDirEntry* entry = archive_.FirstEntry(); entry != nullptr; entry = archive_.NextEntry()) {
     if (!selection.Selects(entry->GetName(), entry->IsDirectory())) continue;
     if (!entry->IsDirectory() && entry->AsSymbolicLink() == nullptr) continue;
-    if (RefusalOf(*entry, context_.options(), archive_.identity()) == Refusal::kNone) visit(*entry);
+    if (RefusalOf(*entry, context_.options(), context_.files_in_use()) == Refusal::kNone)
+      visit(*entry);
   }
 }
 

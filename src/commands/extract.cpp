@@ -47,7 +47,9 @@ CExtract::CExtract(CRunContext& context)
       selection_(context.options().NameList()) {}
 
 void CExtract::Execute() {
-  for (const std::string& name : context_.ArchiveList()) {
+  const std::vector<std::string> archives = context_.ArchiveList();
+  if (extracting_) context_.FindFilesInUse(archives);
+  for (const std::string& name : archives) {
     try {
       ProcessArchive(name);
     } catch (COpenExcept& failure) {
@@ -69,6 +71,7 @@ void CExtract::ProcessArchive(const std::string& name) {
   // Extraction may have to go over an archive more than once.
   if (extracting_ && !archive.CanRewind()) throw COpenExcept(name);
   if (!archive.CheckHeader()) throw CInvalExcept(name);
+  context_.files_in_use().Add(archive.identity());  // the name may have come to mean another file
   PrivilegeFailure refused;
   if (context_.long_names() && !AcquirePrivileges(&refused)) {
     throw CAddPrivilegeExcept(refused.privilege);
@@ -112,7 +115,7 @@ bool CExtract::ProcessEntry(CContainer& archive, CDirEntry& entry) {
     entry.Extract(archive, false);
     return true;
   }
-  const Refusal refusal = RefusalOf(entry, options_, archive.identity());
+  const Refusal refusal = RefusalOf(entry, options_, context_.files_in_use());
   if (refusal != Refusal::kNone) {
     PrintRefusal(refusal, entry, context_.log());
     return false;

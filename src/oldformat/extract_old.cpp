@@ -48,20 +48,15 @@ bool LeavesTarget(const CDirEntry& entry) {
   return HasParentComponent(SystemPathRules(), entry.GetName());
 }
 
-// Whether the entry is the target directory itself, with which many archives begin. It is whoever's
-// made it, and stays as it is.
-bool IsTarget(const CDirEntry& entry) {
-  return NormalisedName(SystemPathRules(), entry.GetName()).empty();
-}
-
 // No file can have such a name, whatever comes in front of it.
 bool IsNamedLikeDirectory(const CDirEntry& entry) {
-  return !entry.IsDirectory() && LastComponent(SystemPathRules(), entry.GetName()) == ".";
+  return !entry.IsDirectory() && NamesADirectory(SystemPathRules(), entry.GetName());
 }
 
 // Says why an entry is left out, if it is.
 bool IsAdmitted(const COldArchive& archive, const CDirEntry& entry, const CCmdLineOptions& options,
-                CLogMan& log) {
+                CRunContext& context) {
+  CLogMan& log = context.log();
   if (!IsExtracted(archive.kind())) {
     PrintLeftOut(archive, entry, log);
     return false;
@@ -74,7 +69,7 @@ bool IsAdmitted(const COldArchive& archive, const CDirEntry& entry, const CCmdLi
     Print("MOLDEX: file named like a directory left out: " + entry.GetName(), kErrorOldFormat, log);
     return false;
   }
-  const Refusal refusal = RefusalOf(entry, options, archive.identity());
+  const Refusal refusal = RefusalOf(entry, options, context.files_in_use());
   if (refusal != Refusal::kNone) PrintRefusal(refusal, entry, log);
   return refusal == Refusal::kNone;
 }
@@ -91,11 +86,12 @@ void CExtractOld::Execute() {
 
 void CExtractOld::ProcessArchive(COldArchive& archive, const CCmdLineOptions& options) {
   const bool extracting = options.command_code == kCommandExtract;
+  context_.files_in_use().Add(archive.identity());
   bool directories_wait = false;
   while (CDirEntry* entry = archive.Next()) {
     if (!extracting) {
       Verify(archive, *entry);
-    } else if (IsAdmitted(archive, *entry, options, context_.log())) {
+    } else if (IsAdmitted(archive, *entry, options, context_)) {
       Extract(archive, *entry);
       directories_wait |= entry->IsDirectory();
     }
@@ -120,7 +116,6 @@ void CExtractOld::Verify(COldArchive& archive, const CDirEntry& entry) {
 
 void CExtractOld::Extract(COldArchive& archive, CDirEntry& entry) {
   CountEntry("x ", entry);
-  if (IsTarget(entry)) return;
   entry.Create();
   if (entry.IsDirectory()) return;
   for (auto piece = archive.Data(); !piece.empty(); piece = archive.Data()) {
@@ -138,8 +133,8 @@ void CExtractOld::ApplyDirectories(COldArchive& archive, const CCmdLineOptions& 
   CDirectoryModes modes(true, context_.long_names());
   archive.Rewind();
   while (const CDirEntry* entry = archive.Next()) {
-    if (!entry->IsDirectory() || IsTarget(*entry) || LeavesTarget(*entry)) continue;
-    if (RefusalOf(*entry, options, archive.identity()) != Refusal::kNone) continue;
+    if (!entry->IsDirectory() || LeavesTarget(*entry)) continue;
+    if (RefusalOf(*entry, options, context_.files_in_use()) != Refusal::kNone) continue;
     modes.Add(entry->GetName(), entry->header().mode);
   }
   modes.Finish();

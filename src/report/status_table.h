@@ -48,7 +48,7 @@ inline constexpr StatusRow kStatusTable[] = {
     {"57", "a length in the archive breaks the format's limits or does not agree with the data"},
     {"58", "an archive was to be merged with itself"},
     {"59", "a name that this system gives another meaning was left out"},
-    {"60", "an entry that would have replaced the archive it comes from was left out"},
+    {"60", "an entry that would have replaced a file that the run is using was left out"},
     {"100", "any other failure, damaged compressed data among them"},
     {"130, 143", "interrupted by Ctrl-C, asked to end by SIGTERM; 129, 141 by SIGHUP, SIGPIPE"},
     {"101 and up",

@@ -14,6 +14,7 @@ namespace {
 
 std::unique_ptr<CRunContext> instance;
 
+constexpr char kRedirectFile[] = "moldex_output";
 constexpr char kInaccessibleLog[] = "moldex.log";
 
 // Of all archives together; 0 when that of one cannot be known. What cannot be opened is left to
@@ -65,6 +66,17 @@ std::vector<std::string> CRunContext::ArchiveList() {
       ExpandArchiveList(value != nullptr ? value : kDefaultArchive, options_->ignore_case);
   if (status_line::IsOn()) status_line::HasTotal(TotalBytes(archives));
   return archives;
+}
+
+void CRunContext::FindFilesInUse(const std::vector<std::string>& archives) {
+  for (const std::string& name : archives)
+    files_in_use_.Add(name);
+  if (options_->include_file != nullptr) files_in_use_.Add(options_->include_file);
+  const auto output = StandardOutputStatus();
+  if (output) files_in_use_.Add(output->identity);
+  if (!options_->redirect_output) return;
+  for (const char* log : {kRedirectFile, kInaccessibleLog})
+    files_in_use_.Add(JoinPath(start_directory_, log));
 }
 
 void CRunContext::ReportInaccessibleFile(const std::string& name) {

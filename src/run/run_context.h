@@ -6,6 +6,7 @@
 #include <string>
 
 #include "report/log_manager.h"
+#include "run/files_in_use.h"
 #include "run/options.h"
 #include "run/statistics.h"
 
@@ -35,6 +36,11 @@ class CRunContext {
   // The archives that a reading command works on.
   std::vector<std::string> ArchiveList();
 
+  // What no entry may be extracted over: the archives of such a list, the list file, what messages
+  // go to. FindFilesInUse looks them up; an archive that is open may be added to them.
+  void FindFilesInUse(const std::vector<std::string>& archives);
+  CFilesInUse& files_in_use() { return files_in_use_; }
+
   int command_code() const { return command_code_; }
   void set_command_code(int code) { command_code_ = code; }
 
@@ -44,8 +50,9 @@ class CRunContext {
   void ReportInaccessibleFile(const std::string& name);
   bool files_inaccessible() const { return files_inaccessible_; }
 
-  // Reading an archive in long-name mode switches the rest of the run to it. SetLongNames also
-  // tells the room that calls the system, whose paths take another form then.
+  // Long-name mode: that of the archive at hand, which is read or appended to, or the one that the
+  // options ask for in a new archive. SetLongNames also tells the module that calls the system,
+  // whose paths take another form then.
   bool long_names() const { return options_->long_names; }
   void SetLongNames(bool on);
 
@@ -58,6 +65,7 @@ class CRunContext {
   std::string start_directory_;
   std::string archive_name_;
   std::string archive_path_;
+  CFilesInUse files_in_use_;
   int command_code_ = kNoCommand;
   bool files_inaccessible_ = false;
   int inaccessible_log_ = -1;
