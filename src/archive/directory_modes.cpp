@@ -15,8 +15,8 @@ std::string OneSpelling(const std::string& name) {
   const PathRules rules = SystemPathRules();
   const std::string result = NormalisedName(rules, name);
   // On Windows two separators in front mean a share.
-  const bool is_share = rules.is_windows && name.size() > 1 &&
-                        IsSeparator(rules, name[0]) && IsSeparator(rules, name[1]);
+  const bool is_share = rules.is_windows && name.size() > 1 && IsSeparator(rules, name[0]) &&
+                        IsSeparator(rules, name[1]);
   return is_share ? '/' + result : result;
 }
 
