@@ -118,6 +118,11 @@ class CDataRestorer {
     CFileHandle& file = entry_.file();
     const Transfer transfer =
         kind_ == DataKind::kBackupStream ? file.BackupWrite(bytes) : file.Write(bytes);
+    if (transfer.refused) {
+      throw CExcept("MOLDEX: error decompressing " + entry_.GetName() +
+                        "; its backup stream would do more than restore a file",
+                    kErrorBadLength, false);
+    }
     if (!transfer.ok || transfer.bytes != bytes.size()) {
       throw CWriteExcept(OutputPath(entry_.GetName()));
     }

@@ -1,8 +1,9 @@
-// Shared by the Win32 sources of this room only: what an open file remembers between two pieces of
-// its backup stream.
+// Shared by the Win32 sources of this module only: what an open file remembers between two pieces
+// of its backup stream.
 #ifndef MOLDEX_PLATFORM_BACKUP_CONTEXT_WIN32_H_
 #define MOLDEX_PLATFORM_BACKUP_CONTEXT_WIN32_H_
 
+#include "platform/backup_filter.h"
 #include "platform/file_handle.h"
 
 namespace moldex {
@@ -17,6 +18,7 @@ struct CFileHandle::BackupContext {
   bool Release();
 
   bool reading;
+  CBackupFilter filter;  // writing: what may reach the system
   void* context = nullptr;
 };
 

@@ -99,19 +99,26 @@ bool CBackupStreamParser::Take(std::span<const std::uint8_t> bytes, IBackupSink&
   return !refused_;
 }
 
+std::size_t CBackupStreamParser::UnjudgedBytes() const {
+  if (name_left_ == 0) return head_bytes_.size();
+  return kStreamIdBytes + head_.name_bytes - static_cast<std::size_t>(name_left_);
+}
+
 // Takes the next part, and says how long it is: of a head, of a name, or of a stream.
 std::size_t CBackupStreamParser::TakePart(std::span<const std::uint8_t> bytes, IBackupSink& sink) {
-  if (AtStreamEnd() || !head_bytes_.empty()) return TakeHead(bytes);
+  if (AtStreamEnd() || !head_bytes_.empty()) return TakeHead(bytes, sink);
   std::uint64_t& left = name_left_ > 0 ? name_left_ : stream_left_;
   const bool in_name = name_left_ > 0;
   std::size_t part = static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), left));
-  if (!in_name && IsPosition()) {
+  if (in_name) {
+    refused_ = !sink.OnName(bytes.first(part));
+  } else if (IsPosition()) {
     part = Collect(bytes.first(part), kPositionBytes);
     position_known_ = collected_.size() == kPositionBytes;
     if (position_known_) refused_ = !sink.OnPosition(GetU64(collected_.data()));
-  } else if (!in_name && (head_.id == kStreamData || head_.id == kStreamSparseBlock)) {
+  } else if (head_.id == kStreamData || head_.id == kStreamSparseBlock) {
     refused_ = !sink.OnData(bytes.first(part));
-  } else if (!in_name && head_.id == kStreamExtended && head_.size_bytes <= kLongestExtended) {
+  } else if (head_.id == kStreamExtended && head_.size_bytes <= kLongestExtended) {
     Collect(bytes.first(part), static_cast<std::size_t>(head_.size_bytes));
     if (part == left) refused_ = !sink.OnExtendedAttributes(collected_);
   }
@@ -119,7 +126,7 @@ std::size_t CBackupStreamParser::TakePart(std::span<const std::uint8_t> bytes, I
   return part;
 }
 
-std::size_t CBackupStreamParser::TakeHead(std::span<const std::uint8_t> bytes) {
+std::size_t CBackupStreamParser::TakeHead(std::span<const std::uint8_t> bytes, IBackupSink& sink) {
   const std::size_t part = std::min(bytes.size(), kStreamIdBytes - head_bytes_.size());
   head_bytes_.insert(head_bytes_.end(), bytes.begin(),
                      bytes.begin() + static_cast<std::ptrdiff_t>(part));
@@ -130,6 +137,7 @@ std::size_t CBackupStreamParser::TakeHead(std::span<const std::uint8_t> bytes) {
     stream_left_ = head_.size_bytes;
     collected_.clear();
     position_known_ = false;
+    refused_ = !sink.OnStream(head_);
   }
   return part;
 }

@@ -67,6 +67,9 @@ std::optional<ExtendedAttributeView> TakeExtendedAttribute(std::span<const std::
 class IBackupSink {
  public:
   virtual ~IBackupSink() = default;
+  // A stream begins; its name follows, in parts.
+  virtual bool OnStream(const StreamHead& /*head*/) { return true; }
+  virtual bool OnName(std::span<const std::uint8_t> /*part*/) { return true; }
   // The next bytes of the file, from its start or from the last position on.
   virtual bool OnData(std::span<const std::uint8_t> bytes) = 0;
   // Where the next data belong.
@@ -85,9 +88,12 @@ class CBackupStreamParser {
   // Whether everything taken so far is whole streams.
   bool AtStreamEnd() const { return head_bytes_.empty() && name_left_ == 0 && stream_left_ == 0; }
 
+  // How many of the last bytes taken are a head, or a head and a name, that has not arrived whole.
+  std::size_t UnjudgedBytes() const;
+
  private:
   std::size_t TakePart(std::span<const std::uint8_t> bytes, IBackupSink& sink);
-  std::size_t TakeHead(std::span<const std::uint8_t> bytes);
+  std::size_t TakeHead(std::span<const std::uint8_t> bytes, IBackupSink& sink);
   std::size_t Collect(std::span<const std::uint8_t> bytes, std::size_t whole);
   bool IsPosition() const;
 

@@ -1,5 +1,7 @@
 #include <windows.h>
 
+#include <cerrno>
+
 #include "platform/backup_context_win32.h"
 #include "platform/file_handle.h"
 #include "platform/system_win32.h"
@@ -27,17 +29,25 @@ Transfer CFileHandle::BackupRead(std::span<std::uint8_t> buffer) {
 
 Transfer CFileHandle::BackupWrite(std::span<const std::uint8_t> bytes) {
   if (!backup_) backup_ = std::make_unique<BackupContext>(false);
+  const auto judged = backup_->filter.Take(bytes);
+  if (!judged) return {false, 0, true};
+  if (judged->empty()) return {true, bytes.size()};
   DWORD count = 0;
   // The system only reads the bytes, whatever its declaration says.
-  auto* start = const_cast<std::uint8_t*>(bytes.data());  // NOLINT
-  const BOOL done = ::BackupWrite(SystemHandle(handle_), start, static_cast<DWORD>(bytes.size()),
+  auto* start = const_cast<std::uint8_t*>(judged->data());  // NOLINT
+  const BOOL done = ::BackupWrite(SystemHandle(handle_), start, static_cast<DWORD>(judged->size()),
                                   &count, FALSE, TRUE, &backup_->context);
-  return {Succeeded(done != FALSE), count};
+  if (!Succeeded(done != FALSE) || count != judged->size()) return {};
+  return {true, bytes.size()};
 }
 
 bool CFileHandle::FinishBackup() {
   const auto context = std::move(backup_);
-  return !context || context->Release();
+  if (!context) return true;
+  if (!context->Release()) return false;
+  if (context->filter.AtStreamEnd()) return true;
+  RememberErrno(EIO);  // the archive's stream ends in the middle
+  return false;
 }
 
 }  // namespace moldex

@@ -31,6 +31,7 @@ enum OpenFlags : unsigned {
 struct Transfer {
   bool ok = false;
   std::size_t bytes = 0;
+  bool refused = false;  // nothing was moved, because of what the bytes are (BackupWrite)
 };
 
 class CFileHandle {
@@ -92,7 +93,8 @@ class CFileHandle {
   // backup until FinishBackup.
   Transfer BackupRead(std::span<std::uint8_t> buffer);
   // Restores the file from a backup stream, cut into pieces of any size. Streams that the system
-  // has no place for are passed over.
+  // has no place for are passed over. On a system that does what they say, those that would do more
+  // than restore a file are refused (backup_filter.h).
   Transfer BackupWrite(std::span<const std::uint8_t> bytes);
   // Ends what BackupRead or BackupWrite began. False when a stream was left incomplete.
   bool FinishBackup();

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/attributes.h"
+#include "platform/backup_filter.h"
 #include "platform/backup_stream.h"
 #include "platform/bytes.h"
 #include "platform/reparse_data.h"
@@ -76,6 +77,67 @@ TEST(ReparseData, NothingIsReadBeyondTheirEnd) {
     Bytes data = whole;
     PutU16(&data[field], 0xFFFF);
     EXPECT_FALSE(SymbolicLinkTarget(data).has_value()) << field;
+  }
+}
+
+Bytes Stream(std::uint32_t id, const std::u16string& name, std::size_t size) {
+  Bytes bytes(kStreamIdBytes);
+  const auto name_bytes = static_cast<std::uint32_t>(name.size() * 2);
+  EncodeStreamHead({id, 0, size, name_bytes}, std::span(bytes).first<kStreamIdBytes>());
+  for (const char16_t unit : name) {
+    bytes.push_back(static_cast<std::uint8_t>(unit));
+    bytes.push_back(static_cast<std::uint8_t>(unit >> 8));
+  }
+  bytes.resize(bytes.size() + size, 'x');
+  return bytes;
+}
+
+// In pieces of every length, so that heads and names arrive in every state.
+TEST(BackupFilter, NothingOfAStreamThatWouldDoMoreThanRestoreAFileIsGivenOut) {
+  const Bytes good = Stream(4, u":name:$DATA", 9);
+  const std::tuple<std::uint32_t, std::u16string, bool> cases[] = {
+      {1, u"", true},
+      {2, u"", true},
+      {3, u"", true},
+      {9, u"", true},
+      {4, u":a", true},
+      {4, u":a:$DATA", true},
+      {5, u"", false},
+      {6, u"", false},
+      {7, u"", false},
+      {8, u"", false},
+      {10, u"", false},
+      {0, u"", false},
+      {0x10001, u"", false},
+      {1, u":a", false},
+      {4, u"", false},
+      {4, u"a", false},
+      {4, u":", false},
+      {4, u":a\\b", false},
+      {4, u":../b", false},
+      {4, u"::$DATA", false},
+      {4, u":a:$INDEX_ALLOCATION", false},
+      {4, u":a:b:$DATA", false},
+      {4, u":" + std::u16string(256, 'n'), false}};
+  for (const auto& [id, name, passes] : cases) {
+    Bytes bytes = good;
+    for (const std::uint8_t byte : Stream(id, name, 11))
+      bytes.push_back(byte);
+    for (std::size_t piece = 1; piece <= bytes.size(); ++piece) {
+      CBackupFilter filter;
+      Bytes given;
+      bool refused = false;
+      for (std::size_t at = 0; at < bytes.size() && !refused; at += piece) {
+        const auto out =
+            filter.Take(std::span(bytes).subspan(at).first(std::min(piece, bytes.size() - at)));
+        refused = !out;
+        if (out) given.insert(given.end(), out->begin(), out->end());
+      }
+      EXPECT_EQ(refused, !passes) << id;
+      EXPECT_TRUE(given == (passes ? bytes : Front(good, std::min(given.size(), good.size()))))
+          << id;
+      EXPECT_EQ(filter.AtStreamEnd(), passes);
+    }
   }
 }
 
