@@ -176,6 +176,13 @@ std::vector<std::string> CContainer::KeepWholeEntries() {
   return complaints;
 }
 
+bool CContainer::Delete(const std::string& path) {
+  // Open again, it is locked: nobody else begins to write into it.
+  if (!file_.IsValid() && !file_.Open(path, kOpenReadWrite)) return false;
+  const auto status = file_.Status();
+  return status && status->identity == identity_ && file_.Delete(path);
+}
+
 bool CContainer::CheckHeader() {
   if (is_version2_) return *is_version2_;
   is_version2_ = false;

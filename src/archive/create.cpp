@@ -80,8 +80,10 @@ std::unique_ptr<ICompressStrategy> CCreate::MakeStrategy() {
 void CCreate::FinishArchive() {
   const bool discard = context_.files_inaccessible() && !options_.ignore_inaccessible;
   if (discard) archive_->CutBack();
-  archive_->Finish();
-  if (!discard || appending_) return;
+  if (!discard || appending_ || !archive_->IsRegularFile()) {
+    archive_->Finish();
+    return;
+  }
   for (const std::string& line : DeleteArchive())
     context_.log().PrintMessage(line);
 }
@@ -99,7 +101,7 @@ std::vector<std::string> CCreate::DeleteArchive() {
   if (!archive_->IsRegularFile()) return {};
   const std::string& path = context_.archive_path();
   const auto status = QueryLinkStatus(path);
-  if (status && status->identity == archive_->identity() && DeleteFileAt(path)) return {};
+  if (status && status->identity == archive_->identity() && archive_->Delete(path)) return {};
   return {Shown("MOLDEX: could not delete the incomplete archive " + context_.archive_name())};
 }
 

@@ -22,7 +22,7 @@ enum OpenFlags : unsigned {
   kOpenExisting = 0x00,
   kOpenAtEnd = 0x10,      // move to the end after opening
   kOpenCreate = 0x20,     // create or empty the file; read and write
-  kOpenReadWrite = 0x40,  // an existing file, for reading and writing
+  kOpenReadWrite = 0x40,  // an existing file, for reading and writing, by nobody else; see Open
   kOpenExtracted = 0x80   // with kOpenCreate: a file that comes out of an archive, see Open
 };
 
@@ -46,6 +46,11 @@ class CFileHandle {
 
   // Opens, closing what was open before. False leaves the handle invalid. Directories are refused.
   //
+  // With kOpenReadWrite a regular file is locked until Close: opening it once more that way fails,
+  // while others may read. A file system that has no locks is used without. With kOpenCreate, too,
+  // a file is emptied only once it is locked, and what is no regular file is opened for writing
+  // alone; a named pipe then waits for its reader.
+  //
   // kOpenExtracted asks for a file that nobody else can reach through the name while its data
   // arrive: it is readable by its owner alone until SetPermissions. A symbolic link of that name is
   // replaced rather than followed, and so is a file with other names, which keep its bytes, and, on
@@ -55,6 +60,9 @@ class CFileHandle {
   bool IsValid() const { return handle_ != kInvalid; }
   // False when the system reports that earlier writes were lost. Closing twice does nothing.
   bool Close();
+  // Closes, and deletes the file, whose name this is. Where the system lets it, the name goes first,
+  // so that nobody else begins to write into the file in between.
+  bool Delete(const std::string& path);
   // Ends the writing of a file that is to get a date or permissions; false as with Close. A system
   // that keeps these by the file's name closes it here: what may follow is SetDate, SetPermissions,
   // SetAttributes and, at the end, Close.

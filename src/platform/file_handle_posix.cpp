@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "platform/backup_context_posix.h"
+#include "platform/locked_file_posix.h"
 #include "platform/retry_posix.h"
 #include "platform/status_posix.h"
 #include "report/await_posix.h"
@@ -25,7 +26,7 @@ constexpr mode_t kNewFileMode = 0666;  // less the umask
 
 int OpenFlagsOf(unsigned flags) {
   if ((flags & kOpenCreate) != 0) return O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC;
-  return ((flags & kOpenReadWrite) != 0 ? O_RDWR : O_RDONLY) | O_NONBLOCK | O_CLOEXEC;
+  return O_RDONLY | O_NONBLOCK | O_CLOEXEC;
 }
 
 int OpenRetrying(const char* path, int flags, mode_t mode) {
@@ -160,7 +161,9 @@ bool CFileHandle::Open(const std::string& path, unsigned flags) {
     may_wait_ = false;
     return IsValid();
   }
-  const int descriptor = OpenRetrying(path.c_str(), OpenFlagsOf(flags), kNewFileMode);
+  const int descriptor = (flags & kOpenReadWrite) != 0
+                             ? OpenLocked(path.c_str(), (flags & kOpenCreate) != 0)
+                             : OpenRetrying(path.c_str(), OpenFlagsOf(flags), kNewFileMode);
   if (descriptor < 0) return false;
   if (!IsReadable(descriptor)) {
     close(descriptor);
@@ -181,6 +184,12 @@ bool CFileHandle::Close() {
   if (close(Descriptor(std::exchange(handle_, kInvalid))) == 0 || errno == EINTR) return true;
   RememberSystemError();
   return false;
+}
+
+bool CFileHandle::Delete(const std::string& path) {
+  const bool deleted = unlink(path.c_str()) == 0;
+  if (!deleted) RememberSystemError();
+  return Close() && deleted;
 }
 
 // Everything goes through the descriptor, whatever becomes of the name.

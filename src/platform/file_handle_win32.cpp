@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "platform/backup_context_win32.h"
+#include "platform/file_services.h"
 #include "platform/long_name.h"
 #include "platform/path_calls_win32.h"
 #include "platform/system_win32.h"
@@ -36,11 +37,36 @@ DWORD AccessOf(unsigned flags) {
          (long_names ? ACCESS_SYSTEM_SECURITY : 0);
 }
 
+// What is to be locked is emptied only then.
+DWORD DispositionOf(unsigned flags) {
+  if ((flags & kOpenCreate) == 0) return OPEN_EXISTING;
+  return (flags & kOpenReadWrite) != 0 ? OPEN_ALWAYS : CREATE_ALWAYS;
+}
+
 HANDLE OpenSystemFile(const std::string& path, unsigned flags, DWORD access, DWORD attributes) {
   const DWORD backup = LongNameMode() ? FILE_FLAG_BACKUP_SEMANTICS : 0;
-  return CallCreateFile(path, access, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                        (flags & kOpenCreate) != 0 ? CREATE_ALWAYS : OPEN_EXISTING,
+  return CallCreateFile(path, access, FILE_SHARE_READ | FILE_SHARE_WRITE, DispositionOf(flags),
                         attributes | FILE_FLAG_SEQUENTIAL_SCAN | backup);
+}
+
+// Locks one byte beyond all that a file can have: what is locked here nobody else can read. A file
+// system that has no locks is used without.
+bool Lock(HANDLE handle) {
+  OVERLAPPED place{};
+  place.Offset = MAXDWORD - 1;
+  place.OffsetHigh = MAXLONG;
+  if (LockFileEx(handle, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place)) {
+    return true;
+  }
+  const DWORD why = GetLastError();
+  return why != ERROR_LOCK_VIOLATION && why != ERROR_IO_PENDING;
+}
+
+// An archive is locked and, when it is made, emptied.
+bool Claim(HANDLE handle, unsigned flags) {
+  if ((flags & kOpenReadWrite) == 0 || GetFileType(handle) != FILE_TYPE_DISK) return true;
+  if (!Lock(handle)) return false;
+  return (flags & kOpenCreate) == 0 || SetEndOfFile(handle) != FALSE;
 }
 
 // Two refusals are made good. A process without the privilege for system security can still read
@@ -152,6 +178,10 @@ bool CFileHandle::Open(const std::string& path, unsigned flags) {
     RememberErrno(EACCES);
     return false;
   }
+  if (!Succeeded(Claim(handle, flags))) {
+    CloseHandle(handle);
+    return false;
+  }
   handle_ = reinterpret_cast<std::intptr_t>(handle);
   name_ = path;
   if ((flags & kOpenAtEnd) == 0 || SeekToEnd()) return true;
@@ -159,6 +189,9 @@ bool CFileHandle::Open(const std::string& path, unsigned flags) {
   Close();
   return false;
 }
+
+// The system deletes no file that is open this way.
+bool CFileHandle::Delete(const std::string& path) { return Close() && DeleteFileAt(path); }
 
 // The system dates a file that was written to when it is closed, over what _utime has set.
 bool CFileHandle::EndWriting() {

@@ -85,6 +85,23 @@ TEST_F(FileHandle, AFailedOpenClosesWhatWasOpenAndRemembersWhy) {
   EXPECT_TRUE(std::filesystem::is_directory(Path("directory")));
 }
 
+TEST_F(FileHandle, OneAtATimeWritesWhileOthersRead) {
+  const std::string path = MakeFile("0123456789");
+  CFileHandle second;
+  for (const unsigned flags : {kOpenReadWrite + 0U, kOpenReadWrite | kOpenCreate}) {
+    ASSERT_TRUE(file_.Open(path, kOpenReadWrite));
+    ASSERT_TRUE(second.Open(path, kOpenExisting));
+    EXPECT_EQ(Read(second, 20), "0123456789") << "unreadable, or emptied before it was locked";
+    EXPECT_FALSE(second.Open(path, flags));
+    EXPECT_NE(LastSystemError().code, 0u);
+    EXPECT_TRUE(file_.Close());
+    EXPECT_TRUE(second.Open(path, flags));
+    EXPECT_TRUE(second.Delete(path));
+    EXPECT_FALSE(Exists("file"));
+    (void)MakeFile("0123456789");
+  }
+}
+
 TEST_F(FileHandle, AnInvalidHandleRefusesEverything) {
   EXPECT_TRUE(file_.Close()) << "there is nothing to close";
   EXPECT_EQ(Read(file_, 1), "failed");

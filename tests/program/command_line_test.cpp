@@ -1,6 +1,8 @@
 // The words of the command line: what each one sets, what is refused, and which rule speaks first;
 // and names from list files, patterns in operands, and lists of archives.
 #include <chrono>
+#include <fstream>
+#include <iterator>
 #include <thread>
 
 #include "program/program_test.h"
@@ -136,6 +138,15 @@ TEST_F(NameLists, WaitForWhoeverWritesIntoAPipe) {
   });
   ExpectCreation("-A pipe", {"d/a"});
   writer.join();
+  std::string archive;
+  std::thread reader([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    std::ifstream pipe(Path("pipe"));
+    archive.assign(std::istreambuf_iterator<char>(pipe), {});
+  });
+  ExpectRun("-cf pipe d", "", 0);
+  reader.join();
+  EXPECT_EQ(ParseArchive(archive).size(), 5U) << "the other way round";
 }
 
 TEST_F(NameLists, BrokenListsAreRefused) {
