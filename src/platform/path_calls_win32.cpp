@@ -62,7 +62,10 @@ std::optional<WIN32_FIND_DATAW> DataOfRoot(const std::wstring& path) {
 
 std::optional<std::wstring> SystemPath(const std::string& path) {
   auto wide = ToWide(path);
-  if (!wide || !LongNameMode()) return wide;
+  if (!wide) return wide;
+  // The system reads nothing after this prefix, and does not know "/" there.
+  if (wide->starts_with(LR"(\\?\)")) std::replace(wide->begin(), wide->end(), L'/', L'\\');
+  if (!LongNameMode()) return wide;
   std::array<wchar_t, MAX_PATH> directory{};
   const DWORD length = GetCurrentDirectoryW(MAX_PATH, directory.data());
   if (length == 0 || length > MAX_PATH) {

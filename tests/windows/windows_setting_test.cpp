@@ -11,8 +11,9 @@ namespace {
 
 class Setting : public Windows {
  protected:
-  // The program without its manifest: it gets the ANSI code page of the system, which is 1252.
-  RunResult RunInCodePage1252(const std::string& line) const {
+  // The program without its manifest: it gets the ANSI code page of the system, which is 1252 where
+  // the locale does not say otherwise.
+  RunResult RunInAnsi(const std::string& line) const {
     RunResult result = RunOther("moldex_ansi.exe", SplitAtBlanks(line));
     EXPECT_EQ(result.err, "");
     return result;
@@ -84,22 +85,45 @@ TEST_F(Setting, WithAnotherCodePageNamesGoInAsUtf8OrNotAtAll) {
         {"d/\xE6\x97\xA5", FileNode("2")},
         {"d/\xC4\x81z", FileNode("of a name like \"az\"")},
         {"d/az", FileNode("3")}});
-  const RunResult made = RunInCodePage1252("-icf a.qel d");
+  const RunResult made = RunInAnsi("-icf a.qel d");
   EXPECT_EQ(made.out, Inaccessible("d/?") + Inaccessible("d/?z"));
   EXPECT_EQ(made.status, 44);
   EXPECT_EQ(NamesIn("a.qel"), (Words{"d", "d/az", "d/\xC3\xA4"}));
-  const RunResult unnamed = RunInCodePage1252("-cf b.qel d/\xC4\x81z");
+  const RunResult unnamed = RunInAnsi("-cf b.qel d/\xC4\x81z");
   EXPECT_EQ(unnamed.status, 47);
   EXPECT_EQ(unnamed.out, Failure("a word of the command line has no form in the code page of this "
                                  "system: d/?z",
                                  47));
-  EXPECT_EQ(RunInCodePage1252("-tf a.qel").status, 0);
-  EXPECT_EQ(RunInCodePage1252("-xf a.qel -R out").status, 0);
+  EXPECT_EQ(RunInAnsi("-tf a.qel").status, 0);
+  EXPECT_EQ(RunInAnsi("-xf a.qel -R out").status, 0);
   EXPECT_EQ(Bytes("out/d/\xC3\xA4"), "1");
   Write("b.qel", BuildArchive({FileEntry("\xE6\x97\xA5", "2")}));
-  const RunResult refused = RunInCodePage1252("-xf b.qel");
+  const RunResult refused = RunInAnsi("-xf b.qel");
   EXPECT_EQ(refused.out, Processing("b.qel") + "MOLDEX: could not convert from UTF8 string\n");
   EXPECT_EQ(refused.status, 47);
+}
+
+// Shift-JIS, where the second byte of a character may be "\\" or "|".
+TEST_F(Setting, InACodePageOfTwoBytesACharacterIsNeverHalved) {
+  const std::string locale = Name("ja_JP.UTF-8");
+  const std::string make = "localedef -i ja_JP -f UTF-8 " + locale + " >/dev/null 2>&1";
+  if (std::system(make.c_str()) != 0)
+    GTEST_SKIP() << "localedef cannot make a Japanese locale here";
+  const OtherValue place("LOCPATH", folder_.Path().c_str());
+  const OtherValue japanese("LC_ALL", "ja_JP.UTF-8");
+  const std::string top = "\xE8\xA1\xA8";                      // 95 5C
+  const std::string file = top + "/\xE3\x83\x9D\xE3\x82\xA2";  // 83 7C, 83 41
+  const std::string folder = top + "/\xE3\x82\xBD";            // 83 5C
+  const std::string foreign = top + "/\xC3\xA9";
+  Make({{file, FileNode("1")}, {folder + "/x", FileNode("2")}, {foreign, FileNode("3")}});
+  Write("not", "\x95\\\\\x83\\\n");
+  EXPECT_EQ(RunInAnsi("-icf a.qel -X not " + top).status, 44);
+  EXPECT_EQ(NamesIn("a.qel"), (Words{top, file}));
+  EXPECT_EQ(RunInAnsi("-icf a.qel " + top + "\\*").status, 44);
+  EXPECT_EQ(NamesIn("a.qel"), (Words{folder, folder + "/x", file}));
+  EXPECT_EQ(RunInAnsi("-xf a.qel -lower -R " + top + "\\out").status, 0);
+  EXPECT_EQ(Bytes(top + "/out/" + file), "1");
+  EXPECT_EQ(Bytes(top + "/out/" + folder + "/x"), "2");
 }
 
 TEST_F(Setting, WithoutPrivilegesLongNameModeArchivesButDoesNotExtract) {
