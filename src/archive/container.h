@@ -58,8 +58,9 @@ class CContainer {
     kAppend = 0x50000000,
   };
 
-  // Opens the archive. Throws COpenExcept. In append mode the file must be a version-2 archive
-  // (CInvalExcept); nothing of it is changed until something is written.
+  // Opens the archive. Throws COpenExcept. In append mode it also reads the header, which throws
+  // CSetFilePointerExcept, CReadExcept, and CInvalExcept for anything but a version-2 archive;
+  // nothing of the file is changed until something is written.
   CContainer(const std::string& archive_name, std::uint32_t mode);
   // Closes. What was not written out by Finish or KeepWholeEntries is lost.
   ~CContainer() = default;

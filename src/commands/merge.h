@@ -10,14 +10,14 @@
 namespace moldex {
 
 // Puts the entries of the first archive of -f behind those of the second, by copying what stands
-// behind its header. Neither file is looked into: the merge trusts its user. What was copied when
-// a failure ends the command stays in the target.
+// behind its header. Neither file is looked into: the merge trusts its user. When a failure ends
+// the command, the target is cut back to what it was; the message says so where that fails, too.
 class CMerge : public CCommand {
  public:
   explicit CMerge(CRunContext& context) : context_(context) {}
 
   // Throws CExcept for anything but two archives, and for an archive that is to be merged with
-  // itself; COpenExcept, CReadExcept and CWriteExcept.
+  // itself; COpenExcept, CReadExcept, CWriteExcept and CInterruptExcept.
   void Execute() override;
 
  private:

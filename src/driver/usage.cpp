@@ -66,12 +66,15 @@ std::string Line(const Option& option) {
 
 }  // namespace
 
-void CUsage::Print() {
-  WriteOutput(kSynopses);
+std::string iaxxusage() {
+  std::string text = kSynopses;
   for (const Option& option : Options())
-    WriteOutput(Line(option));
-  WriteOutput(kNotes);
-  WriteOutput(VersionText());
+    text += Line(option);
+  return text + kNotes;
+}
+
+void CUsage::Print() {
+  WriteOutput(iaxxusage() + VersionText());
   FlushOutput();
 }
 

@@ -2,9 +2,14 @@
 #ifndef MOLDEX_DRIVER_USAGE_H_
 #define MOLDEX_DRIVER_USAGE_H_
 
+#include <string>
+
 #include "report/user_info.h"
 
 namespace moldex {
+
+// The usage text: the synopses, a line for every option, examples and notes.
+std::string iaxxusage();
 
 class CUsage : public CUserInfo {
  public:

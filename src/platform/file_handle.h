@@ -1,4 +1,5 @@
-// One open file, with explicit positions.
+// One open file. It has one position, which reading and writing move; Skip, SeekToEnd and
+// SetPosition move it without a transfer.
 //
 // This is the seam to the operating system: everything above it is the same on every system. A
 // failed operation remembers the system's error (report/system_error.h) and leaves the decision to
@@ -73,8 +74,9 @@ class CFileHandle {
   Transfer Read(std::span<std::uint8_t> buffer);
   Transfer Write(std::span<const std::uint8_t> bytes);
 
-  // Moves the position forward by a 64-bit distance in two halves. False, without moving, when the
-  // handle is invalid or a half is negative: only forward moves.
+  // Moves the position forward by a 64-bit distance in two halves, also beyond the end of the file.
+  // False, without moving, when the handle is invalid, a half is negative (only forward moves), or
+  // the system refuses, as it does in a pipe.
   bool Skip(std::int32_t low, std::int32_t high);
   bool SeekToEnd();
 

@@ -1,6 +1,8 @@
-// The failures of the program. Each is a complete message line, made by the constructor together
-// with the error number, the system's text where the operating system refused something, and the
-// exit status, which the constructor sets at once.
+// The failures of the program. Each is a complete message line, made by the constructor: the
+// operation and the name, for most the error number, and the system's text where the operating
+// system refused something. The constructor also makes the error number the exit status, at once.
+// Three failures have no number and leave the exit status alone: CInvalExcept, CDecompExcept,
+// CCompExcept.
 //
 // Who survives a failure catches it and prints it; the entry point prints the rest.
 #ifndef MOLDEX_REPORT_EXCEPT_H_
@@ -103,6 +105,8 @@ class CChgDirExcept : public CExcept {
   explicit CChgDirExcept(const std::string& name);
 };
 
+// Nothing throws it: a name whose status cannot be read is reported as an inaccessible or missing
+// file before an entry is made of it.
 class CStatExcept : public CExcept {
  public:
   explicit CStatExcept(const std::string& name);
@@ -113,6 +117,8 @@ class CAccessExcept : public CExcept {
   explicit CAccessExcept(const std::string& name);
 };
 
+// Nothing throws it: where the system cannot tell the free space, the space report fails with
+// number 38, and space that is missing is a line of the report itself.
 class CDiskSpaceExcept : public CExcept {
  public:
   explicit CDiskSpaceExcept(const std::string& path);
@@ -156,15 +162,16 @@ class CInterruptExcept : public CExcept {
   explicit CInterruptExcept(int status);
 };
 
-// Not an archive of this format version. Has no number: the old-format command decides.
+// Not an archive of this format version. A command that reads hands such an archive to the
+// old-format command, which sets the exit status; append sets it itself.
 class CInvalExcept : public CExcept {
  public:
   explicit CInvalExcept(const std::string& name);
 };
 
-// Compressed data that cannot be restored, or data that cannot be compressed. They have no number
-// of their own; the entry point sees to it that a run that one of them ends does not report
-// success.
+// Compressed data that cannot be restored, or data that cannot be compressed. A run that one of
+// them ends has status 100, unless an earlier failure set another one: the entry point sees to
+// that.
 class CDecompExcept : public CExcept {
  public:
   CDecompExcept(const std::string& name, int library_code);
