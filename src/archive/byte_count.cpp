@@ -23,7 +23,7 @@ class CByteCounter : public ITreeVisitor {
     status_line::CountedMore(bytes);
     return true;
   }
-  void OnInaccessible(const std::string& /*name*/) override {}
+  void OnInaccessible(const std::string& /*name*/, const char* /*why*/) override {}
   void OnLinkWithoutTarget(const std::string& /*name*/) override {}
 
   std::uint64_t total() const { return total_; }

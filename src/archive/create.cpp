@@ -13,6 +13,7 @@
 #include "platform/shortcut.h"
 #include "report/except.h"
 #include "report/exit_status.h"
+#include "report/hints.h"
 #include "report/output.h"
 #include "report/status_line.h"
 #include "report/system_error.h"
@@ -36,6 +37,7 @@ void CCreate::Execute() {
   } catch (CExcept& failure) {
     for (const std::string& line : CleanUp())
       failure.AddLine(line);
+    if (dynamic_cast<CInterruptExcept*>(&failure) != nullptr) HintAtRest();
     throw;
   } catch (...) {
     for (const std::string& line : CleanUp())
@@ -105,6 +107,19 @@ std::vector<std::string> CCreate::DeleteArchive() {
   return {Shown("MOLDEX: could not delete the incomplete archive " + context_.archive_name())};
 }
 
+// What CleanUp has left, for whoever interrupted the run.
+void CCreate::HintAtRest() const {
+  const std::string& name = context_.archive_name();
+  if (!archive_->IsRegularFile()) {
+    KeepHint("what " + name + " got of the archive is not complete");
+  } else if (appending_ || archive_->HoldsEntries()) {
+    KeepHint(name + " was left with its complete entries, the first " +
+             std::to_string(archive_->whole_bytes()) + " bytes");
+  } else {
+    KeepHint(name + " was deleted, since no entry was complete");
+  }
+}
+
 bool CCreate::OnObject(const std::string& name, const FileStatus& status, bool is_start) {
   if (is_start) return true;
   // An archive never contains itself, whatever it is called here.
@@ -133,20 +148,23 @@ void CCreate::AddShortcutTarget(const std::string& name, const FileStatus& statu
   const auto target = QueryStatus(shortcut.target);
   const std::string last(LastComponent(rules, shortcut.target));
   if (!target || last.empty() || IsShortcutName(rules, last)) {
-    OnInaccessible(name);
+    OnInaccessible(name, target ? "a shortcut that leads to no file" : nullptr);
   } else if (target->identity != archive_->identity()) {
     AddEntry(shortcut.target, *target, options_.absolute_paths ? shortcut.target : last);
   }
 }
 
-std::string CCreate::PrepareEntry(CDirEntry& entry, const std::string& archive_name) {
+std::string CCreate::PrepareEntry(CDirEntry& entry, const std::string& archive_name,
+                                  const char** why) {
   try {
     const std::string utf8_name = NameToUtf8(archive_name);
-    return utf8_name.size() <= kLongestName && entry.Prepare() ? utf8_name : std::string();
+    if (utf8_name.size() <= kLongestName) return entry.Prepare() ? utf8_name : std::string();
+    *why = "its name is too long";
   } catch (CConversionExcept& failure) {  // of the name, or of a link's target
     context_.log().PrintInfo(failure);
-    return {};
+    *why = "its name, or its target, has no form in UTF-8";
   }
+  return {};
 }
 
 bool CCreate::AddEntry(const std::string& name, const FileStatus& status,
@@ -154,10 +172,14 @@ bool CCreate::AddEntry(const std::string& name, const FileStatus& status,
   const std::string archive_name =
       StoredName(SystemPathRules(), options_.Renamed(stored_as), options_.absolute_paths);
   const auto entry = MakeEntry(name, status);
-  const std::string utf8_name = PrepareEntry(*entry, archive_name);
+  const char* why = nullptr;
+  const std::string utf8_name = PrepareEntry(*entry, archive_name, &why);
   if (utf8_name.empty()) {
-    OnInaccessible(name);
+    OnInaccessible(name, why);
     return false;
+  }
+  if (HasParentComponent(SystemPathRules(), archive_name)) {
+    KeepHint("names with \"..\" in them were stored; extraction refuses them unless -P is given");
   }
   status_line::IsAt(name);
   entry->SetArchiveName(archive_name);
@@ -167,7 +189,9 @@ bool CCreate::AddEntry(const std::string& name, const FileStatus& status,
   return true;
 }
 
-void CCreate::OnInaccessible(const std::string& name) { context_.ReportInaccessibleFile(name); }
+void CCreate::OnInaccessible(const std::string& name, const char* why) {
+  context_.ReportInaccessibleFile(name, why);
+}
 
 void CCreate::OnLinkWithoutTarget(const std::string& name) {
   CExcept failure("MOLDEX: no link target for " + name, kErrorNoLinkTarget, false);

@@ -26,7 +26,7 @@ class CCreate : public CCommand, private ITreeVisitor {
 
  private:
   bool OnObject(const std::string& name, const FileStatus& status, bool is_start) override;
-  void OnInaccessible(const std::string& name) override;
+  void OnInaccessible(const std::string& name, const char* why) override;
   void OnLinkWithoutTarget(const std::string& name) override;
 
   void OpenArchive();
@@ -35,8 +35,10 @@ class CCreate : public CCommand, private ITreeVisitor {
   void FinishArchive();
   std::vector<std::string> CleanUp();
   std::vector<std::string> DeleteArchive();
-  // The entry's name in UTF-8; empty when the entry cannot be stored.
-  std::string PrepareEntry(CDirEntry& entry, const std::string& archive_name);
+  void HintAtRest() const;
+  // The entry's name in UTF-8; empty when the entry cannot be stored, for the reason `why`, as in
+  // OnInaccessible.
+  std::string PrepareEntry(CDirEntry& entry, const std::string& archive_name, const char** why);
   // Writes the entry for an object, stored under `stored_as` unless that is renamed.
   bool AddEntry(const std::string& name, const FileStatus& status, const std::string& stored_as);
   void AddShortcutTarget(const std::string& name, const FileStatus& status);

@@ -10,6 +10,7 @@
 #include "archive/output_place.h"
 #include "platform/attributes.h"
 #include "report/except.h"
+#include "report/hints.h"
 #include "run/run_context.h"
 
 namespace moldex {
@@ -41,12 +42,24 @@ void CDirEntry::Extract(CContainer& archive, bool to_disk) {
     context.log().PrintMessage((to_disk ? "x " : "d ") + disk_name_);
   }
   if (to_disk) Create();
-  if (NeedsData()) RestoreData(archive, *this, to_disk);
+  try {
+    if (NeedsData()) RestoreData(archive, *this, to_disk);
+  } catch (const CInterruptExcept&) {
+    if (to_disk) HintAtPart();
+    throw;
+  }
   if (archive.DataFollows()) {
     throw CExcept("MOLDEX: error decompressing " + disk_name_ +
                       "; it has data that its size in the archive does not announce",
                   kErrorBadLength, false);
   }
+}
+
+void CDirEntry::HintAtPart() const {
+  const auto status = file_.Status();
+  if (!status) return;
+  KeepHint(OutputPath(disk_name_) + " is not complete: " + std::to_string(status->size_bytes) +
+           " of " + std::to_string(header_.size_bytes()) + " bytes");
 }
 
 void CDirEntry::Finish() {

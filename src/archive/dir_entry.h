@@ -42,6 +42,9 @@ class CDirEntry {
   // Gives an extracted file its date and permissions and closes it.
   virtual void Finish();
 
+  // For a run that ends while data are written: hints at how much of the file is there.
+  void HintAtPart() const;
+
   // Makes the object on disk: a file open for writing, or a directory. Throws the CExcept that says
   // what could not be made.
   virtual void Create();

@@ -1,6 +1,9 @@
 #include "archive/entry_selection.h"
 
 #include <algorithm>
+#include <utility>
+
+#include "run/run_context.h"
 
 namespace moldex {
 namespace {
@@ -19,7 +22,10 @@ CEntrySelection::CEntrySelection(std::vector<std::string> names) : names_(std::m
 
 bool CEntrySelection::Selects(const std::string& name, bool is_directory) {
   if (names_.empty()) return true;
+  CSoughtNames& sought = CRunContext::GetInstance().sought_names();
+  if (!std::exchange(looked_for_, true)) sought.LookFor(names_);
   if (std::binary_search(names_.begin(), names_.end(), name)) {
+    sought.Found(name);
     if (is_directory) selected_directory_ = name;
     return true;
   }

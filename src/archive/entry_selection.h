@@ -20,6 +20,7 @@ class CEntrySelection {
 
  private:
   std::vector<std::string> names_;  // sorted
+  bool looked_for_ = false;         // told the run what is sought
   std::string selected_directory_;
 };
 

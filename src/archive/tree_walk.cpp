@@ -76,7 +76,9 @@ void CTreeWalk::WalkPattern(std::string_view pattern) {
   if (names.Result() == DirectoryResult::kReadFailed) FailReading();
   const bool complete = matched && names.Result() == DirectoryResult::kComplete;
   const std::string text(pattern);
-  if (!complete && !options_.IsExcluded(text)) visitor_.OnInaccessible(text);
+  if (complete || options_.IsExcluded(text)) return;
+  const bool could_read = names.Result() == DirectoryResult::kComplete;
+  visitor_.OnInaccessible(text, could_read ? "no name matches" : nullptr);
 }
 
 // Whether a name is to be looked at: not when it is excluded, and a name of the -T file not again
@@ -97,10 +99,10 @@ void CTreeWalk::VisitName(const std::string& name) {
     if (IsLinkWithoutTarget(name)) {
       visitor_.OnLinkWithoutTarget(name);
     } else {
-      visitor_.OnInaccessible(name);
+      visitor_.OnInaccessible(name, nullptr);
     }
   } else if (status->kind == FileKind::kOther) {
-    visitor_.OnInaccessible(name);
+    visitor_.OnInaccessible(name, "neither a file nor a directory");
   } else if (status->kind == FileKind::kDirectory && IsBeingWalked(status->identity)) {
     visitor_.OnLinkWithoutTarget(name);
   } else if (visitor_.OnObject(name, *status, IsStart(name, *status)) &&
@@ -119,7 +121,7 @@ void CTreeWalk::DrainLevels() {
     const DirectoryResult result = level.names.Result();
     const std::string path = std::move(level.path);
     levels_.pop_back();
-    if (result == DirectoryResult::kCannotOpen) visitor_.OnInaccessible(path);
+    if (result == DirectoryResult::kCannotOpen) visitor_.OnInaccessible(path, nullptr);
     if (result == DirectoryResult::kReadFailed) FailReading();
   }
 }

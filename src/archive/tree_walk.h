@@ -24,8 +24,9 @@ class ITreeVisitor {
   // A directory, a regular file, or a link that is kept. For a directory the answer says whether to
   // walk it, and `is_start` whether it is ".", ".." or the root: walked, but no object of its own.
   virtual bool OnObject(const std::string& name, const FileStatus& status, bool is_start) = 0;
-  // Something that cannot be read, or is neither file nor directory.
-  virtual void OnInaccessible(const std::string& name) = 0;
+  // Something that cannot be read, or is neither file nor directory. `why` is null where the
+  // remembered error of the system tells.
+  virtual void OnInaccessible(const std::string& name, const char* why) = 0;
   // A symbolic link whose target is missing, or is a directory that is being walked.
   virtual void OnLinkWithoutTarget(const std::string& name) = 0;
 };

@@ -9,6 +9,7 @@
 #include "report/error_codes.h"
 #include "report/except.h"
 #include "report/exit_status.h"
+#include "report/hints.h"
 #include "report/output.h"
 
 namespace moldex {
@@ -80,6 +81,9 @@ void CExtract::ProcessArchive(const std::string& name) {
   archive_count_ = 0;
   try {
     ProcessEntries(archive);
+  } catch (const CInterruptExcept&) {
+    if (extracting_) HintAtRest();
+    throw;
   } catch (CExcept& failure) {
     if (!extracting_ && EndsTheArchive(failure)) failure.AddLine(GoodPartOf(archive));
     throw;
@@ -89,6 +93,14 @@ void CExtract::ProcessArchive(const std::string& name) {
     context_.log().PrintMessage(std::string("MOLDEX: not all files could be ") + Done());
     NoteFailure({kFailureNamesNotFound, 0});
   }
+}
+
+// For whoever interrupted the run.
+void CExtract::HintAtRest() const {
+  std::string text = std::to_string(total_count_) + " file(s) were extracted before that";
+  if (links_wait_) text += "; symbolic links are made at the end and may be missing";
+  if (directories_wait_) text += "; directories get their permissions at the end";
+  KeepHint(text);
 }
 
 void CExtract::ProcessEntries(CContainer& archive) {

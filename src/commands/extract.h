@@ -26,6 +26,7 @@ class CExtract : public CCommand {
 
  private:
   void ProcessArchive(const std::string& name);
+  void HintAtRest() const;
   void ProcessEntries(CContainer& archive);
   bool ProcessEntry(CContainer& archive, CDirEntry& entry);
   void RestoreSecurityOf(const CDirEntry& entry);

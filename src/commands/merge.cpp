@@ -9,6 +9,7 @@
 #include "platform/file_handle.h"
 #include "platform/interrupt.h"
 #include "report/except.h"
+#include "report/hints.h"
 #include "report/output.h"
 #include "report/status_line.h"
 #include "report/system_error.h"
@@ -86,6 +87,11 @@ void CMerge::Execute() {
   } catch (CExcept& failure) {
     const std::string line = CutBack(target, target_name, former);
     if (!line.empty()) failure.AddLine(line);
+    const bool is_as_before = line.empty() && former.kind == FileKind::kRegular;
+    if (is_as_before && dynamic_cast<CInterruptExcept*>(&failure) != nullptr) {
+      KeepHint(target_name + " was left as it was before the merge, with " +
+               std::to_string(former.size_bytes) + " bytes");
+    }
     throw;
   }
 }

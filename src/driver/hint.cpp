@@ -4,8 +4,8 @@
 #include <cerrno>
 #include <string>
 
-#include "report/console.h"
 #include "report/error_codes.h"
+#include "report/hints.h"
 #include "report/last_failure.h"
 #include "run/command.h"
 
@@ -15,10 +15,11 @@ namespace {
 constexpr unsigned Bit(int command_code) { return 1U << static_cast<unsigned>(command_code); }
 
 constexpr unsigned kAny = ~0U;
+constexpr unsigned kCreate = Bit(kCommandCreate);
 constexpr unsigned kAppend = Bit(kCommandAppend);
 constexpr unsigned kExtract = Bit(kCommandExtract);
 constexpr unsigned kMerge = Bit(kCommandMerge);
-constexpr unsigned kWriting = Bit(kCommandCreate) | kAppend;
+constexpr unsigned kWriting = kCreate | kAppend;
 constexpr unsigned kUnpacking = kExtract | Bit(kCommandVerify);
 constexpr unsigned kReading = kUnpacking | Bit(kCommandList);
 
@@ -44,7 +45,10 @@ constexpr Hint kHints[] = {
     {kErrorOpen, ENOENT, kAppend, "-c makes a new archive"},
     {kErrorOpen, EACCES, kWriting, "-f names the archive; it has to be where you may write"},
     {kErrorWrite, ENOSPC, kWriting, "-f may name an archive on a volume that has more space"},
-    {kErrorInaccessible, 0, kWriting, "-i leaves such files out and keeps the archive"},
+    {kErrorInaccessible, 0, kCreate,
+     "the archive was not kept; with -i it is, without the inaccessible files"},
+    {kErrorInaccessible, 0, kAppend,
+     "nothing was appended; with -i the rest is, without the inaccessible files"},
     {kErrorNoLinkTarget, 0, kWriting, "-r stores links themselves, whatever they point to"},
     {kFailureInvalidArchive, 0, kAppend, "only a .QEL archive can be appended to; -c makes one"},
     {kFailureInvalidArchive, 0, kReading,
@@ -69,14 +73,14 @@ constexpr Hint kHints[] = {
 
 }  // namespace
 
-void PrintHint(int command_code) {
+void PrintHints(int command_code) {
+  ShowKeptHints();
   const PrintedFailure& failure = LastFailure();
   const auto* hint = std::find_if(std::begin(kHints), std::end(kHints), [&](const Hint& row) {
     return row.what == failure.what && (row.commands & Bit(command_code)) != 0 &&
            (row.errno_value == 0 || row.errno_value == failure.errno_value);
   });
-  if (hint == std::end(kHints) || !ErrorIsTerminal() || ErrorColumns() == 0) return;
-  WriteToErrorTerminal(std::string("hint: ") + hint->text + "\n");
+  if (hint != std::end(kHints)) ShowHint(hint->text);
 }
 
 }  // namespace moldex

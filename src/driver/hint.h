@@ -4,11 +4,10 @@
 
 namespace moldex {
 
-// Writes a line "hint: ..." on standard error for the failure that was printed last, if there is
-// anything to say of it and somebody at a terminal to say it to. `command_code` is the command that
-// was begun, if any was: what fails before is not of its doing. To be called once, behind all other
-// output.
-void PrintHint(int command_code);
+// Shows the hints (report/hints.h) that were kept during the run, and one for the failure that was
+// printed last, if there is anything to say of it. `command_code` is the command that was begun, if
+// any was: what fails before is not of its doing. To be called once, after all other output.
+void PrintHints(int command_code);
 
 }  // namespace moldex
 

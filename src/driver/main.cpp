@@ -100,8 +100,7 @@ int main(int argument_count, char** arguments) {
   moldex::RunProgram(context, argument_count, arguments);
   moldex::FlushOutput();
   moldex::JudgeText();
-  // With -e nobody sees the message that the hint belongs to.
-  if (!context.options().redirect_output) moldex::PrintHint(context.command_code());
+  moldex::PrintHints(context.command_code());
   const int status = moldex::ExitStatus();
   moldex::CRunContext::Destroy();
   return status;

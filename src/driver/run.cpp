@@ -71,6 +71,7 @@ void Run(CRunContext& context) {
   context.set_command_code(options.command_code);
   const CStatusLine progress(!options.verbose);
   MakeCommand(context)->Execute();
+  context.sought_names().HintAtMissing();
   if (WritesArchive(context.command_code()) && context.files_inaccessible()) {
     ReportLeftOutFiles(context);
   }

@@ -118,6 +118,16 @@ void CExtractOld::Extract(COldArchive& archive, CDirEntry& entry) {
   CountEntry("x ", entry);
   entry.Create();
   if (entry.IsDirectory()) return;
+  try {
+    WriteData(archive, entry);
+  } catch (const CInterruptExcept&) {
+    entry.HintAtPart();
+    throw;
+  }
+  entry.Finish();
+}
+
+void CExtractOld::WriteData(COldArchive& archive, CDirEntry& entry) {
   for (auto piece = archive.Data(); !piece.empty(); piece = archive.Data()) {
     ThrowIfInterrupted();
     const Transfer transfer = entry.file().Write(piece);
@@ -125,7 +135,6 @@ void CExtractOld::Extract(COldArchive& archive, CDirEntry& entry) {
       throw CWriteExcept(OutputPath(entry.GetName()));
     }
   }
-  entry.Finish();
 }
 
 // Looks the directories up in the archive again: there may be any number of them.

@@ -29,6 +29,7 @@ class CExtractOld : public CCommand {
   void ProcessArchive(COldArchive& archive, const CCmdLineOptions& options);
   void Verify(COldArchive& archive, const CDirEntry& entry);
   void Extract(COldArchive& archive, CDirEntry& entry);
+  static void WriteData(COldArchive& archive, CDirEntry& entry);
   void ApplyDirectories(COldArchive& archive, const CCmdLineOptions& options);
   void CountEntry(const char* mark, const CDirEntry& entry);
 

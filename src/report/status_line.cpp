@@ -162,8 +162,8 @@ void AddCounted(std::uint64_t amount) {
   Look();
 }
 
-void Erase() {
-  if (!progress.output_shares_screen) return;
+void Erase(bool in_any_case) {
+  if (!progress.output_shares_screen && !in_any_case) return;
   progress.output_came = true;
   if (progress.eraser.empty()) return;
   const std::size_t columns = ErrorColumns();
@@ -186,8 +186,7 @@ CStatusLine::CStatusLine(bool wanted) {
 
 CStatusLine::~CStatusLine() {
   if (!status_line::IsOn()) return;
-  status_line::progress.output_shares_screen = true;  // at the end the line goes in any case
-  status_line::MakeRoom();
+  status_line::MakeRoomOnTerminal();
   status_line::internal::on = false;
 }
 

@@ -46,7 +46,7 @@ void SetName(const std::string& name);
 void Add(std::uint64_t amount);
 void Reach(std::uint64_t position);
 void AddCounted(std::uint64_t amount);
-void Erase();
+void Erase(bool in_any_case = false);
 
 }  // namespace internal
 
@@ -89,6 +89,10 @@ inline void Reached(std::uint64_t position) {
 // Before anything else is written to where the line may stand.
 inline void MakeRoom() {
   if (internal::on) internal::Erase();
+}
+// Before something else is written to the terminal where it stands.
+inline void MakeRoomOnTerminal() {
+  if (internal::on) internal::Erase(true);
 }
 
 }  // namespace status_line

@@ -8,6 +8,7 @@
 #include "platform/file_services.h"
 #include "report/except.h"
 #include "report/exit_status.h"
+#include "report/hints.h"
 #include "report/output.h"
 #include "run/list_files.h"
 #include "run/option_table.h"
@@ -42,6 +43,7 @@ class CCmdLineOptions::Parser {
   void RunOn() {
     const int status = ExitStatus();
     const std::string notes = options_.notes_;
+    runs_on_ = true;
     while (next_ < count_) {
       try {
         TakeArgument();
@@ -113,6 +115,9 @@ class CCmdLineOptions::Parser {
     for (; *letters != '\0'; ++letters) {
       const Option* option = FindLetter(*letters);
       if (option == nullptr) {
+        if (!runs_on_ && FindOption({letters, 1}) != nullptr) {
+          KeepHint(std::string("-") + *letters + " stands alone, outside of groups of letters");
+        }
         throw CExcept(std::string("MOLDEX: unknown command option ") + letters, kErrorUnknownOption,
                       true);
       }
@@ -126,6 +131,7 @@ class CCmdLineOptions::Parser {
   int count_;
   char** arguments_;
   int next_ = 1;
+  bool runs_on_ = false;  // a failure was met
 };
 
 CCmdLineOptions& CCmdLineOptions::GetInstance() {

@@ -5,6 +5,7 @@
 #include "platform/file_services.h"
 #include "platform/long_name.h"
 #include "report/except.h"
+#include "report/hints.h"
 #include "report/status_line.h"
 #include "report/system_error.h"
 #include "run/archive_list.h"
@@ -79,11 +80,13 @@ void CRunContext::FindFilesInUse(const std::vector<std::string>& archives) {
     files_in_use_.Add(JoinPath(start_directory_, log));
 }
 
-void CRunContext::ReportInaccessibleFile(const std::string& name) {
+void CRunContext::ReportInaccessibleFile(const std::string& name, const char* why) {
   const bool first = !files_inaccessible_;
   files_inaccessible_ = true;
   if (!options_->redirect_output) {
+    const std::string reason = why != nullptr ? why : LastSystemErrorText();
     log_.PrintMessage("MOLDEX: inaccessible file " + name);
+    if (!reason.empty()) ShowHint(name + ": " + reason.substr(0, reason.find('\n')));
     return;
   }
   if (first) {

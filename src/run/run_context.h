@@ -8,6 +8,7 @@
 #include "report/log_manager.h"
 #include "run/files_in_use.h"
 #include "run/options.h"
+#include "run/sought_names.h"
 #include "run/statistics.h"
 
 namespace moldex {
@@ -26,6 +27,7 @@ class CRunContext {
   CCmdLineOptions& options() { return *options_; }
   CConsoleLogMan& log() { return log_; }
   CStatistics& statistics() { return statistics_; }
+  CSoughtNames& sought_names() { return sought_names_; }
 
   // Takes the archive's name from the options, and with it the place where the run started.
   void FixArchiveName();
@@ -46,8 +48,8 @@ class CRunContext {
 
   // Notes a file that create or append leaves out because it cannot be read: a message, or with -e
   // a line in "moldex.log" in the directory where the run started. Throws COpenExcept when that
-  // log cannot be opened.
-  void ReportInaccessibleFile(const std::string& name);
+  // log cannot be opened. A hint says `why`, or where that is null the system's remembered error.
+  void ReportInaccessibleFile(const std::string& name, const char* why);
   bool files_inaccessible() const { return files_inaccessible_; }
 
   // Long-name mode: that of the archive at hand, which is read or appended to, or the one that the
@@ -62,6 +64,7 @@ class CRunContext {
   CConsoleLogMan log_;
   CCmdLineOptions* options_;
   CStatistics statistics_;
+  CSoughtNames sought_names_;
   std::string start_directory_;
   std::string archive_name_;
   std::string archive_path_;

@@ -167,8 +167,8 @@ TEST_F(Reporting, ShowsControlCharactersOfNamesAsOctalEscapes) {
     expect(shown, on_terminal);
   }
   // Bytes that are no UTF-8 are controls of other code pages.
-  EXPECT_EQ(on_terminal({"-cf", "b.qel", "\x9B\xFF"}),
-            Inaccessible("\\233\xFF") + "hint: -i leaves such files out and keeps the archive\n");
+  EXPECT_EQ(on_terminal({"-icf", "b.qel", "\x9B\xFF"}),
+            Inaccessible("\\233\xFF") + "hint: \\233\xFF: No such file or directory\n");
   EXPECT_NE(on_terminal({"-version"}).find("release"), std::string::npos);
   EXPECT_EQ(on_terminal({"-version"}), Run("-version").out);
 }

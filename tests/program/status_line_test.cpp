@@ -218,7 +218,8 @@ TEST_F(StatusLine, KnowsHowMuchCreatingWillRead) {
   ExpectShown(run, " MB of 2.1 MB, ");
   ExpectShown(run, " %, ");
   // What could not be looked up is said once, by the creation itself.
-  EXPECT_EQ(ScreenOf(run.bytes, 80), Lines{"MOLDEX: inaccessible file no"});
+  EXPECT_EQ(ScreenOf(run.bytes, 80),
+            (Lines{"MOLDEX: inaccessible file no", "hint: no: No such file or directory"}));
 }
 
 // Presses a key when the line is there, once.
