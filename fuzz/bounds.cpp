@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::size_t kMillisecondsForAny = 400;
 constexpr std::size_t kMillisecondsForKilobyte = 30;
-constexpr std::ptrdiff_t kMostBytes = 16 << 20;
+constexpr std::ptrdiff_t kMostBytes = 8 << 20;
 
 std::size_t allowed_bytes = 0;
 std::ptrdiff_t held_bytes = 0;

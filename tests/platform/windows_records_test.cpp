@@ -152,21 +152,6 @@ Bytes Descriptor() {
   return bytes;
 }
 
-TEST(ExtendedAttributes, NoByteIsReadTwice) {
-  const std::pair<std::uint8_t, int> cases[] = {{0, 1}, {8, 1}, {15, 1}, {16, 2}, {36, 1}};
-  for (const auto& [step, count] : cases) {
-    Bytes records(36);
-    records[5] = records[16 + 5] = 4;  // names
-    records[6] = records[16 + 6] = 3;  // values
-    records[0] = step;
-    std::span<const std::uint8_t> rest = records;
-    int found = 0;
-    while (TakeExtendedAttribute(&rest))
-      ++found;
-    EXPECT_EQ(found, count) << int{step};
-  }
-}
-
 TEST(SecurityDescriptor, AWholeOneIsKnownAndNoPartOfItMayReachBeyondTheEnd) {
   const Bytes whole = Descriptor();
   EXPECT_TRUE(IsSecurityDescriptor(whole));
