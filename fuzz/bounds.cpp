@@ -19,8 +19,8 @@ extern "C" {
 
 namespace {
 
-constexpr std::size_t kMillisecondsForAny = 400;
-constexpr std::size_t kMillisecondsForKilobyte = 30;
+constexpr std::size_t kMillisecondsForAny = 200;
+constexpr std::size_t kMillisecondsForKilobyte = 20;
 constexpr std::ptrdiff_t kMostBytes = 8 << 20;
 
 std::size_t allowed_bytes = 0;
