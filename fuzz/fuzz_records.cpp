@@ -1,29 +1,24 @@
 // Any bytes as the records of Windows that entries carry.
-#include <cstdlib>
-
 #include "fuzz/pieces.h"
 #include "fuzz/target.h"
 #include "platform/backup_stream.h"
 #include "platform/reparse_data.h"
 #include "platform/security_descriptor.h"
 
+namespace moldex::fuzz {
 namespace {
 
-using moldex::fuzz::Bytes;
-using moldex::fuzz::ByteSpan;
-using moldex::fuzz::Pieces;
-
 // Takes everything down in order; the cuts within the data do not count.
-struct Recorder : moldex::IBackupSink {
+struct Recorder : IBackupSink {
   bool OnData(ByteSpan bytes) override { return Take('D', bytes); }
   bool OnPosition(std::uint64_t position) override {
     return Take('P', Bytes{static_cast<std::uint8_t>(position)});
   }
   bool OnExtendedAttributes(ByteSpan bytes) override {
     std::size_t length = 0;
-    for (ByteSpan rest = bytes; const auto attribute = moldex::TakeExtendedAttribute(&rest);)
+    for (ByteSpan rest = bytes; const auto attribute = TakeExtendedAttribute(&rest);)
       length += attribute->name.size() + attribute->value.size();
-    if (length > bytes.size()) std::abort();
+    Require(length <= bytes.size());
     return Take('E', bytes);
   }
   bool Take(char kind, ByteSpan bytes) {
@@ -38,10 +33,10 @@ struct Recorder : moldex::IBackupSink {
 
 Bytes Parse(ByteSpan bytes, Pieces pieces, bool* at_end) {
   Recorder recorder;
-  moldex::CBackupStreamParser parser;
+  CBackupStreamParser parser;
   while (!bytes.empty()) {
     const std::size_t size = pieces.Next(1, bytes.size());
-    if (!parser.Take(moldex::fuzz::Copy(bytes.first(size)), recorder)) break;
+    if (!parser.Take(Copy(bytes.first(size)), recorder)) break;
     bytes = bytes.subspan(size);
   }
   *at_end = parser.AtStreamEnd();
@@ -51,14 +46,16 @@ Bytes Parse(ByteSpan bytes, Pieces pieces, bool* at_end) {
 }  // namespace
 
 // Two bytes that cut the stream, then the record.
-void moldex::fuzz::TryInput(ByteSpan input) {
+void TryInput(ByteSpan input) {
   if (input.size() < 2) return;
-  const Bytes record = moldex::fuzz::Copy(input.subspan(2));
-  moldex::IsSecurityDescriptor(record);
-  moldex::SymbolicLinkTarget(record);
+  const Bytes record = Copy(input.subspan(2));
+  IsSecurityDescriptor(record);
+  SymbolicLinkTarget(record);
   bool whole_end = false, cut_end = false;
   const Bytes whole = Parse(record, Pieces(), &whole_end);
   const Bytes cut = Parse(record, Pieces(input.data()), &cut_end);
-  const bool is_lost = moldex::IsBackupStream(record) && !whole_end;
-  if (whole != cut || whole_end != cut_end || is_lost) std::abort();
+  Require(whole == cut && whole_end == cut_end);
+  Require(whole_end || !IsBackupStream(record));
 }
+
+}  // namespace moldex::fuzz

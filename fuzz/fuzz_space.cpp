@@ -15,8 +15,6 @@
 namespace moldex::fuzz {
 namespace {
 
-constexpr double kFileBytes = 2048;
-
 // Takes standard output for it.
 std::string ReportOf(CSpaceInfo& info, const PrivateFolder& folder) {
   Require(SendTextToFile("report", false));
@@ -31,7 +29,7 @@ void TryInput(ByteSpan input) {
   const PrivateFolder folder;
   for (const char* name : {"a", "a/b", "c"})
     std::filesystem::create_directory(name);
-  folder.Write("f", std::string(static_cast<std::size_t>(kFileBytes), 'f'));
+  folder.Write("f", std::string(2048, 'f'));
   CSpaceInfo info;
   double needed = 0;
   for (const MadeEntry& entry : EntriesOf(input)) {

@@ -66,6 +66,21 @@ int PrivateFolder::Run(std::vector<std::string> words) const {
   return MoldexMain(static_cast<int>(words.size()), arguments.data());
 }
 
+void PrivateFolder::PlantTarget(const std::string& name) const {
+  const std::string in = name + '/';
+  for (const std::string& directory : {name, std::string("linked"), in + "c"})
+    fs::create_directory(directory);
+  for (const std::string& file : {std::string("beside"), in + "r"})
+    Write(file, "untouched");
+  fs::permissions(in + "r", fs::perms::owner_read);
+  fs::permissions(in + "c", fs::perms::owner_read | fs::perms::owner_exec);
+  fs::create_hard_link("beside", in + "h");
+  fs::create_symlink("../beside", in + "f");
+  fs::create_symlink("../linked", in + "l");
+  fs::create_symlink("../no", in + "g");
+  Require(mkfifo((in + "p").c_str(), 0600) == 0);
+}
+
 void PrivateFolder::Write(const std::string& name, std::string_view bytes) const {
   std::ofstream(name, std::ios::binary)
       .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
@@ -88,10 +103,7 @@ std::string PrivateFolder::Picture(
       continue;
     }
     std::string line = name + ' ' + std::to_string(status.st_mode);
-    if (S_ISREG(status.st_mode)) {
-      line += ' ' + std::to_string(status.st_nlink) + ' ' + std::to_string(status.st_mtime) +
-              Read(name);
-    }
+    if (S_ISREG(status.st_mode)) line += ' ' + std::to_string(status.st_mtime) + Read(name);
     lines.insert(line + '\n');
   }
   return std::accumulate(lines.begin(), lines.end(), std::string());

@@ -25,6 +25,9 @@ class PrivateFolder {
   // Runs the program in it with these words behind its name; the status that it ends with.
   int Run(std::vector<std::string> words) const;
 
+  // A directory that holds links to places beside it, a FIFO and what is closed already.
+  void PlantTarget(const std::string& name) const;
+
   // Names below it are those of files in the working directory.
   void Write(const std::string& name, std::string_view bytes) const;
   std::string Read(const std::string& name) const;
