@@ -35,20 +35,21 @@ int OpenRetrying(const char* path, int flags, mode_t mode) {
   return descriptor;
 }
 
-// Refuses what open() gives a descriptor for but what holds no bytes to read. Opening did not wait
-// for the other end of a pipe; reading has to.
-bool IsReadable(int descriptor) {
+// Whether transfers may have to wait for somebody else. Empty for what open() gives a descriptor for
+// but what holds no bytes to read. Opening did not wait for the other end of a pipe; reading has to.
+std::optional<bool> MayWait(int descriptor) {
   struct stat record {};
   if (fstat(descriptor, &record) != 0) {
     RememberSystemError();
-    return false;
+    return std::nullopt;
   }
   if (S_ISDIR(record.st_mode)) {
     RememberErrno(EISDIR);
-    return false;
+    return std::nullopt;
   }
-  if (!S_ISREG(record.st_mode)) fcntl(descriptor, F_SETFL, 0);
-  return true;
+  const bool is_regular = S_ISREG(record.st_mode);
+  if (!is_regular) fcntl(descriptor, F_SETFL, 0);
+  return !is_regular;
 }
 
 // Waits for whoever is at the other end: of a named pipe, also for somebody to open it. False, with
@@ -59,11 +60,6 @@ bool AwaitTransfer(int descriptor, short events) {
   ThrowIfInterrupted();
   RememberErrno(EINTR);
   return false;
-}
-
-bool IsRegular(int descriptor) {
-  struct stat record {};
-  return fstat(descriptor, &record) == 0 && S_ISREG(record.st_mode);
 }
 
 // Turns what stood under the name into an empty file that only its owner can reach.
@@ -165,12 +161,13 @@ bool CFileHandle::Open(const std::string& path, unsigned flags) {
                              ? OpenLocked(path.c_str(), (flags & kOpenCreate) != 0)
                              : OpenRetrying(path.c_str(), OpenFlagsOf(flags), kNewFileMode);
   if (descriptor < 0) return false;
-  if (!IsReadable(descriptor)) {
+  const auto may_wait = MayWait(descriptor);
+  if (!may_wait) {
     close(descriptor);
     return false;
   }
   handle_ = descriptor;
-  may_wait_ = !IsRegular(descriptor);
+  may_wait_ = *may_wait;
   if ((flags & kOpenAtEnd) == 0 || SeekToEnd()) return true;
   Close();
   return false;
