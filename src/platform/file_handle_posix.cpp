@@ -35,8 +35,9 @@ int OpenRetrying(const char* path, int flags, mode_t mode) {
   return descriptor;
 }
 
-// Whether transfers may have to wait for somebody else. Empty for what open() gives a descriptor for
-// but what holds no bytes to read. Opening did not wait for the other end of a pipe; reading has to.
+// Whether transfers may have to wait for somebody else. Empty for what open() gives a descriptor
+// for but what holds no bytes to read. Opening did not wait for the other end of a pipe; reading
+// has to.
 std::optional<bool> MayWait(int descriptor) {
   struct stat record {};
   if (fstat(descriptor, &record) != 0) {
