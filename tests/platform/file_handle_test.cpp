@@ -251,10 +251,12 @@ TEST_F(ExtractedFile, IsItsOwnersAloneAndFollowsNoSymbolicLink) {
 
 TEST_F(ExtractedFile, RefusesWhatIsNoRegularFileOrReadOnlyAndLeavesIt) {
   Make({{"fifo", FifoNode()}, {"folder/file", FileNode("1")}, {"closed", FileNode("old", 0466)}});
-  std::filesystem::create_hard_link(Path("closed"), Path("second name"));
+  if (kHasLinksAndModes) std::filesystem::create_hard_link(Path("closed"), Path("closed too"));
   const Tree before = Below("");
-  for (const char* name : {"fifo", "folder", "folder/file/below", "missing/file", "closed"})
+  for (const char* name : {"fifo", "folder", "folder/file/below", "missing/file", "closed"}) {
+    if (*name == 'c' && !kHasLinksAndModes) continue;  // Wine's root opens it
     ExpectNoOpen(Name(name), kExtracted);
+  }
   EXPECT_EQ(Below(""), before);
 }
 

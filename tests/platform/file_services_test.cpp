@@ -74,8 +74,10 @@ TEST_F(FileServices, CreatingADirectoryAcceptsOneThatIsThere) {
   EXPECT_EQ(LastSystemError().code, 0u);
   EXPECT_FALSE(CreateDirectoryAt(Name("missing/new"))) << "one level at a time";
   EXPECT_NE(LastSystemError().code, 0u);
-  for (const char* name : {"file/new", "file", "to_file", "to_nowhere"})
+  for (const char* name : {"file/new", "file", "to_file", "to_nowhere"}) {
+    if (*name == 't' && !kHasLinksAndModes) continue;
     EXPECT_FALSE(CreatePrivateDirectoryAt(Name(name))) << name;
+  }
 }
 
 TEST_F(FileServices, DeletingTakesANameAndNoDirectory) {
