@@ -1,8 +1,6 @@
 #include "archive/output_place.h"
 
-#include <array>
 #include <cerrno>
-#include <functional>
 
 #include "platform/file_services.h"
 #include "report/except.h"
@@ -29,26 +27,10 @@ std::size_t ExistingPrefix(PathRules rules, const std::string& path) {
   return 0;
 }
 
-// Which directories this run has made because something lies below them. Knows the latest ones, so
-// that memory stays the same however many there are.
-class CMadeParents {
- public:
-  void Note(const std::string& path) { SlotOf(path) = HashOf(path); }
-  bool Has(const std::string& path) { return SlotOf(path) == HashOf(path); }
+// Directories are known by one spelling.
+std::string Spelling(const std::string& path) { return NormalisedName(SystemPathRules(), path); }
 
- private:
-  static std::size_t HashOf(const std::string& path) {
-    return std::hash<std::string>()(NormalisedName(SystemPathRules(), path));
-  }
-  std::size_t& SlotOf(const std::string& path) { return hashes_[HashOf(path) % hashes_.size()]; }
-
-  std::array<std::size_t, 4096> hashes_{};
-};
-
-CMadeParents& MadeParents() {
-  static CMadeParents made;
-  return made;
-}
+CExtractedDirectories& Directories() { return CRunContext::GetInstance().extracted_directories(); }
 
 std::optional<FileStatus> DirectoryStatus(const std::string& path) {
   auto status = QueryStatus(path);
@@ -68,7 +50,7 @@ bool CreateParents(const std::string& path) {
     if (end <= existing) continue;
     const std::string directory = path.substr(0, end);
     if (!CreateDirectoryAt(directory)) return false;
-    MadeParents().Note(directory);
+    Directories().NoteMade(Spelling(directory));
   }
   return true;
 }
@@ -93,8 +75,14 @@ bool IsLink(const std::string& path) {
 }
 
 // What is done to the directory `path` would be done to what a link leads to.
+// What stood above the directory before is not looked at again: no entry turns it into a link.
 bool IsReachedThroughLink(const std::string& entry_name, const std::string& path) {
-  return HasLinkAbove(entry_name) || IsLink(path);
+  const std::size_t separator = LastSeparator(SystemPathRules(), entry_name);
+  const bool is_known = separator != std::string::npos &&
+                        Directories().IsWithoutLinks(entry_name.substr(0, separator + 1));
+  if ((!is_known && HasLinkAbove(entry_name)) || IsLink(path)) return true;
+  Directories().NoteWithoutLinks(entry_name);
+  return false;
 }
 
 // Lets the owner write into a directory that is there. Others keep what they may do in it, unless
@@ -104,7 +92,8 @@ void OpenUp(const std::string& path, bool sets_permissions) {
   if (!status) throw CCreateDirExcept(path);
   if (!sets_permissions) return;
   const std::uint32_t former = status->mode & kModePermissions;
-  const std::uint32_t wanted = MadeParents().Has(path) ? kOwnerAll : former | kOwnerAll;
+  const std::uint32_t wanted =
+      Directories().HasMade(Spelling(path)) ? kOwnerAll : former | kOwnerAll;
   if (wanted != former && !SetPermissionsAt(path, wanted)) throw CChgModExcept(path);
 }
 
