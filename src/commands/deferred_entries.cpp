@@ -37,10 +37,12 @@ bool CDeferredEntries::MakeLink(const CLink& link) const {
   try {
     link.MakeLink();
     return true;
-  } catch (COpenForWritingExcept& failure) {  // no reason to leave the directories open
+  } catch (COpenForWritingExcept& failure) {  // no reason to leave directories as they are
     context_.log().PrintInfo(failure);
-    return false;
+  } catch (CCreateDirExcept& failure) {
+    context_.log().PrintInfo(failure);
   }
+  return false;
 }
 
 void CDeferredEntries::ApplyDirectories() {

@@ -21,8 +21,8 @@ class CDeferredEntries {
       : context_(context), archive_(archive), selection_(selection) {}
 
   // Makes the links; returns how many were left out after all, because they would have been made
-  // through other links, or because the system refused them, which is reported. Throws
-  // CCreateDirExcept.
+  // through other links, or because the system refused them or a directory for them, which is
+  // reported.
   std::uint32_t MakeLinks();
 
   // Throws CChgModExcept.
