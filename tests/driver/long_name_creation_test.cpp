@@ -52,7 +52,7 @@ TEST_F(LongNameCreation, StoresFileTimesAndAttributeModes) {
   EXPECT_EQ(entries[4].mode, 0x1C0u) << "so may a file whose name says so";
   ASSERT_EQ(Extract(), 0) << output_;
   const Tree out = Below("out");
-  EXPECT_EQ(out.at("d").mode, 0755u);
+  EXPECT_EQ(out.at("d").mode, 0700u);
   EXPECT_EQ(out.at("d/plain"), FileNode("1", 0644, 1000000000));
   EXPECT_EQ(out.at("d/readonly").mode, 0444u);
   EXPECT_EQ(out.at("d/script").mode, 0755u);
