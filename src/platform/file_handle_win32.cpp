@@ -100,10 +100,15 @@ bool HasOtherNames(const std::string& path) {
 }
 
 // A file out of an archive takes the place of a symbolic link instead of going where it leads, and
-// of one name of a file instead of changing what its other names show.
+// of one name of a file instead of changing what its other names show. Not that of a read-only
+// file.
 bool MakeRoom(const std::string& path) {
   const auto object = FindObject(path);
   const bool is_link = object && IsSymbolicLink(*object);
+  if (object && !is_link && (object->dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0) {
+    RememberErrno(EACCES);
+    return false;
+  }
   if (!is_link && !HasOtherNames(path)) return true;
   return Succeeded(CallDeleteFile(path));
 }

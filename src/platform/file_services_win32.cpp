@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cerrno>
+#include <vector>
 
 #include "platform/attributes.h"
 #include "platform/local_text_win32.h"
@@ -172,8 +173,7 @@ std::optional<FileStatus> StandardOutputStatus() {
   }
   FileStatus status;
   status.kind = FileKind::kRegular;
-  status.identity = {record.dwVolumeSerialNumber,
-                     Joined(record.nFileIndexHigh, record.nFileIndexLow)};
+  status.identity = IdentityOf(record);
   return status;
 }
 
@@ -291,8 +291,12 @@ bool ChangeDirectory(const std::string& path) {
 }
 
 bool CanEnterDirectory(const std::string& path) {
-  const std::string here = CurrentDirectory();
-  return ChangeDirectory(path) && ChangeDirectory(here);
+  // Kept as the system has it: the current directory's name may have no form in the code page.
+  std::vector<wchar_t> here(GetCurrentDirectoryW(0, nullptr));
+  const auto room = static_cast<DWORD>(here.size());
+  const DWORD length = GetCurrentDirectoryW(room, here.data());
+  if (!Succeeded(length != 0 && length < room)) return false;
+  return ChangeDirectory(path) && Succeeded(SetCurrentDirectoryW(here.data()) != FALSE);
 }
 
 }  // namespace moldex
