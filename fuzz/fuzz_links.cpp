@@ -1,0 +1,58 @@
+// Any name and target of a symbolic link, on both systems: what is let through stays in the target
+// directory, where it will be written.
+#include <string>
+#include <vector>
+
+#include "fuzz/target.h"
+#include "platform/name_rules.h"
+#include "platform/path_rules.h"
+
+namespace moldex::fuzz {
+namespace {
+
+std::vector<std::string> Components(PathRules rules, const std::string& path) {
+  std::vector<std::string> components(1);
+  for (const char c : path) {
+    if (!IsSeparator(rules, c)) components.back() += c;
+    if (IsSeparator(rules, c)) components.emplace_back();
+  }
+  std::erase_if(components, [](const auto& part) { return part.empty() || part == "."; });
+  return components;
+}
+
+// Where a link leads: its directory, then its target. A ".." may come at the target's beginning
+// only, as what stands in front of it may be a link, too.
+bool StaysBelow(PathRules rules, const std::string& written, const std::string& target) {
+  if (!target.empty() && (IsSeparator(rules, target[0]) || target.find(':') == 1)) return false;
+  std::size_t depth = Components(rules, written).size() - 1;
+  bool descended = false;
+  for (const std::string& part : Components(rules, target)) {
+    descended |= part != "..";
+    if (part != "..") continue;
+    if (descended || --depth == 0) return false;
+  }
+  return true;
+}
+
+void TryLink(PathRules rules, const std::string& name, const std::string& target) {
+  const std::string written = TargetName(rules, "out", name);
+  const std::string_view last = LastComponent(rules, written);
+  if (!IsRelative(name) || HasParentComponent(rules, name) || last.empty() || last == ".") return;
+  if (!IsAllowedName(rules, written)) return;
+  Require(written.starts_with("out/"));
+  if (LinkLeaves(rules, written.substr(4), target)) return;
+  Require(StaysBelow(rules, written, target));
+}
+
+}  // namespace
+
+// The length of the name, the name, the target.
+void TryInput(ByteSpan input) {
+  if (input.empty()) return;
+  const std::string text(input.begin() + 1, input.end());
+  for (const PathRules rules : {PathRules::kPosix, PathRules::kWindows})
+    TryLink(rules, text.substr(0, input[0]),
+            text.substr(std::min<std::size_t>(input[0], text.size())));
+}
+
+}  // namespace moldex::fuzz
