@@ -14,9 +14,12 @@
 namespace moldex {
 namespace {
 
-bool HasAllowedName(const std::string& name) {
+// Whether the system takes the name as it is written: below a target directory, whatever that is
+// called, where there is one. There a drive is none.
+bool HasAllowedName(const std::string& name, const CCmdLineOptions& options) {
   const PathRules rules = SystemPathRules();
-  return !HasDevicePrefix(rules, name) && IsAllowedName(rules, WrittenName(name));
+  const char* target = options.target_directory != nullptr ? "." : "";
+  return !HasDevicePrefix(rules, name) && IsAllowedName(rules, OutputPath(target, name));
 }
 
 bool LeavesTarget(const CDirEntry& entry, const std::string& link_target) {
@@ -69,7 +72,7 @@ Refusal RefusalOf(const CDirEntry& entry, const CCmdLineOptions& options,
   const auto target = link != nullptr ? TargetOf(*link) : std::string();
   if (!target) return Refusal::kBadTarget;
   if (entry.LacksData() || (link != nullptr && target->empty())) return Refusal::kNoLinkTarget;
-  if (!HasAllowedName(entry.GetName())) return Refusal::kNotAllowed;
+  if (!HasAllowedName(entry.GetName(), options)) return Refusal::kNotAllowed;
   if (!options.absolute_paths && LeavesTarget(entry, *target)) return Refusal::kLeavesTarget;
   // As with names that a system takes for something else, trying would end the run.
   if (!entry.IsDirectory() && NamesADirectory(SystemPathRules(), WrittenName(entry.GetName()))) {

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <new>
 #include <string>
 #include <vector>
 
@@ -28,7 +29,7 @@ std::vector<std::wstring> WideWords() {
   wchar_t** words = nullptr;
   wchar_t** environment = nullptr;
   _startupinfo start{};
-  if (__wgetmainargs(&count, &words, &environment, 0, &start) != 0) return {};
+  if (__wgetmainargs(&count, &words, &environment, 0, &start) < 0) throw std::bad_alloc();
   return {words, words + count};
 }
 

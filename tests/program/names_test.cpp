@@ -36,6 +36,7 @@ std::vector<NameCase> NameCases() {
       {"/x/y", "x/y", "x/y"},
       {"//server/share/x", "server/share/x", "server/share/x"},
       {"ab:c", "ab:c", "c"},
+      {"ab:C:x", "ab:C:x", kNotAllowed},
       {"//?/C:/x", "?/C:/x", kNotAllowed},
       {"\\\\.\\x", "\\\\.\\x", kNotAllowed},
       {std::string("cut\0/../../outside", 17), "cut", "cut"}};  // a zero ends the name
