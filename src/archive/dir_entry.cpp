@@ -1,6 +1,8 @@
 #include "archive/dir_entry.h"
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
 #include <limits>
 
 #include "archive/compress_strategy.h"
@@ -11,6 +13,7 @@
 #include "platform/attributes.h"
 #include "report/except.h"
 #include "report/hints.h"
+#include "report/system_error.h"
 #include "run/run_context.h"
 
 namespace moldex {
@@ -91,10 +94,33 @@ void CDirEntry::FinishLongNames() {
 void CDirEntry::Create() { file_ = CreateOutputFile(disk_name_); }
 
 bool CDirEntry::OpenForReading() {
-  if (!file_.Open(disk_name_, kOpenExisting)) return false;
+  const bool keep_links = !CRunContext::GetInstance().options().resolve_links;
+  if (!file_.Open(disk_name_, keep_links ? kOpenNoLink : kOpenExisting)) return false;
   const auto status = file_.Status();
   if (!status || status->kind != FileKind::kRegular) return false;
+  // Somebody has put something else there since the walk found it: perhaps behind a link.
+  if (keep_links && status->identity.Excludes(status_.identity)) {
+    RememberErrno(ELOOP);
+    return false;
+  }
   status_ = *status;
+  return status_.size_bytes != 0 || IsEmpty();
+}
+
+// Some files of the system say that they have no bytes and have some. One that was written to only
+// now says how many.
+bool CDirEntry::IsEmpty() {
+  std::array<std::uint8_t, 1> byte{};
+  const Transfer transfer = file_.Read(byte);
+  if (!transfer.ok) return false;
+  if (transfer.bytes == 0) return true;
+  const auto status = file_.Status();
+  if (!status || status->size_bytes == 0) {
+    RememberErrno(ENOTSUP);
+    return false;
+  }
+  status_ = *status;
+  file_.SetPosition(0);
   return true;
 }
 

@@ -96,10 +96,12 @@ class CDirEntry {
   void SetUserData(std::span<const std::uint8_t> bytes) {
     user_data_.assign(bytes.begin(), bytes.end());
   }
-  // Opens the file for reading and takes its status from there.
+  // Opens the file for reading and takes its status from there. False also for one that has bytes
+  // and says that it has none, and where links are kept and the name has got another object.
   bool OpenForReading();
 
  private:
+  bool IsEmpty();
   void FillFromAttributes();
   void FinishLongNames();
 

@@ -91,10 +91,18 @@ bool CTreeWalk::IsMeant(const std::string& name) {
   return is_new || !only_new_keys_;
 }
 
-void CTreeWalk::VisitName(const std::string& name) {
+// Where links are kept, whoever puts one in the place of a directory meanwhile must not lead the
+// walk elsewhere.
+std::optional<FileStatus> CTreeWalk::Look(const std::string& name, const Level* level) const {
+  if (options_.resolve_links) return QueryStatus(name);
+  return level != nullptr ? QueryLinkStatusIn(level->identity, name) : QueryLinkStatus(name);
+}
+
+// `level` is the directory that the walk has found the name in.
+void CTreeWalk::VisitName(const std::string& name, const Level* level) {
   ThrowIfInterrupted();
   if (!IsMeant(name)) return;
-  const auto status = options_.resolve_links ? QueryStatus(name) : QueryLinkStatus(name);
+  const auto status = Look(name, level);
   if (!status) {
     if (IsLinkWithoutTarget(name)) {
       visitor_.OnLinkWithoutTarget(name);
@@ -107,7 +115,7 @@ void CTreeWalk::VisitName(const std::string& name) {
     visitor_.OnLinkWithoutTarget(name);
   } else if (visitor_.OnObject(name, *status, IsStart(name, *status)) &&
              status->kind == FileKind::kDirectory) {
-    levels_.emplace_back(name, status->identity, memory_);
+    levels_.emplace_back(name, status->identity, memory_, options_.resolve_links);
   }
 }
 
@@ -115,7 +123,7 @@ void CTreeWalk::DrainLevels() {
   while (!levels_.empty()) {
     Level& level = levels_.back();
     if (const auto name = level.names.Next()) {
-      VisitName(JoinPath(level.path, *name));
+      VisitName(JoinPath(level.path, *name), &level);
       continue;
     }
     const DirectoryResult result = level.names.Result();

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <deque>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_set>
@@ -48,8 +49,11 @@ class CTreeWalk {
   static constexpr std::size_t kNamesBudget = 1024 * 1024;
 
   struct Level {
-    Level(const std::string& directory, const FileIdentity& its_identity, CNameMemory& memory)
-        : path(directory), identity(its_identity), names(directory, memory) {}
+    Level(const std::string& directory, const FileIdentity& its_identity, CNameMemory& memory,
+          bool follow_links)
+        : path(directory),
+          identity(its_identity),
+          names(directory, memory, follow_links ? std::nullopt : std::optional(its_identity)) {}
 
     std::string path;
     FileIdentity identity;
@@ -58,7 +62,8 @@ class CTreeWalk {
 
   void Walk(std::string_view name);
   void WalkPattern(std::string_view pattern);
-  void VisitName(const std::string& name);
+  void VisitName(const std::string& name, const Level* level = nullptr);
+  std::optional<FileStatus> Look(const std::string& name, const Level* level) const;
   bool IsMeant(const std::string& name);
   void DrainLevels();
   bool IsBeingWalked(const FileIdentity& identity) const;

@@ -21,8 +21,9 @@ void CNameMemory::MakeRoomFor(const CSortedDirectory& reader) {
   }
 }
 
-CSortedDirectory::CSortedDirectory(std::string path, CNameMemory& memory)
-    : path_(std::move(path)), memory_(memory) {
+CSortedDirectory::CSortedDirectory(std::string path, CNameMemory& memory,
+                                   std::optional<FileIdentity> identity)
+    : path_(std::move(path)), memory_(memory), identity_(identity) {
   memory_.directories_.push_back(this);
 }
 
@@ -42,9 +43,10 @@ std::optional<std::string> CSortedDirectory::Next() {
 
 void CSortedDirectory::ReadBatch() {
   complete_ = true;  // until a name has to be left for the next batch
-  result_ = VisitDirectory(path_, [this](const char* name) {
+  const auto keep = [this](const char* name) {
     if (!accept_ || accept_(name)) Keep(name);
-  });
+  };
+  result_ = VisitDirectory(path_, keep, identity_);
   if (result_ != DirectoryResult::kComplete) {
     while (!names_.empty())
       DropLast();

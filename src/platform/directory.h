@@ -8,15 +8,19 @@
 #include <string>
 #include <vector>
 
+#include "platform/file_status.h"
+
 namespace moldex {
 
 enum class DirectoryResult { kComplete, kCannotOpen, kReadFailed };
 
 // Calls `visit` for every name in a directory but "." and "..", in the order of the file system. An
 // empty path means the current directory. The system's error is remembered. A name that has no form
-// in the local code page comes with "?" for what has none: no object is found under it.
+// in the local code page comes with "?" for what has none: no object is found under it. With an
+// identity, another directory under the path cannot be opened, as far as the system can tell.
 DirectoryResult VisitDirectory(const std::string& path,
-                               const std::function<void(const char*)>& visit);
+                               const std::function<void(const char*)>& visit,
+                               const std::optional<FileIdentity>& identity = std::nullopt);
 
 class CSortedDirectory;
 
@@ -48,8 +52,10 @@ class CNameMemory {
 // open between two calls, and names that appear or go in the meantime do no harm.
 class CSortedDirectory {
  public:
-  // `path` is empty for the current directory. `memory` outlives the directory.
-  CSortedDirectory(std::string path, CNameMemory& memory);
+  // `path` is empty for the current directory. `memory` outlives the directory. `identity` is that
+  // of VisitDirectory.
+  CSortedDirectory(std::string path, CNameMemory& memory,
+                   std::optional<FileIdentity> identity = std::nullopt);
   ~CSortedDirectory();
   CSortedDirectory(const CSortedDirectory&) = delete;
   CSortedDirectory& operator=(const CSortedDirectory&) = delete;
@@ -71,6 +77,7 @@ class CSortedDirectory {
 
   std::string path_;
   CNameMemory& memory_;
+  std::optional<FileIdentity> identity_;
   std::function<bool(const char*)> accept_;
   std::vector<std::string> names_;  // sorted downwards while handed out, a heap while read
   std::size_t held_bytes_ = 0;

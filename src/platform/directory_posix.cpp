@@ -1,10 +1,12 @@
 #include <dirent.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <cstring>
 #include <memory>
 
 #include "platform/directory.h"
+#include "platform/status_posix.h"
 #include "report/system_error.h"
 
 namespace moldex {
@@ -21,10 +23,17 @@ bool IsSelfOrParent(const char* name) {
 }  // namespace
 
 DirectoryResult VisitDirectory(const std::string& path,
-                               const std::function<void(const char*)>& visit) {
+                               const std::function<void(const char*)>& visit,
+                               const std::optional<FileIdentity>& identity) {
   const std::unique_ptr<DIR, CloseDirectory> directory(opendir(path.empty() ? "." : path.c_str()));
   if (!directory) {
     RememberSystemError();
+    return DirectoryResult::kCannotOpen;
+  }
+  struct stat record {};
+  if (identity &&
+      (fstat(dirfd(directory.get()), &record) != 0 || ToFileStatus(record).identity != *identity)) {
+    RememberErrno(ESTALE);
     return DirectoryResult::kCannotOpen;
   }
   for (;;) {

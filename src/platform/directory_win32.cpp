@@ -1,8 +1,10 @@
 #include <windows.h>
 
+#include <cerrno>
 #include <cwchar>
 
 #include "platform/directory.h"
+#include "platform/file_services.h"
 #include "platform/local_text_win32.h"
 #include "platform/path_calls_win32.h"
 #include "report/system_error.h"
@@ -34,7 +36,13 @@ bool IsSelfOrParent(const wchar_t* name) {
 }  // namespace
 
 DirectoryResult VisitDirectory(const std::string& path,
-                               const std::function<void(const char*)>& visit) {
+                               const std::function<void(const char*)>& visit,
+                               const std::optional<FileIdentity>& identity) {
+  const auto status = identity ? QueryStatus(path) : std::nullopt;
+  if (status && status->identity.Excludes(*identity)) {
+    RememberErrno(ENOENT);
+    return DirectoryResult::kCannotOpen;
+  }
   WIN32_FIND_DATAW data{};
   CSearch search(path, &data);
   if (!search.IsValid()) {

@@ -21,6 +21,7 @@ namespace moldex {
 // How Open opens. Without a flag: an existing file, for reading.
 enum OpenFlags : unsigned {
   kOpenExisting = 0x00,
+  kOpenNoLink = 0x01,     // for reading; where the system can refuse a symbolic link, it does
   kOpenAtEnd = 0x10,      // move to the end after opening
   kOpenCreate = 0x20,     // create or empty the file; read and write
   kOpenReadWrite = 0x40,  // an existing file, for reading and writing, by nobody else; see Open
@@ -61,8 +62,8 @@ class CFileHandle {
   bool IsValid() const { return handle_ != kInvalid; }
   // False when the system reports that earlier writes were lost. Closing twice does nothing.
   bool Close();
-  // Closes, and deletes the file, whose name this is. Where the system lets it, the name goes first,
-  // so that nobody else begins to write into the file in between.
+  // Closes, and deletes the file, whose name this is. Where the system lets it, the name goes
+  // first, so that nobody else begins to write into the file in between.
   bool Delete(const std::string& path);
   // Ends the writing of a file that is to get a date or permissions; false as with Close. A system
   // that keeps these by the file's name closes it here: what may follow is SetDate, SetPermissions,

@@ -26,7 +26,7 @@ constexpr mode_t kNewFileMode = 0666;  // less the umask
 
 int OpenFlagsOf(unsigned flags) {
   if ((flags & kOpenCreate) != 0) return O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC;
-  return O_RDONLY | O_NONBLOCK | O_CLOEXEC;
+  return O_RDONLY | O_NONBLOCK | O_CLOEXEC | ((flags & kOpenNoLink) != 0 ? O_NOFOLLOW : 0);
 }
 
 int OpenRetrying(const char* path, int flags, mode_t mode) {

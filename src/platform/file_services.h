@@ -27,6 +27,10 @@ std::optional<FileStatus> QueryStatus(const std::string& path);
 // Status of the name itself: a symbolic link is reported as one.
 std::optional<FileStatus> QueryLinkStatus(const std::string& path);
 
+// The same of a name in the directory of this identity. Empty also where the path leads into
+// another directory by now, as far as the system can tell.
+std::optional<FileStatus> QueryLinkStatusIn(const FileIdentity& directory, const std::string& path);
+
 // Status of the file that standard output is. Empty when it is closed or the null device, and where
 // the system does not tell a device or a pipe from others.
 std::optional<FileStatus> StandardOutputStatus();

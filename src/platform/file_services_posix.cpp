@@ -95,6 +95,27 @@ std::optional<FileStatus> QueryLinkStatus(const std::string& path) {
   return ToFileStatus(record);
 }
 
+// The name is looked up in the open directory, which nobody can exchange any more.
+std::optional<FileStatus> QueryLinkStatusIn(const FileIdentity& directory,
+                                            const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  const std::string parent = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  const int descriptor =
+      Retrying([&] { return open(parent.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC); });
+  struct stat record {};
+  bool found = descriptor >= 0 && fstat(descriptor, &record) == 0;
+  if (found && ToFileStatus(record).identity != directory) {
+    errno = ESTALE;
+    found = false;
+  }
+  const std::string name = path.substr(slash + 1);
+  found = found && fstatat(descriptor, name.c_str(), &record, AT_SYMLINK_NOFOLLOW) == 0;
+  if (!found) RememberSystemError();
+  if (descriptor >= 0) close(descriptor);
+  if (!found) return std::nullopt;
+  return ToFileStatus(record);
+}
+
 std::optional<FileStatus> StandardOutputStatus() {
   struct stat record {};
   struct stat null_device {};

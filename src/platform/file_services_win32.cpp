@@ -164,6 +164,17 @@ std::optional<FileStatus> QueryLinkStatus(const std::string& path) {
   return status;
 }
 
+std::optional<FileStatus> QueryLinkStatusIn(const FileIdentity& directory,
+                                            const std::string& path) {
+  const std::size_t last = LastSeparator(SystemPathRules(), path);
+  const auto parent = QueryStatus(last == std::string::npos ? "." : path.substr(0, last + 1));
+  if (parent && parent->identity.Excludes(directory)) {
+    RememberErrno(ENOENT);
+    return std::nullopt;
+  }
+  return QueryLinkStatus(path);
+}
+
 std::optional<FileStatus> StandardOutputStatus() {
   const HANDLE handle = GetStdHandle(STD_OUTPUT_HANDLE);
   BY_HANDLE_FILE_INFORMATION record{};

@@ -15,7 +15,14 @@ struct FileIdentity {
   std::uint64_t device = 0;
   std::uint64_t number = 0;
 
+  // What the system does not tell from others has this device, and a number of its own each time.
+  static constexpr std::uint64_t kUnknownDevice = UINT64_MAX;
+
   bool operator==(const FileIdentity&) const = default;
+  // Whether this is known not to be the other object.
+  bool Excludes(const FileIdentity& other) const {
+    return device != kUnknownDevice && other.device != kUnknownDevice && *this != other;
+  }
 };
 
 struct FileStatus {

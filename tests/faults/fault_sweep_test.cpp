@@ -60,6 +60,7 @@ const std::vector<Outcome> kCreateOutcomes = {
     {Call::kOpen, 6, "MOLDEX: error opening a.qel (error 6). "},
     {Call::kOpen, 44, "MOLDEX: inaccessible file d"},
     {Call::kRead, 5, "MOLDEX: error reading from d/"},
+    {Call::kRead, 44, "MOLDEX: inaccessible file d/e"},  // whether it is really empty
     {Call::kWrite, 4, "MOLDEX: error writing to a.qel (error 4). "},
     {Call::kClose, 4, "MOLDEX: error writing to a.qel (error 4). "}};
 
@@ -108,6 +109,7 @@ std::vector<Scenario> Scenarios() {
        {{Call::kOpen, 6, "MOLDEX: error opening former.qel (error 6). "},
         {Call::kOpen, 44, "MOLDEX: inaccessible file d"},
         {Call::kRead, 5, kReading},
+        {Call::kRead, 44, "MOLDEX: inaccessible file d/e"},
         {Call::kWrite, 4, "MOLDEX: error writing to former.qel (error 4). "},
         {Call::kSeek, 6, "MOLDEX: error opening former.qel (error 6). "},
         {Call::kSeek, 54, kPositioning},

@@ -5,6 +5,7 @@
 #include <random>
 #include <set>
 
+#include "platform/file_services.h"
 #include "report/system_error.h"
 #include "support/folder_test.h"
 
@@ -129,6 +130,18 @@ TEST_F(Directory, WhatCannotBeOpenedSaysSo) {
     EXPECT_EQ(directory.Result(), DirectoryResult::kCannotOpen) << name;
     EXPECT_NE(LastSystemError().code, 0u) << name;
   }
+}
+
+TEST_F(Directory, NothingIsFoundUnderAPathThatLeadsElsewhereByNow) {
+  Make({{"d/f", FileNode("")}, {"other/f", FileNode("")}});
+  const FileIdentity other = QueryStatus(Name("other"))->identity;
+  CNameMemory memory(kPlenty);
+  CSortedDirectory directory(Name("d"), memory, other);
+  EXPECT_FALSE(directory.Next());
+  EXPECT_EQ(directory.Result(), DirectoryResult::kCannotOpen);
+  EXPECT_FALSE(QueryLinkStatusIn(other, Name("d/f")));
+  EXPECT_EQ(QueryLinkStatusIn(other, Name("other/f"))->identity,
+            QueryLinkStatus(Name("other/f"))->identity);
 }
 
 TEST_F(Directory, ADirectoryThatGoesAwayBetweenBatchesIsReported) {
