@@ -51,9 +51,14 @@ std::size_t ErrorColumns();
 // Writes to the terminal that standard error is, at once. A failure has nobody to be told to.
 void WriteToErrorTerminal(std::string_view text);
 
-// Bytes of the first character of a text, and its columns, in a code page that has characters of
-// one and of more bytes; 0 in UTF-8 and in code pages of single bytes. The text is not empty.
-std::size_t DoubleByteLength(std::string_view text);
+// The first character of a text in the code page of names.
+struct CodePageCharacter {
+  std::size_t bytes = 0;  // 0 in UTF-8, which needs no help of the system
+  char32_t code = 0;      // as Unicode numbers it; the byte itself where a character is a byte
+};
+
+// The text is not empty.
+CodePageCharacter FirstInCodePage(std::string_view text);
 
 }  // namespace moldex
 

@@ -17,8 +17,6 @@ namespace {
 
 constexpr std::size_t kUsualColumns = 80;
 
-bool HasDoubleBytes() { return MB_CUR_MAX > 1 && std::strcmp(nl_langinfo(CODESET), "UTF-8") != 0; }
-
 // What takes the place of a standard descriptor, the first that can be opened.
 struct StandIn {
   const char* path;
@@ -84,12 +82,17 @@ void WriteToErrorTerminal(std::string_view text) {
   }
 }
 
-std::size_t DoubleByteLength(std::string_view text) {
-  static const bool has_double_bytes = HasDoubleBytes();  // the locale is set when a run begins
-  if (!has_double_bytes) return 0;
+CodePageCharacter FirstInCodePage(std::string_view text) {
+  // The locale is set when a run begins.
+  static const bool is_utf8 = std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
+  if (is_utf8) return {};
+  const CodePageCharacter byte = {1, static_cast<unsigned char>(text[0])};
+  if (MB_CUR_MAX == 1) return byte;
   std::mbstate_t state{};
-  const std::size_t length = std::mbrlen(text.data(), text.size(), &state);
-  return length == 0 || length > text.size() ? 1 : length;
+  wchar_t wide = 0;
+  const std::size_t length = std::mbrtowc(&wide, text.data(), text.size(), &state);
+  const bool is_character = length > 0 && length <= text.size();
+  return is_character ? CodePageCharacter{length, static_cast<char32_t>(wide)} : byte;
 }
 
 }  // namespace moldex

@@ -78,13 +78,17 @@ void WriteToErrorTerminal(std::string_view text) {
                       &written, nullptr);
 }
 
-std::size_t DoubleByteLength(std::string_view text) {
+CodePageCharacter FirstInCodePage(std::string_view text) {
+  static const bool is_utf8 = GetACP() == CP_UTF8;
   static const bool has_double_bytes = HasDoubleBytes();
-  if (!has_double_bytes) return 0;
+  if (is_utf8) return {};
   // No second byte is as low as a control character, whatever an archive says.
-  const bool is_double = text.size() > 1 && static_cast<BYTE>(text[1]) >= 0x40 &&
+  const bool is_double = has_double_bytes && text.size() > 1 &&
+                         static_cast<BYTE>(text[1]) >= 0x40 &&
                          IsDBCSLeadByte(static_cast<BYTE>(text[0])) != FALSE;
-  return is_double ? 2 : 1;
+  constexpr char32_t kSomeLetter = 0x4E00;
+  if (is_double) return {2, kSomeLetter};
+  return {1, static_cast<unsigned char>(text[0])};
 }
 
 }  // namespace moldex

@@ -7,40 +7,51 @@
 namespace moldex {
 namespace {
 
-// Bytes of the first character: those of one in UTF-8, else one.
-std::size_t CharacterLength(std::string_view text) {
+struct Character {
+  std::string_view text;
+  char32_t code = 0;  // the byte itself where that is no part of a character
+  std::size_t columns = 1;
+};
+
+// None that UTF-8 has two bytes for is wider than one column, and none at all wider than two.
+Character FirstInUtf8(std::string_view text) {
   const auto lead = static_cast<unsigned char>(text[0]);
-  if (lead < 0xC2 || lead > 0xF4) return 1;
+  const Character byte = {text.substr(0, 1), lead};
+  if (lead < 0xC2 || lead > 0xF4) return byte;
   const std::size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-  const auto continues = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; };
-  const std::string_view rest = text.substr(1, length - 1);
-  return rest.size() == length - 1 && std::all_of(rest.begin(), rest.end(), continues) ? length : 1;
+  if (text.size() < length) return byte;
+  char32_t code = lead & (0x7Fu >> length);
+  for (const char c : text.substr(1, length - 1)) {
+    if ((static_cast<unsigned char>(c) & 0xC0) != 0x80) return byte;
+    code = code << 6 | (static_cast<unsigned char>(c) & 0x3F);
+  }
+  return {text.substr(0, length), code, length < 3 ? std::size_t{1} : std::size_t{2}};
 }
 
-// The first character and its columns. None that UTF-8 has two bytes for is wider than one column,
-// and none at all wider than two.
-ScreenText FirstCharacter(std::string_view text) {
-  if (static_cast<unsigned char>(text[0]) < 0x80) return {text.substr(0, 1), 1};
-  const std::size_t double_bytes = DoubleByteLength(text);
-  if (double_bytes != 0) return {text.substr(0, double_bytes), double_bytes};
-  const std::size_t length = CharacterLength(text);
-  return {text.substr(0, length), length < 3 ? std::size_t{1} : std::size_t{2}};
+// In a code page of characters of one and of two bytes the columns are as many as the bytes.
+Character FirstCharacter(std::string_view text) {
+  const auto first = static_cast<unsigned char>(text[0]);
+  if (first < 0x80) return {text.substr(0, 1), first};
+  const CodePageCharacter local = FirstInCodePage(text);
+  if (local.bytes == 0) return FirstInUtf8(text);
+  return {text.substr(0, local.bytes), local.code, local.bytes};
 }
 
-// The second set of control characters is one byte long in 8-bit code pages and two in UTF-8; those
-// of double bytes have letters there.
-bool IsControl(std::string_view character) {
-  const auto lead = static_cast<unsigned char>(character[0]);
-  if (lead < 0x80) return lead < 0x20 || lead == 0x7F;
-  if (!TerminalHasHighControls() || DoubleByteLength(character) > 1) return false;
-  if (character.size() == 1) return lead >= 0x80 && lead < 0xA0;
-  return lead == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
+// Characters that change the direction of what follows: a name could look like another.
+bool ChangesDirection(char32_t code) {
+  return (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+}
+
+bool IsControl(const Character& character) {
+  const char32_t code = character.code;
+  if (code < 0x20 || code == 0x7F || ChangesDirection(code)) return true;
+  return code >= 0x80 && code < 0xA0 && TerminalHasHighControls();
 }
 
 // Takes the first character off.
-std::string_view TakeCharacter(std::string_view* text) {
-  const std::string_view character = FirstCharacter(*text).text;
-  text->remove_prefix(character.size());
+Character TakeCharacter(std::string_view* text) {
+  const Character character = FirstCharacter(*text);
+  text->remove_prefix(character.text.size());
   return character;
 }
 
@@ -60,12 +71,12 @@ bool HasControls(std::string_view text) {
 std::string Escaped(std::string_view text) {
   std::string result;
   while (!text.empty()) {
-    const std::string_view character = TakeCharacter(&text);
+    const Character character = TakeCharacter(&text);
     if (!IsControl(character)) {
-      result += character;
+      result += character.text;
       continue;
     }
-    for (const char c : character) {
+    for (const char c : character.text) {
       const auto byte = static_cast<unsigned char>(c);
       result += {'\\', static_cast<char>('0' + (byte >> 6)),
                  static_cast<char>('0' + (byte >> 3 & 7)), static_cast<char>('0' + (byte & 7))};
@@ -78,7 +89,7 @@ ScreenText CutToColumns(std::string_view text, std::size_t columns) {
   ScreenText cut;
   std::size_t taken = 0;
   while (taken < text.size()) {
-    const ScreenText character = FirstCharacter(text.substr(taken));
+    const Character character = FirstCharacter(text.substr(taken));
     if (cut.columns + character.columns > columns) break;
     cut.columns += character.columns;
     taken += character.text.size();

@@ -1,7 +1,7 @@
 // Text as a terminal takes it: in whole characters, without any that the terminal would obey.
 //
-// Knows UTF-8 and, where the system says that names are in such, code pages of double bytes; in all
-// others a character is a byte. Used by whoever writes to the screen.
+// Knows UTF-8 and, where the system says that names are in such, code pages of single and of double
+// bytes. Used by whoever writes to the screen.
 #ifndef MOLDEX_REPORT_SCREEN_TEXT_H_
 #define MOLDEX_REPORT_SCREEN_TEXT_H_
 
@@ -11,7 +11,8 @@
 
 namespace moldex {
 
-// Whether a terminal would obey some of the text instead of showing it.
+// Whether a terminal would obey some of the text instead of showing it: control characters, and
+// those that change the direction of writing.
 bool HasControls(std::string_view text);
 
 // The text with those characters as octal escapes (\033).

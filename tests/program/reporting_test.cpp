@@ -2,6 +2,8 @@
 // writes in special cases, and archives that are not its own.
 #include <regex.h>
 
+#include <cstdlib>
+
 #include "program/program_test.h"
 #include "support/terminal.h"
 
@@ -145,6 +147,9 @@ TEST_F(Reporting, ShowsControlCharactersOfNamesAsOctalEscapes) {
       {"a\rb\tc\x7F", "a\\015b\\011c\\177"},
       {"csi\xC2\x9B", "csi\\302\\233"},
       {"\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80", "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"},
+      {"a\xE2\x80\xAE"
+       "b\xE2\x81\xA6",
+       "a\\342\\200\\256b\\342\\201\\246"},
       {"back\\slash", "back\\slash"}};
   const auto on_terminal = [&](const Words& words) {
     std::string bytes = RunAt({}, folder_.Path(), words).bytes;
@@ -169,6 +174,13 @@ TEST_F(Reporting, ShowsControlCharactersOfNamesAsOctalEscapes) {
   // Bytes that are no UTF-8 are controls of other code pages.
   EXPECT_EQ(on_terminal({"-icf", "b.qel", "\x9B\xFF"}),
             Inaccessible("\\233\xFF") + "hint: \\233\xFF: No such file or directory\n");
+  // Where a character is a byte, the second half of a letter in UTF-8 may be one.
+  Archive({FileEntry("\xC3\x9B\xC3\xA4", "1")});
+  const char* locale = std::getenv("LC_ALL");
+  const std::string former = locale != nullptr ? locale : "";
+  (void)setenv("LC_ALL", "C", 1);
+  EXPECT_TRUE(on_terminal({"-tf", "a.qel"}).ends_with(" \xC3\\233\xC3\xA4\n"));
+  (void)(locale != nullptr ? setenv("LC_ALL", former.c_str(), 1) : unsetenv("LC_ALL"));
   EXPECT_NE(on_terminal({"-version"}).find("release"), std::string::npos);
   EXPECT_EQ(on_terminal({"-version"}), Run("-version").out);
 }
