@@ -1,6 +1,8 @@
 // The entry point: one command line in, one exit status out.
 #include <clocale>
+#include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -12,6 +14,7 @@
 #include "driver/version.h"
 #include "platform/arguments.h"
 #include "platform/interrupt.h"
+#include "platform/memory.h"
 #include "report/console.h"
 #include "report/except.h"
 #include "report/exit_status.h"
@@ -20,6 +23,26 @@
 
 namespace moldex {
 namespace {
+
+constexpr char kOutOfMemory[] = "MOLDEX: can not allocate new memory";
+constexpr char kUnexpected[] = "MOLDEX: unexpected exception thrown";
+
+// Ends the run for a failure that no handler can get: there may be no memory even to throw one.
+[[noreturn]] void EndWithoutHandler() {
+  const char* text = kOutOfMemory;
+  int status = kErrorOutOfMemory;
+  try {
+    if (const auto failure = std::current_exception()) std::rethrow_exception(failure);
+  } catch (const std::bad_alloc&) {  // as expected
+  } catch (...) {
+    text = kUnexpected;
+    status = kErrorUnexpected;
+  }
+  WriteOutput(text);
+  WriteOutput("\n");
+  FlushOutput();
+  std::_Exit(status);
+}
 
 bool IsVersionWord(std::string word) {
   for (char& c : word) {
@@ -53,8 +76,9 @@ void PrintUnnumbered(CRunContext& context, CExcept& failure) {
 
 void RunProgram(CRunContext& context, int argument_count, char** arguments) {
   // Made before anything can fail: saying so must not need memory.
-  const std::string out_of_memory = "MOLDEX: can not allocate new memory";
+  const std::string out_of_memory = kOutOfMemory;
   try {
+    if (!StackSuffices()) throw std::bad_alloc();
     const Arguments local = LocalArguments(argument_count, arguments);
     Dispatch(context, local.count, local.words);
   } catch (CDecompExcept& failure) {
@@ -73,7 +97,7 @@ void RunProgram(CRunContext& context, int argument_count, char** arguments) {
     context.log().PrintMessage(out_of_memory);
     SetExitStatus(kErrorOutOfMemory);
   } catch (...) {
-    context.log().PrintMessage("MOLDEX: unexpected exception thrown");
+    context.log().PrintMessage(kUnexpected);
     SetExitStatus(kErrorUnexpected);
   }
 }
@@ -91,6 +115,7 @@ void JudgeText() {
 }  // namespace moldex
 
 int main(int argument_count, char** arguments) {
+  std::set_terminate(moldex::EndWithoutHandler);
   moldex::FillStandardDescriptors();
   // Names are in the code page of the user's locale; everything else stays as it is everywhere.
   std::setlocale(LC_CTYPE, "");

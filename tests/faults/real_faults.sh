@@ -60,6 +60,10 @@ for descriptor in 0 1 2; do
 done
 expect 4 "" bash -c "exec '$program' -cf /dev/stdout d >&-"
 
+# A stack that is too small, before anything is written.
+expect 2 "MOLDEX: can not allocate new memory" bash -c "ulimit -s 20; exec '$program' -cf none.qel d"
+[ ! -e none.qel ] || fail "an archive was begun without a stack"
+
 # Places and files that belong to somebody else.
 nobody() { setpriv --reuid=65534 --regid=65534 --clear-groups "$@"; }
 mkdir closed

@@ -1,0 +1,7 @@
+#include "platform/memory.h"
+
+namespace moldex {
+
+bool StackSuffices() { return true; }
+
+}  // namespace moldex
