@@ -38,7 +38,9 @@ inline constexpr StatusRow kStatusTable[] = {
     {"43", "a list file breaks its format"},
     {"44", "inaccessible files were left out"},
     {"45", "a link has no target"},
-    {"47", "a name cannot be converted to or from UTF-8"},
+    {"47",
+     "a name cannot be converted to or from UTF-8, or a word of the command line not to the code "
+     "page"},
     {"48", "file attributes cannot be set"},
     {"49, 51", "security and long-name options that need each other"},
     {"50", "privileges cannot be acquired"},
