@@ -96,8 +96,8 @@ class CContainer {
   // and closes it. Returns lines that say what of this failed, too; throws nothing of its own. What
   // is no regular file stays as it is.
   std::vector<std::string> KeepWholeEntries();
-  // Deletes the archive, whose name this is, also after it was closed. False when something else has
-  // the name by now, and when the system refuses.
+  // Deletes the archive, whose name this is, also after it was closed. False when something else
+  // has the name by now, and when the system refuses.
   bool Delete(const std::string& path);
   // Whether KeepWholeEntries has left entries in the archive.
   bool HoldsEntries() const { return whole_bytes_ > kArchiveHeaderBytes; }
