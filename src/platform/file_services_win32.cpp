@@ -106,7 +106,7 @@ bool MakeSymbolicLink(const std::string& path, const std::string& target, DWORD 
 
 FileIdentity UnknownIdentity() {
   static std::uint64_t count = 0;
-  return {UINT64_MAX, ++count};
+  return {FileIdentity::kUnknownDevice, ++count};
 }
 
 FileIdentity IdentityOf(const BY_HANDLE_FILE_INFORMATION& record) {
