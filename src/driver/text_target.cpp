@@ -35,12 +35,20 @@ bool IsArchive(const CCmdLineOptions& options, const std::optional<FileStatus>& 
   });
 }
 
+void SendTextPast(const CCmdLineOptions& options) {
+  if (IsArchive(options, StandardStreamStatus(StandardStream::kError))) {
+    DropText();
+  } else {
+    SendTextToError();
+  }
+}
+
 // Tries the file without emptying it: it may be the archive.
 void RedirectOutput(const CCmdLineOptions& options, bool archive_is_output) {
   std::FILE* file = std::fopen(kRedirectFile, "a+");
   if (file != nullptr) std::fclose(file);
   if (file != nullptr && IsArchive(options, QueryStatus(kRedirectFile))) {
-    SendTextToError();
+    SendTextPast(options);
   } else if (file == nullptr || !SendTextToFile(kRedirectFile, archive_is_output)) {
     std::fputs("MOLDEX: could not redirect stdout to file moldex_output\n", stderr);
   }
@@ -49,8 +57,8 @@ void RedirectOutput(const CCmdLineOptions& options, bool archive_is_output) {
 }  // namespace
 
 bool KeepTextOutOfArchives(CCmdLineOptions& options) {
-  const bool archive_is_output = IsArchive(options, StandardOutputStatus());
-  if (archive_is_output) SendTextToError();
+  const bool archive_is_output = IsArchive(options, StandardStreamStatus(StandardStream::kOutput));
+  if (archive_is_output) SendTextPast(options);
   options.PrintNotes();
   return archive_is_output;
 }

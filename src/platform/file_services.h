@@ -31,9 +31,11 @@ std::optional<FileStatus> QueryLinkStatus(const std::string& path);
 // another directory by now, as far as the system can tell.
 std::optional<FileStatus> QueryLinkStatusIn(const FileIdentity& directory, const std::string& path);
 
-// Status of the file that standard output is. Empty when it is closed or the null device, and where
-// the system does not tell a device or a pipe from others.
-std::optional<FileStatus> StandardOutputStatus();
+enum class StandardStream { kOutput, kError };
+
+// Status of the file that a standard stream is. Empty when it is closed or the null device, and
+// where the system does not tell a device or a pipe from others.
+std::optional<FileStatus> StandardStreamStatus(StandardStream stream);
 
 Existence TestExistence(const std::string& path);
 

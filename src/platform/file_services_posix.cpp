@@ -116,10 +116,11 @@ std::optional<FileStatus> QueryLinkStatusIn(const FileIdentity& directory,
   return ToFileStatus(record);
 }
 
-std::optional<FileStatus> StandardOutputStatus() {
+std::optional<FileStatus> StandardStreamStatus(StandardStream stream) {
   struct stat record {};
   struct stat null_device {};
-  if (fstat(STDOUT_FILENO, &record) != 0) return std::nullopt;
+  const int descriptor = stream == StandardStream::kOutput ? STDOUT_FILENO : STDERR_FILENO;
+  if (fstat(descriptor, &record) != 0) return std::nullopt;
   const bool is_null = S_ISCHR(record.st_mode) && stat("/dev/null", &null_device) == 0 &&
                        record.st_rdev == null_device.st_rdev;
   if (is_null) return std::nullopt;

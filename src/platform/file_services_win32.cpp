@@ -175,8 +175,9 @@ std::optional<FileStatus> QueryLinkStatusIn(const FileIdentity& directory,
   return QueryLinkStatus(path);
 }
 
-std::optional<FileStatus> StandardOutputStatus() {
-  const HANDLE handle = GetStdHandle(STD_OUTPUT_HANDLE);
+std::optional<FileStatus> StandardStreamStatus(StandardStream stream) {
+  const HANDLE handle =
+      GetStdHandle(stream == StandardStream::kOutput ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
   BY_HANDLE_FILE_INFORMATION record{};
   if (GetFileType(handle) != FILE_TYPE_DISK ||
       GetFileInformationByHandle(handle, &record) == FALSE) {

@@ -17,7 +17,10 @@ std::vector<std::string> kept_hints;
 
 }  // namespace
 
-bool HintsAreWanted() { return ErrorIsTerminal() && OutcomeOfText().place != TextPlace::kFile; }
+bool HintsAreWanted() {
+  const TextPlace place = OutcomeOfText().place;
+  return place != TextPlace::kFile && place != TextPlace::kNowhere && ErrorIsTerminal();
+}
 
 void ShowHint(const std::string& text) {
   if (!HintsAreWanted() || ErrorColumns() == 0) return;

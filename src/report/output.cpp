@@ -16,6 +16,7 @@ bool TextIsForTerminal() {
     case TextPlace::kStandardError:
       return ErrorIsTerminal();
     case TextPlace::kFile:
+    case TextPlace::kNowhere:
       return false;
   }
   return false;

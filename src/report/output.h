@@ -15,6 +15,9 @@ namespace moldex {
 // From now on text goes to standard error.
 void SendTextToError();
 
+// From now on text goes nowhere: an archive has every place that it could go to.
+void DropText();
+
 // From now on text goes to a file of this name, made or emptied. Standard output becomes that file,
 // too, unless it has to stay what it is. False when the file cannot be opened. The name is kept as
 // the pointer that it is.
@@ -40,7 +43,7 @@ void EndLine();
 // text that would have to wait then is given up, with all that follows.
 void FlushOutput();
 
-enum class TextPlace { kStandardOutput, kStandardError, kFile };
+enum class TextPlace { kStandardOutput, kStandardError, kFile, kNowhere };
 
 enum class TextState {
   kWritten,

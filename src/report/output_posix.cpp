@@ -59,6 +59,7 @@ void Drain() {
 }  // namespace
 
 void WriteOutput(std::string_view text) {
+  if (output.outcome.place == TextPlace::kNowhere) return;
   status_line::MakeRoom();
   while (!text.empty()) {
     const std::size_t piece = std::min(text.size(), output.buffer.size() - output.used);
@@ -76,6 +77,11 @@ void SendTextToError() {
   output.descriptor = STDERR_FILENO;
   output.outcome.place = TextPlace::kStandardError;
   output.outcome.name = "standard error";
+}
+
+void DropText() {
+  Drain();
+  output.outcome.place = TextPlace::kNowhere;
 }
 
 bool SendTextToFile(const char* name, bool keep_standard_output) {

@@ -33,6 +33,7 @@ void SendTextTo(std::FILE* stream, TextPlace place, const char* name) {
 }  // namespace
 
 void WriteOutput(std::string_view text) {
+  if (outcome.place == TextPlace::kNowhere) return;
   status_line::MakeRoom();
   NoteEnd(std::fwrite(text.data(), 1, text.size(), TextStream()) == text.size());
 }
@@ -40,6 +41,8 @@ void WriteOutput(std::string_view text) {
 void FlushOutput() { NoteEnd(std::fflush(TextStream()) == 0); }
 
 void SendTextToError() { SendTextTo(stderr, TextPlace::kStandardError, "standard error"); }
+
+void DropText() { outcome.place = TextPlace::kNowhere; }
 
 // freopen closes standard output before it opens the file: whoever calls has tried the file.
 bool SendTextToFile(const char* name, bool keep_standard_output) {

@@ -1,5 +1,6 @@
 #include "run/run_context.h"
 
+#include <cerrno>
 #include <memory>
 
 #include "platform/file_services.h"
@@ -30,6 +31,13 @@ std::uint64_t TotalBytes(const std::vector<std::string>& archives) {
     total += status->size_bytes;
   }
   return total;
+}
+
+bool IsSameFile(const std::string& path, const std::string& other) {
+  const CSystemErrorGuard guard;
+  const auto status = QueryStatus(path);
+  const auto other_status = QueryStatus(other);
+  return status && other_status && status->identity == other_status->identity;
 }
 
 }  // namespace
@@ -73,7 +81,7 @@ void CRunContext::FindFilesInUse(const std::vector<std::string>& archives) {
   for (const std::string& name : archives)
     files_in_use_.Add(name);
   if (options_->include_file != nullptr) files_in_use_.Add(options_->include_file);
-  const auto output = StandardOutputStatus();
+  const auto output = StandardStreamStatus(StandardStream::kOutput);
   if (output) files_in_use_.Add(output->identity);
   if (!options_->redirect_output) return;
   for (const char* log : {kRedirectFile, kInaccessibleLog})
@@ -90,7 +98,10 @@ void CRunContext::ReportInaccessibleFile(const std::string& name, const char* wh
     return;
   }
   if (first) {
-    inaccessible_log_ = log_.OpenLog(JoinPath(start_directory_, kInaccessibleLog));
+    const std::string path = JoinPath(start_directory_, kInaccessibleLog);
+    const bool is_archive = IsSameFile(path, archive_path_);
+    if (is_archive) RememberErrno(EBUSY);
+    inaccessible_log_ = is_archive ? -1 : log_.OpenLog(path);
     if (inaccessible_log_ < 0) throw COpenExcept(kInaccessibleLog);
     log_.WriteLog(inaccessible_log_, "# List of inaccessible files");
     log_.WriteLog(inaccessible_log_, "# ==========================");

@@ -52,7 +52,8 @@ class CRunContext {
 
   // Notes a file that create or append leaves out because it cannot be read: a message, or with -e
   // a line in "moldex.log" in the directory where the run started. Throws COpenExcept when that
-  // log cannot be opened. A hint says `why`, or where that is null the system's remembered error.
+  // log cannot be opened, or is the archive. A hint says `why`, or where that is null the system's
+  // remembered error.
   void ReportInaccessibleFile(const std::string& name, const char* why);
   bool files_inaccessible() const { return files_inaccessible_; }
 

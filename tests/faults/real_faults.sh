@@ -50,6 +50,10 @@ expect 4 "$no_room" "$program" -cf /dev/full d
 expect 4 "error writing to standard output (error 4). $no_room" bash -c "'$program' -tf all.qel >/dev/full"
 umount small
 
+# An archive that has both outputs gets no text.
+"$program" -cvf /dev/stdout d 2>&1 | cat >both.qel
+whole both.qel 4
+
 # Standard descriptors that are closed at the start: no file is taken for one of them.
 for descriptor in 0 1 2; do
   result=$([ $descriptor -eq 1 ] && echo 4 || echo 0)

@@ -114,6 +114,10 @@ TEST_F(Reporting, ListsInaccessibleFilesInTheLogWithE) {
   Make({{"moldex.log", DirectoryNode()}});
   ExpectRun("-e -cf a.qel no x", "", 6);
   EXPECT_EQ(Text("moldex_output"), OpenError("moldex.log", Complaint::kIsDirectory));
+  Remove("moldex.log");
+  ExpectRun("-e -icf moldex.log x no", "", 6);  // the log would be written over the archive
+  ExpectRun("-df moldex.log",
+            "MOLDEX: processing archive moldex.log...\nMOLDEX: 1 file(s) tested\n", 0);
 }
 
 TEST_F(Reporting, CallsAnythingElseAnInvalidArchiveAndSumsUpNoMore) {
