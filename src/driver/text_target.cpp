@@ -16,19 +16,29 @@ namespace {
 
 constexpr char kRedirectFile[] = "moldex_output";
 
+bool WritesOne(int command) { return command == kCommandCreate || command == kCommandAppend; }
+
+std::vector<std::string> Archives(const CCmdLineOptions& options) {
+  const std::string value =
+      options.archive_value != nullptr ? options.archive_value : kDefaultArchive;
+  if (WritesOne(options.command_code)) return {value};
+  std::vector<std::string> archives = ExpandArchiveList(value, options.ignore_case);
+  // Of a command line without a command, which is wrong, any name may be meant for the archive's.
+  if (options.command_code == kNoCommand) {
+    archives.insert(archives.end(), options.file_names.begin(), options.file_names.end());
+  }
+  return archives;
+}
+
 // Whether the run reads or writes an archive that is this file.
 bool IsArchive(const CCmdLineOptions& options, const std::optional<FileStatus>& file) {
   const int command = options.command_code;
-  if (!file || command == kNoCommand || command == kCommandScan) return false;
-  const bool writes_one = command == kCommandCreate || command == kCommandAppend;
+  if (!file || command == kCommandScan) return false;
   // What is printed does no harm to a terminal or a pipe that an archive comes from.
-  const bool reads_only = !writes_one && command != kCommandMerge;
+  const bool reads_only = !WritesOne(command) && command != kCommandMerge;
   if (reads_only && file->kind != FileKind::kRegular) return false;
   const CSystemErrorGuard guard;
-  const std::string value =
-      options.archive_value != nullptr ? options.archive_value : kDefaultArchive;
-  const std::vector<std::string> archives =
-      writes_one ? std::vector{value} : ExpandArchiveList(value, options.ignore_case);
+  const std::vector<std::string> archives = Archives(options);
   return std::any_of(archives.begin(), archives.end(), [&](const std::string& name) {
     const auto archive = QueryStatus(name);
     return archive && archive->identity == file->identity;

@@ -53,6 +53,11 @@ umount small
 # An archive that has both outputs gets no text.
 "$program" -cvf /dev/stdout d 2>&1 | cat >both.qel
 whole both.qel 4
+for wrong in "-naf /dev/stdout d" "-f /dev/stdout d"; do
+  # shellcheck disable=SC2086
+  "$program" $wrong >>both.qel 2>log || true
+  whole both.qel 4
+done
 
 # Standard descriptors that are closed at the start: no file is taken for one of them.
 for descriptor in 0 1 2; do
