@@ -10,7 +10,7 @@
 namespace moldex::fuzz {
 namespace {
 
-std::vector<std::string> Components(PathRules rules, const std::string& path) {
+std::vector<std::string> Components(const PathRules& rules, const std::string& path) {
   std::vector<std::string> components(1);
   for (const char c : path) {
     if (!IsSeparator(rules, c)) components.back() += c;
@@ -22,7 +22,7 @@ std::vector<std::string> Components(PathRules rules, const std::string& path) {
 
 // Where a link leads: its directory, then its target. A ".." may come at the target's beginning
 // only, as what stands in front of it may be a link, too.
-bool StaysBelow(PathRules rules, const std::string& written, const std::string& target) {
+bool StaysBelow(const PathRules& rules, const std::string& written, const std::string& target) {
   if (!target.empty() && (IsSeparator(rules, target[0]) || target.find(':') == 1)) return false;
   std::size_t depth = Components(rules, written).size() - 1;
   bool descended = false;
@@ -34,7 +34,7 @@ bool StaysBelow(PathRules rules, const std::string& written, const std::string& 
   return true;
 }
 
-void TryLink(PathRules rules, const std::string& name, const std::string& target) {
+void TryLink(const PathRules& rules, const std::string& name, const std::string& target) {
   const std::string written = TargetName(rules, "out", name);
   const std::string_view last = LastComponent(rules, written);
   if (!IsRelative(name) || HasParentComponent(rules, name) || last.empty() || last == ".") return;

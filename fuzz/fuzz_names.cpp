@@ -12,7 +12,7 @@ namespace {
 using moldex::PathRules;
 using moldex::fuzz::Require;
 
-void TryName(PathRules rules, const std::string& name) {
+void TryName(const PathRules& rules, const std::string& name) {
   const std::string normal = moldex::NormalisedName(rules, name);
   Require(moldex::NormalisedName(rules, normal) == normal);
   Require(moldex::HasParentComponent(PathRules::kPosix, name) <=

@@ -14,7 +14,7 @@ constexpr std::uint32_t kOwnerAll = 0700;
 
 // End of the longest existing prefix of `path` that ends in front of a separator; 0 when even the
 // first component is missing, or when the walk reaches the root or a drive.
-std::size_t ExistingPrefix(PathRules rules, const std::string& path) {
+std::size_t ExistingPrefix(const PathRules& rules, const std::string& path) {
   std::size_t end = path.size();
   while (end > 0) {
     const std::size_t separator = LastSeparator(rules, std::string_view(path).substr(0, end));
@@ -98,7 +98,7 @@ void OpenUp(const std::string& path, bool sets_permissions) {
 }
 
 // A path without what only says that it is a directory's: "/" and "/." at its end.
-std::string WithoutDirectoryEnd(PathRules rules, std::string path) {
+std::string WithoutDirectoryEnd(const PathRules& rules, std::string path) {
   for (;;) {
     std::string_view rest = path;
     if (LastComponent(rules, rest) == ".") rest.remove_suffix(1);

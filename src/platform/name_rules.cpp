@@ -30,7 +30,7 @@ bool IsDevice(std::string_view component) {
 
 bool IsControl(char c) { return static_cast<unsigned char>(c) < ' '; }
 
-bool IsAllowedComponent(PathRules rules, std::string_view component) {
+bool IsAllowedComponent(const PathRules& rules, std::string_view component) {
   if (component.empty() || component == "." || component == "..") return true;
   if (component.back() == '.' || component.back() == ' ') return false;
   return std::none_of(component.begin(), component.end(), IsControl) &&
@@ -43,7 +43,7 @@ bool HasDriveLetter(std::string_view name) {
 
 }  // namespace
 
-bool IsAllowedName(PathRules rules, std::string_view name) {
+bool IsAllowedName(const PathRules& rules, std::string_view name) {
   if (!rules.is_windows) return true;
   if (HasDevicePrefix(rules, name)) return false;
   if (HasDriveLetter(name)) name.remove_prefix(2);
@@ -55,7 +55,7 @@ bool IsAllowedName(PathRules rules, std::string_view name) {
   }
 }
 
-bool IsShortcutName(PathRules rules, std::string_view name) {
+bool IsShortcutName(const PathRules& rules, std::string_view name) {
   if (!rules.is_windows) return name.ends_with(kShortcutEnding);
   return UpperAscii(name).ends_with(UpperAscii(kShortcutEnding));
 }

@@ -11,10 +11,10 @@ namespace moldex {
 
 // Whether every component of a name, "." and ".." aside, can be the name of a file. On Windows a
 // drive may come first, but none of "\\?\" and "\\.\". POSIX takes every name.
-bool IsAllowedName(PathRules rules, std::string_view name);
+bool IsAllowedName(const PathRules& rules, std::string_view name);
 
 // Whether a name is that of a shortcut: it ends in ".lnk", on Windows in letters of any case.
-bool IsShortcutName(PathRules rules, std::string_view name);
+bool IsShortcutName(const PathRules& rules, std::string_view name);
 
 }  // namespace moldex
 

@@ -10,10 +10,10 @@ constexpr std::size_t kDriveLength = 2;  // a letter and ":"
 bool HasDrive(std::string_view name) { return name.size() >= kDriveLength && name[1] == ':'; }
 
 // "\" and "/" on Windows.
-std::string_view Separators(PathRules rules) { return rules.is_windows ? "/\\" : "/"; }
+std::string_view Separators(const PathRules& rules) { return rules.is_windows ? "/\\" : "/"; }
 
 // Cuts the first component off, and the separator after it.
-std::string_view TakeComponent(PathRules rules, std::string_view* path) {
+std::string_view TakeComponent(const PathRules& rules, std::string_view* path) {
   const std::size_t length = std::min(FirstSeparator(rules, *path), path->size());
   const std::string_view component = path->substr(0, length);
   path->remove_prefix(std::min(length + 1, path->size()));
@@ -21,7 +21,7 @@ std::string_view TakeComponent(PathRules rules, std::string_view* path) {
 }
 
 // Components that lead one directory down.
-int ComponentCount(PathRules rules, std::string_view path) {
+int ComponentCount(const PathRules& rules, std::string_view path) {
   int count = 0;
   while (!path.empty()) {
     const std::string_view component = TakeComponent(rules, &path);
@@ -31,7 +31,7 @@ int ComponentCount(PathRules rules, std::string_view path) {
 }
 
 // Length of what Windows' own spelling of a path begins with: "//?/UNC/", "//?/" or "//./".
-std::size_t DevicePrefixLength(PathRules rules, std::string_view slashed) {
+std::size_t DevicePrefixLength(const PathRules& rules, std::string_view slashed) {
   constexpr std::string_view kShare = "//?/UNC/";
   if (!HasDevicePrefix(rules, slashed)) return 0;
   if (UpperAscii(slashed.substr(0, kShare.size())) == kShare) return kShare.size();
@@ -84,9 +84,11 @@ std::string UpperAscii(std::string_view text) {
   return result;
 }
 
-bool IsSeparator(PathRules rules, char c) { return c == '/' || (c == '\\' && rules.is_windows); }
+bool IsSeparator(const PathRules& rules, char c) {
+  return c == '/' || (c == '\\' && rules.is_windows);
+}
 
-std::size_t FirstOf(PathRules rules, std::string_view text, std::string_view wanted,
+std::size_t FirstOf(const PathRules& rules, std::string_view text, std::string_view wanted,
                     std::size_t from) {
   if (rules.begins_double_byte == nullptr) return text.find_first_of(wanted, from);
   for (std::size_t at = from; at < text.size(); at += rules.begins_double_byte(text[at]) ? 2 : 1) {
@@ -95,11 +97,11 @@ std::size_t FirstOf(PathRules rules, std::string_view text, std::string_view wan
   return std::string_view::npos;
 }
 
-std::size_t FirstSeparator(PathRules rules, std::string_view path, std::size_t from) {
+std::size_t FirstSeparator(const PathRules& rules, std::string_view path, std::size_t from) {
   return FirstOf(rules, path, Separators(rules), from);
 }
 
-std::size_t LastSeparator(PathRules rules, std::string_view path) {
+std::size_t LastSeparator(const PathRules& rules, std::string_view path) {
   if (rules.begins_double_byte == nullptr) return path.find_last_of(Separators(rules));
   std::size_t last = std::string_view::npos;
   for (std::size_t at = FirstSeparator(rules, path); at != std::string_view::npos;
@@ -109,16 +111,16 @@ std::size_t LastSeparator(PathRules rules, std::string_view path) {
   return last;
 }
 
-bool EndsWithSeparator(PathRules rules, std::string_view path) {
+bool EndsWithSeparator(const PathRules& rules, std::string_view path) {
   return !path.empty() && LastSeparator(rules, path) == path.size() - 1;
 }
 
-std::string_view LastComponent(PathRules rules, std::string_view path) {
+std::string_view LastComponent(const PathRules& rules, std::string_view path) {
   const std::size_t separator = LastSeparator(rules, path);
   return separator == std::string_view::npos ? path : path.substr(separator + 1);
 }
 
-std::string WithSlashes(PathRules rules, std::string_view path) {
+std::string WithSlashes(const PathRules& rules, std::string_view path) {
   std::string result(path);
   if (!rules.is_windows) return result;
   for (std::size_t at = FirstSeparator(rules, path); at != std::string_view::npos;
@@ -130,18 +132,18 @@ std::string WithSlashes(PathRules rules, std::string_view path) {
 
 bool IsRelative(std::string_view name) { return !name.empty() && name != "/" && !HasDrive(name); }
 
-bool HasDevicePrefix(PathRules rules, std::string_view name) {
+bool HasDevicePrefix(const PathRules& rules, std::string_view name) {
   return rules.is_windows && name.size() > 2 && IsSeparator(rules, name[0]) &&
          IsSeparator(rules, name[1]) && (name[2] == '?' || name[2] == '.') &&
          (name.size() == 3 || IsSeparator(rules, name[3]));
 }
 
-bool IsAbsolutePath(PathRules rules, std::string_view path) {
+bool IsAbsolutePath(const PathRules& rules, std::string_view path) {
   if (path.empty()) return false;
   return IsSeparator(rules, path[0]) || (rules.is_windows && HasDrive(path));
 }
 
-bool HasParentComponent(PathRules rules, std::string_view name) {
+bool HasParentComponent(const PathRules& rules, std::string_view name) {
   while (!name.empty()) {
     std::string_view component = TakeComponent(rules, &name);
     // What follows a drive begins a path of its own.
@@ -151,7 +153,7 @@ bool HasParentComponent(PathRules rules, std::string_view name) {
   return false;
 }
 
-bool LinkLeaves(PathRules rules, std::string_view name, std::string_view target) {
+bool LinkLeaves(const PathRules& rules, std::string_view name, std::string_view target) {
   if (IsAbsolutePath(rules, target) || HasDrive(target)) return true;
   const std::size_t end = LastSeparator(rules, name);
   int depth = ComponentCount(rules, name.substr(0, end == std::string_view::npos ? 0 : end));
@@ -175,7 +177,7 @@ std::string JoinPath(std::string_view directory, std::string_view name) {
   return path.append(name);
 }
 
-std::string StoredName(PathRules rules, std::string_view disk_name, bool keep_absolute) {
+std::string StoredName(const PathRules& rules, std::string_view disk_name, bool keep_absolute) {
   std::string name = WithSlashes(rules, disk_name);
   if (!keep_absolute) {
     std::string_view rest = name;
@@ -189,20 +191,21 @@ std::string StoredName(PathRules rules, std::string_view disk_name, bool keep_ab
   return name;
 }
 
-std::string_view NameBelowTarget(PathRules rules, std::string_view name) {
+std::string_view NameBelowTarget(const PathRules& rules, std::string_view name) {
   if (!rules.is_windows || !IsRelative(name)) return name;
   const std::size_t colon = name.find(':');
   return colon == std::string_view::npos ? name : name.substr(colon + 1);
 }
 
-std::string TargetName(PathRules rules, std::string_view target_directory, std::string_view name) {
+std::string TargetName(const PathRules& rules, std::string_view target_directory,
+                       std::string_view name) {
   if (target_directory.empty() || !IsRelative(name)) return std::string(name);
   std::string path = WithSlashes(rules, target_directory);
   if (path.back() != '/') path += '/';
   return path.append(NameBelowTarget(rules, name));
 }
 
-std::string NormalisedName(PathRules rules, std::string_view name) {
+std::string NormalisedName(const PathRules& rules, std::string_view name) {
   std::string result;
   if (!name.empty() && IsSeparator(rules, name[0])) result.push_back('/');
   while (!name.empty()) {
@@ -214,12 +217,12 @@ std::string NormalisedName(PathRules rules, std::string_view name) {
   return result;
 }
 
-std::string ComparableName(PathRules rules, std::string_view name) {
+std::string ComparableName(const PathRules& rules, std::string_view name) {
   std::string result = NormalisedName(rules, name);
   return rules.fold != nullptr ? rules.fold(result) : result;
 }
 
-std::string LowerAscii(PathRules rules, std::string_view text) {
+std::string LowerAscii(const PathRules& rules, std::string_view text) {
   constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
   std::string result(text);
   for (std::size_t at = FirstOf(rules, text, kLetters); at != std::string_view::npos;
@@ -229,7 +232,7 @@ std::string LowerAscii(PathRules rules, std::string_view text) {
   return result;
 }
 
-bool NamesADirectory(PathRules rules, std::string_view name) {
+bool NamesADirectory(const PathRules& rules, std::string_view name) {
   const std::string_view last = LastComponent(rules, name);
   return last.empty() || last == "." || last == "..";
 }
@@ -238,7 +241,7 @@ bool HasWildcard(std::string_view name) {
   return name.find_first_of("*?") != std::string_view::npos;
 }
 
-bool MatchesPattern(PathRules rules, std::string_view pattern, std::string_view name) {
+bool MatchesPattern(const PathRules& rules, std::string_view pattern, std::string_view name) {
   const bool is_point_file = !name.empty() && name[0] == '.';
   if (is_point_file && (pattern.empty() || pattern[0] != '.')) return false;
   if (rules.is_windows && pattern == "*.*") return true;
