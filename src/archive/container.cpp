@@ -83,6 +83,8 @@ void CContainer::OpenForAppending() {
   if (!transfer.ok) throw CReadExcept(archive_name_);
   const Format format = FormatOf(std::span(start).first(transfer.bytes));
   if (format == Format::kOther) throw CInvalExcept(archive_name_);
+  const bool is_cut_off = transfer.bytes > kArchiveHeaderBytes && transfer.bytes < start.size();
+  if (is_cut_off) throw CReadExcept(archive_name_);
   // What is added has to look like what is there.
   CRunContext::GetInstance().SetLongNames(format == Format::kVersion2LongNames);
   if (!file_.SeekToEnd()) throw COpenExcept(archive_name_);

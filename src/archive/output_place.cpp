@@ -74,14 +74,15 @@ bool IsLink(const std::string& path) {
   return status && status->kind == FileKind::kSymbolicLink;
 }
 
-// What is done to the directory `path` would be done to what a link leads to.
-// What stood above the directory before is not looked at again: no entry turns it into a link.
+// Whether what is done to the directory `path` would be done to what a link leads to. What stood
+// above the directory before is not looked at again: no entry turns it into a link.
 bool IsReachedThroughLink(const std::string& entry_name, const std::string& path) {
-  const std::size_t separator = LastSeparator(SystemPathRules(), entry_name);
-  const bool is_known = separator != std::string::npos &&
-                        Directories().IsWithoutLinks(entry_name.substr(0, separator + 1));
+  const std::string name = Spelling(entry_name);
+  const std::size_t separator = LastSeparator(SystemPathRules(), name);
+  const bool is_known =
+      separator != std::string::npos && Directories().IsWithoutLinks(name.substr(0, separator + 1));
   if ((!is_known && HasLinkAbove(entry_name)) || IsLink(path)) return true;
-  Directories().NoteWithoutLinks(entry_name);
+  Directories().NoteWithoutLinks(name);
   return false;
 }
 

@@ -14,18 +14,23 @@ void CDeferredEntries::ForEachAdmitted(Visit visit) {
   for (CDirEntry* entry = archive_.FirstEntry(); entry != nullptr; entry = archive_.NextEntry()) {
     if (!selection.Selects(entry->GetName(), entry->IsDirectory())) continue;
     if (!entry->IsDirectory() && entry->AsSymbolicLink() == nullptr) continue;
-    if (RefusalOf(*entry, context_.options(), context_.files_in_use()) == Refusal::kNone)
+    const Refusal refusal = RefusalOf(*entry, context_.options(), context_.files_in_use());
+    if (refusal == Refusal::kNone) {
       visit(*entry);
+    } else if (refusal == Refusal::kIsInUse && HasLinkAbove(entry->GetName())) {
+      // Perhaps a link made just now has led there, and this was not said before.
+      PrintRefusal(refusal, *entry, context_.log());
+    }
   }
 }
 
 std::uint32_t CDeferredEntries::MakeLinks() {
-  std::uint32_t left_out = 0;
+  std::uint32_t made = 0;
   ForEachAdmitted([&](const CDirEntry& entry) {
     const CLink* link = entry.AsSymbolicLink();
-    if (link != nullptr && !MakeLink(*link)) ++left_out;
+    if (link != nullptr && MakeLink(*link)) ++made;
   });
-  return left_out;
+  return made;
 }
 
 bool CDeferredEntries::MakeLink(const CLink& link) const {

@@ -20,9 +20,9 @@ class CDeferredEntries {
   CDeferredEntries(CRunContext& context, CContainer& archive, const CEntrySelection& selection)
       : context_(context), archive_(archive), selection_(selection) {}
 
-  // Makes the links; returns how many were left out after all, because they would have been made
-  // through other links, or because the system refused them or a directory for them, which is
-  // reported.
+  // Makes the links; returns how many. Those are left out, and reported, that would be made through
+  // other links, or over a file that other links lead to and the run is using, and those that the
+  // system refuses, or a directory for them.
   std::uint32_t MakeLinks();
 
   // Throws CChgModExcept.

@@ -1,5 +1,7 @@
 #include "commands/extract.h"
 
+#include <algorithm>
+
 #include "archive/admission.h"
 #include "archive/output_place.h"
 #include "commands/deferred_entries.h"
@@ -98,14 +100,15 @@ void CExtract::ProcessArchive(const std::string& name) {
 // For whoever interrupted the run.
 void CExtract::HintAtRest() const {
   std::string text = std::to_string(total_count_) + " file(s) were extracted before that";
-  if (links_wait_) text += "; symbolic links are made at the end and may be missing";
+  if (links_wait_ > 0) text += "; symbolic links are made at the end and may be missing";
   if (directories_wait_) text += "; directories get their permissions at the end";
   KeepHint(text);
 }
 
 void CExtract::ProcessEntries(CContainer& archive) {
   const CEntrySelection selection_before = selection_;
-  directories_wait_ = links_wait_ = false;
+  directories_wait_ = false;
+  links_wait_ = 0;
   for (CDirEntry* entry = archive.FirstEntry(); entry != nullptr; entry = archive.NextEntry()) {
     if (!selection_.Selects(entry->GetName(), entry->IsDirectory())) continue;
     if (!ProcessEntry(archive, *entry)) continue;
@@ -113,10 +116,10 @@ void CExtract::ProcessEntries(CContainer& archive) {
     ++archive_count_;
   }
   CDeferredEntries deferred(context_, archive, selection_before);
-  if (links_wait_) {
-    const std::uint32_t refused = deferred.MakeLinks();
-    total_count_ -= refused;
-    archive_count_ -= refused;
+  if (links_wait_ > 0) {
+    const std::uint32_t left_out = links_wait_ - std::min(links_wait_, deferred.MakeLinks());
+    total_count_ -= left_out;
+    archive_count_ -= left_out;
   }
   if (directories_wait_) deferred.ApplyDirectories();
 }
@@ -137,13 +140,14 @@ bool CExtract::ProcessEntry(CContainer& archive, CDirEntry& entry) {
   entry.Finish();
   directories_wait_ |= entry.IsDirectory() && (options_.set_directory_permissions ||
                                                DirectoryAttributesOf(entry.header().mode) != 0);
-  links_wait_ |= entry.AsSymbolicLink() != nullptr;
+  if (entry.AsSymbolicLink() != nullptr) ++links_wait_;
   return true;
 }
 
 // A security descriptor travels as an entry's user data; of a symbolic link those are the target.
 void CExtract::RestoreSecurityOf(const CDirEntry& entry) {
   if (entry.user_data().empty() || entry.AsSymbolicLink() != nullptr) return;
+  if (IsTargetDirectory(entry.GetName())) return;
   std::string why;
   if (!RestoreSecurity(OutputPath(entry.GetName()), entry.user_data(), &why)) {
     WriteOutput(why + '\n');

@@ -38,7 +38,7 @@ class CExtract : public CCommand {
   CEntrySelection selection_;
   // What the current archive holds that has to wait until everything else is written.
   bool directories_wait_ = false;
-  bool links_wait_ = false;
+  std::uint32_t links_wait_ = 0;
   std::uint32_t total_count_ = 0;    // in all archives so far
   std::uint32_t archive_count_ = 0;  // in the current one
   bool print_summary_ = true;        // until an archive of another format was met

@@ -161,6 +161,7 @@ std::optional<FileStatus> QueryLinkStatus(const std::string& path) {
   if (!data || !IsSymbolicLink(*data)) return QueryStatus(path);
   FileStatus status = StatusOfFound(*data, path);
   status.kind = FileKind::kSymbolicLink;
+  status.identity = UnknownIdentity();
   return status;
 }
 

@@ -14,7 +14,8 @@ namespace moldex {
 // Known by what they are, whatever they are called.
 class CFilesInUse {
  public:
-  // The file that the name leads to; nothing when there is none.
+  // The file that the name leads to, and the links in the name: whoever replaced one of them would
+  // lead it elsewhere. Nothing when there is none.
   void Add(const std::string& path);
   void Add(const FileIdentity& identity) { identities_.insert(KeyOf(identity)); }
 

@@ -81,8 +81,9 @@ void CRunContext::FindFilesInUse(const std::vector<std::string>& archives) {
   for (const std::string& name : archives)
     files_in_use_.Add(name);
   if (options_->include_file != nullptr) files_in_use_.Add(options_->include_file);
-  const auto output = StandardStreamStatus(StandardStream::kOutput);
-  if (output) files_in_use_.Add(output->identity);
+  for (const StandardStream stream : {StandardStream::kOutput, StandardStream::kError}) {
+    if (const auto status = StandardStreamStatus(stream)) files_in_use_.Add(status->identity);
+  }
   if (!options_->redirect_output) return;
   for (const char* log : {kRedirectFile, kInaccessibleLog})
     files_in_use_.Add(JoinPath(start_directory_, log));
