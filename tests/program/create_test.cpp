@@ -195,7 +195,7 @@ TEST_F(Append, LeavesFilesThatAreNoArchivesUntouched) {
     ExpectRun("-af notes.txt y", "MOLDEX: invalid archive notes.txt\n", 40);
     EXPECT_EQ(Bytes("notes.txt"), content);
   }
-  for (const std::string content : {"VUK 2.0", ""}) {
+  for (const std::string content : {"VUK 2.0", "", "VUK 2.00RG, cut off"}) {
     Write("notes.txt", content);
     EXPECT_NE(Run("-af notes.txt y").status, 0) << content;
     EXPECT_EQ(Bytes("notes.txt"), content);
