@@ -8,27 +8,23 @@
 namespace moldex {
 
 template <typename Visit>
-void CDeferredEntries::ForEachAdmitted(Visit visit) {
+void CDeferredEntries::ForEach(Visit visit) {
   CEntrySelection selection = selection_;
   archive_.Rewind();
   for (CDirEntry* entry = archive_.FirstEntry(); entry != nullptr; entry = archive_.NextEntry()) {
     if (!selection.Selects(entry->GetName(), entry->IsDirectory())) continue;
     if (!entry->IsDirectory() && entry->AsSymbolicLink() == nullptr) continue;
-    const Refusal refusal = RefusalOf(*entry, context_.options(), context_.files_in_use());
-    if (refusal == Refusal::kNone) {
-      visit(*entry);
-    } else if (refusal == Refusal::kIsInUse && HasLinkAbove(entry->GetName())) {
-      // Perhaps a link made just now has led there, and this was not said before.
-      PrintRefusal(refusal, *entry, context_.log());
-    }
+    visit(*entry, RefusalOf(*entry, context_.options(), context_.files_in_use()));
   }
 }
 
 std::uint32_t CDeferredEntries::MakeLinks() {
   std::uint32_t made = 0;
-  ForEachAdmitted([&](const CDirEntry& entry) {
+  ForEach([&](const CDirEntry& entry, Refusal refusal) {
     const CLink* link = entry.AsSymbolicLink();
-    if (link != nullptr && MakeLink(*link)) ++made;
+    if (link == nullptr) return;
+    if (refusal == Refusal::kIsInUse) PrintRefusal(refusal, entry, context_.log());
+    if (refusal == Refusal::kNone && MakeLink(*link)) ++made;
   });
   return made;
 }
@@ -52,8 +48,9 @@ bool CDeferredEntries::MakeLink(const CLink& link) const {
 
 void CDeferredEntries::ApplyDirectories() {
   CDirectoryModes modes(context_.options().set_directory_permissions, context_.long_names());
-  ForEachAdmitted([&](const CDirEntry& entry) {
-    if (entry.IsDirectory()) modes.Add(entry.GetName(), entry.header().mode);
+  ForEach([&](const CDirEntry& entry, Refusal refusal) {
+    if (!entry.IsDirectory() || refusal != Refusal::kNone) return;
+    modes.Add(entry.GetName(), entry.header().mode);
   });
   modes.Finish();
 }

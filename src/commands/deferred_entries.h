@@ -20,9 +20,9 @@ class CDeferredEntries {
   CDeferredEntries(CRunContext& context, CContainer& archive, const CEntrySelection& selection)
       : context_(context), archive_(archive), selection_(selection) {}
 
-  // Makes the links; returns how many. Those are left out, and reported, that would be made through
-  // other links, or over a file that other links lead to and the run is using, and those that the
-  // system refuses, or a directory for them.
+  // Makes the links; returns how many. A link is left out, and reported, when it would be made
+  // through another link or over a file that the run is using, and when the system refuses it or a
+  // directory for it.
   std::uint32_t MakeLinks();
 
   // Throws CChgModExcept.
@@ -30,8 +30,9 @@ class CDeferredEntries {
 
  private:
   bool MakeLink(const CLink& link) const;
+  // Visits the selected directories and symbolic links, and why they are left out.
   template <typename Visit>
-  void ForEachAdmitted(Visit visit);
+  void ForEach(Visit visit);
 
   CRunContext& context_;
   CContainer& archive_;

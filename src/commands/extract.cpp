@@ -131,6 +131,10 @@ bool CExtract::ProcessEntry(CContainer& archive, CDirEntry& entry) {
     return true;
   }
   const Refusal refusal = RefusalOf(entry, options_, context_.files_in_use());
+  if (refusal == Refusal::kIsInUse && entry.AsSymbolicLink() != nullptr) {
+    ++links_wait_;  // refused when links are made: then their names may lead elsewhere
+    return true;
+  }
   if (refusal != Refusal::kNone) {
     PrintRefusal(refusal, entry, context_.log());
     return false;

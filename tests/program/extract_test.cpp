@@ -260,9 +260,12 @@ TEST_F(Extract, NeverWritesOverFilesThatTheRunIsUsing) {
   // Nor does it lead the name of an archive elsewhere, or come to one through its own links.
   if (LeftOutOnWindows("links: Wine makes none")) return;
   Make({{"to", SymlinkNode(".")}});
-  Write("c.qel",
-        BuildArchive({LinkEntry("to", "d"), LinkEntry("l", "."), LinkEntry("l/b.qel", "x")}));
-  ExpectBegins("-xf c.qel,to/b.qel", Processing("c.qel") + refused("to") + refused("l/b.qel"), 60);
+  Write("c.qel", BuildArchive({DirectoryEntry("d"), LinkEntry("to", "d"), LinkEntry("l", "."),
+                               LinkEntry("to/b.qel", "x"), LinkEntry("l/b.qel", "x")}));
+  ExpectBegins(
+      "-xf c.qel,to/b.qel",
+      Processing("c.qel") + refused("to") + refused("to/b.qel") + refused("l/b.qel") + Extracted(2),
+      60);
 }
 
 TEST_F(Extract, LeavesTheRootAloneAndMakesNoDirectoryOfAFile) {
