@@ -98,7 +98,7 @@ bool CDirEntry::OpenForReading() {
   if (!file_.Open(disk_name_, keep_links ? kOpenNoLink : kOpenExisting)) return false;
   const auto status = file_.Status();
   if (!status || status->kind != FileKind::kRegular) return false;
-  // Somebody has put something else there since the walk found it: perhaps behind a link.
+  // Somebody has put something else there since the walk found it, perhaps a link.
   if (keep_links && status->identity.Excludes(status_.identity)) {
     RememberErrno(ELOOP);
     return false;

@@ -55,8 +55,8 @@ void CNormalCompress::CompressAsBackupStream(CContainer& archive) {
   std::array<std::uint8_t, kStreamIdBytes> head{};
   EncodeStreamHead({kStreamData, 0, ready_.size(), 0}, head);
   const std::size_t first = std::min(ready_.size(), buffers_.input.size() - head.size());
-  std::array<std::uint8_t, kStreamIdBytes> behind{};
-  const auto rest = std::span(behind).first(ready_.size() - first);
+  std::array<std::uint8_t, kStreamIdBytes> tail{};
+  const auto rest = std::span(tail).first(ready_.size() - first);
   std::copy_n(ready_.begin() + static_cast<std::ptrdiff_t>(first), rest.size(), rest.begin());
   std::copy_backward(ready_.begin(), ready_.begin() + static_cast<std::ptrdiff_t>(first),
                      buffers_.input.begin() + static_cast<std::ptrdiff_t>(head.size() + first));

@@ -14,7 +14,7 @@ namespace moldex {
 // Adds up, for each place that an extraction would write to, how many bytes it needs beyond what
 // the files there occupy already, and compares that with the space that is free.
 //
-// Memory is bounded: behind so many places, one that is new counts as the first on its file system.
+// Memory is bounded: after kMostPlaces, a new place counts as the first on its file system.
 class CSpaceInfo : public CUserInfo {
  public:
   // Accounts for one entry of that name and uncompressed size. Always true.

@@ -10,11 +10,10 @@
 #include "report/output.h"
 #include "report/system_error.h"
 #include "run/archive_list.h"
+#include "run/run_context.h"
 
 namespace moldex {
 namespace {
-
-constexpr char kRedirectFile[] = "moldex_output";
 
 bool WritesOne(int command) { return command == kCommandCreate || command == kCommandAppend; }
 

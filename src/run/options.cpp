@@ -39,7 +39,7 @@ class CCmdLineOptions::Parser {
       TakeArgument();
   }
 
-  // Goes on behind the argument that is wrong, whatever else is: to know the archive.
+  // Goes on after the argument that is wrong, past further ones: to know the archive.
   void RunOn() {
     const int status = ExitStatus();
     const std::string notes = options_.notes_;

@@ -16,7 +16,6 @@ namespace {
 
 std::unique_ptr<CRunContext> instance;
 
-constexpr char kRedirectFile[] = "moldex_output";
 constexpr char kInaccessibleLog[] = "moldex.log";
 
 // Of all archives together; 0 when that of one cannot be known. What cannot be opened is left to

@@ -14,6 +14,9 @@
 
 namespace moldex {
 
+// Where -e sends all text, in the current directory.
+inline constexpr char kRedirectFile[] = "moldex_output";
+
 class CRunContext {
  public:
   // The longest archive name that create and append take, in bytes.
