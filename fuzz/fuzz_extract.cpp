@@ -4,9 +4,9 @@
 
 #include <cerrno>
 
+#include "base/path_rules.h"
 #include "fuzz/made_archive.h"
 #include "fuzz/private_folder_posix.h"
-#include "platform/path_rules.h"
 
 namespace moldex::fuzz {
 namespace {

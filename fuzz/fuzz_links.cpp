@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
+#include "base/name_rules.h"
+#include "base/path_rules.h"
 #include "fuzz/target.h"
-#include "platform/name_rules.h"
-#include "platform/path_rules.h"
 
 namespace moldex::fuzz {
 namespace {

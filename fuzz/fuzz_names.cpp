@@ -2,10 +2,10 @@
 #include <cstdlib>
 #include <string>
 
+#include "base/name_rules.h"
+#include "base/path_rules.h"
 #include "fuzz/target.h"
 #include "platform/long_name.h"
-#include "platform/name_rules.h"
-#include "platform/path_rules.h"
 
 namespace {
 

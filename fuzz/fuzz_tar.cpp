@@ -3,10 +3,10 @@
 #include <numeric>
 #include <vector>
 
+#include "base/path_rules.h"
 #include "fuzz/memory_file_posix.h"
 #include "fuzz/target.h"
 #include "oldformat/old_archive.h"
-#include "platform/path_rules.h"
 #include "report/except.h"
 
 namespace {

@@ -5,8 +5,8 @@
 
 #include "archive/checksum.h"
 #include "archive/entry_header.h"
+#include "base/bytes.h"
 #include "cscompr/cscompr.h"
-#include "platform/bytes.h"
 
 namespace moldex::fuzz {
 namespace {

@@ -4,7 +4,7 @@
 #include <cstddef>
 
 #include "archive/checksum_variants.h"
-#include "platform/bytes.h"
+#include "base/bytes.h"
 
 namespace moldex {
 namespace {

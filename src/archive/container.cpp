@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "archive/entry_name.h"
-#include "platform/bytes.h"
+#include "base/bytes.h"
 #include "platform/interrupt.h"
 #include "report/except.h"
 #include "report/output.h"

@@ -3,8 +3,8 @@
 #include <array>
 
 #include "archive/container.h"
+#include "base/bytes.h"
 #include "cscompr/cscompr.h"
-#include "platform/bytes.h"
 
 namespace moldex {
 

@@ -9,7 +9,7 @@
 #include "archive/container.h"
 #include "archive/entry_data.h"
 #include "archive/entry_info.h"
-#include "archive/output_place.h"
+#include "extraction/output_place.h"
 #include "platform/attributes.h"
 #include "report/except.h"
 #include "report/hints.h"

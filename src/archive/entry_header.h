@@ -21,7 +21,7 @@
 #include <optional>
 #include <span>
 
-#include "platform/file_time.h"
+#include "base/file_time.h"
 
 namespace moldex {
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "archive/entry_name.h"
-#include "archive/output_place.h"
+#include "base/name_rules.h"
+#include "extraction/output_place.h"
 #include "platform/file_services.h"
-#include "platform/name_rules.h"
 #include "report/except.h"
 #include "run/run_context.h"
 

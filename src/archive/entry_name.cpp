@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "base/path_rules.h"
 #include "codepage/name_conversion.h"
 #include "platform/file_services.h"
-#include "platform/path_rules.h"
 #include "report/except.h"
 
 namespace moldex {

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "archive/admission.h"
-#include "archive/output_place.h"
-#include "commands/deferred_entries.h"
+#include "extraction/admission.h"
+#include "extraction/deferred_entries.h"
+#include "extraction/output_place.h"
 #include "oldformat/extract_old.h"
 #include "platform/attributes.h"
 #include "platform/security.h"

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "archive/container.h"
-#include "archive/entry_selection.h"
+#include "extraction/entry_selection.h"
 #include "run/command.h"
 #include "run/run_context.h"
 

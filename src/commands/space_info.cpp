@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "archive/output_place.h"
+#include "extraction/output_place.h"
 #include "platform/file_services.h"
 #include "report/except.h"
 #include "report/exit_status.h"

@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "archive/entry_selection.h"
 #include "commands/space_info.h"
+#include "extraction/entry_selection.h"
 #include "run/command.h"
 #include "run/run_context.h"
 

@@ -5,10 +5,10 @@
 #include <algorithm>
 
 #include "cscompr/buffers.h"
-#include "cscompr/lzc_decoder.h"
-#include "cscompr/lzc_encoder.h"
-#include "cscompr/lzh_decoder.h"
-#include "cscompr/lzh_encoder.h"
+#include "cscompr/lzc/decoder.h"
+#include "cscompr/lzc/encoder.h"
+#include "cscompr/lzh/decoder.h"
+#include "cscompr/lzh/encoder.h"
 #include "cscompr/stream_header.h"
 
 namespace cscompr {

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "archive/admission.h"
-#include "archive/directory_modes.h"
-#include "archive/output_place.h"
+#include "extraction/admission.h"
+#include "extraction/directory_modes.h"
+#include "extraction/output_place.h"
 #include "oldformat/old_command.h"
 #include "platform/file_services.h"
 #include "platform/interrupt.h"

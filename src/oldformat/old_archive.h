@@ -9,7 +9,7 @@
 #include <string>
 
 #include "archive/entry_kinds.h"
-#include "archive/entry_selection.h"
+#include "extraction/entry_selection.h"
 #include "oldformat/tar_reader.h"
 #include "run/run_context.h"
 

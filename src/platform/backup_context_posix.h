@@ -1,5 +1,5 @@
-// Shared by the POSIX sources of this room only: what an open file remembers between two pieces of
-// its backup stream.
+// Shared by the POSIX sources of this module only: what an open file remembers between two pieces
+// of its backup stream.
 #ifndef MOLDEX_PLATFORM_BACKUP_CONTEXT_POSIX_H_
 #define MOLDEX_PLATFORM_BACKUP_CONTEXT_POSIX_H_
 

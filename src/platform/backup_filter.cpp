@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "platform/bytes.h"
+#include "base/bytes.h"
 
 namespace moldex {
 namespace {

@@ -9,8 +9,8 @@
 #include <optional>
 #include <string>
 
+#include "base/path_rules.h"
 #include "platform/file_status.h"
-#include "platform/path_rules.h"
 
 namespace moldex {
 

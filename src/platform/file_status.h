@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "platform/file_time.h"
+#include "base/file_time.h"
 
 namespace moldex {
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "platform/path_rules.h"
+#include "base/path_rules.h"
 
 namespace moldex {
 namespace {

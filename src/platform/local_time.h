@@ -5,7 +5,7 @@
 #include <ctime>
 #include <optional>
 
-#include "platform/file_time.h"
+#include "base/file_time.h"
 
 namespace moldex {
 

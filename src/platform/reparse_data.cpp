@@ -1,6 +1,6 @@
 #include "platform/reparse_data.h"
 
-#include "platform/bytes.h"
+#include "base/bytes.h"
 
 namespace moldex {
 namespace {

@@ -1,4 +1,4 @@
-// Shared by the POSIX sources of this room only: calls that a signal cut short.
+// Shared by the POSIX sources of this module only: calls that a signal cut short.
 #ifndef MOLDEX_PLATFORM_RETRY_POSIX_H_
 #define MOLDEX_PLATFORM_RETRY_POSIX_H_
 

@@ -1,6 +1,6 @@
 #include "platform/security_descriptor.h"
 
-#include "platform/bytes.h"
+#include "base/bytes.h"
 
 namespace moldex {
 namespace {

@@ -1,4 +1,4 @@
-// Shared by the POSIX sources of this room only: what the system's records mean to the archiver.
+// Shared by the POSIX sources of this module only: what the system's records mean to the archiver.
 #ifndef MOLDEX_PLATFORM_STATUS_POSIX_H_
 #define MOLDEX_PLATFORM_STATUS_POSIX_H_
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <string_view>
 
+#include "base/ascii.h"
 #include "platform/directory.h"
 #include "platform/file_services.h"
-#include "run/text.h"
 
 namespace moldex {
 namespace {

@@ -5,10 +5,10 @@
 #include <functional>
 #include <string_view>
 
+#include "base/ascii.h"
 #include "platform/buffered_reader.h"
 #include "platform/file_services.h"
 #include "report/except.h"
-#include "run/text.h"
 
 namespace moldex {
 namespace {

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "cscompr/cscompr.h"
-#include "cscompr/lzc_decoder.h"
-#include "cscompr/lzc_encoder.h"
-#include "cscompr/lzc_string_table.h"
+#include "cscompr/lzc/decoder.h"
+#include "cscompr/lzc/encoder.h"
+#include "cscompr/lzc/string_table.h"
 #include "cscompr/stream_steps.h"
 #include "support/temp_dir.h"
 #include "support/tree.h"

@@ -1,10 +1,10 @@
 // The LZH decoder against streams that zlib writes and streams made by hand, whole and in pieces.
-#include "cscompr/lzh_decoder.h"
+#include "cscompr/lzh/decoder.h"
 
 #include <bit>
 
 #include "cscompr/cscompr.h"
-#include "cscompr/deflate_format.h"
+#include "cscompr/lzh/deflate_format.h"
 #include "cscompr/stream_steps.h"
 #include "cscompr/zlib_streams.h"
 

@@ -1,6 +1,6 @@
 // The LZH encoder against zlib, which takes the same matching decisions when it is tuned so, and
 // against the rules of its interface.
-#include "cscompr/lzh_encoder.h"
+#include "cscompr/lzh/encoder.h"
 
 #include <algorithm>
 #include <array>
@@ -9,7 +9,7 @@
 
 #include "cscompr/cscompr.h"
 #include "cscompr/deflate_tokens.h"
-#include "cscompr/huffman_codes.h"
+#include "cscompr/huffman/codes.h"
 #include "cscompr/stream_steps.h"
 #include "cscompr/zlib_streams.h"
 

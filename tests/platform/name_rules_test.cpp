@@ -1,5 +1,5 @@
 // Names as text, under the rules of both systems on both.
-#include "platform/name_rules.h"
+#include "base/name_rules.h"
 
 #include <gtest/gtest.h>
 
@@ -8,8 +8,8 @@
 #include <tuple>
 #include <vector>
 
+#include "base/path_rules.h"
 #include "platform/long_name.h"
-#include "platform/path_rules.h"
 
 namespace moldex::test {
 namespace {

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "base/bytes.h"
 #include "platform/attributes.h"
 #include "platform/backup_filter.h"
 #include "platform/backup_stream.h"
-#include "platform/bytes.h"
 #include "platform/reparse_data.h"
 #include "platform/security_descriptor.h"
 

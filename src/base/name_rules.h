@@ -1,0 +1,21 @@
+// Which names a system takes as they are. What is refused here would not fail but become something
+// else: a device, a stream of another file, a name without its last dots and blanks.
+#ifndef MOLDEX_BASE_NAME_RULES_H_
+#define MOLDEX_BASE_NAME_RULES_H_
+
+#include <string_view>
+
+#include "base/path_rules.h"
+
+namespace moldex {
+
+// Whether every component of a name, "." and ".." aside, can be the name of a file. On Windows a
+// drive may come first, but none of "\\?\" and "\\.\". POSIX takes every name.
+bool IsAllowedName(const PathRules& rules, std::string_view name);
+
+// Whether a name is that of a shortcut: it ends in ".lnk", on Windows in letters of any case.
+bool IsShortcutName(const PathRules& rules, std::string_view name);
+
+}  // namespace moldex
+
+#endif  // MOLDEX_BASE_NAME_RULES_H_

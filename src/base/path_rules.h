@@ -1,0 +1,116 @@
+// Names as text: what separates, what is absolute, what may be stored and what may be written.
+//
+// Pure functions with the rules of a system as an argument, so that the names of both systems are
+// judged alike on both. Nothing here asks a file system. Names are in the local code page.
+#ifndef MOLDEX_BASE_PATH_RULES_H_
+#define MOLDEX_BASE_PATH_RULES_H_
+
+#include <string>
+#include <string_view>
+
+namespace moldex {
+
+// The text with the letters "a" to "z" in upper case.
+std::string UpperAscii(std::string_view text);
+
+// What one system makes of the bytes of a name.
+struct PathRules {
+  // "/" separates everywhere; "\" does on Windows only, where a ":" separates a drive and the name
+  // of a stream as well.
+  bool is_windows = false;
+  // Whether a byte begins a character of two bytes, the second of which may look like "\", "|" or a
+  // letter. Null for a code page without such characters.
+  bool (*begins_double_byte)(char byte) = nullptr;
+  // The form, in UTF-8, in which all spellings of one name are equal. Null where names of different
+  // bytes are different names.
+  std::string (*fold)(std::string_view name) = nullptr;
+
+  // The rules of a POSIX system, and those of Windows as far as they need no code page: only ASCII
+  // letters are folded.
+  static const PathRules kPosix;
+  static const PathRules kWindows;
+};
+
+inline constexpr PathRules PathRules::kPosix{};
+inline constexpr PathRules PathRules::kWindows{true, nullptr, UpperAscii};
+
+// Whether a byte separates that is a character by itself, as the first one of a name is.
+bool IsSeparator(const PathRules& rules, char c);
+
+// Position of the first of several ASCII characters, or npos. Second bytes of a character are not
+// taken for one. `from` is where a character begins.
+std::size_t FirstOf(const PathRules& rules, std::string_view text, std::string_view wanted,
+                    std::size_t from = 0);
+
+// Position of the first separator at or after `from`, and of the last one; or npos.
+std::size_t FirstSeparator(const PathRules& rules, std::string_view path, std::size_t from = 0);
+std::size_t LastSeparator(const PathRules& rules, std::string_view path);
+
+bool EndsWithSeparator(const PathRules& rules, std::string_view path);
+
+// The part after the last separator.
+std::string_view LastComponent(const PathRules& rules, std::string_view path);
+
+// Every separator as "/".
+std::string WithSlashes(const PathRules& rules, std::string_view path);
+
+// A name that a target directory is put in front of: neither empty, nor "/", nor with ":" as its
+// second character. (So "/a" is relative in this sense, and lands below the target directory.)
+bool IsRelative(std::string_view name);
+
+// Whether a name begins as paths do that Windows hands on unread: "\\?\" or "\\.\", with separators
+// of either kind. Such a path can lead to any device.
+bool HasDevicePrefix(const PathRules& rules, std::string_view name);
+
+// A path that does not depend on the current directory.
+bool IsAbsolutePath(const PathRules& rules, std::string_view path);
+
+// Whether a component of the name is "..".
+bool HasParentComponent(const PathRules& rules, std::string_view name);
+
+// Whether a symbolic link of this name and target may lead out of the directory that the name is
+// relative to: by an absolute target, by more ".." than there are directories to leave, or by a
+// ".." behind another component, which may be a link itself and lead elsewhere than its name says.
+bool LinkLeaves(const PathRules& rules, std::string_view name, std::string_view target);
+
+// `directory`, "/" unless one stands there already, `name`; an empty part yields the other one.
+std::string JoinPath(std::string_view directory, std::string_view name);
+
+// The name that an entry of this disk name gets in an archive: "/" as separator, no separator at
+// the end, and, unless absolute names are kept, no "/" in front and, on Windows, none of "\\?\",
+// "\\.\", "\\?\UNC\"; nor a drive. May be empty ("/" itself).
+std::string StoredName(const PathRules& rules, std::string_view disk_name, bool keep_absolute);
+
+// What is left of an entry's name below a target directory. On Windows a relative name loses
+// everything up to its first ":".
+std::string_view NameBelowTarget(const PathRules& rules, std::string_view name);
+
+// Where an entry is written: NameBelowTarget below `target_directory` when that is not empty and
+// the name is relative, else the name as it is.
+std::string TargetName(const PathRules& rules, std::string_view target_directory,
+                       std::string_view name);
+
+// One spelling for every way to write a name, for comparing: "/" as separator, no "." components,
+// no repeated or trailing separators.
+std::string NormalisedName(const PathRules& rules, std::string_view name);
+
+// NormalisedName in the form in which all spellings of it are equal, with "/" as separator.
+std::string ComparableName(const PathRules& rules, std::string_view name);
+
+// The text with the letters "A" to "Z" in lower case, second bytes of a character left alone.
+std::string LowerAscii(const PathRules& rules, std::string_view text);
+
+// Whether a name can only be that of a directory: nothing stands after its last separator, or "."
+// or "..".
+bool NamesADirectory(const PathRules& rules, std::string_view name);
+
+// Whether a name holds "*" or "?".
+bool HasWildcard(std::string_view name);
+
+// Whether a whole name matches: "*" stands for any string, "?" for one character. A "." that
+// begins the name is matched by a "." only. On Windows case does not count, and "*.*" is "*".
+bool MatchesPattern(const PathRules& rules, std::string_view pattern, std::string_view name);
+
+}  // namespace moldex
+
+#endif  // MOLDEX_BASE_PATH_RULES_H_

@@ -1,0 +1,206 @@
+#include "cscompr/huffman/codes.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
+#include "cscompr/lzh/deflate_format.h"
+
+namespace cscompr {
+namespace {
+
+constexpr std::size_t kMaxNodes = kLiteralLengthCodes + (kLiteralLengthCodes - 1);
+
+// A tree node waiting for its parent. Order is by weight and then by height of the subtree, which
+// keeps the longest code short; nodes equal in both are left in the order the heap finds them.
+struct HeapNode {
+  std::uint32_t order = 0;  // weight << 8 | height
+  std::uint32_t node = 0;
+};
+
+// A binary min-heap with the smallest node on top. Which child is the smaller one cannot be
+// foreseen, so it is computed rather than branched upon; for that a sentinel that sinks below
+// everything stands behind the last node.
+class NodeHeap {
+ public:
+  [[nodiscard]] std::size_t Size() const { return size_; }
+  [[nodiscard]] HeapNode Top() const { return nodes_[1]; }
+  [[nodiscard]] HeapNode Last() const { return nodes_[size_]; }
+
+  void Append(HeapNode node) { nodes_[++size_] = node; }
+
+  // Without a branch, as the unused symbols lie scattered among the used ones.
+  void AppendIf(bool is_used, HeapNode node) {
+    nodes_[size_ + 1] = node;
+    size_ += is_used ? 1U : 0U;
+  }
+
+  // Makes a heap of what was appended.
+  void Arrange() {
+    nodes_[size_ + 1] = kSentinel;
+    for (std::size_t i = size_ / 2; i >= 1; --i)
+      SiftDown(i);
+  }
+
+  HeapNode Pop() {
+    const HeapNode top = nodes_[1];
+    nodes_[1] = nodes_[size_];
+    nodes_[size_--] = kSentinel;
+    SiftDown(1);
+    return top;
+  }
+
+  void ReplaceTop(HeapNode node) {
+    nodes_[1] = node;
+    SiftDown(1);
+  }
+
+ private:
+  static constexpr HeapNode kSentinel = {~0U, 0};
+
+  void SiftDown(std::size_t parent) {
+    const HeapNode sinking = nodes_[parent];
+    for (std::size_t child = 2 * parent; child <= size_; child = 2 * parent) {
+      child += nodes_[child + 1].order <= nodes_[child].order ? 1U : 0U;
+      if (sinking.order <= nodes_[child].order) break;
+      nodes_[parent] = nodes_[child];
+      parent = child;
+    }
+    nodes_[parent] = sinking;
+  }
+
+  std::array<HeapNode, kLiteralLengthCodes + 2> nodes_{};  // 1 to size_, then the sentinel
+  std::size_t size_ = 0;
+};
+
+// The tree as it grows: leaves first, numbered by symbol, then inner nodes in order of making.
+struct Tree {
+  std::size_t leaves = 0;
+  std::size_t nodes = 0;
+  std::size_t taken = 0;
+  std::array<std::uint16_t, kMaxNodes> parents{};
+  std::array<std::uint16_t, kMaxNodes> by_weight{};  // in the order the heap gave them, `taken`
+};
+
+HeapNode Join(Tree& tree, HeapNode left, HeapNode right) {
+  const std::size_t joint = tree.nodes++;
+  for (const HeapNode& child : {left, right}) {
+    tree.parents[child.node] = static_cast<std::uint16_t>(joint);
+    tree.by_weight[tree.taken++] = static_cast<std::uint16_t>(child.node);
+  }
+  const std::uint32_t weight = (left.order >> 8) + (right.order >> 8);
+  const std::uint32_t height = std::max(left.order & 0xFF, right.order & 0xFF) + 1;
+  return {(weight << 8) | height, static_cast<std::uint32_t>(joint)};
+}
+
+Tree GrowTree(NodeHeap& heap, std::size_t leaves) {
+  Tree tree;
+  tree.leaves = leaves;
+  tree.nodes = leaves;
+  heap.Arrange();
+  while (heap.Size() > 1) {
+    const HeapNode least = heap.Pop();
+    heap.ReplaceTop(Join(tree, least, heap.Top()));
+  }
+  return tree;
+}
+
+using LengthCounts = std::array<int, kMaxCodeBits + 1>;
+
+// Too many codes claim the longest length: each round takes a code that is shorter, makes it one
+// bit longer and hangs one of the overlong ones beside it.
+void ShareOutOverflow(LengthCounts& counts, int max_bits, int overflow) {
+  for (; overflow > 0; overflow -= 2) {
+    int bits = max_bits - 1;
+    while (counts[static_cast<std::size_t>(bits)] == 0)
+      --bits;
+    --counts[static_cast<std::size_t>(bits)];
+    counts[static_cast<std::size_t>(bits) + 1] += 2;
+    --counts[static_cast<std::size_t>(max_bits)];
+  }
+}
+
+// Hands the lengths out again, the longest to the lightest leaves.
+void Reassign(const Tree& tree, const LengthCounts& counts, int max_bits,
+              std::span<std::uint8_t> lengths) {
+  std::size_t next = 0;
+  for (int bits = max_bits; bits > 0; --bits) {
+    for (int left = counts[static_cast<std::size_t>(bits)]; left > 0; ++next) {
+      const std::size_t node = tree.by_weight[next];
+      if (node >= tree.leaves) continue;
+      lengths[node] = static_cast<std::uint8_t>(bits);
+      --left;
+    }
+  }
+}
+
+// Depth of every leaf, cut at max_bits. A node's parent is taken from the heap after it, so going
+// back from the root meets every parent first.
+void MeasureDepths(const Tree& tree, int max_bits, std::span<std::uint8_t> lengths) {
+  std::array<std::uint8_t, kMaxNodes> depths{};
+  LengthCounts counts{};
+  int overflow = 0;
+  for (std::size_t i = tree.taken; i-- > 0;) {
+    const std::size_t node = tree.by_weight[i];
+    int depth = depths[tree.parents[node]] + 1;
+    if (depth > max_bits) {
+      depth = max_bits;
+      ++overflow;
+    }
+    depths[node] = static_cast<std::uint8_t>(depth);
+    if (node >= tree.leaves) continue;
+    lengths[node] = static_cast<std::uint8_t>(depth);
+    ++counts[static_cast<std::size_t>(depth)];
+  }
+  if (overflow == 0) return;
+  ShareOutOverflow(counts, max_bits, overflow);
+  Reassign(tree, counts, max_bits, lengths);
+}
+
+// The `bits` low bits of `code`, 16 at most, the other way round.
+constexpr std::uint32_t Reversed(std::uint32_t code, int bits) {
+  code = ((code & 0x5555) << 1) | ((code >> 1) & 0x5555);
+  code = ((code & 0x3333) << 2) | ((code >> 2) & 0x3333);
+  code = ((code & 0x0F0F) << 4) | ((code >> 4) & 0x0F0F);
+  code = ((code & 0x00FF) << 8) | (code >> 8);
+  return code >> (16 - bits);
+}
+
+}  // namespace
+
+void BuildCodeLengths(std::span<const std::uint32_t> frequencies, int max_bits,
+                      std::span<std::uint8_t> lengths) {
+  NodeHeap heap;
+  for (std::uint32_t symbol = 0; symbol < frequencies.size(); ++symbol) {
+    lengths[symbol] = 0;
+    heap.AppendIf(frequencies[symbol] != 0, {frequencies[symbol] << 8, symbol});
+  }
+  bool any_used = heap.Size() > 0;
+  std::uint32_t last_used = any_used ? heap.Last().node : 0;
+  // The companion of a lone symbol is symbol 0, or the next one where that keeps both below 3.
+  while (heap.Size() < 2) {
+    const std::uint32_t next = any_used ? last_used + 1 : 0;
+    const std::uint32_t companion = next < 3 ? next : 0;
+    heap.Append({1U << 8, companion});
+    last_used = std::max(last_used, companion);
+    any_used = true;
+  }
+  const Tree tree = GrowTree(heap, frequencies.size());
+  MeasureDepths(tree, max_bits, lengths);
+}
+
+void BuildCodes(std::span<const std::uint8_t> lengths, std::span<std::uint16_t> codes) {
+  std::array<std::uint32_t, kMaxCodeBits + 2> next{};
+  for (const std::uint8_t bits : lengths)
+    ++next[bits + std::size_t{1}];
+  next[1] = 0;  // symbols without a code take none of the space
+  for (std::size_t bits = 1; bits < next.size(); ++bits)
+    next[bits] = (next[bits - 1] << 1) + next[bits] * 2;
+  for (std::size_t symbol = 0; symbol < lengths.size(); ++symbol) {
+    const int bits = lengths[symbol];
+    codes[symbol] = static_cast<std::uint16_t>(
+        bits == 0 ? 0 : Reversed(next[static_cast<std::size_t>(bits)]++, bits));
+  }
+}
+
+}  // namespace cscompr

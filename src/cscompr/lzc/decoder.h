@@ -1,0 +1,99 @@
+// Restores one LZC stream. Called by the front end, which has checked the arguments: a first call's
+// input holds the header with the right magic, the buffers are not null.
+//
+// Any input is safe. All state is inside the object, fixed in size; an object that is all zero bits
+// is one whose stream has ended.
+#ifndef MOLDEX_CSCOMPR_LZC_DECODER_H_
+#define MOLDEX_CSCOMPR_LZC_DECODER_H_
+
+#include <array>
+#include <cstdint>
+
+#include "cscompr/buffers.h"
+#include "cscompr/lzc/format.h"
+#include "cscompr/wide_access.h"
+
+namespace cscompr {
+
+class LzcDecoder {
+ public:
+  // Reads the header and goes on as Resume does. kCsBadCodeWidth when the header names a largest
+  // code width that no table of ours has.
+  Outcome Start(const Buffers& buffers);
+
+  // kCsEndOfStream once the original length is delivered, with the whole input read; kCsOutputFull
+  // when bytes wait for room; kCsInputExhausted when the stream wants more input. kCsCodeChain when
+  // a code has no string.
+  Outcome Resume(const Buffers& buffers);
+
+ private:
+  // A string of the table. Its last 1 to 8 bytes stand here, and `link` is the code of the string
+  // that goes before them, whose length is a multiple of 8. So a string is written in steps of 8
+  // bytes, most of them in a single one, and every chain of links ends.
+  struct Entry {
+    std::uint64_t tail;  // first byte lowest
+    std::uint16_t link;
+    std::uint16_t length;
+    std::uint8_t first;  // byte of the whole string
+  };
+
+  // The input of a call and the bits that were taken from it but not yet decoded.
+  struct BitReader {
+    const std::uint8_t* next = nullptr;
+    const std::uint8_t* end = nullptr;
+    std::uint64_t bits = 0;
+    unsigned count = 0;
+
+    void Fill();
+    std::uint32_t Take(unsigned width);
+  };
+
+  void ResetTable();
+  bool SkipPadding();
+  bool Decode(std::uint8_t*& output, const std::uint8_t* output_end);
+  void DecodeRuns(std::uint8_t*& output, const std::uint8_t* output_end);
+  template <bool kTableIsFull>
+  std::uint8_t* DecodeRun(std::uint8_t* output, const std::uint8_t* limit);
+  void Emit(const Entry& entry, std::uint8_t*& output, const std::uint8_t* output_end);
+
+  // Writes from the back, in steps that may reach up to 7 bytes behind the string.
+  void WriteString(const Entry& entry, std::uint8_t* output) const {
+    const Entry* part = &entry;
+    std::uint32_t at = (entry.length - 1U) / kStepBytes * kStepBytes;
+    for (;;) {
+      Store64(output + at, part->tail);
+      if (at == 0) return;
+      part = &entries_[part->link];
+      at -= kStepBytes;
+    }
+  }
+
+  void AddEntry(std::uint32_t last_code);
+  void EndGroup();
+  void DeliverHeld(std::uint8_t*& output, const std::uint8_t* output_end);
+
+  static constexpr std::uint32_t kTableSize = 1U << kLzcReadWidth;
+  static constexpr std::uint32_t kStepBytes = sizeof(Entry::tail);
+
+  std::array<Entry, kTableSize> entries_{};
+  std::array<std::uint8_t, kTableSize + kStepBytes> held_{};  // a string that found no room
+  std::uint32_t held_begin_ = 0;
+  std::uint32_t held_end_ = 0;
+
+  BitReader reader_;
+  unsigned width_ = 0;
+  unsigned max_width_ = 0;
+  bool block_mode_ = false;
+  bool has_begun_ = false;     // false before the first code of the stream
+  bool has_previous_ = false;  // false before the first code of a table
+  bool corrupt_ = false;
+  std::uint32_t previous_ = 0;
+  std::uint32_t next_code_ = 0;
+  std::uint32_t codes_of_width_ = 0;  // since the width last changed or the table was cleared
+  unsigned padding_bits_ = 0;         // of a group that has ended, still to be skipped
+  std::uint32_t undelivered_ = 0;     // of the original length
+};
+
+}  // namespace cscompr
+
+#endif  // MOLDEX_CSCOMPR_LZC_DECODER_H_

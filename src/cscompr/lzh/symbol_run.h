@@ -1,0 +1,45 @@
+// Where one call of the LZH decoder stands in its buffers, and the fast loop that takes it through
+// the symbols of a block.
+#ifndef MOLDEX_CSCOMPR_LZH_SYMBOL_RUN_H_
+#define MOLDEX_CSCOMPR_LZH_SYMBOL_RUN_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#include "cscompr/bit_reader.h"
+#include "cscompr/huffman/decoding_table.h"
+#include "cscompr/lzh/sliding_window.h"
+
+namespace cscompr {
+
+struct SymbolRun {
+  BitReader reader;
+  std::uint8_t* out = nullptr;        // where the next byte goes
+  std::uint8_t* out_begin = nullptr;  // of this call
+  std::uint8_t* out_end = nullptr;    // neither beyond the buffer nor beyond the original length
+  std::uint8_t* room_end = nullptr;   // of the buffer
+  const SlidingWindow* window = nullptr;
+
+  std::size_t room() const { return static_cast<std::size_t>(out_end - out); }
+  std::size_t produced() const { return static_cast<std::size_t>(out - out_begin); }
+  bool Reaches(std::size_t distance) const { return distance <= produced() + window->size(); }
+};
+
+// Copies a match byte for byte; it must fit and its distance must reach something.
+void CopyMatchBytes(SymbolRun& run, std::size_t distance, std::size_t length);
+
+enum class FastStop : std::uint8_t {
+  kEdge,      // the buffers' ends are near: go on symbol by symbol
+  kBlockEnd,  // its code was read
+  kBadCode
+};
+
+// Decodes symbols without looking at the buffers' ends but once a turn, and stops near them.
+// Overwrites output beyond `out`, never beyond `room_end`. With `portable` it uses no instruction
+// that only some processors have.
+FastStop RunFast(const TableEntry* literals, const TableEntry* distances, SymbolRun& run,
+                 bool portable);
+
+}  // namespace cscompr
+
+#endif  // MOLDEX_CSCOMPR_LZH_SYMBOL_RUN_H_

@@ -1,0 +1,93 @@
+#include "extraction/admission.h"
+
+#include <optional>
+#include <string>
+
+#include "archive/entry_kinds.h"
+#include "base/name_rules.h"
+#include "extraction/output_place.h"
+#include "platform/file_services.h"
+#include "report/except.h"
+#include "report/exit_status.h"
+#include "report/system_error.h"
+
+namespace moldex {
+namespace {
+
+// Whether the system takes the name as it is written: below a target directory, whatever that is
+// called, where there is one. There a drive is none.
+bool HasAllowedName(const std::string& name, const CCmdLineOptions& options) {
+  const PathRules rules = SystemPathRules();
+  const char* target = options.target_directory != nullptr ? "." : "";
+  return !HasDevicePrefix(rules, name) && IsAllowedName(rules, OutputPath(target, name));
+}
+
+bool LeavesTarget(const CDirEntry& entry, const std::string& link_target) {
+  const PathRules rules = SystemPathRules();
+  const std::string name = WrittenName(entry.GetName());
+  if (HasParentComponent(rules, name)) return true;
+  // No target directory is put in front of the root's name.
+  if (NormalisedName(rules, name) == "/") return true;
+  return LinkLeaves(rules, name, link_target);
+}
+
+// Empty when the target has no form in the local code page.
+std::optional<std::string> TargetOf(const CLink& link) {
+  const int status = ExitStatus();
+  try {
+    return link.Target();
+  } catch (const CConversionExcept&) {  // reported with the link's name instead
+    SetExitStatus(status);
+    return std::nullopt;
+  }
+}
+
+bool IsInUse(const std::string& name, const CFilesInUse& files_in_use) {
+  const CSystemErrorGuard guard;  // most entries are not there yet
+  const auto status = QueryLinkStatus(OutputPath(name));
+  return status && files_in_use.Holds(status->identity);
+}
+
+struct RefusalText {
+  const char* text;
+  Refusal refusal;
+  int code;
+};
+
+constexpr RefusalText kTexts[] = {
+    {"MOLDEX: no link target for ", Refusal::kNoLinkTarget, kErrorNoLinkTarget},
+    {"MOLDEX: link target can not be converted from UTF8: ", Refusal::kBadTarget, kErrorConversion},
+    {"MOLDEX: name is not allowed on this system: ", Refusal::kNotAllowed, kErrorNameNotAllowed},
+    {"MOLDEX: name leaves the target directory (use -P to allow it): ", Refusal::kLeavesTarget,
+     kErrorLeavesTarget},
+    {"MOLDEX: entry would replace a file that this run is using: ", Refusal::kIsInUse,
+     kErrorReplacesArchive},
+};
+
+}  // namespace
+
+Refusal RefusalOf(const CDirEntry& entry, const CCmdLineOptions& options,
+                  const CFilesInUse& files_in_use) {
+  const CLink* link = entry.AsSymbolicLink();
+  const auto target = link != nullptr ? TargetOf(*link) : std::string();
+  if (!target) return Refusal::kBadTarget;
+  if (entry.LacksData() || (link != nullptr && target->empty())) return Refusal::kNoLinkTarget;
+  if (!HasAllowedName(entry.GetName(), options)) return Refusal::kNotAllowed;
+  if (!options.absolute_paths && LeavesTarget(entry, *target)) return Refusal::kLeavesTarget;
+  // As with names that a system takes for something else, trying would end the run.
+  if (!entry.IsDirectory() && NamesADirectory(SystemPathRules(), WrittenName(entry.GetName()))) {
+    return Refusal::kNotAllowed;
+  }
+  if (IsInUse(entry.GetName(), files_in_use)) return Refusal::kIsInUse;
+  return Refusal::kNone;
+}
+
+void PrintRefusal(Refusal refusal, const CDirEntry& entry, CLogMan& log) {
+  for (const RefusalText& row : kTexts) {
+    if (row.refusal != refusal) continue;
+    CExcept failure(row.text + entry.GetName(), row.code, false);
+    log.PrintInfo(failure);
+  }
+}
+
+}  // namespace moldex

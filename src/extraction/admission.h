@@ -1,0 +1,30 @@
+// Which entries extraction may put where their names say.
+#ifndef MOLDEX_EXTRACTION_ADMISSION_H_
+#define MOLDEX_EXTRACTION_ADMISSION_H_
+
+#include "archive/dir_entry.h"
+#include "report/log_manager.h"
+#include "run/files_in_use.h"
+#include "run/options.h"
+
+namespace moldex {
+
+// Why an entry is left out; the run goes on with the next one.
+enum class Refusal {
+  kNone,
+  kNoLinkTarget,  // a symbolic link without target, a shortcut without its bytes
+  kBadTarget,     // the target has no form in the local code page
+  kNotAllowed,    // the system would take the name for something else
+  kLeavesTarget,  // the name, or a link's target, leads out of the target directory
+  kIsInUse        // it would be written over a file that the run is using
+};
+
+Refusal RefusalOf(const CDirEntry& entry, const CCmdLineOptions& options,
+                  const CFilesInUse& files_in_use);
+
+// Says so, which sets the exit status. `refusal` is not kNone.
+void PrintRefusal(Refusal refusal, const CDirEntry& entry, CLogMan& log);
+
+}  // namespace moldex
+
+#endif  // MOLDEX_EXTRACTION_ADMISSION_H_

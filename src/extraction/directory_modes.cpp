@@ -1,0 +1,53 @@
+#include "extraction/directory_modes.h"
+
+#include <utility>
+
+#include "base/path_rules.h"
+#include "extraction/output_place.h"
+#include "platform/file_services.h"
+#include "report/except.h"
+
+namespace moldex {
+
+namespace {
+
+std::string OneSpelling(const std::string& name) {
+  const PathRules rules = SystemPathRules();
+  const std::string result = NormalisedName(rules, name);
+  // On Windows two separators in front mean a share.
+  const bool is_share = rules.is_windows && name.size() > 1 && IsSeparator(rules, name[0]) &&
+                        IsSeparator(rules, name[1]);
+  return is_share ? '/' + result : result;
+}
+
+bool IsBelow(const std::string& name, const std::string& directory) {
+  return name.starts_with(directory.ends_with('/') ? directory : directory + '/');
+}
+
+}  // namespace
+
+void CDirectoryModes::Add(const std::string& name, std::uint32_t mode) {
+  if (IsTargetDirectory(name)) return;
+  std::string spelling = OneSpelling(name);
+  ApplyUpTo(spelling);
+  pending_.push_back({spelling.size(), mode});
+  innermost_ = std::move(spelling);
+}
+
+// From the innermost outward, up to a directory that `name` lies below.
+void CDirectoryModes::ApplyUpTo(const std::string& name) {
+  while (!pending_.empty()) {
+    const std::string directory = innermost_.substr(0, pending_.back().name_bytes);
+    if (IsBelow(name, directory)) return;
+    Apply(OutputPath(directory), pending_.back().mode);
+    pending_.pop_back();
+  }
+}
+
+void CDirectoryModes::Apply(const std::string& path, std::uint32_t mode) const {
+  const bool applied = (!set_permissions_ || SetDirectoryModeAt(path, mode, long_names_)) &&
+                       AddDirectoryAttributesAt(path, mode);
+  if (!applied) throw CChgModExcept(path);
+}
+
+}  // namespace moldex

@@ -1,0 +1,35 @@
+#include "extraction/entry_selection.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "run/run_context.h"
+
+namespace moldex {
+namespace {
+
+bool IsBelow(const std::string& directory, const std::string& name) {
+  if (directory.empty() || !name.starts_with(directory)) return false;
+  return directory.back() == '/' ||
+         (name.size() > directory.size() && name[directory.size()] == '/');
+}
+
+}  // namespace
+
+CEntrySelection::CEntrySelection(std::vector<std::string> names) : names_(std::move(names)) {
+  std::sort(names_.begin(), names_.end());
+}
+
+bool CEntrySelection::Selects(const std::string& name, bool is_directory) {
+  if (names_.empty()) return true;
+  CSoughtNames& sought = CRunContext::GetInstance().sought_names();
+  if (!std::exchange(looked_for_, true)) sought.LookFor(names_);
+  if (std::binary_search(names_.begin(), names_.end(), name)) {
+    sought.Found(name);
+    if (is_directory) selected_directory_ = name;
+    return true;
+  }
+  return IsBelow(selected_directory_, name);
+}
+
+}  // namespace moldex

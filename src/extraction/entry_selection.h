@@ -1,0 +1,29 @@
+// Which entries of an archive the command line asks for.
+#ifndef MOLDEX_EXTRACTION_ENTRY_SELECTION_H_
+#define MOLDEX_EXTRACTION_ENTRY_SELECTION_H_
+
+#include <string>
+#include <vector>
+
+namespace moldex {
+
+// Without names every entry is selected. Otherwise an entry is when a name equals its own byte for
+// byte, or when it lies below the directory that was selected by such a name last. That directory
+// is remembered from entry to entry and from archive to archive.
+class CEntrySelection {
+ public:
+  explicit CEntrySelection(std::vector<std::string> names);
+
+  bool Selects(const std::string& name, bool is_directory);
+
+  std::size_t name_count() const { return names_.size(); }
+
+ private:
+  std::vector<std::string> names_;  // sorted
+  bool looked_for_ = false;         // told the run what is sought
+  std::string selected_directory_;
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_EXTRACTION_ENTRY_SELECTION_H_
