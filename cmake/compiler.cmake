@@ -1,4 +1,4 @@
-# Warnings, optimisation and sanitizers, the same for every target of the project.
+# Warnings, optimisation and sanitizers for every target of the project.
 add_library(moldex_compile_options INTERFACE)
 target_include_directories(moldex_compile_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 target_compile_options(moldex_compile_options INTERFACE
@@ -6,11 +6,11 @@ target_compile_options(moldex_compile_options INTERFACE
   -Wcast-qual -Wformat=2 -Wundef -Werror
   $<$<CONFIG:Release>:-O2>)
 
-# 64-bit file positions and times wherever the system has a choice.
+# 64-bit file positions and times, where the system has a choice.
 target_compile_definitions(moldex_compile_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 
 if(WIN32)
-  # The system's interface as of Windows 10, without what a console program never needs.
+  # The interface of Windows 10, without the parts that a console program does not need.
   target_compile_definitions(moldex_compile_options INTERFACE
     WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00)
   # One file that runs wherever it is copied to.
@@ -27,7 +27,7 @@ if(MOLDEX_FUZZ)
   target_compile_options(moldex_compile_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
-# The rooms of src/ that call the operating system have one file per system.
+# Each module of src/ that calls the operating system has one file per system.
 if(WIN32)
   set(MOLDEX_SYSTEM win32)
 else()

@@ -1,8 +1,8 @@
-# Builds for 64-bit Windows with the mingw-w64 cross-compiler of Debian, and its POSIX threads.
+# Builds for 64-bit Windows with Debian's mingw-w64 cross-compiler and its POSIX threads.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(prefix x86_64-w64-mingw32)
-set(CMAKE_C_COMPILER ${prefix}-gcc-posix)  # of tests alone
+set(CMAKE_C_COMPILER ${prefix}-gcc-posix)  # only tests are in C
 set(CMAKE_CXX_COMPILER ${prefix}-g++-posix)
 set(CMAKE_RC_COMPILER ${prefix}-windres)
 set(CMAKE_FIND_ROOT_PATH /usr/${prefix})

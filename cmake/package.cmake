@@ -1,31 +1,16 @@
-# What scripts/package makes of a build: a .zip for Windows, and for Debian a .deb of the program and
-# one of the library. What names no component belongs to the program.
-set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME program)
-include(cmake/install_library.cmake)
-include(cmake/install_help.cmake)
-
-# The pages, with the links from one to the other as they are here.
-if(WIN32)
-  set(pages .)
-else()
-  set(pages share/doc/moldex)
-endif()
-foreach(page README CHANGELOG CONTRIBUTING SECURITY)
-  install(FILES ${PROJECT_SOURCE_DIR}/${page}.md DESTINATION ${pages})
-endforeach()
-file(GLOB docs CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/*.md ${PROJECT_SOURCE_DIR}/docs/*.svg)
-install(FILES ${docs} DESTINATION ${pages}/docs)
+# CPack's settings for scripts/package: a .zip for Windows; for Debian a .deb of the program and one of
+# the library.
+set(CPACK_PACKAGE_NAME moldex)
+set(CPACK_PACKAGE_VENDOR "The MOLDEX maintainers")
+set(CPACK_PACKAGE_CONTACT "The MOLDEX maintainers <maintainers@moldex.invalid>")
+set(CPACK_PACKAGE_DIRECTORY ${PROJECT_SOURCE_DIR}/build/package)
+set(CPACK_STRIP_FILES ON)
 
 if(WIN32)
-  install(TARGETS moldex RUNTIME DESTINATION .)
-  install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION .)
   set(CPACK_GENERATOR ZIP)
   set(CPACK_SYSTEM_NAME win64)
   set(CPACK_INSTALL_CMAKE_PROJECTS "${CMAKE_BINARY_DIR};moldex;program;/")
 else()
-  install(TARGETS moldex RUNTIME DESTINATION bin)
-  install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION share/doc/moldex RENAME copyright)
-  include(cmake/install_magic.cmake)
   set(CPACK_GENERATOR DEB)
   set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
   set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -39,11 +24,15 @@ else()
   set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libdevel)
   set(CPACK_DEBIAN_LIBRARY_DESCRIPTION
     "compressed streams, bytes in and bytes out\nlibcscompr compresses streams of bytes by LZH (RFC 1951) or LZC (LZW), a piece\nat a time, and restores them, for programs in C and C++.")
+  # Debian wants man pages compressed. Other installations show them as they are, so this script
+  # compresses the copy that CPack is about to pack.
+  set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_BINARY_DIR}/compress_man_page.cmake)
+  file(CONFIGURE OUTPUT ${CPACK_PRE_BUILD_SCRIPTS} @ONLY CONTENT [[
+file(GLOB_RECURSE man_pages ${CPACK_TEMPORARY_DIRECTORY}/*.1)
+if(man_pages)
+  execute_process(COMMAND gzip -9n ${man_pages} COMMAND_ERROR_IS_FATAL ANY)
+endif()
+]])
 endif()
 
-set(CPACK_PACKAGE_NAME moldex)
-set(CPACK_PACKAGE_VENDOR "The MOLDEX maintainers")
-set(CPACK_PACKAGE_CONTACT "The MOLDEX maintainers <maintainers@moldex.invalid>")
-set(CPACK_PACKAGE_DIRECTORY ${PROJECT_SOURCE_DIR}/build/package)
-set(CPACK_STRIP_FILES ON)
 include(CPack)

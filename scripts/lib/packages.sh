@@ -1,6 +1,6 @@
-# Sourced by the other scripts: makes sure that Debian packages are installed.
+# Installs the Debian packages that the other scripts need. They source this file.
 
-# need_packages NAME...: installs those that are missing; says nothing when none is.
+# need_packages NAME...: installs the missing ones; prints nothing if there are none.
 need_packages() {
   local missing=() name
   for name in "$@"; do
@@ -12,7 +12,7 @@ need_packages() {
   [ "$(id -u)" -eq 0 ] || as_root=(sudo)
   echo "installing: ${missing[*]}" >&2
   export DEBIAN_FRONTEND=noninteractive
-  # One installation at a time: apt-get fails on another's locks, and does not wait for all of them.
+  # One installation at a time: apt-get fails if another run holds one of its locks.
   local apt=("${as_root[@]}" flock "${TMPDIR:-/tmp}/moldex-packages.lock" apt-get
     -o DPkg::Lock::Timeout=600)
   "${apt[@]}" update -qq >&2 &&
@@ -21,7 +21,7 @@ need_packages() {
 
 need_build_packages() { need_packages g++ cmake ninja-build; }
 
-# The libraries that bench/ is built with, and the programs that scripts/bench runs.
+# The libraries that bench/ links, and the programs that scripts/bench runs.
 need_bench_libraries() { need_packages libbenchmark-dev zlib1g-dev libdeflate-dev libisal-dev; }
 need_bench_packages() {
   need_bench_libraries

@@ -1,32 +1,29 @@
-// What tells people about the program: the usage text, which the program itself prints, is compared
-// with the man page and the completions; those are run through what shows them.
+// The man page and the completions in share/: their options are those of the program's own table,
+// and the programs that show or run them accept them.
 #include <gtest/gtest.h>
-#include <regex.h>
 
+#include <cctype>
 #include <cstdio>
 #include <filesystem>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
-#include <vector>
 
-#include "driver/help/help_pages.h"
-#include "report/status_table.h"
-#include "support/run_program.h"
+#include "run/option_table.h"
 #include "support/temp_dir.h"
 #include "support/tree.h"
 
 namespace moldex::test {
 namespace {
 
-std::string Page(const char* name) {
-  return ReadFile(std::filesystem::path(MOLDEX_HELP_FOLDER) / name);
-}
+#define SHARE MOLDEX_SOURCE_FOLDER "/share/"
+
 std::string Source(const std::string& name) {
   return ReadFile(std::filesystem::path(MOLDEX_SOURCE_FOLDER) / name);
 }
 
-// What a shell prints for a script, errors included; its status behind it if that is not 0.
+// The output of a shell script, errors included; then its status, unless that is 0.
 std::string Shell(const std::string& script) {
   const TempDir folder;
   WriteFile(folder.Path() / "script", script);
@@ -39,45 +36,124 @@ std::string Shell(const std::string& script) {
   return status == 0 ? out : out + "status " + std::to_string(status);
 }
 
-// What the first group of an extended regular expression takes, wherever it is found in a text.
+// The text of the pattern's first group, wherever the pattern matches.
 std::set<std::string> Found(const std::string& text, const char* pattern) {
-  regex_t compiled{};
-  EXPECT_EQ(regcomp(&compiled, pattern, REG_EXTENDED), 0) << pattern;
+  const std::regex compiled(pattern);
   std::set<std::string> found;
-  regmatch_t match[2];
-  for (const char* at = text.c_str(); regexec(&compiled, at, 2, match, 0) == 0;
-       at += match[1].rm_eo) {
-    found.emplace(at + match[1].rm_so, at + match[1].rm_eo);
-  }
-  regfree(&compiled);
+  for (std::sregex_iterator match(text.begin(), text.end(), compiled), end; match != end; ++match)
+    found.insert(match->str(1));
   return found;
 }
 
-TEST(Help, KnowsTheOptionsOfTheUsageText) {
-  const std::string usage = RunProgram(".", {}).out;
-  const std::set<std::string> options = Found(usage, "\n(-[A-Za-z]+)[A-Z ]* : ");
-  EXPECT_EQ(options.size(), 27u);
-  EXPECT_EQ(Found(Page("moldex.1"), "\n\\.It Fl ([A-Za-z]+)"),
-            Found(usage, "\n-([A-Za-z]+)[A-Z ]* : "));
-  EXPECT_EQ(Found(Page("moldex.bash"), "\n    \\[(-[A-Za-z]+)\\]='"), options);
-  EXPECT_EQ(Found(Page("moldex.ps1"), "\n        \\[pscustomobject\\]@\\{ Name = '(-[A-Za-z]+)'; "),
-            options);
+// " Ar FILE", or nothing.
+std::string ManArgument(const Option& option) {
+  if (option.argument == Argument::kNone) return {};
+  return " Ar " + std::string(ArgumentName(option.argument));
 }
 
-TEST(Help, RefusesTemplatesThatLeaveAnOptionOut) {
-  std::string all;
-  for (const Option& option : Options())
-    all += "@option " + std::string(option.name) + "\n";
-  EXPECT_NE(FilledIn(all, "1"), "");
-  EXPECT_EQ(FilledIn("a @release@\nb", "1"), "a 1\nb\n");
-  EXPECT_THROW(FilledIn(all.substr(all.find('\n') + 1), "1"), std::runtime_error);
-  EXPECT_THROW(FilledIn(all + "@option x\n", "1"), std::runtime_error);
-  EXPECT_THROW(FilledIn(all + "@option Z\n", "1"), std::runtime_error);
-  EXPECT_THROW(FilledIn("@syn\n", "1"), std::runtime_error);
+// The options that go with one of the commands: words (" -A -X"), or the letters of groups, "f"
+// last.
+std::string Fitting(std::string_view commands, Spelling spelling) {
+  std::string fitting;
+  std::string f;
+  for (const Option& option : Options()) {
+    if (option.spelling != spelling || option.command != kNoCommand) continue;
+    if (option.commands.find_first_of(commands) == std::string_view::npos) continue;
+    if (spelling == Spelling::kWord) {
+      fitting += (fitting.empty() ? "-" : " -") + std::string(option.name);
+    } else {
+      (option.argument == Argument::kNone ? fitting : f) += option.name;
+    }
+  }
+  return fitting + f;
+}
+
+// How the man page shows the call of a command.
+std::string ManSynopsis(char command) {
+  std::string letters = Fitting({&command, 1}, Spelling::kLetter);
+  std::string lines = std::string(".Nm\n.Fl ") + command;
+  if (letters.find_first_not_of('f') != std::string::npos)
+    lines += " Ns Oo Cm " + letters.substr(0, letters.size() - 1) + " Oc";
+  if (letters.ends_with('f'))
+    lines += std::string(" Ns Oo Cm f Ar ") +
+             (command == 'm' ? "\\(dqsource target\\(dq Oc" : "ARCHIVE Oc");
+  for (const Option& option : Options()) {
+    if (option.spelling == Spelling::kWord && option.commands != kEveryCommand &&
+        option.commands.find(command) != std::string_view::npos)
+      lines += "\n.Op Fl " + std::string(option.name) + ManArgument(option);
+  }
+  return lines + (command == 'm' ? "\n.Nm\n" : "\n.Op Ar name ...\n.Nm\n");
+}
+
+// How the man page begins the description of an option.
+std::string ManEntry(const Option& option) {
+  std::string text(1, static_cast<char>(std::toupper(option.text[0])));
+  for (const char c : option.text.substr(1))
+    text += c == '-' ? "\\-" : std::string(1, c);
+  std::string with = "With ";
+  for (std::size_t i = 0; i < option.commands.size(); ++i) {
+    if (i > 0) with += i + 1 < option.commands.size() ? ", " : " and ";
+    with += std::string("\\fB\\-") + option.commands[i] + "\\fP";
+  }
+  if (option.commands == kEveryCommand) with = "With every command";
+  return "\n.It Fl " + std::string(option.name) + ManArgument(option) + "\n" + text + ".\n" +
+         (option.command == kNoCommand ? with + ".\n" : "");
+}
+
+TEST(Help, ManPageHasTheOptionsOfTheTable) {
+  const std::string page = Source("share/moldex.1");
+  EXPECT_EQ(Found(page, "\n\\.It Fl ([A-Za-z]+)").size(), Options().size());
+  for (const Option& option : Options()) {
+    const std::size_t at = page.find(ManEntry(option));
+    EXPECT_NE(at, std::string::npos) << ManEntry(option);
+    EXPECT_EQ(page.find("\n.It Fl " + std::string(option.name) + "\n", at + 1), std::string::npos);
+  }
+  for (const char command : kEveryCommand)
+    EXPECT_NE(page.find(ManSynopsis(command)), std::string::npos) << ManSynopsis(command);
+  std::string letters = ".Cm c";
+  for (const char letter :
+       std::string(kEveryCommand.substr(1)) + Fitting(kEveryCommand, Spelling::kLetter))
+    letters += std::string(letter == 'f' ? " No and Cm " : " , ") + letter;
+  EXPECT_NE(page.find(letters + "\n"), std::string::npos) << letters;
+  EXPECT_NE(page.find(".Os \"moldex " MOLDEX_RELEASE "\"\n"), std::string::npos);
+}
+
+TEST(Help, CompletionsHaveTheOptionsOfTheTable) {
+  const auto row = [](std::string_view name, std::string_view value) {
+    return "    [" + std::string(name) + "]='" + std::string(value) + "'\n";
+  };
+  const char* const kinds[] = {"", "archive", "directory", "file", "mode"};
+  std::string argument;
+  std::string objects;
+  for (const Option& option : Options()) {
+    const std::string name = "-" + std::string(option.name);
+    const std::string kind = kinds[static_cast<int>(option.argument)];
+    argument += row(name, kind.empty() ? "none" : kind);
+    objects += "        [pscustomobject]@{ Name = '" + name +
+               "'; Group = " + (option.spelling == Spelling::kLetter ? "$true" : "$false") +
+               "; Argument = '" + kind + "'; Commands = '" + std::string(option.commands) +
+               "'; Text = '" + std::string(option.text) + "' }\n";
+  }
+  const std::string every(kEveryCommand);
+  const std::string all = every + Fitting(every, Spelling::kLetter);
+  std::string words = row("none", Fitting(every, Spelling::kWord));
+  std::string letters = row("all", all) + row("none", every);
+  for (const char& command : kEveryCommand) {
+    const std::string_view name(&command, 1);
+    words += row(name, Fitting(name, Spelling::kWord));
+    letters += row(name, Fitting(name, Spelling::kLetter));
+  }
+  const std::string tables = "  commands='" + every + "'\n  argument=(\n" + argument +
+                             "  )\n  words=(\n" + words + "  )\n  letters=(\n" + letters + "  )\n";
+  EXPECT_NE(Source("share/moldex.bash").find(tables), std::string::npos) << tables;
+  objects = "    $commands = '" + every + "'\n    $options = @(\n" + objects + "    )\n";
+  const std::string script = Source("share/moldex.ps1");
+  EXPECT_NE(script.find(objects), std::string::npos) << objects;
+  EXPECT_NE(script.find("'^[" + all + "]*$'"), std::string::npos);
 }
 
 TEST(Help, ManPageIsWithoutFaultAndReadable) {
-  const std::string page = MOLDEX_HELP_FOLDER "/moldex.1";
+  const std::string page = SHARE "moldex.1";
   EXPECT_EQ(Shell("mandoc -T lint -W warning,stop " + page), "");
   EXPECT_EQ(Shell("man --warnings -E UTF-8 -l -Tutf8 -Z " + page + " 2>&1 >/dev/null"), "");
   const std::string text = Shell("MANWIDTH=80 man -E ascii -l " + page + " | col -b");
@@ -98,24 +174,24 @@ std::set<int> Numbers(std::string_view text) {
   return numbers;
 }
 
-// Every status of the code is explained, no other is, and README.md or a page that it leads to has
-// the same table.
+// The man page explains every status of the code and no other; docs/manual.md has the same table.
 TEST(Help, StatusesAreThoseOfTheCodeAndOfTheDocuments) {
   std::set<int> explained;
+  std::istringstream page(Source("share/moldex.1"));
   std::string rows;
-  for (const StatusRow& row : kStatusTable) {
-    rows += "| " + std::string(row.statuses) + " | " + std::string(row.meaning) + " |\n";
-    explained.merge(Numbers(row.statuses));
+  for (std::string line; std::getline(page, line);) {
+    if (!line.starts_with(".It ") || std::isdigit(line[4]) == 0) continue;
+    explained.merge(Numbers(line.substr(4)));
+    rows += "| " + line.substr(4) + " | ";
+    std::getline(page, line);
+    rows += std::regex_replace(line, std::regex(R"(\\f[BP])"), "`") + " |\n";
   }
+  rows = std::regex_replace(rows, std::regex(R"(\\-)"), "-");
   std::set<int> used = {0};
   for (const std::string& number : Found(Source("src/report/error_codes.h"), "= ([0-9]+)[,\n ]"))
     used.insert(std::stoi(number));
   EXPECT_EQ(explained, used);
-  std::string documents = Source("README.md");
-  const auto docs = std::filesystem::path(MOLDEX_SOURCE_FOLDER) / "docs";
-  for (const auto& entry : std::filesystem::directory_iterator(docs))
-    if (entry.path().extension() == ".md") documents += ReadFile(entry.path());
-  EXPECT_NE(documents.find(rows), std::string::npos) << rows;
+  EXPECT_NE(Source("docs/manual.md").find(rows), std::string::npos) << rows;
 }
 
 TEST(Help, BashCompletesWhatFits) {
@@ -173,8 +249,8 @@ TEST(Help, BashCompletesWhatFits) {
   };
   std::string script =
       "cd '" + folder.Path().string() +
-      "' && . '" MOLDEX_HELP_FOLDER
-      "/moldex.bash'\nexport LC_ALL=C\n"
+      "' && . '" SHARE
+      "moldex.bash'\nexport LC_ALL=C\n"
       "words() { COMP_WORDS=(moldex \"$@\"); COMP_CWORD=$#; COMPREPLY=(); _moldex\n"
       "printf '%s\\n' \"${COMPREPLY[@]}\" | sort | paste -sd,; }\n";
   std::string expected;
@@ -192,7 +268,7 @@ TEST(Help, BashCompletesWhatFits) {
 TEST(Help, PowerShellScriptIsWellFormed) {
   std::string open;
   char quote = '\0';
-  std::istringstream lines(Page("moldex.ps1"));
+  std::istringstream lines(Source("share/moldex.ps1"));
   for (std::string line; std::getline(lines, line);) {
     if (line.find_first_not_of(' ') != std::string::npos &&
         line[line.find_first_not_of(' ')] == '#')
@@ -216,7 +292,7 @@ TEST(Help, PowerShellScriptIsWellFormed) {
     ASSERT_EQ(quote, '\0') << line;
   }
   EXPECT_EQ(open, "");
-  EXPECT_EQ(Found(Page("moldex.ps1"), "(-i?(eq|ne|match) '[^P])"), std::set<std::string>());
+  EXPECT_EQ(Found(Source("share/moldex.ps1"), "(-i?(eq|ne|match) '[^P])"), std::set<std::string>());
 }
 
 }  // namespace

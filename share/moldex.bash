@@ -1,12 +1,62 @@
-# Completion of moldex's command line in bash. Made when the program is built, from its own table of
-# options, so that it knows exactly those.
+# Completion of moldex's command line in bash. The options are those of src/run/option_table.cpp: the
+# test Help.* compares the two.
 
 _moldex() {
   # The letters of the commands; what the argument of each option is; and for each command, or none
   # so far, the options that are words and the letters that may stand in a group.
   local commands
   local -A argument words letters
-@bash
+  commands='catdxml'
+  argument=(
+    [-a]='none'
+    [-A]='file'
+    [-backup]='none'
+    [-c]='none'
+    [-C]='directory'
+    [-d]='none'
+    [-e]='none'
+    [-f]='archive'
+    [-flat]='none'
+    [-g]='none'
+    [-h]='none'
+    [-i]='none'
+    [-l]='none'
+    [-lower]='none'
+    [-m]='none'
+    [-n]='none'
+    [-p]='mode'
+    [-P]='none'
+    [-r]='none'
+    [-R]='directory'
+    [-s]='none'
+    [-t]='none'
+    [-T]='file'
+    [-v]='none'
+    [-V]='none'
+    [-x]='none'
+    [-X]='file'
+  )
+  words=(
+    [none]='-A -backup -C -e -flat -h -lower -n -p -P -R -T -V -X'
+    [c]='-A -backup -C -e -n -p -P -T -V -X'
+    [a]='-A -backup -e -n -p -P -T -V -X'
+    [t]='-A -backup -e -flat -n -R -V'
+    [d]='-A -backup -e -flat -n -V'
+    [x]='-A -backup -e -flat -h -lower -n -P -R -V'
+    [m]='-backup -e -n -V'
+    [l]='-A -backup -e -n -V -X'
+  )
+  letters=(
+    [all]='catdxmlgirsvf'
+    [none]='catdxml'
+    [c]='irvf'
+    [a]='irvf'
+    [t]='gsvf'
+    [d]='gvf'
+    [x]='gvf'
+    [m]='gf'
+    [l]=''
+  )
 
   local cur=${COMP_WORDS[COMP_CWORD]} command='' wanted='' given='' word i
   # What the words in front of the cursor say: which command, which options with an argument (each is

@@ -1,5 +1,0 @@
-# Run by CPack on what it is about to pack.
-file(GLOB_RECURSE pages ${CPACK_TEMPORARY_DIRECTORY}/*.1)
-if(pages)
-  execute_process(COMMAND gzip -9n ${pages} COMMAND_ERROR_IS_FATAL ANY)
-endif()
