@@ -12,12 +12,13 @@
 
 namespace {
 
+using moldex::CArchiveReader;
 using moldex::CContainer;
 using moldex::CDirEntry;
 using moldex::CRunContext;
 
 // False when the archive cannot be read on.
-bool Restore(CContainer& archive, CDirEntry& entry, bool to_disk) {
+bool Restore(CArchiveReader& archive, CDirEntry& entry, bool to_disk) {
   try {
     moldex::RestoreData(archive, entry, to_disk);
   } catch (const moldex::CExcept& failure) {
@@ -27,7 +28,8 @@ bool Restore(CContainer& archive, CDirEntry& entry, bool to_disk) {
 }
 
 void ReadThrough(const std::string& path, bool to_disk) {
-  CContainer archive(path, CContainer::kRead);
+  CContainer container(CRunContext::GetInstance(), path, CContainer::kRead);
+  CArchiveReader& archive = container.reader();
   if (!archive.CheckHeader()) return;
   const moldex::fuzz::MemoryFile place({});
   CDirEntry* entry = archive.FirstEntry();

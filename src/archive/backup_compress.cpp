@@ -4,8 +4,8 @@
 #include <limits>
 #include <span>
 
+#include "archive/archive_writer.h"
 #include "archive/checksum.h"
-#include "archive/container.h"
 #include "archive/data_blocks.h"
 #include "archive/dir_entry.h"
 #include "platform/interrupt.h"
@@ -19,7 +19,7 @@ constexpr std::uint64_t kLongestStream = std::numeric_limits<std::uint32_t>::max
 
 }  // namespace
 
-void CBackupCompress::Compress(CContainer& archive) {
+void CBackupCompress::Compress(CArchiveWriter& archive) {
   checksum_ = 0;
   total_bytes_ = 0;
   CheckLength();
@@ -51,7 +51,7 @@ std::size_t CBackupCompress::ReadPiece() {
 // Makes a stream of the piece in the input buffer, and returns the length of the piece that stands
 // there afterwards. Only when there is none was this the entry's last stream, which its last block
 // has to say: so the next piece is read as soon as the library has taken this one.
-std::size_t CBackupCompress::CompressPiece(CContainer& archive, std::size_t length) {
+std::size_t CBackupCompress::CompressPiece(CArchiveWriter& archive, std::size_t length) {
   CStreamWriter stream(archive, buffers_, static_cast<std::int32_t>(length));
   std::span<const std::uint8_t> piece(buffers_.input.data(), length);
   checksum_ = UpdateChecksum(checksum_, piece);

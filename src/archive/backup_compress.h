@@ -16,13 +16,13 @@ class CBackupCompress : public ICompressStrategy {
   // Throws CReadExcept when the system stops delivering, CCompExcept, CWriteExcept,
   // CSetFilePointerExcept when the header is out of reach, and CExcept when the stream is longer
   // than the size in the header can say.
-  void Compress(CContainer& archive) override;
+  void Compress(CArchiveWriter& archive) override;
   void SetEntry(CDirEntry* entry) override { entry_ = entry; }
 
  private:
   void CheckLength() const;
   std::size_t ReadPiece();
-  std::size_t CompressPiece(CContainer& archive, std::size_t length);
+  std::size_t CompressPiece(CArchiveWriter& archive, std::size_t length);
 
   CompressionBuffers& buffers_;
   CDirEntry* entry_ = nullptr;

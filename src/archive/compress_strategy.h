@@ -7,7 +7,7 @@
 
 namespace moldex {
 
-class CContainer;
+class CArchiveWriter;
 class CDirEntry;
 
 // The buffers that serve every entry of a run, so that nothing is allocated for one.
@@ -24,7 +24,7 @@ class ICompressStrategy {
  public:
   virtual ~ICompressStrategy() = default;
   // Writes the data blocks and the checksum of the entry that was set.
-  virtual void Compress(CContainer& archive) = 0;
+  virtual void Compress(CArchiveWriter& archive) = 0;
   // The entry whose data are next; it stays the caller's. May read its file, and set the size that
   // its header is to have. Throws CReadExcept.
   virtual void SetEntry(CDirEntry* entry) = 0;

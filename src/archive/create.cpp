@@ -50,7 +50,7 @@ void CCreate::WriteArchive() {
   const char* directory = options_.change_directory;
   if (directory != nullptr && !ChangeDirectory(directory)) throw CChgDirExcept(directory);
   strategy_ = MakeStrategy();
-  if (!appending_) archive_->WriteHeader();
+  if (!appending_) archive_->writer().WriteHeader(context_.long_names());
   status_line::HasTotalOf([this] { return CountBytes(options_, archive_->identity()); });
   CTreeWalk(*this, options_).WalkNames();
   FinishArchive();
@@ -63,8 +63,9 @@ void CCreate::OpenArchive() {
     throw COpenExcept(value);
   }
   try {
-    archive_ = std::make_unique<CContainer>(
-        context_.archive_name(), appending_ ? CContainer::kAppend : CContainer::kNewArchive);
+    archive_ =
+        std::make_unique<CContainer>(context_, context_.archive_name(),
+                                     appending_ ? CContainer::kAppend : CContainer::kNewArchive);
   } catch (const CInvalExcept&) {
     SetExitStatus(kErrorOldFormat);
     throw;
@@ -81,9 +82,9 @@ std::unique_ptr<ICompressStrategy> CCreate::MakeStrategy() {
 // appended to loses what this run added.
 void CCreate::FinishArchive() {
   const bool discard = context_.files_inaccessible() && !options_.ignore_inaccessible;
-  if (discard) archive_->CutBack();
+  if (discard) archive_->writer().CutBackToFormer();
   if (!discard || appending_ || !archive_->IsRegularFile()) {
-    archive_->Finish();
+    archive_->writer().Finish();
     return;
   }
   for (const std::string& line : DeleteArchive())
@@ -92,8 +93,8 @@ void CCreate::FinishArchive() {
 
 // After a failure. Returns what is to be said of it besides the failure itself.
 std::vector<std::string> CCreate::CleanUp() {
-  std::vector<std::string> lines = archive_->KeepWholeEntries();
-  if (lines.empty() && !appending_ && !archive_->HoldsEntries()) return DeleteArchive();
+  std::vector<std::string> lines = archive_->writer().KeepWholeEntries(context_.archive_path());
+  if (lines.empty() && !appending_ && !archive_->writer().HoldsEntries()) return DeleteArchive();
   return lines;
 }
 
@@ -103,7 +104,8 @@ std::vector<std::string> CCreate::DeleteArchive() {
   if (!archive_->IsRegularFile()) return {};
   const std::string& path = context_.archive_path();
   const auto status = QueryLinkStatus(path);
-  if (status && status->identity == archive_->identity() && archive_->Delete(path)) return {};
+  if (status && status->identity == archive_->identity() && archive_->writer().Delete(path))
+    return {};
   return {Shown("MOLDEX: could not delete the incomplete archive " + context_.archive_name())};
 }
 
@@ -112,9 +114,9 @@ void CCreate::HintAtRest() const {
   const std::string& name = context_.archive_name();
   if (!archive_->IsRegularFile()) {
     KeepHint("what " + name + " got of the archive is not complete");
-  } else if (appending_ || archive_->HoldsEntries()) {
+  } else if (appending_ || archive_->writer().HoldsEntries()) {
     KeepHint(name + " was left with its complete entries, the first " +
-             std::to_string(archive_->whole_bytes()) + " bytes");
+             std::to_string(archive_->writer().whole_bytes()) + " bytes");
   } else {
     KeepHint(name + " was deleted, since no entry was complete");
   }
@@ -184,7 +186,7 @@ bool CCreate::AddEntry(const std::string& name, const FileStatus& status,
   status_line::IsAt(name);
   entry->SetArchiveName(archive_name);
   if (options_.verbose) context_.log().PrintMessage("a " + archive_name);
-  entry->WriteTo(*archive_, utf8_name, *strategy_);
+  entry->WriteTo(archive_->writer(), utf8_name, *strategy_);
   if (options_.statistics) context_.statistics().CountFile();
   return true;
 }

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "archive/container.h"
+#include "archive/archive_writer.h"
 #include "base/bytes.h"
 #include "cscompr/cscompr.h"
 
@@ -37,7 +37,7 @@ bool CStreamWriter::WriteBlock(bool last_stream) {
   return true;
 }
 
-void WriteChecksum(CContainer& archive, std::uint32_t checksum) {
+void WriteChecksum(CArchiveWriter& archive, std::uint32_t checksum) {
   std::array<std::uint8_t, 4> bytes{};
   PutU32(bytes.data(), checksum);
   archive.Write(bytes);

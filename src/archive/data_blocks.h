@@ -15,7 +15,7 @@ namespace moldex {
 class CStreamWriter {
  public:
   // `length_bytes` is that of the whole stream.
-  CStreamWriter(CContainer& archive, CompressionBuffers& buffers, std::int32_t length_bytes)
+  CStreamWriter(CArchiveWriter& archive, CompressionBuffers& buffers, std::int32_t length_bytes)
       : archive_(archive), buffers_(buffers), length_bytes_(length_bytes) {}
 
   // Compresses from a piece into the output buffer; returns how much of it was taken. Empty when
@@ -32,7 +32,7 @@ class CStreamWriter {
   bool WriteBlock(bool last_stream);
 
  private:
-  CContainer& archive_;
+  CArchiveWriter& archive_;
   CompressionBuffers& buffers_;
   std::int32_t length_bytes_;
   std::int32_t code_ = 0;  // of the last call; 0 before the first
@@ -40,7 +40,7 @@ class CStreamWriter {
 };
 
 // The checksum behind an entry's last block. Throws CWriteExcept.
-void WriteChecksum(CContainer& archive, std::uint32_t checksum);
+void WriteChecksum(CArchiveWriter& archive, std::uint32_t checksum);
 
 }  // namespace moldex
 

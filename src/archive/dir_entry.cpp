@@ -5,8 +5,9 @@
 #include <cerrno>
 #include <limits>
 
+#include "archive/archive_reader.h"
+#include "archive/archive_writer.h"
 #include "archive/compress_strategy.h"
-#include "archive/container.h"
 #include "archive/entry_data.h"
 #include "archive/entry_info.h"
 #include "extraction/output_place.h"
@@ -38,7 +39,7 @@ void CDirEntry::Fill(const EntryHeader& header, std::string name,
   user_data_.assign(user_data.begin(), user_data.end());
 }
 
-void CDirEntry::Extract(CContainer& archive, bool to_disk) {
+void CDirEntry::Extract(CArchiveReader& archive, bool to_disk) {
   CRunContext& context = CRunContext::GetInstance();
   if (context.options().statistics) context.statistics().CountFile();
   if (context.options().verbose) {
@@ -144,7 +145,7 @@ void CDirEntry::FillFromAttributes() {
   header_.time_high = static_cast<std::uint32_t>(file_time >> 32);
 }
 
-void CDirEntry::WriteTo(CContainer& archive, const std::string& utf8_name,
+void CDirEntry::WriteTo(CArchiveWriter& archive, const std::string& utf8_name,
                         ICompressStrategy& strategy) {
   const bool has_data = header_.size_bytes() != 0 && file_.IsValid();
   if (has_data) strategy.SetEntry(this);

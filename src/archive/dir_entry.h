@@ -16,7 +16,8 @@
 
 namespace moldex {
 
-class CContainer;
+class CArchiveReader;
+class CArchiveWriter;
 class CLink;
 class ICompressStrategy;
 
@@ -37,7 +38,7 @@ class CDirEntry {
   // Creates the entry on disk and writes its data, or, with `to_disk` false, only proves that they
   // can be restored and match their checksum. Counts and, with -v, names the entry. Leaves the file
   // open for Finish.
-  virtual void Extract(CContainer& archive, bool to_disk);
+  virtual void Extract(CArchiveReader& archive, bool to_disk);
 
   // Gives an extracted file its date and permissions and closes it.
   virtual void Finish();
@@ -60,7 +61,7 @@ class CDirEntry {
 
   // Writes header, name and user data, and the data through the strategy. `utf8_name` is the
   // archive name in UTF-8. Throws CWriteExcept, CReadExcept, CCompExcept.
-  void WriteTo(CContainer& archive, const std::string& utf8_name, ICompressStrategy& strategy);
+  void WriteTo(CArchiveWriter& archive, const std::string& utf8_name, ICompressStrategy& strategy);
 
   void SetArchiveName(std::string name) { archive_name_ = std::move(name); }
   const std::string& archive_name() const { return archive_name_; }

@@ -5,8 +5,8 @@
 #include <memory>
 #include <span>
 
+#include "archive/archive_reader.h"
 #include "archive/checksum.h"
-#include "archive/container.h"
 #include "archive/dir_entry.h"
 #include "base/bytes.h"
 #include "cscompr/cscompr.h"
@@ -147,7 +147,7 @@ class CDataRestorer {
 
 }  // namespace
 
-void RestoreData(CContainer& archive, CDirEntry& entry, bool to_disk) {
+void RestoreData(CArchiveReader& archive, CDirEntry& entry, bool to_disk) {
   CDataRestorer restorer(entry, to_disk);
   DataBlock block;
   do {

@@ -4,8 +4,8 @@
 #include <array>
 #include <utility>
 
+#include "archive/archive_writer.h"
 #include "archive/checksum.h"
-#include "archive/container.h"
 #include "archive/data_blocks.h"
 #include "archive/dir_entry.h"
 #include "platform/backup_stream.h"
@@ -33,7 +33,7 @@ void CNormalCompress::SetEntry(CDirEntry* entry) {
   if (as_backup_stream_) entry->SetSize(length + kStreamIdBytes);
 }
 
-void CNormalCompress::Compress(CContainer& archive) {
+void CNormalCompress::Compress(CArchiveWriter& archive) {
   checksum_ = 0;
   if (as_backup_stream_) {
     CompressAsBackupStream(archive);
@@ -51,7 +51,7 @@ void CNormalCompress::Compress(CContainer& archive) {
 
 // The head and the file that was read ahead: as compressed streams of at most a piece, which tell a
 // reader what a long entry is.
-void CNormalCompress::CompressAsBackupStream(CContainer& archive) {
+void CNormalCompress::CompressAsBackupStream(CArchiveWriter& archive) {
   std::array<std::uint8_t, kStreamIdBytes> head{};
   EncodeStreamHead({kStreamData, 0, ready_.size(), 0}, head);
   const std::size_t first = std::min(ready_.size(), buffers_.input.size() - head.size());
@@ -67,7 +67,7 @@ void CNormalCompress::CompressAsBackupStream(CContainer& archive) {
   if (!rest.empty()) CompressChunk(archive, static_cast<std::int32_t>(rest.size()), true);
 }
 
-void CNormalCompress::CompressChunk(CContainer& archive, std::int32_t length, bool last) {
+void CNormalCompress::CompressChunk(CArchiveWriter& archive, std::int32_t length, bool last) {
   CStreamWriter stream(archive, buffers_, length);
   std::size_t left = static_cast<std::size_t>(length);
   std::span<const std::uint8_t> piece;

@@ -19,12 +19,12 @@ class CNormalCompress : public ICompressStrategy {
   explicit CNormalCompress(CompressionBuffers& buffers) : buffers_(buffers) {}
 
   // Throws CReadExcept when the file holds less than its header says, CCompExcept, CWriteExcept.
-  void Compress(CContainer& archive) override;
+  void Compress(CArchiveWriter& archive) override;
   void SetEntry(CDirEntry* entry) override;
 
  private:
-  void CompressAsBackupStream(CContainer& archive);
-  void CompressChunk(CContainer& archive, std::int32_t length, bool last);
+  void CompressAsBackupStream(CArchiveWriter& archive);
+  void CompressChunk(CArchiveWriter& archive, std::int32_t length, bool last);
   std::span<const std::uint8_t> NextPiece(std::size_t length);
   std::span<const std::uint8_t> ReadPiece(std::size_t length);
 

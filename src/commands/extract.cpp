@@ -1,6 +1,7 @@
 #include "commands/extract.h"
 
 #include <algorithm>
+#include <cerrno>
 
 #include "extraction/admission.h"
 #include "extraction/deferred_entries.h"
@@ -13,6 +14,7 @@
 #include "report/exit_status.h"
 #include "report/hints.h"
 #include "report/output.h"
+#include "report/system_error.h"
 
 namespace moldex {
 
@@ -34,9 +36,9 @@ bool EndsTheArchive(const CExcept& failure) {
 }
 
 // What is worth keeping of such an archive.
-std::string GoodPartOf(const CContainer& archive) {
+std::string GoodPartOf(const std::string& name, const CArchiveReader& archive) {
   const bool none = archive.whole_bytes() <= kArchiveHeaderBytes;
-  return Shown("MOLDEX: the good part of " + archive.name() + " ends at byte " +
+  return Shown("MOLDEX: the good part of " + name + " ends at byte " +
                std::to_string(archive.whole_bytes()) +
                (none ? ", before its first entry" : ", behind " + archive.whole_name()));
 }
@@ -70,11 +72,15 @@ void CExtract::Execute() {
 }
 
 void CExtract::ProcessArchive(const std::string& name) {
-  CContainer archive(name, CContainer::kRead);
+  CContainer container(context_, name, CContainer::kRead);
+  CArchiveReader& archive = container.reader();
   // Extraction may have to go over an archive more than once.
-  if (extracting_ && !archive.CanRewind()) throw COpenExcept(name);
+  if (extracting_ && !container.IsRegularFile()) {
+    RememberErrno(ESPIPE);
+    throw COpenExcept(name);
+  }
   if (!archive.CheckHeader()) throw CInvalExcept(name);
-  context_.files_in_use().Add(archive.identity());  // the name may have come to mean another file
+  context_.files_in_use().Add(container.identity());  // the name may have come to mean another file
   PrivilegeFailure refused;
   if (context_.long_names() && !AcquirePrivileges(&refused)) {
     throw CAddPrivilegeExcept(refused.privilege);
@@ -87,7 +93,7 @@ void CExtract::ProcessArchive(const std::string& name) {
     if (extracting_) HintAtRest();
     throw;
   } catch (CExcept& failure) {
-    if (!extracting_ && EndsTheArchive(failure)) failure.AddLine(GoodPartOf(archive));
+    if (!extracting_ && EndsTheArchive(failure)) failure.AddLine(GoodPartOf(name, archive));
     throw;
   }
   if (archive_count_ < selection_.name_count()) {
@@ -105,7 +111,7 @@ void CExtract::HintAtRest() const {
   KeepHint(text);
 }
 
-void CExtract::ProcessEntries(CContainer& archive) {
+void CExtract::ProcessEntries(CArchiveReader& archive) {
   const CEntrySelection selection_before = selection_;
   directories_wait_ = false;
   links_wait_ = 0;
@@ -125,7 +131,7 @@ void CExtract::ProcessEntries(CContainer& archive) {
 }
 
 // False for an entry that is left out.
-bool CExtract::ProcessEntry(CContainer& archive, CDirEntry& entry) {
+bool CExtract::ProcessEntry(CArchiveReader& archive, CDirEntry& entry) {
   if (!extracting_) {
     entry.Extract(archive, false);
     return true;

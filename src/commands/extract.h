@@ -27,8 +27,8 @@ class CExtract : public CCommand {
  private:
   void ProcessArchive(const std::string& name);
   void HintAtRest() const;
-  void ProcessEntries(CContainer& archive);
-  bool ProcessEntry(CContainer& archive, CDirEntry& entry);
+  void ProcessEntries(CArchiveReader& archive);
+  bool ProcessEntry(CArchiveReader& archive, CDirEntry& entry);
   void RestoreSecurityOf(const CDirEntry& entry);
   const char* Done() const { return extracting_ ? "extracted" : "tested"; }
 

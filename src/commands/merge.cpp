@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "archive/container.h"
+#include "archive/archive_format.h"
 #include "platform/file_handle.h"
 #include "platform/interrupt.h"
 #include "report/except.h"

@@ -25,7 +25,8 @@ void CType::Execute() {
 }
 
 void CType::ListArchive(const std::string& name) {
-  CContainer archive(name, CContainer::kRead);
+  CContainer container(context_, name, CContainer::kRead);
+  CArchiveReader& archive = container.reader();
   if (!archive.CheckHeader()) throw CInvalExcept(name);
   context_.log().PrintMessage("MOLDEX: processing archive " + name + "...");
   for (CDirEntry* entry = archive.FirstEntry(); entry != nullptr; entry = archive.NextEntry()) {

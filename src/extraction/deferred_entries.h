@@ -8,7 +8,7 @@
 
 #include <cstdint>
 
-#include "archive/container.h"
+#include "archive/archive_reader.h"
 #include "extraction/entry_selection.h"
 #include "run/run_context.h"
 
@@ -17,7 +17,7 @@ namespace moldex {
 class CDeferredEntries {
  public:
   // `selection` is the one that the walk over this archive began with.
-  CDeferredEntries(CRunContext& context, CContainer& archive, const CEntrySelection& selection)
+  CDeferredEntries(CRunContext& context, CArchiveReader& archive, const CEntrySelection& selection)
       : context_(context), archive_(archive), selection_(selection) {}
 
   // Makes the links; returns how many. A link is left out, and reported, when it would be made
@@ -35,7 +35,7 @@ class CDeferredEntries {
   void ForEach(Visit visit);
 
   CRunContext& context_;
-  CContainer& archive_;
+  CArchiveReader& archive_;
   const CEntrySelection& selection_;
 };
 
