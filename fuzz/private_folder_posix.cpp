@@ -9,10 +9,9 @@
 #include <numeric>
 #include <set>
 
+#include "driver/program.h"
 #include "fuzz/target.h"
 #include "report/exit_status.h"
-
-int MoldexMain(int argument_count, char** arguments);
 
 namespace moldex::fuzz {
 namespace {
@@ -63,7 +62,7 @@ int PrivateFolder::Run(std::vector<std::string> words) const {
     arguments.push_back(word.data());
   arguments.push_back(nullptr);
   SetExitStatus(0);
-  return MoldexMain(static_cast<int>(words.size()), arguments.data());
+  return Main(static_cast<int>(words.size()), arguments.data());
 }
 
 void PrivateFolder::PlantTarget(const std::string& name) const {

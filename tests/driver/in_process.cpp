@@ -1,9 +1,8 @@
 #include "driver/in_process.h"
 
+#include "driver/program.h"
 #include "report/exit_status.h"
 #include "run/run_context.h"
-
-int MoldexMain(int argument_count, char** arguments);
 
 namespace moldex::test {
 
@@ -17,7 +16,7 @@ RunResult RunInProcess(const std::filesystem::path& folder, const std::string& l
   if (prepare) prepare(CRunContext::GetInstance().options());
   RunResult result;
   ::testing::internal::CaptureStdout();
-  result.status = MoldexMain(static_cast<int>(words.size()), arguments.data());
+  result.status = Main(static_cast<int>(words.size()), arguments.data());
   result.out = ::testing::internal::GetCapturedStdout();
   std::filesystem::current_path(before);
   return result;

@@ -13,10 +13,8 @@
 #include <memory>
 #include <stdexcept>
 
+#include "driver/program.h"
 #include "support/tree.h"
-
-// The program's main, under another name in this build.
-int MoldexMain(int argument_count, char** arguments);
 
 namespace moldex::test {
 namespace {
@@ -163,7 +161,7 @@ namespace {
   if (prepare) prepare();
   armed = plans;
   running = true;
-  const int status = MoldexMain(static_cast<int>(words.size()), argv.data());
+  const int status = Main(static_cast<int>(words.size()), argv.data());
   running = false;
   (void)std::fflush(stdout);
   _exit(status);
