@@ -26,7 +26,7 @@ constexpr unsigned kReading = kUnpacking | Bit(kCommandList);
 struct Hint {
   int what;           // as in PrintedFailure
   int errno_value;    // 0 for any
-  unsigned commands;  // for which it is one
+  unsigned commands;  // bits of the commands that it helps
   const char* text;
 };
 
@@ -43,24 +43,24 @@ constexpr Hint kHints[] = {
     {kErrorNoOctalValue, 0, kAny, "-p takes permissions in octal digits, such as -p 644"},
     {kErrorListFormat, 0, kAny, "a line of -T is OLD|NEW, a line of -A or -X is a name"},
     {kErrorOpen, ENOENT, kAppend, "-c makes a new archive"},
-    {kErrorOpen, EACCES, kWriting, "-f names the archive; it has to be where you may write"},
+    {kErrorOpen, EACCES, kWriting, "-f names the archive; use a directory where you may write"},
     {kErrorWrite, ENOSPC, kWriting, "-f may name an archive on a volume that has more space"},
     {kErrorInaccessible, 0, kCreate,
-     "the archive was not kept; with -i it is, without the inaccessible files"},
+     "the archive was not kept; -i keeps it, without the inaccessible files"},
     {kErrorInaccessible, 0, kAppend,
-     "nothing was appended; with -i the rest is, without the inaccessible files"},
+     "nothing was appended; -i appends the rest, without the inaccessible files"},
     {kErrorNoLinkTarget, 0, kWriting, "-r stores links themselves, whatever they point to"},
     {kFailureInvalidArchive, 0, kAppend, "only a .QEL archive can be appended to; -c makes one"},
     {kFailureInvalidArchive, 0, kReading,
-     "archives to read are .QEL archives, and tar archives that are not compressed"},
+     "moldex reads .QEL archives, and tar archives that are not compressed"},
     {kFailureShortArchive, 0, kReading,
-     "the file is too short to be an archive; it may be a copy that was broken off"},
+     "the file is too short to be an archive; it may be an incomplete copy"},
     {kFailureNamesNotFound, 0, kUnpacking,
-     "moldex -tf ARCHIVE lists the names as they have to be given"},
+     "moldex -tf ARCHIVE lists the names to use"},
     {kFailureDamagedData, 0, kUnpacking, kDamageHint},
     {kErrorChecksum, 0, kUnpacking, kDamageHint},
     {kErrorRead, 0, kReading & ~Bit(kCommandVerify),
-     "moldex -df ARCHIVE says where its good part ends"},
+     "moldex -df ARCHIVE says where the good part ends"},
     {kErrorConversion, 0, kReading, "a UTF-8 locale has the characters of every name"},
     {kErrorWrite, ENOSPC, kExtract, "moldex -tsf ARCHIVE says how much space is missing"},
     {kErrorSetPermissions, 0, kExtract,

@@ -30,29 +30,28 @@ constexpr char kNotes[] =
 examples:
 MOLDEX -cvf backup.qel docs src          archive two directories
 MOLDEX -cf all.qel -C /srv/data .        everything below /srv/data, with relative names
-MOLDEX -tf backup.qel                    what is in it?
-MOLDEX -xvf backup.qel -R /tmp/restore   bring it back somewhere else
-MOLDEX -xf backup.qel docs/readme.txt    bring back one file
-MOLDEX -mf "new.qel all.qel"             put the entries of new.qel behind those of all.qel
+MOLDEX -tf backup.qel                    list the archive
+MOLDEX -xvf backup.qel -R /tmp/restore   extract it somewhere else
+MOLDEX -xf backup.qel docs/readme.txt    extract one file
+MOLDEX -mf "new.qel all.qel"             append the entries of new.qel to all.qel
 
 notes on names:
-Names are stored as they are given, without a drive and a leading "/" unless -P is used. An
-archive made with -P is extracted to where its absolute names say, unless -R names a directory.
-"." archives everything in the current directory, files that begin with "." included; "*" does
-not match those. A name on the command line of -x, -t and -d must be the name in the archive; the
-name of a directory selects what follows it and lies below it.
+Names are stored as they are given. Without -P they lose a drive and a leading "/". An archive
+made with -P is extracted to where its absolute names say, unless -R names a directory.
+"." archives everything in the current directory, including files that begin with "."; "*" does
+not match those. A name on the command line of -x, -t and -d must equal the name in the archive.
+The name of a directory selects the entries that follow it and lie below it.
 
 notes on the list of archives:
-The archives of -f are separated by blanks, or by "," when a name contains white space; "*" and
-"?" in their names are expanded by the program. A value that names an existing file is that
-archive.
+Blanks separate the archives of -f, or "," when a name contains white space. The program expands
+"*" and "?" in their names. A value that names an existing file is that archive.
 
 notes on the files of -A, -T and -X:
-One entry a line; lines that begin with "#" and empty lines are ignored. Names are relative to
-the current directory unless absolute, "/" is the path delimiter, and no patterns are expanded.
-A line of a -T file holds an old and a new name, separated by "|", or by white space when neither
-contains any. What lies below a renamed directory keeps its own name unless it is listed, too. A
-directory named in a -X file is excluded with everything below it.
+Each line holds one entry. Lines that begin with "#" and empty lines are ignored. Names are
+relative to the current directory unless they are absolute. "/" is the path delimiter, and
+patterns are not expanded. A line of a -T file holds an old and a new name, separated by "|", or
+by white space when neither contains any. Entries below a renamed directory keep their own names
+unless they are listed, too. A -X file excludes a directory with everything below it.
 )";
 
 // "-A FILE       : get names to include from FILE"

@@ -11,7 +11,7 @@ using Hint = ProgramTest;
 
 constexpr char kUsage[] = "moldex without arguments prints its options, with examples";
 constexpr char kShort[] =
-    "the file is too short to be an archive; it may be a copy that was broken off";
+    "the file is too short to be an archive; it may be an incomplete copy";
 constexpr char kNoName[] = "no: No such file or directory";
 constexpr char kNoHint[] = "";
 
@@ -38,7 +38,7 @@ TEST_F(Hint, FollowsTheFailureOnATerminalOnly) {
       {"-cf new.qel -p x text", "-p takes permissions in octal digits, such as -p 644"},
       {"-cPf new.qel text", kUsage, "-P stands alone, outside of groups of letters"},
       {"-cf new.qel no text",
-       "the archive was not kept; with -i it is, without the inaccessible files", kNoName},
+       "the archive was not kept; -i keeps it, without the inaccessible files", kNoName},
       {"-icf new.qel no text", kNoName},
       {"-icf new.qel no* text", "no*: no name matches"},
       {"-cf new.qel d/../text d/../short",
@@ -46,13 +46,13 @@ TEST_F(Hint, FollowsTheFailureOnATerminalOnly) {
       {"-cf new.qel dangling", "-r stores links themselves, whatever they point to"},
       {"-af text text", "only a .QEL archive can be appended to; -c makes one"},
       {"-af missing.qel text", "-c makes a new archive"},
-      {"-tf text", "archives to read are .QEL archives, and tar archives that are not compressed"},
-      {"-xf whole.qel no", "moldex -tf ARCHIVE lists the names as they have to be given",
+      {"-tf text", "moldex reads .QEL archives, and tar archives that are not compressed"},
+      {"-xf whole.qel no", "moldex -tf ARCHIVE lists the names to use",
        "no entry has the name no"},
       {"-tf whole.qel,whole.qel y no", "no entry has the name no"},
       {"-df damaged.qel",
        "the archive is damaged there; its other entries can still be extracted by their names"},
-      {"-tf cut.qel", "moldex -df ARCHIVE says where its good part ends"},
+      {"-tf cut.qel", "moldex -df ARCHIVE says where the good part ends"},
       {"-df cut.qel", kNoHint},
       {"-tf short", kShort},
       {"-df short", kShort},
