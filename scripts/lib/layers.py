@@ -1,7 +1,7 @@
-"""Checks who includes whom in src/: run from the repository's root.
+"""Checks the includes in src/; runs in the root of the repository.
 
-A module may include the modules that stand before it in ORDER, five of them even fewer. Exits 1 with
-a line for every include that goes the wrong way, and for every cycle of includes."""
+A module may include the modules before it in ORDER; MAY_INCLUDE names those that may include fewer.
+Exits 1 with a line for every include that goes the wrong way, and for every cycle of includes."""
 import os
 import re
 import sys

@@ -1,9 +1,8 @@
 """Checks the pages against what they speak of: run from the repository's root.
 
-Relative links lead to files and headings that exist; classes, functions, tests and files that are
-named stand in the sources; and the rooms that are named, on docs/architecture.md and in its
-picture, are the folders of src/ in the order that scripts/lib/layers.py enforces. Exits 1 with a
-line for everything that is not so."""
+Relative links lead to files and headings that exist. The sources contain every class, function, test
+and file that a page names. The modules in docs/architecture.md and in its picture are the folders of
+src/, in the order that scripts/lib/layers.py enforces. Exits 1 with a line for each fault."""
 import os
 import re
 import subprocess
@@ -52,14 +51,14 @@ def unknown_names(page, files, words):
             yield f"{page}: there is no file {name}"
 
 
-def wrong_rooms(order):
+def wrong_modules(order):
     if sorted(order) != sorted(d for d in os.listdir("src") if os.path.isdir(f"src/{d}")):
-        yield "scripts/lib/layers.py: its rooms are not the folders of src/"
+        yield "scripts/lib/layers.py: its modules are not the folders of src/"
     for page, pattern in [("docs/architecture.md", r"^\| `(\w+)/` \|"),
-                          ("docs/architecture.svg", r'class="room"[^>]*>(\w+)/<')]:
-        rooms = re.findall(pattern, read(page), re.MULTILINE)
-        if rooms != order:
-            yield f"{page}: rooms {rooms} instead of {order}"
+                          ("docs/architecture.svg", r'class="module"[^>]*>(\w+)/<')]:
+        modules = re.findall(pattern, read(page), re.MULTILINE)
+        if modules != order:
+            yield f"{page}: modules {modules} instead of {order}"
 
 
 def main():
@@ -71,7 +70,7 @@ def main():
     words = set(re.findall(r"\w+", "\n".join(map(read, sources))))
     order = re.findall(r'"(\w+)"', re.search(r"ORDER = \[(.*?)\]", read("scripts/lib/layers.py"),
                                              re.DOTALL).group(1))
-    faults = list(wrong_rooms(order))
+    faults = list(wrong_modules(order))
     for page in pages:
         faults += [*broken_links(page), *unknown_names(page, files, words)]
     print("\n".join(faults) if faults else f"{len(pages)} pages hold")
