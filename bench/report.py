@@ -7,26 +7,27 @@ import rows
 
 TEXT = """# Performance
 
-Written by `scripts/bench --report`, which anyone can run again; the last section is kept by hand in
-bench/tried.md. Absolute figures hold for this machine alone, ratios travel better: everything below
-was measured in one run, in turn, on one core, and the medians of {rounds} rounds are shown.
+`scripts/bench --report` writes this page, and anyone can run it again. The last section is written by
+hand, in bench/tried.md. Absolute figures hold only for this machine; ratios hold for others, too,
+more or less. All works were measured in one run, in turn, on one core. The tables show the medians
+of {rounds} rounds.
 
 ## Machine
 
 {machine}
 
-Measured on a tree of {files} files and {tree_mb:.0f} MB on tmpfs ({archives}); the codecs on
-{sample_count} samples of that tree, {sample_mb:.0f} MB; the list on an archive of {entries} entries
+The tree has {files} files and {tree_mb:.0f} MB on tmpfs ({archives}). The codecs ran on
+{sample_count} samples of that tree, {sample_mb:.0f} MB. The list ran on an archive of {entries} entries
 and {entries_mb:.0f} MB.
 
 ## Beside the peers
 
-Speeds (MB/s) compare as own by peer's, times (s) as own by peer's, too: a ratio of speeds is good
-when it is large, one of times when it is small. Codecs get processor time, input and output in
-pieces of 64 KiB; programs get {clock} time. zlib compresses with the encoder's window and matcher
-parameters: with its own default for the rest, which is a finer hash, and once more with the
-encoder's hash, where it takes exactly the encoder's decisions. libdeflate compresses with a window
-of 32 KB and a matcher of its own.
+Each ratio is the own figure divided by the peer's. A ratio of speeds (MB/s) is good when it is large,
+a ratio of times (s) when it is small. Codecs are measured in processor time, with input and output
+in pieces of 64 KiB; programs are measured in {clock} time. zlib compresses with the encoder's window
+and matcher parameters: once with its own default for the rest, which is a finer hash, and once with
+the encoder's hash, so that it takes exactly the encoder's decisions. libdeflate compresses with a
+window of 32 KB and a matcher of its own.
 
 {table}
 
@@ -119,7 +120,7 @@ def write(figures, docs, folder):
     names = {"a.qel": "moldex", "z.zip": "zip -2", "y.zip": "7zz"}
     text = TEXT.format(
         rounds=figures["rounds"], clock=figures["clock"], tried=tried,
-        machine=markdown(["what", "which"],
+        machine=markdown(["property", "value"],
                          [[key, str(value)] for key, value in figures["machine"].items()]),
         files=figures["tree"]["files"], tree_mb=figures["tree"]["bytes"] / 1e6,
         archives=", ".join(f"{size / 1e6:.1f} MB packed by {names[name]}"
