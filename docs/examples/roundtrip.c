@@ -103,6 +103,8 @@ static const char* Meaning(int32_t code) {
     case kCsBadState:
     case kCsNothingToDo:
       return "the library is not called as it has to be";
+    case kCsNoMemory:
+      return "no memory";
     case kCsNotAStream:
     case kCsBadAlgorithm:
     case kCsBadCodeWidth:

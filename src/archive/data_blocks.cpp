@@ -1,6 +1,7 @@
 #include "archive/data_blocks.h"
 
 #include <array>
+#include <new>
 
 #include "archive/archive_writer.h"
 #include "base/bytes.h"
@@ -18,6 +19,7 @@ std::optional<std::size_t> CStreamWriter::Compress(std::span<const std::uint8_t>
   code_ = CsCompr(length_bytes_, piece.data(), static_cast<std::int32_t>(piece.size()),
                   buffers_.output.data() + kBlockHeaderBytes,
                   static_cast<std::int32_t>(kLargestPayload), option, &taken, &produced);
+  if (code_ == kCsNoMemory) throw std::bad_alloc();
   if (code_ <= 0 || (taken == 0 && produced == 0)) return std::nullopt;
   produced_bytes_ = static_cast<std::size_t>(produced);
   return static_cast<std::size_t>(taken);

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <span>
 
 #include "archive/archive_reader.h"
@@ -88,6 +89,7 @@ class CDataRestorer {
     std::int32_t given = 0;
     last_code_ = CsDecompr(payload.data(), static_cast<std::int32_t>(payload.size()), room.data(),
                            static_cast<std::int32_t>(room.size()), option, &taken, &given);
+    if (last_code_ == kCsNoMemory) throw std::bad_alloc();
     const bool stuck = last_code_ == kCsOutputFull && taken == 0 && given == 0;
     if (last_code_ <= 0 || stuck) throw CDecompExcept(entry_.GetName(), last_code_);
     TakeOutput(room.first(static_cast<std::size_t>(given)));

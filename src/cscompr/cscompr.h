@@ -10,7 +10,9 @@
 // any time. The next first call starts a new one; if it is refused, there is none, and later calls
 // fail. One compression and one decompression may be in progress at a time, interleaved as the
 // caller likes; the state of both is library-wide and no call may run at the same time as another.
-// Nothing is allocated, thrown or printed.
+// The first stream of each algorithm and direction allocates its encoder or decoder, at most half a
+// megabyte, which is kept until the process ends. Nothing else is allocated; nothing is thrown or
+// printed.
 //
 // All lengths are bytes. Input and output are the caller's, do not overlap, and are kept by no
 // call; the two counters are never null. docs/examples holds the program that the loops below are
@@ -34,6 +36,7 @@ enum CsResult {
   kCsInputExhausted = 3,    // all input was read; the stream wants more
   kCsBadOutput = -10,       // output length negative, or too small for the header
   kCsBadInput = -11,        // input length negative, or a first piece shorter than the header
+  kCsNoMemory = -12,        // a first call finds no memory for its encoder or decoder
   kCsBadLength = -13,       // original length negative (LZH), or not positive (LZC)
   kCsSameBuffer = -14,      // LZC: input and output are the same buffer, in either direction
   kCsNullBuffer = -15,      // a buffer that is needed is null

@@ -1,12 +1,17 @@
-// What memory the system leaves to the program.
+// How much memory the system leaves to the program.
 #ifndef MOLDEX_PLATFORM_MEMORY_H_
 #define MOLDEX_PLATFORM_MEMORY_H_
 
 namespace moldex {
 
-// Whether the stack has room for every command. A stack that is too small ends the process without
-// a word in the middle of its work: to be asked before that begins. Always true where the system
-// gives every process the stack that it asks for.
+// Both are asked once, before a command begins, so that too little memory is reported before
+// anything is written.
+
+// Whether the system gives as much memory as every command needs. Lists of names come on top.
+bool MemorySuffices();
+
+// Whether the stack has space for every command; a stack that is too small ends the process without
+// a message. Always true where the system gives every process the stack that it asks for.
 bool StackSuffices();
 
 }  // namespace moldex

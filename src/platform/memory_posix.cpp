@@ -1,20 +1,25 @@
 #include "platform/memory.h"
 
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 namespace moldex {
 namespace {
 
+// Commands allocate up to about 1,000 KiB, names aside, most of it for coders and their buffers.
+constexpr std::size_t kNeededMemoryBytes = std::size_t{1280} * 1024;
+
 // Commands need about 20 KiB, and system libraries some more now and then.
-constexpr rlim_t kNeededBytes = 32 * 1024;
+constexpr rlim_t kNeededStackBytes = 32 * 1024;
 
 // The stack grows downwards from the texts of the environment, which count as part of it.
-rlim_t UsedBytes() {
+rlim_t UsedStackBytes() {
   const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
   std::uintptr_t top = here;
   for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable)
@@ -24,11 +29,21 @@ rlim_t UsedBytes() {
 
 }  // namespace
 
+// Asks the system itself: malloc may keep what it was given, and hand out memory in other ways
+// after so large a block.
+bool MemorySuffices() {
+  void* const block =
+      mmap(nullptr, kNeededMemoryBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (block == MAP_FAILED) return false;
+  munmap(block, kNeededMemoryBytes);
+  return true;
+}
+
 bool StackSuffices() {
   rlimit limit{};
   if (getrlimit(RLIMIT_STACK, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return true;
-  const rlim_t used = UsedBytes();
-  return limit.rlim_cur > used && limit.rlim_cur - used >= kNeededBytes;
+  const rlim_t used = UsedStackBytes();
+  return limit.rlim_cur > used && limit.rlim_cur - used >= kNeededStackBytes;
 }
 
 }  // namespace moldex
