@@ -38,7 +38,7 @@ void ReadThrough(const std::string& path, bool to_disk) {
     if (!archive.DataFollows()) continue;
     if (to_disk && !entry->file().Open(place.Path(), moldex::kOpenReadWrite)) std::abort();
     if (!Restore(archive, *entry, to_disk)) return;
-    entry->file().Close();  // what is open is locked
+    (void)entry->file().Close();  // what is open is locked
   }
 }
 

@@ -18,7 +18,7 @@ Passed Pass(ByteSpan bytes, Pieces pieces) {
   CBackupFilter filter;
   while (!bytes.empty() && !passed.refused) {
     const std::size_t size = pieces.Next(1, bytes.size());
-    const auto given = filter.Take(Copy(bytes.first(size)));
+    const auto given = filter.Feed(Copy(bytes.first(size)));
     passed.refused = !given;
     if (given) passed.bytes.insert(passed.bytes.end(), given->begin(), given->end());
     bytes = bytes.subspan(size);

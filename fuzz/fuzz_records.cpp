@@ -36,7 +36,7 @@ Bytes Parse(ByteSpan bytes, Pieces pieces, bool* at_end) {
   CBackupStreamParser parser;
   while (!bytes.empty()) {
     const std::size_t size = pieces.Next(1, bytes.size());
-    if (!parser.Take(Copy(bytes.first(size)), recorder)) break;
+    if (!parser.Feed(Copy(bytes.first(size)), recorder)) break;
     bytes = bytes.subspan(size);
   }
   *at_end = parser.AtStreamEnd();

@@ -72,15 +72,10 @@ void CArchiveReader::SkipBlock(bool last) {
   const std::uint64_t payload = GetU32(ReadExactly(kBlockHeaderBytes - kTypeBytes).data());
   const std::uint64_t distance = payload + (last ? kChecksumBytes : 0);
   if (distance > kLongestStep) throw CExcept("MOLDEX: error in second MoveFlPtr()");
-  switch (reader_->Skip(distance)) {
-    case CBufferedReader::SkipResult::kMoved:
-      data_wait_ = !last;
-      return;
-    case CBufferedReader::SkipResult::kBeyondEnd:
-      throw CReadExcept(archive_name_);
-    case CBufferedReader::SkipResult::kFailed:
-      throw CExcept("MOLDEX: error in second MoveFlPtr()");
-  }
+  const auto skipped = reader_->Skip(distance);
+  if (!skipped) throw CExcept("MOLDEX: error in second MoveFlPtr()");
+  if (*skipped == SkipResult::kBeyondEnd) throw CReadExcept(archive_name_);
+  data_wait_ = !last;
 }
 
 // Only when the next entry is asked for: until then the caller may find fault with this one.

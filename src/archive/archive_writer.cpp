@@ -50,8 +50,7 @@ void CArchiveWriter::PatchEntrySize(std::uint32_t header_position, std::uint32_t
   std::array<std::uint8_t, 8> field{};
   PutU32(field.data(), size_bytes);
   file_.SetPosition(header_position + static_cast<std::uint32_t>(kSizeFieldOffset));
-  const Transfer transfer = file_.Write(field);
-  if (!transfer.ok || transfer.bytes != field.size()) throw CWriteExcept(archive_name_);
+  if (!file_.WriteAll(field)) throw CWriteExcept(archive_name_);
   file_.SetPosition(end);
 }
 
@@ -102,7 +101,7 @@ std::vector<std::string> CArchiveWriter::KeepWholeEntries(const std::string& pat
 
 bool CArchiveWriter::Delete(const std::string& path) {
   // An archive that is open again is locked, so that nobody else begins to write into it.
-  return ReopenArchive(file_, path, former_.identity) && file_.Delete(path);
+  return ReopenArchive(file_, path, former_.identity) && file_.Delete(path).ok();
 }
 
 }  // namespace moldex

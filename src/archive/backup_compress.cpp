@@ -25,7 +25,7 @@ void CBackupCompress::Compress(CArchiveWriter& archive) {
   CheckLength();
   for (std::size_t length = ReadPiece(); length > 0;)
     length = CompressPiece(archive, length);
-  if (!entry_->file().FinishBackup()) throw CReadExcept(entry_->GetName());
+  if (!entry_->file().EndBackup()) throw CReadExcept(entry_->GetName());
   WriteChecksum(archive, checksum_);
   archive.PatchEntrySize(entry_->header_position(), static_cast<std::uint32_t>(total_bytes_));
 }
@@ -40,12 +40,12 @@ void CBackupCompress::CheckLength() const {
 // Reads the next piece into the input buffer; 0 at the end.
 std::size_t CBackupCompress::ReadPiece() {
   ThrowIfInterrupted();
-  const Transfer transfer = entry_->file().BackupRead(buffers_.input);
-  if (!transfer.ok) throw CReadExcept(entry_->GetName());
-  total_bytes_ += transfer.bytes;
+  const auto count = entry_->file().BackupRead(buffers_.input);
+  if (!count) throw CReadExcept(entry_->GetName());
+  total_bytes_ += *count;
   CheckLength();
-  status_line::DidMore(transfer.bytes);
-  return transfer.bytes;
+  status_line::DidMore(*count);
+  return *count;
 }
 
 // Makes a stream of the piece in the input buffer, and returns the length of the piece that stands

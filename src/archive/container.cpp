@@ -27,11 +27,11 @@ CContainer::CContainer(CRunContext& context, const std::string& archive_name, st
 void CContainer::OpenForAppending(CRunContext& context) {
   std::array<std::uint8_t, kArchiveStartBytes> start{};
   file_.SetPosition(0);
-  const Transfer transfer = file_.Read(start);
-  if (!transfer.ok) throw CReadExcept(name_);
-  const ArchiveFormat format = FormatOf(std::span(start).first(transfer.bytes));
+  const auto count = file_.Read(start);
+  if (!count) throw CReadExcept(name_);
+  const ArchiveFormat format = FormatOf(std::span(start).first(*count));
   if (format == ArchiveFormat::kOther) throw CInvalExcept(name_);
-  const bool is_cut_off = transfer.bytes > kArchiveHeaderBytes && transfer.bytes < start.size();
+  const bool is_cut_off = *count > kArchiveHeaderBytes && *count < start.size();
   if (is_cut_off) throw CReadExcept(name_);
   // What is added has to look like what is there.
   context.SetLongNames(format == ArchiveFormat::kVersion2LongNames);

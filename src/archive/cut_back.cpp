@@ -8,7 +8,7 @@ namespace moldex {
 std::optional<FileStatus> ReopenArchive(CFileHandle& file, const std::string& path,
                                         const FileIdentity& identity) {
   if (!file.IsValid() && !file.Open(path, kOpenReadWrite)) return std::nullopt;
-  auto status = file.Status();
+  auto status = file.Status().AsOptional();
   if (status && status->identity != identity) status.reset();
   return status;
 }

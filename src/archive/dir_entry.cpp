@@ -112,9 +112,9 @@ bool CDirEntry::OpenForReading() {
 // now says how many.
 bool CDirEntry::IsEmpty() {
   std::array<std::uint8_t, 1> byte{};
-  const Transfer transfer = file_.Read(byte);
-  if (!transfer.ok) return false;
-  if (transfer.bytes == 0) return true;
+  const auto count = file_.Read(byte);
+  if (!count) return false;
+  if (*count == 0) return true;
   const auto status = file_.Status();
   if (!status || status->size_bytes == 0) {
     RememberErrno(ENOTSUP);
@@ -153,7 +153,7 @@ void CDirEntry::WriteTo(CArchiveWriter& archive, const std::string& utf8_name,
   archive.WriteEntry(header_, utf8_name, user_data_);
   if (has_data) strategy.Compress(archive);
   archive.EndEntry();
-  file_.Close();
+  (void)file_.Close();
 }
 
 void CDirEntry::Print() const {

@@ -58,7 +58,7 @@ class CDataRestorer {
   void CheckEnd(std::uint32_t stored_checksum) {
     if (last_code_ != kCsEndOfStream) throw CDecompExcept(entry_.GetName(), last_code_);
     if (done_bytes_ != size()) FailLength();
-    if (kind_ == DataKind::kBackupStream && !entry_.file().FinishBackup()) FailLength();
+    if (kind_ == DataKind::kBackupStream && !entry_.file().EndBackup()) FailLength();
     if (checksum_ != stored_checksum) {
       throw CExcept("MOLDEX: checksum error in " + entry_.GetName(), kErrorChecksum, false);
     }
@@ -117,17 +117,19 @@ class CDataRestorer {
 
   void Deliver(std::span<const std::uint8_t> bytes) {
     if (!to_disk_ || bytes.empty()) return;
-    CFileHandle& file = entry_.file();
-    const Transfer transfer =
-        kind_ == DataKind::kBackupStream ? file.BackupWrite(bytes) : file.Write(bytes);
-    if (transfer.refused) {
+    const bool written = kind_ == DataKind::kBackupStream ? RestoreBackup(bytes)
+                                                          : entry_.file().WriteAll(bytes).ok();
+    if (!written) throw CWriteExcept(OutputPath(entry_.GetName()));
+  }
+
+  bool RestoreBackup(std::span<const std::uint8_t> bytes) {
+    const auto piece = entry_.file().BackupWrite(bytes);
+    if (piece == BackupPiece::kRefused) {
       throw CExcept("MOLDEX: error decompressing " + entry_.GetName() +
                         "; its backup stream would do more than restore a file",
                     kErrorBadLength, false);
     }
-    if (!transfer.ok || transfer.bytes != bytes.size()) {
-      throw CWriteExcept(OutputPath(entry_.GetName()));
-    }
+    return piece.ok();
   }
 
   [[noreturn]] void FailLength() const {

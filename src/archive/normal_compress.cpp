@@ -92,8 +92,7 @@ std::span<const std::uint8_t> CNormalCompress::NextPiece(std::size_t length) {
 std::span<const std::uint8_t> CNormalCompress::ReadPiece(std::size_t length) {
   const std::span<std::uint8_t> piece(buffers_.input.data(), length);
   ThrowIfInterrupted();
-  const Transfer transfer = entry_->file().Read(piece);
-  if (!transfer.ok || transfer.bytes != length) throw CReadExcept(entry_->GetName());
+  if (!entry_->file().ReadAll(piece)) throw CReadExcept(entry_->GetName());
   status_line::DidMore(length);
   return piece;
 }

@@ -27,7 +27,11 @@ bool IsStart(const std::string& name, const FileStatus& status) {
   return last == "." || last == ".." || StoredName(rules, name, false).empty();
 }
 
-[[noreturn]] void FailReading() { throw CExcept("MOLDEX: error in CCreate::ProcessDirectory"); }
+// A directory that could be opened but not read to its end fails the walk.
+void CheckReading(const DirectoryResult& outcome) {
+  if (outcome || outcome.error().step == DirectoryFailure::Step::kOpen) return;
+  throw CExcept("MOLDEX: error in CCreate::ProcessDirectory");
+}
 
 std::string WithoutTrailingSeparators(std::string_view name) {
   while (name.size() > 1 && EndsWithSeparator(SystemPathRules(), name))
@@ -73,11 +77,10 @@ void CTreeWalk::WalkPattern(std::string_view pattern) {
     VisitName(directory + *name);
     DrainLevels();
   }
-  if (names.Result() == DirectoryResult::kReadFailed) FailReading();
-  const bool complete = matched && names.Result() == DirectoryResult::kComplete;
+  CheckReading(names.Outcome());
+  const bool could_read = names.Outcome().ok();
   const std::string text(pattern);
-  if (complete || options_.IsExcluded(text)) return;
-  const bool could_read = names.Result() == DirectoryResult::kComplete;
+  if ((matched && could_read) || options_.IsExcluded(text)) return;
   visitor_.OnInaccessible(text, could_read ? "no name matches" : nullptr);
 }
 
@@ -93,7 +96,7 @@ bool CTreeWalk::IsMeant(const std::string& name) {
 
 // Where links are kept, whoever puts one in the place of a directory meanwhile must not lead the
 // walk elsewhere.
-std::optional<FileStatus> CTreeWalk::Look(const std::string& name, const Level* level) const {
+Result<FileStatus> CTreeWalk::Look(const std::string& name, const Level* level) const {
   if (options_.resolve_links) return QueryStatus(name);
   return level != nullptr ? QueryLinkStatusIn(level->identity, name) : QueryLinkStatus(name);
 }
@@ -126,11 +129,11 @@ void CTreeWalk::DrainLevels() {
       VisitName(JoinPath(level.path, *name), &level);
       continue;
     }
-    const DirectoryResult result = level.names.Result();
+    const DirectoryResult outcome = level.names.Outcome();
     const std::string path = std::move(level.path);
     levels_.pop_back();
-    if (result == DirectoryResult::kCannotOpen) visitor_.OnInaccessible(path, nullptr);
-    if (result == DirectoryResult::kReadFailed) FailReading();
+    CheckReading(outcome);
+    if (!outcome) visitor_.OnInaccessible(path, nullptr);
   }
 }
 

@@ -63,7 +63,7 @@ class CTreeWalk {
   void Walk(std::string_view name);
   void WalkPattern(std::string_view pattern);
   void VisitName(const std::string& name, const Level* level = nullptr);
-  std::optional<FileStatus> Look(const std::string& name, const Level* level) const;
+  Result<FileStatus> Look(const std::string& name, const Level* level) const;
   bool IsMeant(const std::string& name);
   void DrainLevels();
   bool IsBeingWalked(const FileIdentity& identity) const;

@@ -81,9 +81,9 @@ void CExtract::ProcessArchive(const std::string& name) {
   }
   if (!archive.CheckHeader()) throw CInvalExcept(name);
   context_.files_in_use().Add(container.identity());  // the name may have come to mean another file
-  PrivilegeFailure refused;
-  if (context_.long_names() && !AcquirePrivileges(&refused)) {
-    throw CAddPrivilegeExcept(refused.privilege);
+  if (context_.long_names()) {
+    const auto acquired = AcquirePrivileges();
+    if (!acquired) throw CAddPrivilegeExcept(acquired.error().what);
   }
   context_.log().PrintMessage("MOLDEX: processing archive " + name + "...");
   archive_count_ = 0;
@@ -158,11 +158,10 @@ bool CExtract::ProcessEntry(CArchiveReader& archive, CDirEntry& entry) {
 void CExtract::RestoreSecurityOf(const CDirEntry& entry) {
   if (entry.user_data().empty() || entry.AsSymbolicLink() != nullptr) return;
   if (IsTargetDirectory(entry.GetName())) return;
-  std::string why;
-  if (!RestoreSecurity(OutputPath(entry.GetName()), entry.user_data(), &why)) {
-    WriteOutput(why + '\n');
-    FlushOutput();
-  }
+  const auto restored = RestoreSecurity(OutputPath(entry.GetName()), entry.user_data());
+  if (restored) return;
+  WriteOutput(restored.error().what + SystemErrorText(restored.error().error) + '\n');
+  FlushOutput();
 }
 
 }  // namespace moldex

@@ -33,8 +33,8 @@ void CopyRest(CFileHandle& source, const std::string& source_name, std::uint64_t
     const std::span<std::uint8_t> chunk(
         buffer.data(),
         static_cast<std::size_t>(std::min<std::uint64_t>(kCopyBytes, remaining_bytes)));
-    if (source.Read(chunk).bytes < chunk.size()) throw CReadExcept(source_name);
-    if (target.Write(chunk).bytes < chunk.size()) throw CWriteExcept(target_name);
+    if (!source.ReadAll(chunk)) throw CReadExcept(source_name);
+    if (!target.WriteAll(chunk)) throw CWriteExcept(target_name);
     remaining_bytes -= chunk.size();
     status_line::DidMore(chunk.size());
   }
@@ -47,7 +47,7 @@ std::string CutBack(CFileHandle& target, const std::string& name, const FileStat
   if (former.kind != FileKind::kRegular) return {};
   interrupt::Mute();
   const bool open = target.IsValid() || target.Open(name, kOpenReadWrite);
-  const auto now = open ? target.Status() : std::nullopt;
+  const auto now = open ? target.Status().AsOptional() : std::nullopt;
   if (now && now->identity == former.identity && target.Truncate(former.size_bytes) &&
       target.Close()) {
     return {};

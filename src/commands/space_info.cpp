@@ -37,9 +37,8 @@ double FreeSpace(const std::string& location) {
 
 std::string DisplayedLocation(const std::string& location) {
   if (location != ".") return location;
-  const std::string directory = CurrentDirectory();
-  if (directory.empty()) return "the current directory";
-  return WithSlashes(SystemPathRules(), directory);
+  const auto directory = CurrentDirectory();
+  return directory ? WithSlashes(SystemPathRules(), *directory) : "the current directory";
 }
 
 void PrintRecord(double amount_bytes, const std::string& location) {

@@ -66,8 +66,10 @@ void Run(CRunContext& context) {
   if (options.statistics) {
     context.log().PrintMessage(std::string("running MOLDEX in release ") + ReleaseString());
   }
-  PrivilegeFailure failure;
-  if (options.acl && !AcquirePrivileges(&failure)) throw CAddPrivilegeExcept(failure.privilege);
+  if (options.acl) {
+    const auto acquired = AcquirePrivileges();
+    if (!acquired) throw CAddPrivilegeExcept(acquired.error().what);
+  }
   context.set_command_code(options.command_code);
   const CStatusLine progress(!options.verbose);
   MakeCommand(context)->Execute();

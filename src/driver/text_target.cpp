@@ -56,7 +56,7 @@ void SendTextPast(const CCmdLineOptions& options) {
 void RedirectOutput(const CCmdLineOptions& options, bool archive_is_output) {
   std::FILE* file = std::fopen(kRedirectFile, "a+");
   if (file != nullptr) std::fclose(file);
-  if (file != nullptr && IsArchive(options, QueryStatus(kRedirectFile))) {
+  if (file != nullptr && IsArchive(options, QueryStatus(kRedirectFile).AsOptional())) {
     SendTextPast(options);
   } else if (file == nullptr || !SendTextToFile(kRedirectFile, archive_is_output)) {
     std::fputs("MOLDEX: could not redirect stdout to file moldex_output\n", stderr);

@@ -32,11 +32,10 @@ std::string Spelling(const std::string& path) { return NormalisedName(SystemPath
 
 CExtractedDirectories& Directories() { return CRunContext::GetInstance().extracted_directories(); }
 
-std::optional<FileStatus> DirectoryStatus(const std::string& path) {
+Result<FileStatus> DirectoryStatus(const std::string& path) {
   auto status = QueryStatus(path);
   if (!status || status->kind == FileKind::kDirectory) return status;
-  RememberErrno(ENOTDIR);
-  return std::nullopt;
+  return RememberErrno(ENOTDIR);
 }
 
 // Creates the missing directories above the last component.
@@ -131,9 +130,11 @@ CFileHandle CreateOutputFile(const std::string& entry_name) {
   CFileHandle file;
   // Most files go where files went before: look for missing parents only when opening fails.
   const SystemError before = LastSystemError();
-  if (!path.empty() && file.Open(path, kOpenCreate | kOpenExtracted)) return file;
-  const int why = LastSystemError().errno_value;
-  if (path.empty() || why == ENOENT || why == ENOTDIR) {
+  const auto opened =
+      path.empty() ? RememberErrno(ENOENT) : file.Open(path, kOpenCreate | kOpenExtracted);
+  if (opened) return file;
+  const int why = opened.error().errno_value;
+  if (why == ENOENT || why == ENOTDIR) {
     RestoreSystemError(before);
     if (!CreateParents(path)) throw CCreateDirExcept(path);
     if (file.Open(path, kOpenCreate | kOpenExtracted)) return file;
@@ -178,15 +179,12 @@ void CreateOutputDirectory(const std::string& entry_name) {
     throw CCreateDirExcept(path);
   }
   const auto make = sets_permissions ? CreatePrivateDirectoryAt : CreateDirectoryAt;
-  switch (TestExistence(path)) {
-    case Existence::kExists:
-      OpenUp(path, sets_permissions);
-      return;
-    case Existence::kMissing:
-      if (!CreateParents(path) || !make(path)) throw CCreateDirExcept(path);
-      return;
-    case Existence::kUnknown:
-      throw CAccessExcept(path);
+  const auto existence = TestExistence(path);
+  if (!existence) throw CAccessExcept(path);
+  if (*existence == Existence::kExists) {
+    OpenUp(path, sets_permissions);
+  } else if (!CreateParents(path) || !make(path)) {
+    throw CCreateDirExcept(path);
   }
 }
 

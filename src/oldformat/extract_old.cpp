@@ -130,10 +130,7 @@ void CExtractOld::Extract(COldArchive& archive, CDirEntry& entry) {
 void CExtractOld::WriteData(COldArchive& archive, CDirEntry& entry) {
   for (auto piece = archive.Data(); !piece.empty(); piece = archive.Data()) {
     ThrowIfInterrupted();
-    const Transfer transfer = entry.file().Write(piece);
-    if (!transfer.ok || transfer.bytes != piece.size()) {
-      throw CWriteExcept(OutputPath(entry.GetName()));
-    }
+    if (!entry.file().WriteAll(piece)) throw CWriteExcept(OutputPath(entry.GetName()));
   }
 }
 

@@ -175,9 +175,9 @@ void CTarReader::SkipData() {
     if (reader_->Failed()) throw CReadExcept(archive_name_);
     if (!whole) FailShort();
   } else {
-    const auto result = reader_->Skip(data_left_ + padding_);
-    if (result == CBufferedReader::SkipResult::kBeyondEnd) FailShort();
-    if (result == CBufferedReader::SkipResult::kFailed) throw CReadExcept(archive_name_);
+    const auto skipped = reader_->Skip(data_left_ + padding_);
+    if (!skipped) throw CReadExcept(archive_name_);
+    if (*skipped == SkipResult::kBeyondEnd) FailShort();
   }
   data_left_ = padding_ = 0;
 }

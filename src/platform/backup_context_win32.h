@@ -14,11 +14,11 @@ struct CFileHandle::BackupContext {
   BackupContext& operator=(const BackupContext&) = delete;
   ~BackupContext() { (void)Release(); }
 
-  // Lets the system forget the context; it is the function that made it that takes it back.
-  bool Release();
+  // Gives the context back to the system, through the function that made it.
+  Result<void> Release();
 
   bool reading;
-  CBackupFilter filter;  // writing: what may reach the system
+  CBackupFilter filter;  // writing: the streams that may reach the system
   void* context = nullptr;
 };
 

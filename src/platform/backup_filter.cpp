@@ -41,12 +41,12 @@ bool IsStreamName(std::span<const std::uint8_t> bytes) {
 
 }  // namespace
 
-std::optional<std::span<const std::uint8_t>> CBackupFilter::Take(
+std::optional<std::span<const std::uint8_t>> CBackupFilter::Feed(
     std::span<const std::uint8_t> bytes) {
   bytes_.erase(bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(given_out_));
   bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
   given_out_ = 0;
-  if (!parser_.Take(bytes, *this)) return std::nullopt;
+  if (!parser_.Feed(bytes, *this)) return std::nullopt;
   given_out_ = bytes_.size() - parser_.UnjudgedBytes();
   return std::span<const std::uint8_t>(bytes_).first(given_out_);
 }

@@ -19,9 +19,9 @@ class CBackupFilter : private IBackupSink {
   // The bytes that follow those given out before, valid until the next call. Empty when the stream
   // holds anything but a file's bytes, extended attributes, security, named streams and sparse
   // blocks, or names a stream otherwise than ":name" or ":name:$DATA"; nothing is given out then.
-  std::optional<std::span<const std::uint8_t>> Take(std::span<const std::uint8_t> bytes);
+  std::optional<std::span<const std::uint8_t>> Feed(std::span<const std::uint8_t> bytes);
 
-  // Whether everything taken so far is whole streams.
+  // Whether everything fed so far is whole streams.
   bool AtStreamEnd() const { return parser_.AtStreamEnd(); }
 
  private:

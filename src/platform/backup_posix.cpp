@@ -18,6 +18,7 @@ namespace {
 
 constexpr char kUserSpace[] = "user.";
 constexpr std::size_t kUserSpaceLength = sizeof(kUserSpace) - 1;
+
 std::vector<char> AttributeNames(int descriptor) {
   const ssize_t size = flistxattr(descriptor, nullptr, 0);
   if (size <= 0) return {};
@@ -29,14 +30,14 @@ std::vector<char> AttributeNames(int descriptor) {
 
 std::vector<ExtendedAttribute> ReadAttributes(int descriptor) {
   std::vector<ExtendedAttribute> list;
-  std::size_t room = kLongestExtended;
+  std::size_t space = kLongestExtended;
   const std::vector<char> names = AttributeNames(descriptor);
   for (std::size_t at = 0; at < names.size(); at += std::strlen(&names[at]) + 1) {
     const char* name = &names[at];
     if (std::strncmp(name, kUserSpace, kUserSpaceLength) != 0) continue;
     const ssize_t size = fgetxattr(descriptor, name, nullptr, 0);
-    if (size < 0 || static_cast<std::size_t>(size) > room) continue;
-    room -= static_cast<std::size_t>(size);
+    if (size < 0 || static_cast<std::size_t>(size) > space) continue;
+    space -= static_cast<std::size_t>(size);
     std::vector<std::uint8_t> value(static_cast<std::size_t>(size));
     if (fgetxattr(descriptor, name, value.data(), value.size()) != size) continue;
     list.push_back({name + kUserSpaceLength, std::move(value)});
@@ -52,10 +53,10 @@ void AppendHead(const StreamHead& head, std::vector<std::uint8_t>* bytes) {
 
 }  // namespace
 
-Transfer CFileHandle::BackupRead(std::span<std::uint8_t> buffer) {
+Result<std::size_t> CFileHandle::BackupRead(std::span<std::uint8_t> buffer) {
   if (!backup_) {
     const auto status = Status();
-    if (!status) return {};
+    if (!status) return status.error();
     backup_ = std::make_unique<BackupContext>();
     backup_->data_left = status->size_bytes;
     const auto attributes = EncodeExtendedAttributes(ReadAttributes(static_cast<int>(handle_)));
@@ -71,10 +72,11 @@ Transfer CFileHandle::BackupRead(std::span<std::uint8_t> buffer) {
   context.front_done += front;
   const std::size_t wanted =
       static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size() - front, context.data_left));
-  const Transfer data = Read(buffer.subspan(front, wanted));
-  if (data.ok && data.bytes < wanted) RememberErrno(EIO);  // the file has become shorter
-  context.data_left -= data.bytes;
-  return {data.ok && data.bytes == wanted, front + data.bytes};
+  const auto count = Read(buffer.subspan(front, wanted));
+  if (!count) return count;
+  if (*count < wanted) return RememberErrno(EIO);  // the file has become shorter
+  context.data_left -= wanted;
+  return front + wanted;
 }
 
 namespace {
@@ -84,10 +86,7 @@ class CFileSink : public IBackupSink {
  public:
   CFileSink(CFileHandle& file, int descriptor) : file_(file), descriptor_(descriptor) {}
 
-  bool OnData(std::span<const std::uint8_t> bytes) override {
-    const Transfer transfer = file_.Write(bytes);
-    return transfer.ok && transfer.bytes == bytes.size();
-  }
+  bool OnData(std::span<const std::uint8_t> bytes) override { return file_.WriteAll(bytes).ok(); }
 
   bool OnPosition(std::uint64_t position) override {
     if (lseek(descriptor_, static_cast<off_t>(position), SEEK_SET) >= 0) return true;
@@ -112,19 +111,19 @@ class CFileSink : public IBackupSink {
 
 }  // namespace
 
-Transfer CFileHandle::BackupWrite(std::span<const std::uint8_t> bytes) {
-  if (!Settle()) return {};
+Result<BackupPiece> CFileHandle::BackupWrite(std::span<const std::uint8_t> bytes) {
+  const auto moved = MoveToSkipped();
+  if (!moved) return moved.error();
   if (!backup_) backup_ = std::make_unique<BackupContext>();
   CFileSink sink(*this, static_cast<int>(handle_));
-  if (!backup_->parser.Take(bytes, sink)) return {};
-  return {true, bytes.size()};
+  if (!backup_->parser.Feed(bytes, sink)) return LastSystemError();
+  return BackupPiece::kRestored;
 }
 
-bool CFileHandle::FinishBackup() {
+Result<void> CFileHandle::EndBackup() {
   const auto context = std::move(backup_);
-  if (!context || context->parser.AtStreamEnd()) return true;
-  RememberErrno(EIO);  // the archive's stream ends in the middle
-  return false;
+  if (!context || context->parser.AtStreamEnd()) return {};
+  return RememberErrno(EIO);  // the archive's stream ends in the middle
 }
 
 }  // namespace moldex

@@ -93,7 +93,7 @@ std::optional<ExtendedAttributeView> TakeExtendedAttribute(std::span<const std::
                                bytes.subspan(record_bytes - value_bytes, value_bytes)};
 }
 
-bool CBackupStreamParser::Take(std::span<const std::uint8_t> bytes, IBackupSink& sink) {
+bool CBackupStreamParser::Feed(std::span<const std::uint8_t> bytes, IBackupSink& sink) {
   while (!bytes.empty() && !refused_)
     bytes = bytes.subspan(TakePart(bytes, sink));
   return !refused_;

@@ -83,12 +83,12 @@ class IBackupSink {
 class CBackupStreamParser {
  public:
   // False when the sink refused something.
-  bool Take(std::span<const std::uint8_t> bytes, IBackupSink& sink);
+  bool Feed(std::span<const std::uint8_t> bytes, IBackupSink& sink);
 
-  // Whether everything taken so far is whole streams.
+  // Whether everything fed so far is whole streams.
   bool AtStreamEnd() const { return head_bytes_.empty() && name_left_ == 0 && stream_left_ == 0; }
 
-  // How many of the last bytes taken are a head, or a head and a name, that has not arrived whole.
+  // How many of the last bytes fed are a head, or a head and a name, that has not arrived whole.
   std::size_t UnjudgedBytes() const;
 
  private:

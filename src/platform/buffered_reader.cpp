@@ -5,12 +5,13 @@
 
 #include "platform/interrupt.h"
 #include "report/status_line.h"
+#include "report/system_error.h"
 
 namespace moldex {
 namespace {
 
-// After a skip little is read: the next header, most likely, with another skip behind it. Every
-// read without a skip before it doubles the amount.
+// After a skip little is read: the next header, most likely, with another skip after it. Every read
+// without a skip before it doubles the amount.
 constexpr std::size_t kSmallRead = 512;
 constexpr std::size_t kLargeRead = CBufferedReader::kCapacity;
 
@@ -44,15 +45,24 @@ void CBufferedReader::Fill(std::size_t wanted) {
   begin_ = 0;
   const std::size_t missing = wanted - end_;
   const std::size_t amount = std::min(std::max(missing, read_ahead_), buffer_.size() - end_);
-  const Transfer transfer = file_.Read({buffer_.data() + end_, amount});
-  end_ += transfer.bytes;
-  position_ += transfer.bytes;
+  ReadInto({buffer_.data() + end_, amount});
   status_line::Reached(position_);
-  failed_ = !transfer.ok;
   read_ahead_ = std::min(read_ahead_ * 2, kLargeRead);
 }
 
-CBufferedReader::SkipResult CBufferedReader::Skip(std::uint64_t distance) {
+// What was read before a failure is handed out like any other bytes.
+void CBufferedReader::ReadInto(std::span<std::uint8_t> space) {
+  while (!space.empty()) {
+    const auto count = file_.ReadSome(space);
+    failed_ = !count;
+    if (failed_ || *count == 0) return;
+    end_ += *count;
+    position_ += *count;
+    space = space.subspan(*count);
+  }
+}
+
+Result<SkipResult> CBufferedReader::Skip(std::uint64_t distance) {
   if (distance <= Held()) {
     begin_ += static_cast<std::size_t>(distance);
     return SkipResult::kMoved;
@@ -61,13 +71,14 @@ CBufferedReader::SkipResult CBufferedReader::Skip(std::uint64_t distance) {
   const std::uint64_t rest = distance - Held();
   if (known_size_ - std::min(position_, known_size_) < rest) {
     const auto status = file_.Status();  // the file may have grown
-    if (!status) return SkipResult::kFailed;
+    if (!status) return status.error();
     known_size_ = status->size_bytes;
     if (known_size_ - std::min(position_, known_size_) < rest) return SkipResult::kBeyondEnd;
   }
   for (std::uint64_t left = rest; left > 0;) {
     const std::uint64_t step = std::min(left, kLargestStep);
-    if (!file_.Skip(static_cast<std::int32_t>(step), 0)) return SkipResult::kFailed;
+    const auto skipped = file_.Skip(static_cast<std::int32_t>(step), 0);
+    if (!skipped) return skipped.error();
     left -= step;
   }
   position_ += rest;
@@ -77,11 +88,11 @@ CBufferedReader::SkipResult CBufferedReader::Skip(std::uint64_t distance) {
   return SkipResult::kMoved;
 }
 
-CBufferedReader::SkipResult CBufferedReader::SkipByReading(std::uint64_t distance) {
+Result<SkipResult> CBufferedReader::SkipByReading(std::uint64_t distance) {
   while (distance > 0) {
     const std::size_t piece =
         Take(static_cast<std::size_t>(std::min<std::uint64_t>(distance, kCapacity))).size();
-    if (failed_) return SkipResult::kFailed;
+    if (failed_) return LastSystemError();
     if (piece == 0) return SkipResult::kBeyondEnd;
     distance -= piece;
   }

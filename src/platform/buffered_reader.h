@@ -10,6 +10,9 @@
 
 namespace moldex {
 
+// How a skip ended that did not fail.
+enum class SkipResult { kMoved, kBeyondEnd };
+
 class CBufferedReader {
  public:
   // The largest piece that Take can give, in bytes.
@@ -26,11 +29,11 @@ class CBufferedReader {
   // The same without consuming them.
   std::span<const std::uint8_t> Peek(std::size_t count);
 
-  enum class SkipResult { kMoved, kBeyondEnd, kFailed };
+  // Moves forward. kBeyondEnd when the file ends before that place; the position is undefined then,
+  // and after a failure. Throws CInterruptExcept.
+  Result<SkipResult> Skip(std::uint64_t distance);
 
-  // Moves forward. kBeyondEnd when the file ends before; the position is undefined then.
-  SkipResult Skip(std::uint64_t distance);
-
+  // Whether a read failed. Its error was remembered then.
   bool Failed() const { return failed_; }
   // Where in the file the next byte stands.
   std::uint64_t Position() const { return position_ - Held(); }
@@ -38,7 +41,8 @@ class CBufferedReader {
  private:
   std::size_t Held() const { return end_ - begin_; }
   void Fill(std::size_t wanted);
-  SkipResult SkipByReading(std::uint64_t distance);
+  void ReadInto(std::span<std::uint8_t> space);
+  Result<SkipResult> SkipByReading(std::uint64_t distance);
 
   CFileHandle& file_;
   std::vector<std::uint8_t> buffer_;

@@ -12,14 +12,14 @@ namespace moldex {
 
 class CBufferedWriter {
  public:
-  // `file` stays the caller's and must outlive the writer; between Flush and Write its position
-  // may be moved by others.
+  // `file` stays the caller's and must outlive the writer. Others may move its position between
+  // Flush and Write.
   explicit CBufferedWriter(CFileHandle& file);
 
-  // False when the system wrote less than it was given; what follows is not written then.
-  bool Write(std::span<const std::uint8_t> bytes);
-  bool Flush();
-  // Forgets what was not handed to the system yet.
+  // Both fail when the system does not take all bytes. The bytes in the buffer are lost then.
+  Result<void> Write(std::span<const std::uint8_t> bytes);
+  Result<void> Flush();
+  // Forgets the bytes that the system was not given yet.
   void Drop() { used_ = 0; }
   std::size_t PendingBytes() const { return used_; }
 

@@ -46,8 +46,8 @@ void CSortedDirectory::ReadBatch() {
   const auto keep = [this](const char* name) {
     if (!accept_ || accept_(name)) Keep(name);
   };
-  result_ = VisitDirectory(path_, keep, identity_);
-  if (result_ != DirectoryResult::kComplete) {
+  outcome_ = VisitDirectory(path_, keep, identity_);
+  if (!outcome_) {
     while (!names_.empty())
       DropLast();
     complete_ = true;

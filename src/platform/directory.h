@@ -9,15 +9,23 @@
 #include <vector>
 
 #include "platform/file_status.h"
+#include "platform/result.h"
 
 namespace moldex {
 
-enum class DirectoryResult { kComplete, kCannotOpen, kReadFailed };
+// Why the names of a directory did not come, or not all of them.
+struct DirectoryFailure {
+  enum class Step { kOpen, kRead };
+  Step step = Step::kOpen;
+  SystemError error;
+};
+using DirectoryResult = Result<void, DirectoryFailure>;
 
 // Calls `visit` for every name in a directory but "." and "..", in the order of the file system. An
-// empty path means the current directory. The system's error is remembered. A name that has no form
-// in the local code page comes with "?" for what has none: no object is found under it. With an
-// identity, another directory under the path cannot be opened, as far as the system can tell.
+// empty path means the current directory. A missing directory fails at kOpen; a failure at kRead
+// comes after some names. The error is remembered for messages. A character of a name that has no
+// form in the local code page becomes "?": no object is found under that name. With an identity,
+// another directory under the path fails at kOpen, as far as the system can tell.
 DirectoryResult VisitDirectory(const std::string& path,
                                const std::function<void(const char*)>& visit,
                                const std::optional<FileIdentity>& identity = std::nullopt);
@@ -63,9 +71,9 @@ class CSortedDirectory {
   // Only names for which `accept` holds are handed out.
   void SetFilter(std::function<bool(const char*)> accept) { accept_ = std::move(accept); }
 
-  // The next name; empty at the end, and when the directory cannot be read, which Result tells.
+  // The next name; empty at the end, and after a failure, which Outcome tells.
   std::optional<std::string> Next();
-  DirectoryResult Result() const { return result_; }
+  const DirectoryResult& Outcome() const { return outcome_; }
 
  private:
   friend class CNameMemory;
@@ -83,7 +91,7 @@ class CSortedDirectory {
   std::size_t held_bytes_ = 0;
   std::string last_;  // the last name that was handed out; empty before the first
   bool complete_ = false;
-  DirectoryResult result_ = DirectoryResult::kComplete;
+  DirectoryResult outcome_;
 };
 
 }  // namespace moldex

@@ -25,16 +25,13 @@ bool IsSelfOrParent(const char* name) {
 DirectoryResult VisitDirectory(const std::string& path,
                                const std::function<void(const char*)>& visit,
                                const std::optional<FileIdentity>& identity) {
+  using enum DirectoryFailure::Step;
   const std::unique_ptr<DIR, CloseDirectory> directory(opendir(path.empty() ? "." : path.c_str()));
-  if (!directory) {
-    RememberSystemError();
-    return DirectoryResult::kCannotOpen;
-  }
+  if (!directory) return DirectoryFailure{kOpen, RememberSystemError()};
   struct stat record {};
   if (identity &&
       (fstat(dirfd(directory.get()), &record) != 0 || ToFileStatus(record).identity != *identity)) {
-    RememberErrno(ESTALE);
-    return DirectoryResult::kCannotOpen;
+    return DirectoryFailure{kOpen, RememberErrno(ESTALE)};
   }
   for (;;) {
     errno = 0;
@@ -42,9 +39,8 @@ DirectoryResult VisitDirectory(const std::string& path,
     if (entry == nullptr) break;
     if (!IsSelfOrParent(entry->d_name)) visit(entry->d_name);
   }
-  if (errno == 0) return DirectoryResult::kComplete;
-  RememberSystemError();
-  return DirectoryResult::kReadFailed;
+  if (errno == 0) return {};
+  return DirectoryFailure{kRead, RememberSystemError()};
 }
 
 }  // namespace moldex

@@ -17,14 +17,6 @@
 namespace moldex {
 namespace {
 
-// Remembers the error of a call that returned non-zero.
-template <typename Call>
-bool Succeeds(Call call) {
-  if (Retrying(call) == 0) return true;
-  RememberSystemError();
-  return false;
-}
-
 FileKind KindOf(mode_t mode) {
   if (S_ISREG(mode)) return FileKind::kRegular;
   if (S_ISDIR(mode)) return FileKind::kDirectory;
@@ -39,16 +31,12 @@ std::uint32_t AttributesOf(mode_t mode) {
   return read_only != 0 ? read_only : kAttributeNormal;
 }
 
-bool MakeDirectory(const std::string& path, mode_t mode) {
-  if (Retrying([&] { return mkdir(path.c_str(), mode); }) == 0) return true;
-  if (errno != EEXIST) {
-    RememberSystemError();
-    return false;
-  }
+Result<void> MakeDirectory(const std::string& path, mode_t mode) {
+  if (Retrying([&] { return mkdir(path.c_str(), mode); }) == 0) return {};
+  if (errno != EEXIST) return RememberSystemError();
   struct stat record {};
-  if (stat(path.c_str(), &record) == 0 && S_ISDIR(record.st_mode)) return true;
-  RememberErrno(ENOTDIR);
-  return false;
+  if (stat(path.c_str(), &record) == 0 && S_ISDIR(record.st_mode)) return {};
+  return RememberErrno(ENOTDIR);
 }
 
 struct FreeMemory {
@@ -83,21 +71,20 @@ mode_t PermissionsOf(std::uint32_t attributes, bool executable) {
 
 PathRules SystemPathRules() { return PathRules::kPosix; }
 
-std::optional<FileStatus> QueryStatus(const std::string& path) {
+Result<FileStatus> QueryStatus(const std::string& path) {
   struct stat record {};
-  if (!Succeeds([&] { return stat(path.c_str(), &record); })) return std::nullopt;
+  if (Retrying([&] { return stat(path.c_str(), &record); }) != 0) return RememberSystemError();
   return ToFileStatus(record);
 }
 
-std::optional<FileStatus> QueryLinkStatus(const std::string& path) {
+Result<FileStatus> QueryLinkStatus(const std::string& path) {
   struct stat record {};
-  if (!Succeeds([&] { return lstat(path.c_str(), &record); })) return std::nullopt;
+  if (Retrying([&] { return lstat(path.c_str(), &record); }) != 0) return RememberSystemError();
   return ToFileStatus(record);
 }
 
 // The name is looked up in the open directory, which nobody can exchange any more.
-std::optional<FileStatus> QueryLinkStatusIn(const FileIdentity& directory,
-                                            const std::string& path) {
+Result<FileStatus> QueryLinkStatusIn(const FileIdentity& directory, const std::string& path) {
   const std::size_t slash = path.rfind('/');
   const std::string parent = slash == std::string::npos ? "." : path.substr(0, slash + 1);
   const int descriptor =
@@ -112,7 +99,7 @@ std::optional<FileStatus> QueryLinkStatusIn(const FileIdentity& directory,
   found = found && fstatat(descriptor, name.c_str(), &record, AT_SYMLINK_NOFOLLOW) == 0;
   if (!found) RememberSystemError();
   if (descriptor >= 0) close(descriptor);
-  if (!found) return std::nullopt;
+  if (!found) return LastSystemError();
   return ToFileStatus(record);
 }
 
@@ -127,25 +114,21 @@ std::optional<FileStatus> StandardStreamStatus(StandardStream stream) {
   return ToFileStatus(record);
 }
 
-Existence TestExistence(const std::string& path) {
+Result<Existence> TestExistence(const std::string& path) {
   if (access(path.c_str(), F_OK) == 0) return Existence::kExists;
   if (errno == ENOENT) return Existence::kMissing;
-  RememberSystemError();
-  return Existence::kUnknown;
+  return RememberSystemError();
 }
 
-bool CreateDirectoryAt(const std::string& path) { return MakeDirectory(path, 0777); }
+Result<void> CreateDirectoryAt(const std::string& path) { return MakeDirectory(path, 0777); }
 
-bool CreatePrivateDirectoryAt(const std::string& path) { return MakeDirectory(path, 0700); }
+Result<void> CreatePrivateDirectoryAt(const std::string& path) { return MakeDirectory(path, 0700); }
 
-std::optional<std::string> ReadSymbolicLink(const std::string& path) {
+Result<std::string> ReadSymbolicLink(const std::string& path) {
   std::string target(256, '\0');
   for (;;) {
     const ssize_t length = readlink(path.c_str(), target.data(), target.size());
-    if (length < 0) {
-      RememberSystemError();
-      return std::nullopt;
-    }
+    if (length < 0) return RememberSystemError();
     if (static_cast<std::size_t>(length) < target.size()) {
       target.resize(static_cast<std::size_t>(length));
       return target;
@@ -154,79 +137,74 @@ std::optional<std::string> ReadSymbolicLink(const std::string& path) {
   }
 }
 
-bool CreateSymbolicLink(const std::string& path, const std::string& target) {
+Result<void> CreateSymbolicLink(const std::string& path, const std::string& target) {
   const auto make = [&] { return symlink(target.c_str(), path.c_str()); };
-  if (Retrying(make) == 0) return true;
+  if (Retrying(make) == 0) return {};
   struct stat record {};
   const bool replace =
       errno == EEXIST && lstat(path.c_str(), &record) == 0 && !S_ISDIR(record.st_mode);
-  if (!replace) {
-    RememberSystemError();
-    return false;
-  }
-  if (S_ISREG(record.st_mode) && (record.st_mode & S_IWUSR) == 0) {
-    RememberErrno(EACCES);
-    return false;
-  }
-  return DeleteFileAt(path) && Succeeds(make);
+  if (!replace) return RememberSystemError();
+  if (S_ISREG(record.st_mode) && (record.st_mode & S_IWUSR) == 0) return RememberErrno(EACCES);
+  const auto deleted = DeleteFileAt(path);
+  return deleted ? RetriedCall(make) : deleted;
 }
 
-bool SetLinkDate(const std::string& path, const TimePoint& time) {
+Result<void> SetLinkDate(const std::string& path, const TimePoint& time) {
   const timespec when = {static_cast<time_t>(time.seconds), time.nanoseconds};
   const timespec both[2] = {when, when};
-  return Succeeds([&] { return utimensat(AT_FDCWD, path.c_str(), both, AT_SYMLINK_NOFOLLOW); });
+  return RetriedCall([&] { return utimensat(AT_FDCWD, path.c_str(), both, AT_SYMLINK_NOFOLLOW); });
 }
 
-std::optional<double> DiskFreeSpace(const std::string& path) {
+Result<double> DiskFreeSpace(const std::string& path) {
   struct statvfs record {};
   if (Retrying([&] { return statvfs(path.c_str(), &record); }) != 0) {
-    if (errno == ENOSYS) return -1;
-    RememberSystemError();
-    return std::nullopt;
+    if (errno == ENOSYS) return -1.0;
+    return RememberSystemError();
   }
   return static_cast<double>(record.f_bavail) * static_cast<double>(record.f_frsize);
 }
 
-bool DeleteFileAt(const std::string& path) {
-  return Succeeds([&] { return unlink(path.c_str()); });
+Result<void> DeleteFileAt(const std::string& path) {
+  return RetriedCall([&] { return unlink(path.c_str()); });
 }
 
-bool SetPermissionsAt(const std::string& path, std::uint32_t bits) {
+Result<void> SetPermissionsAt(const std::string& path, std::uint32_t bits) {
   struct stat record {};
-  if (!Succeeds([&] { return stat(path.c_str(), &record); })) return false;
+  if (Retrying([&] { return stat(path.c_str(), &record); }) != 0) return RememberSystemError();
   const mode_t kept = record.st_mode & (S_ISUID | S_ISGID | S_ISVTX);
   const auto permissions = static_cast<mode_t>(bits & kModePermissions);
-  return Succeeds([&] { return chmod(path.c_str(), kept | permissions); });
+  return RetriedCall([&] { return chmod(path.c_str(), kept | permissions); });
 }
 
-bool SetAttributesAt(const std::string& path, std::uint32_t attributes, bool executable) {
+Result<void> SetAttributesAt(const std::string& path, std::uint32_t attributes, bool executable) {
   const mode_t permissions = PermissionsOf(attributes, executable);
-  return Succeeds([&] { return chmod(path.c_str(), permissions); });
+  return RetriedCall([&] { return chmod(path.c_str(), permissions); });
 }
 
-bool SetDirectoryModeAt(const std::string& path, std::uint32_t mode, bool long_names) {
+Result<void> SetDirectoryModeAt(const std::string& path, std::uint32_t mode, bool long_names) {
   const bool adds_search = long_names && (mode & S_IRUSR) != 0;
   return SetPermissionsAt(path, adds_search ? mode | S_IXUSR : mode);
 }
 
-bool AddDirectoryAttributesAt(const std::string& /*path*/, std::uint32_t /*mode*/) { return true; }
-
-std::string CurrentDirectory() {
-  const std::unique_ptr<char, FreeMemory> directory(getcwd(nullptr, 0));
-  if (directory) return directory.get();
-  RememberSystemError();
+Result<void> AddDirectoryAttributesAt(const std::string& /*path*/, std::uint32_t /*mode*/) {
   return {};
 }
 
-bool ChangeDirectory(const std::string& path) {
-  return Succeeds([&] { return chdir(path.c_str()); });
+Result<std::string> CurrentDirectory() {
+  const std::unique_ptr<char, FreeMemory> directory(getcwd(nullptr, 0));
+  if (!directory) return RememberSystemError();
+  return std::string(directory.get());
+}
+
+Result<void> ChangeDirectory(const std::string& path) {
+  return RetriedCall([&] { return chdir(path.c_str()); });
 }
 
 // Looking "." up takes the right that entering takes.
-bool CanEnterDirectory(const std::string& path) {
+Result<void> CanEnterDirectory(const std::string& path) {
   const std::string self = path.empty() ? path : path + "/.";
   struct stat record {};
-  return Succeeds([&] { return stat(self.c_str(), &record); });
+  return RetriedCall([&] { return stat(self.c_str(), &record); });
 }
 
 }  // namespace moldex

@@ -14,6 +14,7 @@
 #include "platform/attributes.h"
 #include "platform/local_text_win32.h"
 #include "platform/long_name.h"
+#include "platform/owned_win32.h"
 #include "platform/path_calls_win32.h"
 #include "platform/reparse_data.h"
 #include "platform/system_win32.h"
@@ -27,31 +28,24 @@ namespace {
 
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
-class COpenObject {
- public:
-  COpenObject(const std::string& path, DWORD flags)
-      : handle_(CallCreateFile(path, 0, kShareAll, OPEN_EXISTING,
-                               flags | FILE_FLAG_BACKUP_SEMANTICS)) {}
-  ~COpenObject() {
-    if (IsValid()) CloseHandle(handle_);
+// A file, link or directory, open for calls that are told of it by its handle.
+OwnedHandle OpenObject(const std::string& path, DWORD access, DWORD flags) {
+  return OwnedHandle(
+      CallCreateFile(path, access, kShareAll, OPEN_EXISTING, flags | FILE_FLAG_BACKUP_SEMANTICS));
+}
+
+std::optional<BY_HANDLE_FILE_INFORMATION> InformationOf(HANDLE handle) {
+  BY_HANDLE_FILE_INFORMATION record{};
+  if (handle == nullptr || GetFileInformationByHandle(handle, &record) == FALSE) {
+    return std::nullopt;
   }
-  COpenObject(const COpenObject&) = delete;
-  COpenObject& operator=(const COpenObject&) = delete;
-
-  bool IsValid() const { return handle_ != INVALID_HANDLE_VALUE; }
-  HANDLE handle() const { return handle_; }
-
- private:
-  HANDLE handle_;
-};
+  return record;
+}
 
 // What cannot be opened to be asked is taken to be a different object each time.
 FileIdentity IdentityAt(const std::string& path) {
-  BY_HANDLE_FILE_INFORMATION record{};
-  const COpenObject object(path, 0);
-  const bool known =
-      object.IsValid() && GetFileInformationByHandle(object.handle(), &record) != FALSE;
-  return known ? IdentityOf(record) : UnknownIdentity();
+  const auto record = InformationOf(OpenObject(path, 0, 0).get());
+  return record ? IdentityOf(*record) : UnknownIdentity();
 }
 
 // The runtime library finds no "directory/", only "directory" and the root of a drive.
@@ -62,9 +56,10 @@ std::string WithoutTrailingSeparators(std::string path) {
   return path;
 }
 
-std::optional<FileStatus> RuntimeStatus(const std::string& path) {
+Result<FileStatus> RuntimeStatus(const std::string& path) {
   struct _stati64 record {};
-  if (!RuntimeSucceeded(CallStat(path, &record))) return std::nullopt;
+  const auto known = RuntimeResultOf(CallStat(path, &record));
+  if (!known) return known.error();
   FileStatus status;
   status.mode = record.st_mode;
   status.kind = FileKind::kOther;
@@ -84,9 +79,9 @@ FileStatus StatusOfFound(const WIN32_FIND_DATAW& data, const std::string& path) 
                   path);
 }
 
-std::optional<FileStatus> FoundStatus(const std::string& path) {
+Result<FileStatus> FoundStatus(const std::string& path) {
   const auto data = FindObject(path);
-  if (!Succeeded(data.has_value())) return std::nullopt;
+  if (!data) return RememberSystemError();
   return StatusOfFound(*data, path);
 }
 
@@ -115,14 +110,14 @@ FileIdentity IdentityOf(const BY_HANDLE_FILE_INFORMATION& record) {
   return {record.dwVolumeSerialNumber, number};
 }
 
-bool Succeeded(bool result) {
-  if (!result) RememberSystemError();
-  return result;
+Result<void> ResultOf(BOOL returned) {
+  if (returned == FALSE) return RememberSystemError();
+  return {};
 }
 
-bool RuntimeSucceeded(int result) {
-  if (result != 0) RememberErrno(errno);
-  return result == 0;
+Result<void> RuntimeResultOf(int returned) {
+  if (returned != 0) return RememberErrno(errno);
+  return {};
 }
 
 FileStatus StatusOf(std::uint32_t attributes, std::uint64_t size_bytes, std::uint64_t file_time,
@@ -144,19 +139,16 @@ PathRules SystemPathRules() {
 }
 
 // The runtime library takes the "?" of "\\?\" for a pattern.
-std::optional<FileStatus> QueryStatus(const std::string& path) {
+Result<FileStatus> QueryStatus(const std::string& path) {
   const bool by_search = LongNameMode() || HasDevicePrefix(PathRules::kWindows, path);
   auto status = by_search ? FoundStatus(path) : RuntimeStatus(WithoutTrailingSeparators(path));
-  if (!status) return std::nullopt;
-  if (IsNoDirectoryAfterAll(path, *status)) {
-    RememberErrno(ENOTDIR);
-    return std::nullopt;
-  }
+  if (!status) return status;
+  if (IsNoDirectoryAfterAll(path, *status)) return RememberErrno(ENOTDIR);
   status->identity = IdentityAt(path);
   return status;
 }
 
-std::optional<FileStatus> QueryLinkStatus(const std::string& path) {
+Result<FileStatus> QueryLinkStatus(const std::string& path) {
   const auto data = FindObject(path);
   if (!data || !IsSymbolicLink(*data)) return QueryStatus(path);
   FileStatus status = StatusOfFound(*data, path);
@@ -165,75 +157,60 @@ std::optional<FileStatus> QueryLinkStatus(const std::string& path) {
   return status;
 }
 
-std::optional<FileStatus> QueryLinkStatusIn(const FileIdentity& directory,
-                                            const std::string& path) {
+Result<FileStatus> QueryLinkStatusIn(const FileIdentity& directory, const std::string& path) {
   const std::size_t last = LastSeparator(SystemPathRules(), path);
   const auto parent = QueryStatus(last == std::string::npos ? "." : path.substr(0, last + 1));
-  if (parent && parent->identity.Excludes(directory)) {
-    RememberErrno(ENOENT);
-    return std::nullopt;
-  }
+  if (parent && parent->identity.Excludes(directory)) return RememberErrno(ENOENT);
   return QueryLinkStatus(path);
 }
 
 std::optional<FileStatus> StandardStreamStatus(StandardStream stream) {
   const HANDLE handle =
       GetStdHandle(stream == StandardStream::kOutput ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
-  BY_HANDLE_FILE_INFORMATION record{};
-  if (GetFileType(handle) != FILE_TYPE_DISK ||
-      GetFileInformationByHandle(handle, &record) == FALSE) {
-    return std::nullopt;
-  }
+  if (GetFileType(handle) != FILE_TYPE_DISK) return std::nullopt;
+  const auto record = InformationOf(handle);
+  if (!record) return std::nullopt;
   FileStatus status;
   status.kind = FileKind::kRegular;
-  status.identity = IdentityOf(record);
+  status.identity = IdentityOf(*record);
   return status;
 }
 
-Existence TestExistence(const std::string& path) {
+Result<Existence> TestExistence(const std::string& path) {
   if (CallAccess(path) == 0) return Existence::kExists;
   if (errno == ENOENT) return Existence::kMissing;
-  RememberErrno(errno);
-  return Existence::kUnknown;
+  return RememberErrno(errno);
 }
 
-bool CreateDirectoryAt(const std::string& path) {
-  if (CallCreateDirectory(path)) return true;
-  if (GetLastError() != ERROR_ALREADY_EXISTS) return Succeeded(false);
+Result<void> CreateDirectoryAt(const std::string& path) {
+  if (CallCreateDirectory(path)) return {};
+  if (GetLastError() != ERROR_ALREADY_EXISTS) return RememberSystemError();
   // Opening it follows links, of which the attributes say no more than what they were made for.
-  BY_HANDLE_FILE_INFORMATION record{};
-  const COpenObject object(path, 0);
-  const bool known =
-      object.IsValid() && GetFileInformationByHandle(object.handle(), &record) != FALSE;
-  if (known && (record.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return true;
-  RememberErrno(ENOTDIR);
-  return false;
+  const auto record = InformationOf(OpenObject(path, 0, 0).get());
+  if (record && (record->dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return {};
+  return RememberErrno(ENOTDIR);
 }
 
 // A directory takes its rights from the one that it is in.
-bool CreatePrivateDirectoryAt(const std::string& path) { return CreateDirectoryAt(path); }
+Result<void> CreatePrivateDirectoryAt(const std::string& path) { return CreateDirectoryAt(path); }
 
-std::optional<std::string> ReadSymbolicLink(const std::string& path) {
+Result<std::string> ReadSymbolicLink(const std::string& path) {
   std::array<std::uint8_t, MAXIMUM_REPARSE_DATA_BUFFER_SIZE> buffer{};
-  const COpenObject link(path, FILE_FLAG_OPEN_REPARSE_POINT);
+  const OwnedHandle link = OpenObject(path, 0, FILE_FLAG_OPEN_REPARSE_POINT);
   DWORD length = 0;
-  if (!Succeeded(link.IsValid() &&
-                 DeviceIoControl(link.handle(), FSCTL_GET_REPARSE_POINT, nullptr, 0, buffer.data(),
-                                 static_cast<DWORD>(buffer.size()), &length, nullptr) != FALSE)) {
-    return std::nullopt;
+  if (!link || DeviceIoControl(link.get(), FSCTL_GET_REPARSE_POINT, nullptr, 0, buffer.data(),
+                               static_cast<DWORD>(buffer.size()), &length, nullptr) == FALSE) {
+    return RememberSystemError();
   }
   const auto target = SymbolicLinkTarget(std::span(buffer).first(length));
-  if (!target) {
-    RememberErrno(EINVAL);
-    return std::nullopt;
-  }
+  if (!target) return RememberErrno(EINVAL);
   static_assert(sizeof(wchar_t) == sizeof(char16_t));
   const auto local = ToLocal({reinterpret_cast<const wchar_t*>(target->data()), target->size()});
-  if (!Succeeded(local.has_value())) return std::nullopt;
+  if (!local) return RememberSystemError();
   return WithSlashes(SystemPathRules(), *local);
 }
 
-bool CreateSymbolicLink(const std::string& path, const std::string& target) {
+Result<void> CreateSymbolicLink(const std::string& path, const std::string& target) {
   const PathRules rules = SystemPathRules();
   const std::size_t separator = LastSeparator(rules, path);
   const bool absolute = IsAbsolutePath(rules, target);
@@ -242,74 +219,72 @@ bool CreateSymbolicLink(const std::string& path, const std::string& target) {
   const auto status = QueryStatus(from);
   const bool is_directory = status && status->kind == FileKind::kDirectory;
   const DWORD flags = is_directory ? SYMBOLIC_LINK_FLAG_DIRECTORY : 0;
-  if (MakeSymbolicLink(path, target, flags)) return true;
-  if (GetLastError() != ERROR_ALREADY_EXISTS) return Succeeded(false);
-  return DeleteFileAt(path) && Succeeded(MakeSymbolicLink(path, target, flags));
+  if (MakeSymbolicLink(path, target, flags)) return {};
+  if (GetLastError() != ERROR_ALREADY_EXISTS) return RememberSystemError();
+  const auto deleted = DeleteFileAt(path);
+  return deleted ? ResultOf(MakeSymbolicLink(path, target, flags)) : deleted;
 }
 
-bool SetLinkDate(const std::string& path, const TimePoint& time) {
+Result<void> SetLinkDate(const std::string& path, const TimePoint& time) {
   const std::uint64_t value = FileTimeOf(time);
   const FILETIME file_time = {static_cast<DWORD>(value), static_cast<DWORD>(value >> 32)};
-  const HANDLE handle = CallCreateFile(path, FILE_WRITE_ATTRIBUTES, kShareAll, OPEN_EXISTING,
-                                       FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT);
-  if (!Succeeded(handle != INVALID_HANDLE_VALUE)) return false;
-  const bool done = Succeeded(SetFileTime(handle, nullptr, &file_time, &file_time) != FALSE);
-  CloseHandle(handle);
-  return done;
+  const OwnedHandle link = OpenObject(path, FILE_WRITE_ATTRIBUTES, FILE_FLAG_OPEN_REPARSE_POINT);
+  if (!link) return RememberSystemError();
+  return ResultOf(SetFileTime(link.get(), nullptr, &file_time, &file_time));
 }
 
-std::optional<double> DiskFreeSpace(const std::string& path) {
+Result<double> DiskFreeSpace(const std::string& path) {
   ULARGE_INTEGER free_bytes{};
   if (CallGetDiskFreeSpace(path, &free_bytes)) {
     return static_cast<double>(free_bytes.QuadPart);
   }
-  if (GetLastError() == ERROR_CALL_NOT_IMPLEMENTED) return -1;
-  RememberSystemError();
-  return std::nullopt;
+  if (GetLastError() == ERROR_CALL_NOT_IMPLEMENTED) return -1.0;
+  return RememberSystemError();
 }
 
-bool DeleteFileAt(const std::string& path) { return Succeeded(CallDeleteFile(path)); }
+Result<void> DeleteFileAt(const std::string& path) { return ResultOf(CallDeleteFile(path)); }
 
-bool SetPermissionsAt(const std::string& path, std::uint32_t bits) {
-  return RuntimeSucceeded(CallChmod(path, static_cast<int>(bits & kModePermissions)));
+Result<void> SetPermissionsAt(const std::string& path, std::uint32_t bits) {
+  return RuntimeResultOf(CallChmod(path, static_cast<int>(bits & kModePermissions)));
 }
 
-bool SetAttributesAt(const std::string& path, std::uint32_t attributes, bool /*executable*/) {
-  return Succeeded(CallSetFileAttributes(path, attributes));
+Result<void> SetAttributesAt(const std::string& path, std::uint32_t attributes,
+                             bool /*executable*/) {
+  return ResultOf(CallSetFileAttributes(path, attributes));
 }
 
-bool SetDirectoryModeAt(const std::string& path, std::uint32_t mode, bool /*long_names*/) {
+Result<void> SetDirectoryModeAt(const std::string& path, std::uint32_t mode, bool /*long_names*/) {
   return SetPermissionsAt(path, mode);
 }
 
-bool AddDirectoryAttributesAt(const std::string& path, std::uint32_t mode) {
+Result<void> AddDirectoryAttributesAt(const std::string& path, std::uint32_t mode) {
   const std::uint32_t added = DirectoryAttributesOf(mode);
-  if (added == 0) return true;
+  if (added == 0) return {};
   const auto data = FindObject(path);
-  return Succeeded(data.has_value()) &&
-         SetAttributesAt(path, data->dwFileAttributes | added, false);
+  if (!data) return RememberSystemError();
+  return SetAttributesAt(path, data->dwFileAttributes | added, false);
 }
 
-std::string CurrentDirectory() {
+Result<std::string> CurrentDirectory() {
   std::array<wchar_t, MAX_PATH + 1> directory{};
   const bool known = _wgetcwd(directory.data(), static_cast<int>(directory.size())) != nullptr;
   const auto local = known ? ToLocal(directory.data()) : std::nullopt;
-  if (local) return *local;
-  RememberErrno(errno);
-  return {};
+  if (!local) return RememberErrno(errno);
+  return *local;
 }
 
-bool ChangeDirectory(const std::string& path) {
-  return RuntimeSucceeded(CallChangeDirectory(path));
+Result<void> ChangeDirectory(const std::string& path) {
+  return RuntimeResultOf(CallChangeDirectory(path));
 }
 
-bool CanEnterDirectory(const std::string& path) {
+Result<void> CanEnterDirectory(const std::string& path) {
   // Kept as the system has it: the current directory's name may have no form in the code page.
   std::vector<wchar_t> here(GetCurrentDirectoryW(0, nullptr));
-  const auto room = static_cast<DWORD>(here.size());
-  const DWORD length = GetCurrentDirectoryW(room, here.data());
-  if (!Succeeded(length != 0 && length < room)) return false;
-  return ChangeDirectory(path) && Succeeded(SetCurrentDirectoryW(here.data()) != FALSE);
+  const auto space = static_cast<DWORD>(here.size());
+  const DWORD length = GetCurrentDirectoryW(space, here.data());
+  if (length == 0 || length >= space) return RememberSystemError();
+  const auto entered = ChangeDirectory(path);
+  return entered ? ResultOf(SetCurrentDirectoryW(here.data())) : entered;
 }
 
 }  // namespace moldex

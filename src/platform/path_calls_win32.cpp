@@ -8,6 +8,7 @@
 
 #include "platform/local_text_win32.h"
 #include "platform/long_name.h"
+#include "platform/owned_win32.h"
 #include "report/except.h"
 #include "report/system_error.h"
 
@@ -141,10 +142,8 @@ std::optional<WIN32_FIND_DATAW> FindObject(const std::string& path) {
     return std::nullopt;
   }
   WIN32_FIND_DATAW data{};
-  const HANDLE search = FindFirstFileW(wide->c_str(), &data);
-  if (search == INVALID_HANDLE_VALUE) return DataOfRoot(*wide);
-  FindClose(search);
-  return data;
+  const OwnedSearch search(FindFirstFileW(wide->c_str(), &data));
+  return search ? data : DataOfRoot(*wide);
 }
 
 bool IsSymbolicLink(const WIN32_FIND_DATAW& data) {

@@ -5,6 +5,7 @@
 #include <cerrno>
 
 #include "platform/interrupt.h"
+#include "platform/result.h"
 
 namespace moldex {
 
@@ -17,6 +18,13 @@ auto Retrying(Call call) {
     if (result >= 0 || errno != EINTR) return result;
     ThrowIfInterrupted();
   }
+}
+
+// The same as a result, of a call that returns 0 when it succeeds.
+template <typename Call>
+Result<void> RetriedCall(Call call) {
+  if (Retrying(call) != 0) return RememberSystemError();
+  return {};
 }
 
 }  // namespace moldex

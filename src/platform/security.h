@@ -1,5 +1,5 @@
-// Privileges of the process and security descriptors of files: what Windows knows of them. On a
-// system without them there is nothing to acquire and nothing to restore, and both succeed.
+// Privileges of the process and security descriptors of files, which Windows has. On a system
+// without them there is nothing to acquire and nothing to restore, and both calls succeed.
 #ifndef MOLDEX_PLATFORM_SECURITY_H_
 #define MOLDEX_PLATFORM_SECURITY_H_
 
@@ -7,22 +7,23 @@
 #include <span>
 #include <string>
 
+#include "platform/result.h"
+
 namespace moldex {
 
-// A privilege that the process did not get, and the system's sentence for it.
-struct PrivilegeFailure {
-  std::string privilege;
-  std::string why;
+struct SecurityFailure {
+  std::string what;   // see the calls
+  SystemError error;  // none when the memory did not suffice
 };
 
 // Enables the privileges that reading and writing security information needs. Asks once in a
-// process: every later call succeeds. `failure` is set when it fails, to the last one refused.
-bool AcquirePrivileges(PrivilegeFailure* failure);
+// process: every later call succeeds. The failure names the last privilege that was refused.
+Result<void, SecurityFailure> AcquirePrivileges();
 
-// Gives a file the self-relative security descriptor that its entry carries. `why` is set when it
-// fails.
-bool RestoreSecurity(const std::string& path, std::span<const std::uint8_t> descriptor,
-                     std::string* why);
+// Gives a file the self-relative security descriptor that its entry carries. The failure's text is
+// the message to print, but for the system's sentence at its end.
+Result<void, SecurityFailure> RestoreSecurity(const std::string& path,
+                                              std::span<const std::uint8_t> descriptor);
 
 }  // namespace moldex
 

@@ -2,11 +2,11 @@
 
 namespace moldex {
 
-bool AcquirePrivileges(PrivilegeFailure* /*failure*/) { return true; }
+Result<void, SecurityFailure> AcquirePrivileges() { return {}; }
 
-bool RestoreSecurity(const std::string& /*path*/, std::span<const std::uint8_t> /*descriptor*/,
-                     std::string* /*why*/) {
-  return true;
+Result<void, SecurityFailure> RestoreSecurity(const std::string& /*path*/,
+                                              std::span<const std::uint8_t> /*descriptor*/) {
+  return {};
 }
 
 }  // namespace moldex

@@ -5,9 +5,9 @@
 #include <aclapi.h>
 
 #include <array>
-#include <memory>
 #include <vector>
 
+#include "platform/owned_win32.h"
 #include "platform/path_calls_win32.h"
 #include "platform/security_descriptor.h"
 #include "report/system_error.h"
@@ -18,20 +18,14 @@ namespace {
 constexpr const char* kPrivileges[] = {"SeSecurityPrivilege", "SeBackupPrivilege",
                                        "SeRestorePrivilege"};
 
-struct CloseToken {
-  using pointer = HANDLE;
-  void operator()(HANDLE token) const { CloseHandle(token); }
-};
+using SecurityResult = Result<void, SecurityFailure>;
 
-struct FreeGlobal {
-  void operator()(void* block) const { GlobalFree(block); }
-};
+constexpr char kConversionFailed[] =
+    "MOLDEX: Error converting relative to absolute security descriptor:\n\t";
+constexpr char kSettingFailed[] = "MOLDEX: Error while setting security info:\n\t";
 
-// The sentence for the error of the call that failed just before.
-std::string ErrorTextNow() {
-  RememberSystemError();
-  return LastSystemErrorText();
-}
+// The failure of the call that was made just before.
+SecurityFailure FailureNow(const char* what) { return {what, RememberSystemError()}; }
 
 bool EnablePrivilege(HANDLE token, const char* name) {
   TOKEN_PRIVILEGES wanted{};
@@ -46,26 +40,25 @@ bool EnablePrivilege(HANDLE token, const char* name) {
 // The parts of an absolute security descriptor, each in a block of its own.
 class CAbsoluteDescriptor {
  public:
-  // Both return the text that says what failed; none when nothing did.
-  std::string Take(std::span<const std::uint8_t> descriptor) {
-    constexpr char kFailure[] = "Error converting relative to absolute security descriptor:\n\t";
+  SecurityResult Parse(std::span<const std::uint8_t> descriptor) {
     if (!IsSecurityDescriptor(descriptor)) {
       SetLastError(ERROR_INVALID_SECURITY_DESCR);
-      return kFailure + ErrorTextNow();
+      return FailureNow(kConversionFailed);
     }
     // The system wants to be able to write, and the bytes where a structure may stand.
     std::vector<std::uint8_t> relative(descriptor.begin(), descriptor.end());
-    (void)Convert(relative.data());  // fails for want of room, and says how much each part needs
+    (void)Convert(relative.data());  // fails for lack of space, and tells how much each part needs
     for (Part* part : {&dacl_, &sacl_, &owner_, &group_}) {
       part->block.reset(GlobalAlloc(GPTR, part->size));
-      if (!part->block) return "no more memory...";
+      if (!part->block) return SecurityFailure{"MOLDEX: no more memory...", {}};
     }
-    return Convert(relative.data()) ? std::string() : kFailure + ErrorTextNow();
+    if (!Convert(relative.data())) return FailureNow(kConversionFailed);
+    return {};
   }
 
-  std::string ApplyTo(const std::string& path) {
+  SecurityResult ApplyTo(const std::string& path) {
     auto wide = SystemPath(path);  // the system wants to be able to write into it
-    if (!wide) return "Error while setting security info:\n\t" + ErrorTextNow();
+    if (!wide) return FailureNow(kSettingFailed);
     const DWORD result =
         SetNamedSecurityInfoW(wide->data(), SE_FILE_OBJECT,
                               OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION |
@@ -74,13 +67,13 @@ class CAbsoluteDescriptor {
                               static_cast<PACL>(sacl_.Used()));
     if (result == ERROR_SUCCESS) return {};
     SetLastError(result);
-    return "Error while setting security info:\n\t" + ErrorTextNow();
+    return FailureNow(kSettingFailed);
   }
 
  private:
   struct Part {
     DWORD size = 0;
-    std::unique_ptr<void, FreeGlobal> block;
+    OwnedGlobal block;
 
     void* Used() const { return size != 0 ? block.get() : nullptr; }
   };
@@ -102,37 +95,28 @@ class CAbsoluteDescriptor {
 
 }  // namespace
 
-bool AcquirePrivileges(PrivilegeFailure* failure) {
+SecurityResult AcquirePrivileges() {
   static bool requested = false;
-  if (requested) return true;
+  if (requested) return {};
   requested = true;
   HANDLE opened = nullptr;
   if (OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &opened) == FALSE) {
-    *failure = {kPrivileges[0], ErrorTextNow()};
-    return false;
+    return FailureNow(kPrivileges[0]);
   }
-  const std::unique_ptr<HANDLE, CloseToken> token(opened);
-  bool all = true;
+  const OwnedHandle token(opened);
+  SecurityResult result;
   for (const char* name : kPrivileges) {
-    if (EnablePrivilege(token.get(), name)) continue;
-    *failure = {name, ErrorTextNow()};
-    all = false;
+    if (!EnablePrivilege(token.get(), name)) result = FailureNow(name);
   }
-  return all;
+  return result;
 }
 
-bool RestoreSecurity(const std::string& path, std::span<const std::uint8_t> descriptor,
-                     std::string* why) {
-  PrivilegeFailure unprivileged;
-  if (!AcquirePrivileges(&unprivileged)) {
-    *why = unprivileged.why;
-    return false;
-  }
+SecurityResult RestoreSecurity(const std::string& path, std::span<const std::uint8_t> descriptor) {
+  const auto privileged = AcquirePrivileges();
+  if (!privileged) return SecurityFailure{"", privileged.error().error};
   CAbsoluteDescriptor absolute;
-  std::string failure = absolute.Take(descriptor);
-  if (failure.empty()) failure = absolute.ApplyTo(path);
-  if (!failure.empty()) *why = "MOLDEX: " + failure;
-  return failure.empty();
+  const auto parsed = absolute.Parse(descriptor);
+  return parsed ? absolute.ApplyTo(path) : parsed;
 }
 
 }  // namespace moldex

@@ -9,24 +9,24 @@
 #include <string>
 
 #include "platform/file_status.h"
+#include "platform/result.h"
 
 namespace moldex {
 
-// Remembers the error of a call that returned false.
-bool Succeeded(bool result);
-// The same of a call of the runtime library, which returned other than 0 and keeps its error in
-// errno.
-bool RuntimeSucceeded(int result);
+// The result of a call that was made just before and returned TRUE or FALSE.
+Result<void> ResultOf(BOOL returned);
+// The same for a call of the runtime library: 0 means success, and errno has the error.
+Result<void> RuntimeResultOf(int returned);
 
-// The status of what has these attributes and this last-write time; mode as the runtime library
-// makes it of `name`.
+// The status of an object with these attributes and this last-write time. Its mode is what the
+// runtime library makes of `name`.
 FileStatus StatusOf(std::uint32_t attributes, std::uint64_t size_bytes, std::uint64_t file_time,
                     const std::string& name);
 
 // Not equal to any other identity.
 FileIdentity UnknownIdentity();
-// File systems that number no files give the number 0 or one of ones only, which identifies
-// nothing.
+// A file system that does not number its files gives them all the number 0, or one of all ones,
+// which identifies nothing.
 FileIdentity IdentityOf(const BY_HANDLE_FILE_INFORMATION& record);
 
 // The system's handle (HANDLE) as an open file keeps it.

@@ -15,12 +15,12 @@ struct SystemError {
   int errno_value = 0;     // the runtime library's number for it
 };
 
-// Remembers the error of the call that failed just before. Platform code calls this on every
-// failure that its caller may report.
-void RememberSystemError();
+// Remembers the error of the call that failed just before, and returns it. Platform code calls this
+// on every failure that its caller may report.
+const SystemError& RememberSystemError();
 
-// Remembers a given errno value, where the platform code itself refuses a file.
-void RememberErrno(int errno_value);
+// Remembers a given errno value, where the platform code itself refuses a file, and returns it.
+const SystemError& RememberErrno(int errno_value);
 
 const SystemError& LastSystemError();
 
@@ -39,7 +39,9 @@ class CSystemErrorGuard {
   SystemError error_;
 };
 
-// The system's sentence for the last error; empty when there is none.
+// The system's sentence for an error; empty when there is none.
+std::string SystemErrorText(const SystemError& error);
+// The same for the last error.
 std::string LastSystemErrorText();
 
 }  // namespace moldex

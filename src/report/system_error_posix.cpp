@@ -10,18 +10,21 @@ SystemError last_error;
 
 }  // namespace
 
-void RememberSystemError() { RememberErrno(errno); }
+const SystemError& RememberSystemError() { return RememberErrno(errno); }
 
-void RememberErrno(int errno_value) {
+const SystemError& RememberErrno(int errno_value) {
   last_error = {static_cast<std::uint32_t>(errno_value), errno_value};
+  return last_error;
 }
 
 const SystemError& LastSystemError() { return last_error; }
 
 void RestoreSystemError(const SystemError& error) { last_error = error; }
 
-std::string LastSystemErrorText() {
-  return last_error.code == 0 ? std::string() : std::string(strerror(last_error.errno_value));
+std::string SystemErrorText(const SystemError& error) {
+  return error.code == 0 ? std::string() : std::string(strerror(error.errno_value));
 }
+
+std::string LastSystemErrorText() { return SystemErrorText(last_error); }
 
 }  // namespace moldex

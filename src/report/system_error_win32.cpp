@@ -77,12 +77,16 @@ struct FreeLocal {
 
 }  // namespace
 
-void RememberSystemError() {
+const SystemError& RememberSystemError() {
   const DWORD code = GetLastError();
   last_error = {code, ErrnoOf(code)};
+  return last_error;
 }
 
-void RememberErrno(int errno_value) { last_error = {CodeOf(errno_value), errno_value}; }
+const SystemError& RememberErrno(int errno_value) {
+  last_error = {CodeOf(errno_value), errno_value};
+  return last_error;
+}
 
 const SystemError& LastSystemError() { return last_error; }
 
@@ -90,18 +94,20 @@ void RestoreSystemError(const SystemError& error) { last_error = error; }
 
 // Standard output turns a line feed into the system's line break, and so would turn the second half
 // of one: the sentence is given one as every text in the program has it.
-std::string LastSystemErrorText() {
-  if (last_error.code == 0) return {};
+std::string SystemErrorText(const SystemError& error) {
+  if (error.code == 0) return {};
   char* memory = nullptr;
   const DWORD flags =
       FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS;
   const DWORD length =
-      FormatMessageA(flags, nullptr, last_error.code, MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT),
+      FormatMessageA(flags, nullptr, error.code, MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT),
                      reinterpret_cast<char*>(&memory), 0, nullptr);
   const std::unique_ptr<char, FreeLocal> owner(memory);
   std::string text(memory != nullptr ? memory : "", length);
   std::erase(text, '\r');
   return text;
 }
+
+std::string LastSystemErrorText() { return SystemErrorText(last_error); }
 
 }  // namespace moldex

@@ -28,7 +28,7 @@ std::vector<std::string> Expand(const std::string& name, bool ignore_case) {
   const std::string_view last = LastComponent(rules, name);
   const std::string directory = name.substr(0, name.size() - last.size());
   std::vector<std::string> matches;
-  VisitDirectory(directory, [&](const char* entry) {
+  (void)VisitDirectory(directory, [&](const char* entry) {
     if (MatchesPattern(rules, last, entry)) matches.push_back(directory + entry);
   });
   if (matches.empty()) return {name};

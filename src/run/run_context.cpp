@@ -56,7 +56,7 @@ void CRunContext::FixArchiveName() {
   const char* value = options_->archive_value;
   archive_name_ =
       std::string(value != nullptr ? value : kDefaultArchive).substr(0, kLongestArchiveName);
-  start_directory_ = CurrentDirectory();
+  start_directory_ = CurrentDirectory().value_or("");
   const PathRules rules = SystemPathRules();
   archive_path_ = WithSlashes(rules, IsAbsolutePath(rules, archive_name_)
                                          ? archive_name_

@@ -69,7 +69,7 @@ TEST_F(Directory, EveryBudgetGivesTheSameNamesAndIsKept) {
     }
     EXPECT_EQ(names, expected) << budget;
     EXPECT_EQ(memory.HeldBytes(), 0u);
-    EXPECT_EQ(directory.Result(), DirectoryResult::kComplete);
+    EXPECT_TRUE(directory.Outcome());
     EXPECT_FALSE(directory.Next()) << "the end stays the end";
   }
 }
@@ -127,7 +127,7 @@ TEST_F(Directory, WhatCannotBeOpenedSaysSo) {
     CNameMemory memory(kPlenty);
     CSortedDirectory directory(Name(name), memory);
     EXPECT_FALSE(directory.Next()) << name;
-    EXPECT_EQ(directory.Result(), DirectoryResult::kCannotOpen) << name;
+    EXPECT_EQ(directory.Outcome().error().step, DirectoryFailure::Step::kOpen) << name;
     EXPECT_NE(LastSystemError().code, 0u) << name;
   }
 }
@@ -138,7 +138,7 @@ TEST_F(Directory, NothingIsFoundUnderAPathThatLeadsElsewhereByNow) {
   CNameMemory memory(kPlenty);
   CSortedDirectory directory(Name("d"), memory, other);
   EXPECT_FALSE(directory.Next());
-  EXPECT_EQ(directory.Result(), DirectoryResult::kCannotOpen);
+  EXPECT_EQ(directory.Outcome().error().step, DirectoryFailure::Step::kOpen);
   EXPECT_FALSE(QueryLinkStatusIn(other, Name("d/f")));
   EXPECT_EQ(QueryLinkStatusIn(other, Name("other/f"))->identity,
             QueryLinkStatus(Name("other/f"))->identity);
@@ -151,7 +151,7 @@ TEST_F(Directory, ADirectoryThatGoesAwayBetweenBatchesIsReported) {
   EXPECT_TRUE(directory.Next());
   std::filesystem::remove_all(folder_.Path());
   EXPECT_FALSE(directory.Next());
-  EXPECT_EQ(directory.Result(), DirectoryResult::kCannotOpen);
+  EXPECT_EQ(directory.Outcome().error().step, DirectoryFailure::Step::kOpen);
 }
 
 }  // namespace

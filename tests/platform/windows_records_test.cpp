@@ -129,7 +129,7 @@ TEST(BackupFilter, NothingOfAStreamThatWouldDoMoreThanRestoreAFileIsGivenOut) {
       bool refused = false;
       for (std::size_t at = 0; at < bytes.size() && !refused; at += piece) {
         const auto out =
-            filter.Take(std::span(bytes).subspan(at).first(std::min(piece, bytes.size() - at)));
+            filter.Feed(std::span(bytes).subspan(at).first(std::min(piece, bytes.size() - at)));
         refused = !out;
         if (out) given.insert(given.end(), out->begin(), out->end());
       }

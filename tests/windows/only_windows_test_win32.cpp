@@ -76,12 +76,12 @@ TEST_F(OnlyWindows, StatusByNameAndOfTheOpenFileAreTheSame) {
   }
   EXPECT_EQ(QueryStatus(Name("folder/text"))->modified.seconds, 1000000000);
   for (const char* name : {"folder", "folder/", "folder\\", "folder/."}) {
-    ASSERT_TRUE(QueryStatus(Name(name)).has_value()) << name;
+    ASSERT_TRUE(QueryStatus(Name(name))) << name;
     EXPECT_EQ(QueryStatus(Name(name))->kind, FileKind::kDirectory) << name;
     EXPECT_EQ(QueryStatus(Name(name))->size_bytes, 0u) << name;
     EXPECT_EQ(QueryStatus(Name(name))->identity, QueryLinkStatus(Name("folder"))->identity) << name;
   }
-  EXPECT_FALSE(QueryStatus(Name("missing")).has_value());
+  EXPECT_FALSE(QueryStatus(Name("missing")));
   EXPECT_EQ(LastSystemError().errno_value, ENOENT);
   EXPECT_EQ(TestExistence(program), Existence::kExists);
   EXPECT_EQ(TestExistence(Name("folder/")), Existence::kExists);
@@ -113,7 +113,7 @@ TEST_F(OnlyWindows, LongNameModeTakesPathsAsTheyComeAndRefusesDirectories) {
   SetLongNameMode(true);
   const std::string path = MakeFile("file");
   const std::string slashed = Path("file").generic_string();
-  ASSERT_TRUE(QueryStatus(slashed).has_value());
+  ASSERT_TRUE(QueryStatus(slashed));
   EXPECT_EQ(QueryStatus(slashed)->kind, FileKind::kRegular);
   EXPECT_EQ(QueryStatus(slashed)->size_bytes, 7u);
   EXPECT_EQ(
@@ -129,41 +129,41 @@ TEST_F(OnlyWindows, LongNameModeTakesPathsAsTheyComeAndRefusesDirectories) {
 }
 
 TEST_F(OnlyWindows, PrivilegesAreAskedForOnceAndDescriptorsAreRestored) {
-  std::string why;
-  PrivilegeFailure refused;
-  (void)AcquirePrivileges(&refused);
-  EXPECT_TRUE(AcquirePrivileges(&refused)) << "whatever came of the first time";
+  (void)AcquirePrivileges();
+  EXPECT_TRUE(AcquirePrivileges()) << "whatever came of the first time";
   // The list of discretionary access alone: everything to everybody.
   const std::vector<std::uint8_t> descriptor = {
       1, 0, 0x04, 0x80, 0, 0, 0,  0, 0,    0,    0,    0, 0, 0, 0, 0, 20, 0, 0, 0, 2, 0, 28, 0,
       1, 0, 0,    0,    0, 0, 20, 0, 0xFF, 0x01, 0x1F, 0, 1, 1, 0, 0, 0,  0, 0, 1, 0, 0, 0,  0};
-  why.clear();
-  RestoreSecurity(MakeFile("file"), descriptor, &why);
-  EXPECT_TRUE(why.empty() || why.starts_with("MOLDEX: Error while setting security info:\n\t"))
-      << why;
-  EXPECT_FALSE(RestoreSecurity(Name("missing"), descriptor, &why));
-  EXPECT_TRUE(why.starts_with("MOLDEX: Error while setting security info:\n\t")) << why;
-  EXPECT_FALSE(RestoreSecurity(Name("file"), std::vector<std::uint8_t>(20), &why));
-  EXPECT_TRUE(why.starts_with("MOLDEX: Error converting relative to absolute")) << why;
+  const char* kSetting = "MOLDEX: Error while setting security info:\n\t";
+  const auto restored = RestoreSecurity(MakeFile("file"), descriptor);
+  EXPECT_TRUE(restored || restored.error().what == kSetting) << restored.error().what;
+  const auto missing = RestoreSecurity(Name("missing"), descriptor);
+  EXPECT_FALSE(missing);
+  EXPECT_EQ(missing.error().what, kSetting);
+  EXPECT_NE(missing.error().error.code, 0u);
+  const auto damaged = RestoreSecurity(Name("file"), std::vector<std::uint8_t>(20));
+  EXPECT_FALSE(damaged);
+  EXPECT_TRUE(damaged.error().what.starts_with("MOLDEX: Error converting relative to absolute"));
 }
 
 TEST_F(OnlyWindows, ABackupThatTheSystemRefusesIsAFailureAndLeavesNothingOpen) {
   CFileHandle file;
   ASSERT_TRUE(file.Open(MakeFile("file"), kOpenReadWrite));
   std::vector<std::uint8_t> buffer(100);
-  const Transfer transfer = file.BackupRead(buffer);
-  if (transfer.ok) {
-    EXPECT_GE(transfer.bytes, 27u) << "a head and the content";
+  const auto read = file.BackupRead(buffer);
+  if (read) {
+    EXPECT_GE(*read, 27u) << "a head and the content";
   } else {
     EXPECT_EQ(LastSystemError().code, static_cast<DWORD>(ERROR_NOT_SUPPORTED));
   }
-  EXPECT_TRUE(file.FinishBackup());
+  EXPECT_TRUE(file.EndBackup());
   EXPECT_TRUE(file.Close());
 }
 
 TEST_F(OnlyWindows, FreeSpaceIsKnownForADirectoryAndNotForNone) {
   EXPECT_GT(DiskFreeSpace(folder_.Path().string()).value_or(0), 0);
-  EXPECT_FALSE(DiskFreeSpace(Name("missing")).has_value());
+  EXPECT_FALSE(DiskFreeSpace(Name("missing")));
 }
 
 // Through the system's converter, whatever the code page of this process is.
