@@ -2,8 +2,8 @@
 # test Help.* compares the two.
 
 _moldex() {
-  # The letters of the commands; what the argument of each option is; and for each command, or none
-  # so far, the options that are words and the letters that may stand in a group.
+  # The letters of the commands; the kind of each option's argument; and for each command, or none so
+  # far, the options that are words and the letters that may stand in a group.
   local commands
   local -A argument words letters
   commands='catdxml'
@@ -59,8 +59,8 @@ _moldex() {
   )
 
   local cur=${COMP_WORDS[COMP_CWORD]} command='' wanted='' given='' word i
-  # What the words in front of the cursor say: which command, which options with an argument (each is
-  # taken once only), and what the last word wants.
+  # Read the words before the cursor: the command, the given options with an argument (each is
+  # allowed only once), and the kind of argument that the last word wants.
   for ((i = 1; i < COMP_CWORD; ++i)); do
     word=${COMP_WORDS[i]}
     if [[ -n $wanted ]]; then
@@ -74,7 +74,7 @@ _moldex() {
   done
 
   local -a candidates=()
-  cur=${cur//[\\\"\']/}  # what quotes; bash quotes the result itself
+  cur=${cur//[\\\"\']/}  # without quotes; bash quotes the result itself
   case $wanted in
     mode) ;;
     directory) mapfile -t candidates < <(compgen -d -- "$cur") ;;
@@ -88,12 +88,12 @@ _moldex() {
       mapfile -t candidates < <(compgen -f -- "$cur")
       ;;
   esac
-  # Fails where no completion is under way, as in tests; then there is nothing to set either.
+  # compopt fails outside a completion, as in tests. There is nothing to set then.
   compopt -o filenames 2>/dev/null
   COMPREPLY=("${candidates[@]}")
 }
 
-# Takes the command from a group of letters, the last one that is given.
+# Takes the command from a group of letters. The last one counts.
 _moldex_command() {
   local group=${1#-} i
   for ((i = 0; i < ${#group}; ++i)); do
@@ -101,7 +101,7 @@ _moldex_command() {
   done
 }
 
-# Files that look like archives. Not directories: those are found by their own kind.
+# Files that look like archives. compgen -d finds the directories.
 _moldex_archives() {
   local name
   compgen -f -X '!*.[Qq][Ee][Ll]' -- "$1" | while IFS= read -r name; do
@@ -109,8 +109,8 @@ _moldex_archives() {
   done
 }
 
-# Words that begin as the current one does; where that is a group, also the group with one more
-# letter: a command first, then what goes with it. Behind an "f" there is nothing to add.
+# Words that begin like the current one. If the current word is a group, also the group with one more
+# letter: a command first, then letters that go with it. No letter follows an "f".
 _moldex_options() {
   local group=${cur#-} offered=" ${words[${command:-none}]} " more word i
   for word in $given; do

@@ -6,8 +6,8 @@
 Register-ArgumentCompleter -Native -CommandName 'moldex', 'moldex.exe' -ScriptBlock {
     param($wordToComplete, $commandAst, $cursorPosition)
 
-    # Every option: how it is written, whether it may stand in a group of letters, what its argument
-    # is, the commands that it goes with, what it does.
+    # Every option: its spelling, whether it may stand in a group of letters, the kind of its argument,
+    # the commands that it goes with, its effect.
     $commands = 'catdxml'
     $options = @(
         [pscustomobject]@{ Name = '-a'; Group = $true; Argument = ''; Commands = 'a'; Text = 'append files to an archive' }
@@ -39,7 +39,7 @@ Register-ArgumentCompleter -Native -CommandName 'moldex', 'moldex.exe' -ScriptBl
         [pscustomobject]@{ Name = '-X'; Group = $false; Argument = 'file'; Commands = 'cal'; Text = 'get names to exclude from FILE' }
     )
 
-    # Takes the command from a group of letters, the last one that is given.
+    # Takes the command from a group of letters. The last one counts.
     function Get-Command-Letter([string]$group, [string]$before) {
         foreach ($letter in $group.ToCharArray()) {
             if ($commands.Contains([string]$letter)) { $before = [string]$letter }
@@ -47,7 +47,7 @@ Register-ArgumentCompleter -Native -CommandName 'moldex', 'moldex.exe' -ScriptBl
         $before
     }
 
-    # What the words in front of the cursor say: which command, and what the last one wants.
+    # Read the words before the cursor: the command, and the kind of argument that the last one wants.
     $command = ''
     $wanted = ''
     $elements = @($commandAst.CommandElements | Where-Object { $_.Extent.EndOffset -lt $cursorPosition })
@@ -79,7 +79,7 @@ Register-ArgumentCompleter -Native -CommandName 'moldex', 'moldex.exe' -ScriptBl
                 [System.Management.Automation.CompletionResult]::new(
                     $option.Name, $option.Name, 'ParameterName', $option.Text)
             }
-            # The group with one more letter; behind an "f" there is nothing to add.
+            # The group with one more letter. No letter follows an "f".
             $letter = $option.Name.Substring(1)
             if (-not $isGroup -or $group -ceq '' -or -not $option.Group) { continue }
             if ($group.Contains('f') -or $group.Contains($letter)) { continue }
@@ -97,7 +97,7 @@ Register-ArgumentCompleter -Native -CommandName 'moldex', 'moldex.exe' -ScriptBl
         return
     }
 
-    # Without a result PowerShell offers files by itself, for a mode, too.
+    # If there is no result, PowerShell offers files by itself, also for a mode.
     if ($wanted -ceq 'mode') { return }
     [System.Management.Automation.CompletionCompleters]::CompleteFilename($word) | Where-Object {
         $_.ResultType -eq 'ProviderContainer' -or

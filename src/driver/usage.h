@@ -13,7 +13,7 @@ std::string iaxxusage();
 
 class CUsage : public CUserInfo {
  public:
-  // The usage text and the version behind it.
+  // Prints the usage text, then the version.
   void Print() override;
 };
 
