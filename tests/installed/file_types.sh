@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Archives, and what only looks like them, are told apart by file(1) and by the desktops' database
-# just as the program does. file_types.sh PROGRAM
+# file(1) and the desktops' database tell archives from files that only look like them, as the program
+# does: file_types.sh PROGRAM
 set -euo pipefail
 program=$(realpath "$1")
 share=$(realpath "$(dirname "$0")/../../share")
@@ -10,7 +10,7 @@ cd "$work"
 export LC_ALL=C
 
 fail() { echo "FAILED: $*"; exit 1; }
-# same WHAT NEEDED GOT
+# same SUBJECT EXPECTED ACTUAL: fails unless the two are equal.
 same() { [ "$2" = "$3" ] || fail "$1: expected '$2', not '$3'"; }
 
 same "warnings about the magic file" "" "$(file -C -m "$share/moldex.magic" 2>&1)"

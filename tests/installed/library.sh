@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# The library as other programs get it: installed, moved elsewhere, then the example built against it
-# by pkg-config, by CMake and as C++, and run. library.sh FOLDER [FLAGS]
-# FOLDER is a build, or where the package is installed; FLAGS the compiler's, as the library needs
-# them of a program.
+# Installs the library, moves it elsewhere, builds the example against it by pkg-config, by CMake and as
+# C++, and runs it: library.sh FOLDER [FLAGS]
+# FOLDER is a build, or the folder where the package is installed. FLAGS are the compiler's flags that
+# the library needs of a program.
 set -euo pipefail
 folder=$1 flags=${2:-}
 source=$(realpath "$(dirname "$0")/../..")
@@ -11,7 +11,7 @@ trap 'rm -rf "$work"' EXIT
 cd "$work"
 
 fail() { echo "FAILED: $*"; exit 1; }
-# same WHAT NEEDED GOT
+# same SUBJECT EXPECTED ACTUAL: fails unless the two are equal.
 same() { [ "$2" = "$3" ] || fail "$1: expected '$2', not '$3'"; }
 
 if [ -f "$folder/CMakeCache.txt" ]; then
@@ -36,14 +36,14 @@ share/doc/libcscompr-dev/examples/roundtrip.c " \
 header=moved/include/cscompr/cscompr.h
 examples=moved/share/doc/libcscompr-dev/examples
 
-# Part of a shared library, it needs nothing of the C++ library and exports its interface only.
+# In a shared library it needs nothing of the C++ library and exports only its interface.
 # shellcheck disable=SC2086
 cc $flags -shared -Wl,-z,defs -Wl,--whole-archive moved/$libdir/libcscompr.a \
   -Wl,--no-whole-archive -o shared.so
 same "functions exported" "CsCheckHeader CsCompr CsDecompr " \
   "$(nm -D --defined-only shared.so | awk '$2 == "T" { print $3 }' | LC_ALL=C sort | tr '\n' ' ')"
 
-# The example, in every way that it can be built.
+# The example, built in every way.
 strict="-pedantic -Wall -Wextra -Wconversion -Werror $flags"
 export PKG_CONFIG_LIBDIR=$work/moved/$libdir/pkgconfig
 # shellcheck disable=SC2046,SC2086
@@ -74,7 +74,7 @@ if [ -z "$flags" ]; then
     "$( (ulimit -d 600; ./in_c || true) | head -n 1)"
 fi
 
-# The loops that the header shows are the example's, down to the letter, layout aside.
+# The loops in the header are those of the example, except for layout.
 example=$(tr -d '[:space:]' <"$examples/roundtrip.c")
 loops=0
 while IFS= read -r loop; do
