@@ -5,8 +5,8 @@
 namespace moldex {
 
 // Shows the hints (report/hints.h) that were kept during the run, and one for the failure that was
-// printed last, if the table has one. `command_code` is the command that was begun, or none if the run
-// failed before. Call it once, after all other output.
+// printed last, if the table has one. `command_code` is the command that was begun, or none if the
+// run failed before. Call it once, after all other output.
 void PrintHints(int command_code);
 
 }  // namespace moldex

@@ -10,8 +10,7 @@ namespace {
 using Hint = ProgramTest;
 
 constexpr char kUsage[] = "moldex without arguments prints its options, with examples";
-constexpr char kShort[] =
-    "the file is too short to be an archive; it may be an incomplete copy";
+constexpr char kShort[] = "the file is too short to be an archive; it may be an incomplete copy";
 constexpr char kNoName[] = "no: No such file or directory";
 constexpr char kNoHint[] = "";
 
@@ -47,8 +46,7 @@ TEST_F(Hint, FollowsTheFailureOnATerminalOnly) {
       {"-af text text", "only a .QEL archive can be appended to; -c makes one"},
       {"-af missing.qel text", "-c makes a new archive"},
       {"-tf text", "moldex reads .QEL archives, and tar archives that are not compressed"},
-      {"-xf whole.qel no", "moldex -tf ARCHIVE lists the names to use",
-       "no entry has the name no"},
+      {"-xf whole.qel no", "moldex -tf ARCHIVE lists the names to use", "no entry has the name no"},
       {"-tf whole.qel,whole.qel y no", "no entry has the name no"},
       {"-df damaged.qel",
        "the archive is damaged there; its other entries can still be extracted by their names"},
