@@ -1,8 +1,11 @@
-// The bit stream seen by the decoder: a 64-bit buffer over the bytes of one call's input, least
-// significant bit first. A small value; the hot loop keeps a copy of it in registers.
+// Reads a stream's bits, least significant bit of each byte first, through a buffer of 64 bits.
+// Both decoders use it. It is a small value: a hot loop works on a local copy, so that it stays in
+// registers, and stores the copy back at its end.
 //
-// `bits` holds `count` valid bits. Above them stand either zeros or the bits that the stream goes
-// on with, so that adding a byte twice does no harm; Trim() clears them.
+// The lowest `count` bits of `bits` are valid. The bits above them are either zeros or the ones
+// that follow in the input at `next`. So a fill can OR in a byte that is there in part already, and
+// needs neither a branch nor a mask. Trim() clears them; whoever keeps a reader from one call to
+// the next does that first.
 #ifndef MOLDEX_CSCOMPR_BIT_READER_H_
 #define MOLDEX_CSCOMPR_BIT_READER_H_
 
@@ -14,23 +17,31 @@
 
 namespace cscompr {
 
+// The lowest `number` bits.
+constexpr std::uint64_t LowBits(std::uint64_t bits, unsigned number) {
+  return bits & ((std::uint64_t{1} << number) - 1);
+}
+
 struct BitReader {
   // After a fill at least this many bits are valid unless the input has ended.
   static constexpr unsigned kFilledBits = 56;
   static constexpr std::ptrdiff_t kWideLoadBytes = 8;
+  static constexpr unsigned kCountMask = 63;  // `count` is less than 64
 
   std::uint64_t bits = 0;
   unsigned count = 0;
   const std::uint8_t* next = nullptr;
   const std::uint8_t* end = nullptr;
 
-  // One load without a branch. Needs kWideLoadBytes of input, takes at most 7 of them.
+  // Fills with one load and without a branch. Needs kWideLoadBytes of input and takes at most 7 of
+  // them. Only the lowest 6 bits of `count` are looked at.
   void FillWide() {
-    bits |= Load64(next) << count;
-    next += (63 - count) >> 3;
+    bits |= Load64(next) << (count & kCountMask);
+    next += (~count >> 3) & 7;  // (63 - count) / 8
     count |= kFilledBits;
   }
 
+  // Fills as far as the input goes.
   void Fill() {
     if (end - next >= kWideLoadBytes) {
       FillWide();
@@ -42,29 +53,41 @@ struct BitReader {
     }
   }
 
+  [[nodiscard]] std::uint64_t Peek(unsigned number) const { return LowBits(bits, number); }
+
   void Skip(unsigned number) {
     bits >>= number;
     count -= number;
   }
 
-  // Takes `number` bits, which must be there.
+  // Skips as many bits as the lowest 6 bits of `packed` say. The bits above those may hold
+  // anything: they are not masked off, and spoil the bits of `count` above its lowest 6 until
+  // RestoreCount().
+  void SkipPacked(std::uint32_t packed) {
+    bits >>= packed & kCountMask;
+    count -= packed;
+  }
+
+  void RestoreCount() { count &= kCountMask; }
+
+  // Returns the next `number` bits, which must be valid, and skips them.
   unsigned Take(unsigned number) {
-    const auto value = static_cast<unsigned>(bits & ((std::uint64_t{1} << number) - 1));
+    const auto value = static_cast<unsigned>(Peek(number));
     Skip(number);
     return value;
   }
 
-  void Trim() { bits &= (std::uint64_t{1} << count) - 1; }
+  void Trim() { bits = Peek(count); }
 
-  // Forgets bytes that were loaded behind `end`.
-  void DropBehindEnd() {
+  // Drops bytes that were loaded from beyond `end`.
+  void DropBeyondEnd() {
     if (next <= end) return;
     count -= 8 * static_cast<unsigned>(next - end);
     next = end;
     Trim();
   }
 
-  // Hands whole bytes that nothing was decoded from back to an input that began at `begin`.
+  // Returns whole bytes that nothing was decoded from to the input, which began at `begin`.
   void GiveBack(const std::uint8_t* begin) {
     const auto bytes = std::min<std::ptrdiff_t>(count / 8, next - begin);
     next -= bytes;

@@ -4,12 +4,12 @@
 #include <array>
 #include <cstddef>
 
-#include "cscompr/lzh/deflate_format.h"
+#include "cscompr/huffman/limits.h"
 
 namespace cscompr {
 namespace {
 
-constexpr std::size_t kMaxNodes = kLiteralLengthCodes + (kLiteralLengthCodes - 1);
+constexpr std::size_t kMaxNodes = kMaxSymbols + (kMaxSymbols - 1);
 
 // A tree node waiting for its parent. Order is by weight and then by height of the subtree, which
 // keeps the longest code short; nodes equal in both are left in the order the heap finds them.
@@ -69,7 +69,7 @@ class NodeHeap {
     nodes_[parent] = sinking;
   }
 
-  std::array<HeapNode, kLiteralLengthCodes + 2> nodes_{};  // 1 to size_, then the sentinel
+  std::array<HeapNode, kMaxSymbols + 2> nodes_{};  // 1 to size_, then the sentinel
   std::size_t size_ = 0;
 };
 

@@ -11,7 +11,7 @@ namespace cscompr {
 // Gives every symbol with a frequency a code length of 1 to `max_bits`, the others 0; the total
 // length is the least possible as long as `max_bits` does not bind. Fewer than two used symbols
 // make an incomplete code that some decoders refuse, so up to two unused symbols then get a code
-// as well. At most kLiteralLengthCodes symbols, frequencies at most 2^23 in sum.
+// as well. At most kMaxSymbols symbols, frequencies at most 2^23 in sum.
 void BuildCodeLengths(std::span<const std::uint32_t> frequencies, int max_bits,
                       std::span<std::uint8_t> lengths);
 

@@ -4,7 +4,6 @@
 
 #include "cscompr/cscompr.h"
 #include "cscompr/stream_header.h"
-#include "cscompr/wide_access.h"
 
 namespace cscompr {
 
@@ -52,6 +51,7 @@ Outcome LzcDecoder::Resume(const Buffers& buffers) {
       code = kCsInputExhausted;
     }
   }
+  reader_.Trim();
   return {code, static_cast<std::int32_t>(reader_.next - buffers.input),
           static_cast<std::int32_t>(output - buffers.output)};
 }
@@ -70,36 +70,13 @@ void LzcDecoder::DeliverHeld(std::uint8_t*& output, const std::uint8_t* output_e
   undelivered_ -= count;
 }
 
-// Takes bytes until 56 bits or more are at hand or the input ends.
-void LzcDecoder::BitReader::Fill() {
-  if (end - next >= static_cast<std::ptrdiff_t>(sizeof bits)) {
-    bits |= Load64(next) << count;
-    next += (63 - count) / 8;
-    count |= 56;
-    bits &= ~std::uint64_t{0} >> (64 - count);
-  } else {
-    while (count < 56 && next != end) {
-      bits |= std::uint64_t{*next++} << count;
-      count += 8;
-    }
-  }
-}
-
-// The next `width` bits, which are at hand.
-std::uint32_t LzcDecoder::BitReader::Take(unsigned width) {
-  const std::uint64_t taken = bits & ((std::uint64_t{1} << width) - 1);
-  bits >>= width;
-  count -= width;
-  return static_cast<std::uint32_t>(taken);
-}
-
 // False when the input ends before the padding.
 bool LzcDecoder::SkipPadding() {
   while (padding_bits_ > 0) {
     if (reader_.count == 0) reader_.Fill();
     if (reader_.count == 0) return false;
     const unsigned skipped = std::min(padding_bits_, reader_.count);
-    reader_.Take(skipped);
+    reader_.Skip(skipped);
     padding_bits_ -= skipped;
   }
   return true;

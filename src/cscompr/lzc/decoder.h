@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdint>
 
+#include "cscompr/bit_reader.h"
 #include "cscompr/buffers.h"
 #include "cscompr/lzc/format.h"
 #include "cscompr/wide_access.h"
@@ -35,17 +36,6 @@ class LzcDecoder {
     std::uint16_t link;
     std::uint16_t length;
     std::uint8_t first;  // byte of the whole string
-  };
-
-  // The input of a call and the bits that were taken from it but not yet decoded.
-  struct BitReader {
-    const std::uint8_t* next = nullptr;
-    const std::uint8_t* end = nullptr;
-    std::uint64_t bits = 0;
-    unsigned count = 0;
-
-    void Fill();
-    std::uint32_t Take(unsigned width);
   };
 
   void ResetTable();

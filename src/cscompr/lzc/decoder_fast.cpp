@@ -38,11 +38,8 @@ std::uint8_t* LzcDecoder::DecodeRun(std::uint8_t* output, const std::uint8_t* li
   for (;;) {
     if (!kTableIsFull && next_code >= last_code) break;
     if (reader.count < width) {
-      if (reader.end - reader.next < static_cast<std::ptrdiff_t>(sizeof reader.bits)) break;
-      reader.bits |= Load64(reader.next) << reader.count;
-      reader.next += (63 - reader.count) / 8;
-      reader.count |= 56;
-      reader.bits &= ~std::uint64_t{0} >> (64 - reader.count);
+      if (reader.end - reader.next < BitReader::kWideLoadBytes) break;
+      reader.FillWide();
     }
     const auto code = static_cast<std::uint32_t>(reader.bits & mask);
     if (code == clear || code > next_code) break;
@@ -61,8 +58,7 @@ std::uint8_t* LzcDecoder::DecodeRun(std::uint8_t* output, const std::uint8_t* li
     output += entry.length;
     previous = entry;
     previous_code = code;
-    reader.bits >>= width;
-    reader.count -= width;
+    reader.Skip(width);
     ++codes;
     if constexpr (!kTableIsFull) ++next_code;
   }

@@ -28,10 +28,10 @@ static_assert(2 * kMaxCodeBits + 5 + 12 <= BitReader::kFilledBits);
 // The entry of the next code, skipping the root bits of a long one. Zeros stand in for bits that
 // are not there yet: the entry counts only when the reader holds as many bits as its code has.
 TableEntry LookUp(const TableEntry* table, unsigned root_bits, BitReader& reader) {
-  TableEntry entry = table[LowBits(reader.bits, root_bits)];
+  TableEntry entry = table[reader.Peek(root_bits)];
   if (IsLink(entry) && reader.count >= root_bits) {
     reader.Skip(root_bits);
-    entry = table[Value(entry) + LowBits(reader.bits, CodeBits(entry))];
+    entry = table[Value(entry) + reader.Peek(CodeBits(entry))];
   }
   return entry;
 }
@@ -183,7 +183,7 @@ std::int32_t LzhDecoder::ReadCodeLengths(BitReader& shared_reader) {
   std::int32_t code = kGoOn;
   while (done < total) {
     if (reader.count < kMaxCodeLengthCodeBits + kMaxRunBits) reader.Fill();
-    const auto index = static_cast<std::size_t>(LowBits(reader.bits, kCodeLengthRootBits));
+    const auto index = static_cast<std::size_t>(reader.Peek(kCodeLengthRootBits));
     const TableEntry entry = code_length_table_[index];
     if (reader.count < SkipBits(entry)) {
       code = kCsInputExhausted;

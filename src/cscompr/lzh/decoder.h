@@ -18,7 +18,7 @@
 #include <cstdint>
 
 #include "cscompr/buffers.h"
-#include "cscompr/huffman/decoding_table.h"
+#include "cscompr/lzh/decoding_tables.h"
 #include "cscompr/lzh/sliding_window.h"
 #include "cscompr/lzh/symbol_run.h"
 

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "cscompr/huffman/decoding_table.h"
+#include "cscompr/bit_reader.h"
 #include "cscompr/wide_access.h"
 
 namespace cscompr {

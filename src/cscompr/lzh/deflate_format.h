@@ -7,6 +7,8 @@
 #include <array>
 #include <cstdint>
 
+#include "cscompr/huffman/limits.h"
+
 namespace cscompr {
 
 inline constexpr int kMinMatch = 3;
@@ -17,11 +19,10 @@ inline constexpr int kEndOfBlock = 256;
 inline constexpr int kFirstLengthSymbol = 257;
 inline constexpr int kLengthCodes = 29;
 inline constexpr int kLiteralLengthCodes = 286;  // literals, end of block, lengths
-inline constexpr int kFixedLiteralLengthCodes = 288;
+inline constexpr int kFixedLiteralLengthCodes = kMaxSymbols;
 inline constexpr int kDistanceCodes = 30;
 inline constexpr int kCodeLengthCodes = 19;
 
-inline constexpr int kMaxCodeBits = 15;
 inline constexpr int kMaxCodeLengthCodeBits = 7;
 
 // Symbols of the code length alphabet that stand for runs.

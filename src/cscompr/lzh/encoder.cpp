@@ -34,7 +34,7 @@ Outcome LzhEncoder::Continue(const Buffers& buffers, Outcome outcome) {
         const auto left = static_cast<std::size_t>(buffers.input_length - outcome.bytes_read);
         if (left == 0) return {kCsInputExhausted, outcome.bytes_read, outcome.bytes_written};
         outcome.bytes_read += static_cast<std::int32_t>(
-            matcher_.Fill(std::span(buffers.input + outcome.bytes_read, left)));
+            matcher_.Feed(std::span(buffers.input + outcome.bytes_read, left)));
         break;
       }
       case LzhMatcher::Pause::kTokensAtStop:

@@ -27,7 +27,7 @@ void LzhMatcher::Reset(int level, std::uint32_t stream_length) {
   pending_ = {};
 }
 
-std::uint32_t LzhMatcher::Fill(std::span<const std::uint8_t> input) {
+std::uint32_t LzhMatcher::Feed(std::span<const std::uint8_t> input) {
   const auto taken =
       static_cast<std::uint32_t>(std::min<std::size_t>({input.size(), kWindow - end_, remaining_}));
   if (taken > 0) std::memcpy(window_.data() + end_, input.data(), taken);
@@ -79,7 +79,7 @@ LzhMatcher::Pause LzhMatcher::Run(LzhTokens& tokens) {
     } else if (position_ + kMinMatch <= end_) {
       Decide(tokens, std::min(end_ - kMinMatch + 1, kSlidePosition));
     } else {
-      FinishTail(tokens);
+      DecideTail(tokens);
     }
   }
 }
@@ -93,7 +93,7 @@ void LzhMatcher::Decide(LzhTokens& tokens, std::uint32_t limit) {
 }
 
 // The last two positions begin no string of three bytes, so nothing is looked up for them.
-void LzhMatcher::FinishTail(LzhTokens& tokens) {
+void LzhMatcher::DecideTail(LzhTokens& tokens) {
   if (pending_.length > 0) {
     tokens.tokens[tokens.size++] = MatchToken(pending_.length, pending_.distance);
     position_ += pending_.length - 1;

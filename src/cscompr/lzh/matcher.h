@@ -15,14 +15,14 @@ namespace cscompr {
 
 class LzhMatcher {
  public:
-  // `level` is 1 to 9; `stream_length` is what all calls of Fill together will bring.
+  // `level` is 1 to 9; `stream_length` is what all calls of Feed together will bring.
   void Reset(int level, std::uint32_t stream_length);
 
   // Takes as much of `input` into the window as there is room for; returns the number of bytes.
-  std::uint32_t Fill(std::span<const std::uint8_t> input);
+  std::uint32_t Feed(std::span<const std::uint8_t> input);
 
   enum class Pause {
-    kNeedsInput,    // Fill has room again
+    kNeedsInput,    // Feed has space again
     kTokensAtStop,  // to be called again once the stop has moved on
     kStreamEnd      // every token was added
   };
@@ -70,7 +70,7 @@ class LzhMatcher {
   // Both enter the strings from inserted_ on into the chains, up to that at `limit`.
   void InsertUpTo(std::uint32_t limit);
   void InsertDeepUpTo(std::uint32_t limit);
-  void FinishTail(LzhTokens& tokens);
+  void DecideTail(LzhTokens& tokens);
 
   // Positions are indices into the window; 0 in the tables means none, so the byte at index 0 is
   // never found. The links lead from a position to the one before it in its chain. The tables from

@@ -7,7 +7,7 @@
 #include <cstdint>
 
 #include "cscompr/bit_reader.h"
-#include "cscompr/huffman/decoding_table.h"
+#include "cscompr/lzh/decoding_tables.h"
 #include "cscompr/lzh/sliding_window.h"
 
 namespace cscompr {
