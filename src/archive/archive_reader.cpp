@@ -6,7 +6,7 @@
 
 #include "archive/entry_name.h"
 #include "base/bytes.h"
-#include "report/status_line.h"
+#include "report/progress.h"
 
 namespace moldex {
 namespace {
@@ -18,7 +18,7 @@ constexpr std::uint64_t kLongestStep = 0x7FFFFFFF;
 
 CArchiveReader::CArchiveReader(CRunContext& context, CFileHandle& file, std::string archive_name)
     : context_(context), file_(file), archive_name_(std::move(archive_name)) {
-  reader_.emplace(file_);
+  reader_.emplace(file_, &context_.progress());
 }
 
 bool CArchiveReader::CheckHeader() {
@@ -52,7 +52,7 @@ CDirEntry* CArchiveReader::NextEntry() {
 
 void CArchiveReader::Rewind() {
   file_.SetPosition(0);
-  reader_.emplace(file_);
+  reader_.emplace(file_, &context_.progress());
   is_version2_.reset();
 }
 
@@ -115,7 +115,7 @@ CDirEntry* CArchiveReader::BuildEntry(const EntryHeader& header, std::string nam
   if (header.type == kTypeDirectory) entry = &directory_entry_;
   if (header.type == kTypeShortcut || header.type == kTypeLink) entry = &link_entry_;
   if (entry == nullptr) throw CExcept("MOLDEX: unknown entry type encountered");
-  status_line::IsAt(name);
+  context_.progress().SetCurrentName(name);
   entry->Fill(header, std::move(name), user_data_);
   entry_ = entry;
   if (entry == &link_entry_) link_entry_.SetHasData(DataFollows());

@@ -10,7 +10,6 @@
 #include "archive/dir_entry.h"
 #include "platform/interrupt.h"
 #include "report/except.h"
-#include "report/status_line.h"
 
 namespace moldex {
 namespace {
@@ -44,7 +43,7 @@ std::size_t CBackupCompress::ReadPiece() {
   if (!count) throw CReadExcept(entry_->GetName());
   total_bytes_ += *count;
   CheckLength();
-  status_line::DidMore(*count);
+  progress_.Advance(*count);
   return *count;
 }
 

@@ -6,12 +6,14 @@
 #define MOLDEX_ARCHIVE_BACKUP_COMPRESS_H_
 
 #include "archive/compress_strategy.h"
+#include "report/progress.h"
 
 namespace moldex {
 
 class CBackupCompress : public ICompressStrategy {
  public:
-  explicit CBackupCompress(CompressionBuffers& buffers) : buffers_(buffers) {}
+  CBackupCompress(CompressionBuffers& buffers, CProgress& progress)
+      : buffers_(buffers), progress_(progress) {}
 
   // Throws CReadExcept when the system stops delivering, CCompExcept, CWriteExcept,
   // CSetFilePointerExcept when the header is out of reach, and CExcept when the stream is longer
@@ -25,6 +27,7 @@ class CBackupCompress : public ICompressStrategy {
   std::size_t CompressPiece(CArchiveWriter& archive, std::size_t length);
 
   CompressionBuffers& buffers_;
+  CProgress& progress_;
   CDirEntry* entry_ = nullptr;
   std::uint32_t checksum_ = 0;
   std::uint64_t total_bytes_ = 0;

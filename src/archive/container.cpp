@@ -5,7 +5,6 @@
 
 #include "archive/archive_format.h"
 #include "report/except.h"
-#include "report/status_line.h"
 
 namespace moldex {
 
@@ -16,7 +15,7 @@ CContainer::CContainer(CRunContext& context, const std::string& archive_name, st
   if (!status) throw COpenExcept(name_);
   status_ = *status;
   if (mode == kRead) {
-    status_line::BeginsPart(IsRegularFile() ? status_.size_bytes : 0);
+    context.progress().BeginPart(IsRegularFile() ? status_.size_bytes : 0);
     reader_.emplace(context, file_, name_);
     return;
   }

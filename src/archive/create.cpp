@@ -15,7 +15,7 @@
 #include "report/exit_status.h"
 #include "report/hints.h"
 #include "report/output.h"
-#include "report/status_line.h"
+#include "report/progress.h"
 #include "report/system_error.h"
 
 namespace moldex {
@@ -51,9 +51,17 @@ void CCreate::WriteArchive() {
   if (directory != nullptr && !ChangeDirectory(directory)) throw CChgDirExcept(directory);
   strategy_ = MakeStrategy();
   if (!appending_) archive_->writer().WriteHeader(context_.long_names());
-  status_line::HasTotalOf([this] { return CountBytes(options_, archive_->identity()); });
+  CountTotal();
   CTreeWalk(*this, options_).WalkNames();
   FinishArchive();
+}
+
+// For somebody who sees the progress alone: it takes a second walk over all names.
+void CCreate::CountTotal() {
+  CProgress& progress = context_.progress();
+  if (!progress.IsShown()) return;
+  progress.BeginCounting();
+  progress.SetTotal(CountBytes(options_, archive_->identity(), progress));
 }
 
 void CCreate::OpenArchive() {
@@ -74,8 +82,9 @@ void CCreate::OpenArchive() {
 
 // Backup streams need the header positions and 64-bit times of long-name mode.
 std::unique_ptr<ICompressStrategy> CCreate::MakeStrategy() {
-  if (options_.backup && options_.long_names) return std::make_unique<CBackupCompress>(buffers_);
-  return std::make_unique<CNormalCompress>(buffers_);
+  if (options_.backup && options_.long_names)
+    return std::make_unique<CBackupCompress>(buffers_, context_.progress());
+  return std::make_unique<CNormalCompress>(buffers_, context_.progress(), context_.long_names());
 }
 
 // When something had to be left out without leave, a new archive is deleted, and one that was
@@ -183,7 +192,7 @@ bool CCreate::AddEntry(const std::string& name, const FileStatus& status,
   if (HasParentComponent(SystemPathRules(), archive_name)) {
     KeepHint("names with \"..\" in them were stored; extraction refuses them unless -P is given");
   }
-  status_line::IsAt(name);
+  context_.progress().SetCurrentName(name);
   entry->SetArchiveName(archive_name);
   if (options_.verbose) context_.log().PrintMessage("a " + archive_name);
   entry->WriteTo(archive_->writer(), utf8_name, *strategy_);
@@ -199,5 +208,7 @@ void CCreate::OnLinkWithoutTarget(const std::string& name) {
   CExcept failure("MOLDEX: no link target for " + name, kErrorNoLinkTarget, false);
   context_.log().PrintInfo(failure);
 }
+
+void CCreate::OnCutOffDirectory() { throw CExcept("MOLDEX: error in CCreate::ProcessDirectory"); }
 
 }  // namespace moldex

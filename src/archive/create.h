@@ -28,10 +28,12 @@ class CCreate : public CCommand, private ITreeVisitor {
   bool OnObject(const std::string& name, const FileStatus& status, bool is_start) override;
   void OnInaccessible(const std::string& name, const char* why) override;
   void OnLinkWithoutTarget(const std::string& name) override;
+  [[noreturn]] void OnCutOffDirectory() override;
 
   void OpenArchive();
   void WriteArchive();
   std::unique_ptr<ICompressStrategy> MakeStrategy();
+  void CountTotal();
   void FinishArchive();
   std::vector<std::string> CleanUp();
   std::vector<std::string> DeleteArchive();

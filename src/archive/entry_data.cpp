@@ -15,7 +15,7 @@
 #include "platform/backup_stream.h"
 #include "platform/interrupt.h"
 #include "report/except.h"
-#include "report/status_line.h"
+#include "report/progress.h"
 #include "run/run_context.h"
 
 namespace moldex {
@@ -98,7 +98,7 @@ class CDataRestorer {
 
   void TakeOutput(std::span<const std::uint8_t> bytes) {
     ThrowIfInterrupted();  // a small archive may hold much
-    status_line::DidMore(0);
+    CRunContext::GetInstance().progress().Update();
     if (bytes.size() > size() - done_bytes_) FailLength();
     done_bytes_ += bytes.size();
     checksum_ = UpdateChecksum(checksum_, bytes);

@@ -11,8 +11,6 @@
 #include "platform/backup_stream.h"
 #include "platform/interrupt.h"
 #include "report/except.h"
-#include "report/status_line.h"
-#include "run/run_context.h"
 
 namespace moldex {
 namespace {
@@ -27,7 +25,7 @@ void CNormalCompress::SetEntry(CDirEntry* entry) {
   ready_ = {};
   as_backup_stream_ = false;
   const std::uint64_t length = entry->header().size_bytes();
-  if (!CRunContext::GetInstance().long_names() || length > buffers_.input.size()) return;
+  if (!long_names_ || length > buffers_.input.size()) return;
   ready_ = ReadPiece(static_cast<std::size_t>(length));
   as_backup_stream_ = IsBackupStream(ready_);
   if (as_backup_stream_) entry->SetSize(length + kStreamIdBytes);
@@ -93,7 +91,7 @@ std::span<const std::uint8_t> CNormalCompress::ReadPiece(std::size_t length) {
   const std::span<std::uint8_t> piece(buffers_.input.data(), length);
   ThrowIfInterrupted();
   if (!entry_->file().ReadAll(piece)) throw CReadExcept(entry_->GetName());
-  status_line::DidMore(length);
+  progress_.Advance(length);
   return piece;
 }
 

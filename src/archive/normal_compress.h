@@ -11,12 +11,15 @@
 #include <span>
 
 #include "archive/compress_strategy.h"
+#include "report/progress.h"
 
 namespace moldex {
 
 class CNormalCompress : public ICompressStrategy {
  public:
-  explicit CNormalCompress(CompressionBuffers& buffers) : buffers_(buffers) {}
+  // `long_names` is the mode of the archive.
+  CNormalCompress(CompressionBuffers& buffers, CProgress& progress, bool long_names)
+      : buffers_(buffers), progress_(progress), long_names_(long_names) {}
 
   // Throws CReadExcept when the file holds less than its header says, CCompExcept, CWriteExcept.
   void Compress(CArchiveWriter& archive) override;
@@ -29,6 +32,8 @@ class CNormalCompress : public ICompressStrategy {
   std::span<const std::uint8_t> ReadPiece(std::size_t length);
 
   CompressionBuffers& buffers_;
+  CProgress& progress_;
+  bool long_names_;
   CDirEntry* entry_ = nullptr;
   std::span<const std::uint8_t> ready_;  // was read ahead of its turn
   bool as_backup_stream_ = false;

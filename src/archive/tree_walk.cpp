@@ -5,7 +5,6 @@
 
 #include "platform/file_services.h"
 #include "platform/interrupt.h"
-#include "report/except.h"
 #include "report/system_error.h"
 
 namespace moldex {
@@ -27,10 +26,9 @@ bool IsStart(const std::string& name, const FileStatus& status) {
   return last == "." || last == ".." || StoredName(rules, name, false).empty();
 }
 
-// A directory that could be opened but not read to its end fails the walk.
-void CheckReading(const DirectoryResult& outcome) {
-  if (outcome || outcome.error().step == DirectoryFailure::Step::kOpen) return;
-  throw CExcept("MOLDEX: error in CCreate::ProcessDirectory");
+// Whether a directory was opened and could not be read to its end.
+bool IsCutOff(const DirectoryResult& outcome) {
+  return !outcome && outcome.error().step != DirectoryFailure::Step::kOpen;
 }
 
 std::string WithoutTrailingSeparators(std::string_view name) {
@@ -77,8 +75,9 @@ void CTreeWalk::WalkPattern(std::string_view pattern) {
     VisitName(directory + *name);
     DrainLevels();
   }
-  CheckReading(names.Outcome());
-  const bool could_read = names.Outcome().ok();
+  const DirectoryResult outcome = names.Outcome();
+  const bool could_read = outcome.ok();
+  if (IsCutOff(outcome)) visitor_.OnCutOffDirectory();
   const std::string text(pattern);
   if ((matched && could_read) || options_.IsExcluded(text)) return;
   visitor_.OnInaccessible(text, could_read ? "no name matches" : nullptr);
@@ -132,8 +131,11 @@ void CTreeWalk::DrainLevels() {
     const DirectoryResult outcome = level.names.Outcome();
     const std::string path = std::move(level.path);
     levels_.pop_back();
-    CheckReading(outcome);
-    if (!outcome) visitor_.OnInaccessible(path, nullptr);
+    if (IsCutOff(outcome)) {
+      visitor_.OnCutOffDirectory();
+    } else if (!outcome) {
+      visitor_.OnInaccessible(path, nullptr);
+    }
   }
 }
 

@@ -30,6 +30,8 @@ class ITreeVisitor {
   virtual void OnInaccessible(const std::string& name, const char* why) = 0;
   // A symbolic link whose target is missing, or is a directory that is being walked.
   virtual void OnLinkWithoutTarget(const std::string& name) = 0;
+  // A directory that could be opened and cannot be read to its end. The walk goes on after it.
+  virtual void OnCutOffDirectory() = 0;
 };
 
 class CTreeWalk {
@@ -40,8 +42,7 @@ class CTreeWalk {
 
   // Visits what the operands and the names of the -A file stand for, in order, and then, where the
   // options mean them, names of the -T file that were not visited until then. An excluded name is
-  // not even looked at. Throws CExcept when a directory that could be opened cannot be read to its
-  // end, and what the visitor throws.
+  // not even looked at. Throws CInterruptExcept, and what the visitor throws.
   void WalkNames();
 
  private:

@@ -15,6 +15,7 @@
 #include "report/hints.h"
 #include "report/output.h"
 #include "report/system_error.h"
+#include "run/archive_list.h"
 
 namespace moldex {
 
@@ -53,6 +54,7 @@ CExtract::CExtract(CRunContext& context)
 
 void CExtract::Execute() {
   const std::vector<std::string> archives = context_.ArchiveList();
+  if (context_.progress().IsShown()) context_.progress().SetTotal(TotalBytes(archives));
   if (extracting_) context_.FindFilesInUse(archives);
   for (const std::string& name : archives) {
     try {

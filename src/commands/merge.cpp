@@ -11,7 +11,6 @@
 #include "report/except.h"
 #include "report/hints.h"
 #include "report/output.h"
-#include "report/status_line.h"
 #include "report/system_error.h"
 
 namespace moldex {
@@ -26,7 +25,7 @@ FileStatus StatusOf(const CFileHandle& file, const std::string& name) {
 }
 
 void CopyRest(CFileHandle& source, const std::string& source_name, std::uint64_t remaining_bytes,
-              CFileHandle& target, const std::string& target_name) {
+              CFileHandle& target, const std::string& target_name, CProgress& progress) {
   std::vector<std::uint8_t> buffer(kCopyBytes);
   while (remaining_bytes > 0) {
     ThrowIfInterrupted();
@@ -36,7 +35,7 @@ void CopyRest(CFileHandle& source, const std::string& source_name, std::uint64_t
     if (!source.ReadAll(chunk)) throw CReadExcept(source_name);
     if (!target.WriteAll(chunk)) throw CWriteExcept(target_name);
     remaining_bytes -= chunk.size();
-    status_line::DidMore(chunk.size());
+    progress.Advance(chunk.size());
   }
   if (!target.Close()) throw CWriteExcept(target_name);
 }
@@ -80,10 +79,12 @@ void CMerge::Execute() {
   if (!source.Skip(kArchiveHeaderBytes, 0)) {
     throw CExcept("MOLDEX: can't move file pointer in " + source_name);
   }
-  status_line::HasTotal(status.size_bytes - kArchiveHeaderBytes);  // the target is not gone through
-  status_line::IsAt(source_name);
+  context_.progress().SetTotal(status.size_bytes -
+                               kArchiveHeaderBytes);  // the target is not gone through
+  context_.progress().SetCurrentName(source_name);
   try {
-    CopyRest(source, source_name, status.size_bytes - kArchiveHeaderBytes, target, target_name);
+    CopyRest(source, source_name, status.size_bytes - kArchiveHeaderBytes, target, target_name,
+             context_.progress());
   } catch (CExcept& failure) {
     const std::string line = CutBack(target, target_name, former);
     if (!line.empty()) failure.AddLine(line);

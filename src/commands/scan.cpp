@@ -3,7 +3,6 @@
 #include "platform/file_services.h"
 #include "platform/interrupt.h"
 #include "report/except.h"
-#include "report/status_line.h"
 
 namespace moldex {
 namespace {
@@ -18,13 +17,14 @@ void CScan::Execute() {
   if (handle < 0) throw COpenExcept(kMissingLog);
   log.WriteLog(handle, "# MOLDEX: list of missing files");
   log.WriteLog(handle, "# ==========================");
+  CProgress& progress = context_.progress();
   bool missing = false;
   const std::vector<std::string> names = context_.options().NameList();
-  status_line::HasTotal(names.size(), status_line::Unit::kNames);
+  progress.SetTotal(names.size(), CProgress::Unit::kNames);
   for (const std::string& name : names) {
     ThrowIfInterrupted();
-    status_line::IsAt(name);
-    status_line::DidMore(1);
+    progress.SetCurrentName(name);
+    progress.Advance(1);
     if (context_.options().IsExcluded(name) || QueryStatus(name)) continue;
     log.WriteLog(handle, name);
     missing = true;

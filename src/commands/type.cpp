@@ -3,6 +3,7 @@
 #include "archive/container.h"
 #include "oldformat/type_old.h"
 #include "report/except.h"
+#include "run/archive_list.h"
 
 namespace moldex {
 
@@ -11,7 +12,9 @@ CType::CType(CRunContext& context) : context_(context), selection_(context.optio
 }
 
 void CType::Execute() {
-  for (const std::string& name : context_.ArchiveList()) {
+  const std::vector<std::string> archives = context_.ArchiveList();
+  if (context_.progress().IsShown()) context_.progress().SetTotal(TotalBytes(archives));
+  for (const std::string& name : archives) {
     try {
       ListArchive(name);
     } catch (COpenExcept& failure) {

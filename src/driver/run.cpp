@@ -15,7 +15,6 @@
 #include "platform/security.h"
 #include "report/except.h"
 #include "report/exit_status.h"
-#include "report/status_line.h"
 
 namespace moldex {
 namespace {
@@ -71,7 +70,7 @@ void Run(CRunContext& context) {
     if (!acquired) throw CAddPrivilegeExcept(acquired.error().what);
   }
   context.set_command_code(options.command_code);
-  const CStatusLine progress(!options.verbose);
+  const CShownProgress progress(context.progress(), !options.verbose);
   MakeCommand(context)->Execute();
   context.sought_names().HintAtMissing();
   if (WritesArchive(context.command_code()) && context.files_inaccessible()) {

@@ -33,11 +33,10 @@ bool LeavesTarget(const CDirEntry& entry, const std::string& link_target) {
 
 // Empty when the target has no form in the local code page.
 std::optional<std::string> TargetOf(const CLink& link) {
-  const int status = ExitStatus();
+  const CExitStatusGuard guard;
   try {
     return link.Target();
   } catch (const CConversionExcept&) {  // reported with the link's name instead
-    SetExitStatus(status);
     return std::nullopt;
   }
 }

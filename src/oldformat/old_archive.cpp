@@ -7,7 +7,6 @@
 #include "codepage/code_page.h"
 #include "platform/file_services.h"
 #include "report/except.h"
-#include "report/status_line.h"
 
 namespace moldex {
 namespace {
@@ -47,7 +46,10 @@ void SetTime(std::int64_t seconds, EntryHeader* header) {
 
 COldArchive::COldArchive(CRunContext& context, const std::string& name,
                          const CCmdLineOptions& options)
-    : context_(context), options_(options), reader_(Regular(name)), selection_(options.file_names) {
+    : context_(context),
+      options_(options),
+      reader_(Regular(name), context.progress()),
+      selection_(options.file_names) {
   if (!reader_.IsTar()) throw CInvalExcept(name);
   context_.SetLongNames(false);
 }
@@ -83,7 +85,7 @@ bool COldArchive::ReadName(std::string* name) {
 }
 
 CDirEntry& COldArchive::Fill(std::string name) {
-  status_line::IsAt(name);
+  context_.progress().SetCurrentName(name);
   const bool is_directory = header_.kind == TarKind::kDirectory;
   EntryHeader header;
   header.type = is_directory ? kTypeDirectory : kTypeFile;

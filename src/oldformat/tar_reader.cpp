@@ -50,12 +50,13 @@ void CTarReader::Apply(Announced announced, TarHeader* header) {
   }
 }
 
-CTarReader::CTarReader(std::string archive_name) : archive_name_(std::move(archive_name)) {
+CTarReader::CTarReader(std::string archive_name, CProgress& progress)
+    : archive_name_(std::move(archive_name)), progress_(progress) {
   if (!file_.Open(archive_name_, kOpenExisting)) throw COpenExcept(archive_name_);
   const auto status = file_.Status();
   if (!status) throw COpenExcept(archive_name_);
   identity_ = status->identity;
-  reader_.emplace(file_);
+  reader_.emplace(file_, &progress_);
 }
 
 bool CTarReader::IsTar() {
@@ -117,7 +118,7 @@ std::span<const std::uint8_t> CTarReader::Data() {
 
 void CTarReader::Rewind() {
   file_.SetPosition(0);
-  reader_.emplace(file_);
+  reader_.emplace(file_, &progress_);
   default_seconds_.reset();
   data_left_ = padding_ = 0;
   ended_ = false;

@@ -18,13 +18,14 @@
 #include "oldformat/tar_header.h"
 #include "platform/buffered_reader.h"
 #include "platform/file_handle.h"
+#include "report/progress.h"
 
 namespace moldex {
 
 class CTarReader {
  public:
   // Throws COpenExcept.
-  explicit CTarReader(std::string archive_name);
+  CTarReader(std::string archive_name, CProgress& progress);
 
   // Whether the file begins with a header. (One of zeros is none: an archive without entries
   // cannot be told from a file that was lost.)
@@ -68,6 +69,7 @@ class CTarReader {
   [[noreturn]] void FailShort() const;
 
   std::string archive_name_;
+  CProgress& progress_;
   CFileHandle file_;
   FileIdentity identity_;
   std::optional<CBufferedReader> reader_;

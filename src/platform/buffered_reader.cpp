@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "platform/interrupt.h"
-#include "report/status_line.h"
 #include "report/system_error.h"
 
 namespace moldex {
@@ -19,8 +18,8 @@ constexpr std::uint64_t kLargestStep = 0x7FFFFFFF;  // what one half of a skip c
 
 }  // namespace
 
-CBufferedReader::CBufferedReader(CFileHandle& file)
-    : file_(file), buffer_(kCapacity), read_ahead_(kSmallRead) {
+CBufferedReader::CBufferedReader(CFileHandle& file, CProgress* progress)
+    : file_(file), progress_(progress), buffer_(kCapacity), read_ahead_(kSmallRead) {
   const auto status = file_.Status();
   seekable_ = status && status->kind == FileKind::kRegular;
   if (seekable_) known_size_ = status->size_bytes;
@@ -46,7 +45,7 @@ void CBufferedReader::Fill(std::size_t wanted) {
   const std::size_t missing = wanted - end_;
   const std::size_t amount = std::min(std::max(missing, read_ahead_), buffer_.size() - end_);
   ReadInto({buffer_.data() + end_, amount});
-  status_line::Reached(position_);
+  if (progress_ != nullptr) progress_->AdvanceTo(position_);
   read_ahead_ = std::min(read_ahead_ * 2, kLargeRead);
 }
 
@@ -82,7 +81,7 @@ Result<SkipResult> CBufferedReader::Skip(std::uint64_t distance) {
     left -= step;
   }
   position_ += rest;
-  status_line::Reached(position_);
+  if (progress_ != nullptr) progress_->AdvanceTo(position_);
   begin_ = end_ = 0;
   read_ahead_ = kSmallRead;
   return SkipResult::kMoved;

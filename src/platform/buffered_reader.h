@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/file_handle.h"
+#include "report/progress.h"
 
 namespace moldex {
 
@@ -19,8 +20,8 @@ class CBufferedReader {
   static constexpr std::size_t kCapacity = 128 * 1024;
 
   // `file` stands at its start. It stays the caller's and must outlive the reader; nobody else
-  // moves its position.
-  explicit CBufferedReader(CFileHandle& file);
+  // moves its position. `progress`, if any, learns how far the file was read.
+  explicit CBufferedReader(CFileHandle& file, CProgress* progress = nullptr);
 
   // The next `count` bytes (at most kCapacity), consumed. Fewer at the end of the file, or when a
   // read failed, which Failed tells. Valid until the next call. Throws CInterruptExcept.
@@ -45,6 +46,7 @@ class CBufferedReader {
   Result<SkipResult> SkipByReading(std::uint64_t distance);
 
   CFileHandle& file_;
+  CProgress* progress_;
   std::vector<std::uint8_t> buffer_;
   std::size_t begin_ = 0;
   std::size_t end_ = 0;

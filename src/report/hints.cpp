@@ -24,7 +24,7 @@ bool HintsAreWanted() {
 
 void ShowHint(const std::string& text) {
   if (!HintsAreWanted() || ErrorColumns() == 0) return;
-  status_line::MakeRoomOnTerminal();
+  CStatusLine::MakeWayOnTerminal();
   WriteToErrorTerminal("hint: " + Escaped(text) + "\n");
 }
 

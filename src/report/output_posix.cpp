@@ -60,7 +60,7 @@ void Drain() {
 
 void WriteOutput(std::string_view text) {
   if (output.outcome.place == TextPlace::kNowhere) return;
-  status_line::MakeRoom();
+  CStatusLine::MakeWayForText();
   while (!text.empty()) {
     const std::size_t piece = std::min(text.size(), output.buffer.size() - output.used);
     std::memcpy(output.buffer.data() + output.used, text.data(), piece);

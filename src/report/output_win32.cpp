@@ -34,7 +34,7 @@ void SendTextTo(std::FILE* stream, TextPlace place, const char* name) {
 
 void WriteOutput(std::string_view text) {
   if (outcome.place == TextPlace::kNowhere) return;
-  status_line::MakeRoom();
+  CStatusLine::MakeWayForText();
   NoteEnd(std::fwrite(text.data(), 1, text.size(), TextStream()) == text.size());
 }
 

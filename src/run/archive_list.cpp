@@ -6,6 +6,7 @@
 #include "base/ascii.h"
 #include "platform/directory.h"
 #include "platform/file_services.h"
+#include "report/system_error.h"
 
 namespace moldex {
 namespace {
@@ -55,6 +56,18 @@ std::vector<std::string> ExpandArchiveList(const std::string& value, bool ignore
     }
   }
   return archives;
+}
+
+std::uint64_t TotalBytes(const std::vector<std::string>& archives) {
+  const CSystemErrorGuard guard;
+  std::uint64_t total = 0;
+  for (const std::string& name : archives) {
+    const auto status = QueryStatus(name);
+    if (!status) continue;
+    if (status->kind != FileKind::kRegular) return 0;
+    total += status->size_bytes;
+  }
+  return total;
 }
 
 }  // namespace moldex

@@ -2,6 +2,7 @@
 #ifndef MOLDEX_RUN_ARCHIVE_LIST_H_
 #define MOLDEX_RUN_ARCHIVE_LIST_H_
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,10 @@ bool NamesNoArchive(const char* value);
 // other. A pattern that matches nothing stays as it is, so that opening it reports it.
 // Never empty: a value without any name is opened as it is, which reports it.
 std::vector<std::string> ExpandArchiveList(const std::string& value, bool ignore_case);
+
+// The size of all archives of a list together; 0 when that of one cannot be known. An archive that
+// cannot be looked up counts nothing: opening it reports it.
+std::uint64_t TotalBytes(const std::vector<std::string>& archives);
 
 }  // namespace moldex
 

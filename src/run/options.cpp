@@ -41,14 +41,13 @@ class CCmdLineOptions::Parser {
 
   // Goes on after the argument that is wrong, past further ones: to know the archive.
   void RunOn() {
-    const int status = ExitStatus();
+    const CExitStatusGuard guard;
     const std::string notes = options_.notes_;
     runs_on_ = true;
     while (next_ < count_) {
       try {
         TakeArgument();
-      } catch (const CExcept&) {
-        SetExitStatus(status);
+      } catch (const CExcept&) {  // the first failure is the one that is reported
       }
     }
     options_.notes_ = notes;

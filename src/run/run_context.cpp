@@ -7,7 +7,6 @@
 #include "platform/long_name.h"
 #include "report/except.h"
 #include "report/hints.h"
-#include "report/status_line.h"
 #include "report/system_error.h"
 #include "run/archive_list.h"
 
@@ -17,20 +16,6 @@ namespace {
 std::unique_ptr<CRunContext> instance;
 
 constexpr char kInaccessibleLog[] = "moldex.log";
-
-// Of all archives together; 0 when that of one cannot be known. What cannot be opened is left to
-// whoever opens it.
-std::uint64_t TotalBytes(const std::vector<std::string>& archives) {
-  const CSystemErrorGuard guard;
-  std::uint64_t total = 0;
-  for (const std::string& name : archives) {
-    const auto status = QueryStatus(name);
-    if (!status) continue;
-    if (status->kind != FileKind::kRegular) return 0;
-    total += status->size_bytes;
-  }
-  return total;
-}
 
 bool IsSameFile(const std::string& path, const std::string& other) {
   const CSystemErrorGuard guard;
@@ -68,12 +53,9 @@ void CRunContext::SetLongNames(bool on) {
   SetLongNameMode(on);
 }
 
-std::vector<std::string> CRunContext::ArchiveList() {
+std::vector<std::string> CRunContext::ArchiveList() const {
   const char* value = options_->archive_value;
-  std::vector<std::string> archives =
-      ExpandArchiveList(value != nullptr ? value : kDefaultArchive, options_->ignore_case);
-  if (status_line::IsOn()) status_line::HasTotal(TotalBytes(archives));
-  return archives;
+  return ExpandArchiveList(value != nullptr ? value : kDefaultArchive, options_->ignore_case);
 }
 
 void CRunContext::FindFilesInUse(const std::vector<std::string>& archives) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "report/log_manager.h"
+#include "report/progress.h"
 #include "run/extracted_directories.h"
 #include "run/files_in_use.h"
 #include "run/options.h"
@@ -30,6 +31,7 @@ class CRunContext {
 
   CCmdLineOptions& options() { return *options_; }
   CConsoleLogMan& log() { return log_; }
+  CProgress& progress() { return progress_; }
   CStatistics& statistics() { return statistics_; }
   CSoughtNames& sought_names() { return sought_names_; }
 
@@ -40,7 +42,7 @@ class CRunContext {
   const std::string& archive_path() const { return archive_path_; }
 
   // The archives that a reading command works on.
-  std::vector<std::string> ArchiveList();
+  std::vector<std::string> ArchiveList() const;
 
   // What no entry may be extracted over: the archives of such a list, the list file, what messages
   // go to. FindFilesInUse looks them up; an archive that is open may be added to them.
@@ -71,6 +73,7 @@ class CRunContext {
 
   CConsoleLogMan log_;
   CCmdLineOptions* options_;
+  CProgress progress_;
   CStatistics statistics_;
   CSoughtNames sought_names_;
   std::string start_directory_;
