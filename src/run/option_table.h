@@ -1,9 +1,9 @@
-// Every option of the command line, in one table: how it is written, what follows it, what it sets,
-// which commands it goes with, and what it does in one line.
+// Every option of the command line, in one table: its spelling, its argument, the field that it
+// sets, the commands that it goes with, and its effect in one line.
 //
-// The parser and the rules on combinations read it, and from it are made the usage text, the man
-// page and the completions for shells. "-version" is no option: it counts as the first word alone,
-// which main looks at.
+// The parser, the rules on combinations and the usage text read the table. A test compares it with
+// the man page and the completions in share/. "-version" is no option: it counts only as the first
+// word, and the driver looks for it.
 #ifndef MOLDEX_RUN_OPTION_TABLE_H_
 #define MOLDEX_RUN_OPTION_TABLE_H_
 
