@@ -2,18 +2,12 @@
 
 #include <algorithm>
 #include <cstring>
-#include <functional>
 #include <utility>
 
 namespace moldex {
-namespace {
-
-std::size_t Cost(const std::string& name) { return sizeof(std::string) + name.size(); }
-
-}  // namespace
 
 // Takes more than is wanted now: giving names up one by one would move the rest each time.
-void CNameMemory::MakeRoomFor(const CSortedDirectory& reader) {
+void CNameMemory::MakeSpaceFor(const CSortedDirectory& reader) {
   const std::size_t portion = bytes_ / 8;
   for (CSortedDirectory* directory : directories_) {
     if (held_bytes_ == reader.held_bytes_ || !IsExceeded()) return;
@@ -33,11 +27,11 @@ CSortedDirectory::~CSortedDirectory() {
 }
 
 std::optional<std::string> CSortedDirectory::Next() {
-  if (names_.empty() && !complete_) ReadBatch();
-  if (names_.empty()) return std::nullopt;
-  last_ = names_.back();
-  DropLast();
-  if (names_.empty()) names_.shrink_to_fit();
+  if (names_.IsEmpty() && !complete_) ReadBatch();
+  if (names_.IsEmpty()) return std::nullopt;
+  last_ = names_.Smallest();
+  names_.DropSmallest();
+  UpdateHeldBytes();
   return last_;
 }
 
@@ -48,53 +42,43 @@ void CSortedDirectory::ReadBatch() {
   };
   outcome_ = VisitDirectory(path_, keep, identity_);
   if (!outcome_) {
-    while (!names_.empty())
-      DropLast();
+    names_ = {};
     complete_ = true;
   }
-  std::sort(names_.begin(), names_.end(), std::greater<>());
+  names_.Sort();
+  UpdateHeldBytes();
 }
 
 void CSortedDirectory::Keep(const char* name) {
   if (!last_.empty() && std::strcmp(name, last_.c_str()) <= 0) return;
-  // Once names were left out, only smaller ones than the largest kept can be part of this batch.
-  if (!complete_ && std::strcmp(name, names_.front().c_str()) >= 0) return;
-  names_.emplace_back(name);
-  held_bytes_ += Cost(names_.back());
-  memory_.held_bytes_ += Cost(names_.back());
-  if (memory_.IsExceeded()) memory_.MakeRoomFor(*this);
-  if (complete_ && !memory_.IsExceeded()) return;
-  if (complete_) {
-    complete_ = false;
-    std::make_heap(names_.begin(), names_.end());
-  } else {
-    std::push_heap(names_.begin(), names_.end());
-  }
-  while (memory_.IsExceeded() && names_.size() > 1) {
-    std::pop_heap(names_.begin(), names_.end());
-    DropLast();
-  }
+  if (!complete_ && std::strcmp(name, first_left_out_.c_str()) >= 0) return;
+  names_.Add(name);
+  UpdateHeldBytes();
+  if (memory_.IsExceeded()) memory_.MakeSpaceFor(*this);
+  while (memory_.IsExceeded() && names_.Count() > 1)
+    DropLargest();
 }
 
-void CSortedDirectory::DropLast() {
-  const std::size_t bytes = Cost(names_.back());
-  held_bytes_ -= bytes;
-  memory_.held_bytes_ -= bytes;
-  names_.pop_back();
-}
-
-// The largest names go: they stand in front, and are needed last.
-void CSortedDirectory::GiveUp(std::size_t wanted_bytes) {
-  auto end = names_.begin();
-  std::size_t bytes = 0;
-  while (end != names_.end() && bytes < wanted_bytes)
-    bytes += Cost(*end++);
-  if (bytes == 0) return;
-  names_.erase(names_.begin(), end);
-  names_.shrink_to_fit();
-  held_bytes_ -= bytes;
-  memory_.held_bytes_ -= bytes;
+// Leaves the largest names for the next batch: several at once, as that takes going over all.
+void CSortedDirectory::DropLargest() {
+  constexpr std::size_t kPart = 8;
+  first_left_out_ = names_.DropLargest(std::max<std::size_t>(names_.Count() / kPart, 1));
   complete_ = false;
+  UpdateHeldBytes();
+}
+
+// The largest names go, as they are needed last.
+void CSortedDirectory::GiveUp(std::size_t wanted_bytes) {
+  if (names_.IsEmpty()) return;
+  const std::size_t wanted_count = names_.Count() * wanted_bytes / held_bytes_ + 1;
+  (void)names_.DropLargest(std::min(wanted_count, names_.Count()));
+  complete_ = false;
+  UpdateHeldBytes();
+}
+
+void CSortedDirectory::UpdateHeldBytes() {
+  memory_.held_bytes_ += names_.HeldBytes() - held_bytes_;
+  held_bytes_ = names_.HeldBytes();
 }
 
 }  // namespace moldex

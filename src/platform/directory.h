@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/file_status.h"
+#include "platform/name_arena.h"
 #include "platform/result.h"
 
 namespace moldex {
@@ -32,36 +33,35 @@ DirectoryResult VisitDirectory(const std::string& path,
 
 class CSortedDirectory;
 
-// Memory for the names of directories of which one is read inside another. The one that is being
-// read may have all of it: the others give theirs up, the outermost first, and are read again when
-// their turn comes.
+// Memory for the names of nested directories. The directory that is being read may have all of it:
+// the others give their names up, the outermost first, and are read again when their turn comes.
 class CNameMemory {
  public:
   explicit CNameMemory(std::size_t bytes) : bytes_(bytes) {}
   CNameMemory(const CNameMemory&) = delete;
   CNameMemory& operator=(const CNameMemory&) = delete;
 
-  // What the names of all directories take now.
+  // Bytes that the names of all directories take now.
   std::size_t HeldBytes() const { return held_bytes_; }
 
  private:
   friend class CSortedDirectory;
 
   bool IsExceeded() const { return held_bytes_ > bytes_; }
-  void MakeRoomFor(const CSortedDirectory& reader);
+  void MakeSpaceFor(const CSortedDirectory& reader);
 
   std::size_t bytes_;
   std::size_t held_bytes_ = 0;
   std::vector<CSortedDirectory*> directories_;  // the outermost first
 };
 
-// Hands out a directory's names in byte order, in bounded memory: of a directory whose names do not
-// fit, the smallest that fit are kept, and the directory is read again for the rest. No file is
-// open between two calls, and names that appear or go in the meantime do no harm.
+// Hands out a directory's names in byte order, in bounded memory: when the names do not fit, the
+// smallest ones are kept, and the directory is read again for the rest. No file is open between two
+// calls, and names that appear or go in the meantime do no harm.
 class CSortedDirectory {
  public:
-  // `path` is empty for the current directory. `memory` outlives the directory. `identity` is that
-  // of VisitDirectory.
+  // `path` is empty for the current directory. `memory` outlives the directory. VisitDirectory
+  // explains `identity`.
   CSortedDirectory(std::string path, CNameMemory& memory,
                    std::optional<FileIdentity> identity = std::nullopt);
   ~CSortedDirectory();
@@ -80,17 +80,19 @@ class CSortedDirectory {
 
   void ReadBatch();
   void Keep(const char* name);
-  void DropLast();
+  void DropLargest();
   void GiveUp(std::size_t wanted_bytes);
+  void UpdateHeldBytes();
 
   std::string path_;
   CNameMemory& memory_;
   std::optional<FileIdentity> identity_;
   std::function<bool(const char*)> accept_;
-  std::vector<std::string> names_;  // sorted downwards while handed out, a heap while read
-  std::size_t held_bytes_ = 0;
-  std::string last_;  // the last name that was handed out; empty before the first
-  bool complete_ = false;
+  CNameArena names_;
+  std::size_t held_bytes_ = 0;  // of names_, as memory_ counts them
+  std::string last_;            // the last name that was handed out; empty before the first
+  bool complete_ = false;       // no name was left for the next batch
+  std::string first_left_out_;  // the smallest name that was, while a batch is read
   DirectoryResult outcome_;
 };
 
