@@ -115,7 +115,8 @@ std::vector<std::string> CCreate::DeleteArchive() {
   const auto status = QueryLinkStatus(path);
   if (status && status->identity == archive_->identity() && archive_->writer().Delete(path))
     return {};
-  return {Shown("MOLDEX: could not delete the incomplete archive " + context_.archive_name())};
+  return {EscapedForTerminal("MOLDEX: could not delete the incomplete archive " +
+                             context_.archive_name())};
 }
 
 // What CleanUp has left, for whoever interrupted the run.

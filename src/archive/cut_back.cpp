@@ -23,7 +23,7 @@ std::string CutBack(CFileHandle& file, const std::optional<FileStatus>& status,
 }
 
 std::string RepairFailure(const std::string& text, const std::string& archive_name) {
-  return Shown("MOLDEX: " + text + archive_name + ". ") + LastSystemErrorText();
+  return EscapedForTerminal("MOLDEX: " + text + archive_name + ". ") + LastSystemErrorText();
 }
 
 }  // namespace moldex

@@ -80,7 +80,7 @@ void CEntryInfo::Print() {
   if (date_length < kDateColumns) line.insert(date_at, kDateColumns - date_length, ' ');
   line += ' ';
   line += name_;
-  WriteShown(line);
+  WriteEscapedForTerminal(line);
   EndLine();
 }
 

@@ -1,8 +1,9 @@
 #include "base/name_rules.h"
 
 #include <algorithm>
-#include <cctype>
 #include <string>
+
+#include "base/ascii.h"
 
 namespace moldex {
 namespace {
@@ -13,8 +14,8 @@ constexpr std::string_view kForbidden = "<>\"|?*:";
 // A digit, or one of the raised digits that Windows takes for 1, 2 and 3, in Latin-1 or UTF-8.
 bool IsPortNumber(std::string_view text) {
   if (text.size() == 2 && text[0] == '\xC2') text.remove_prefix(1);
-  return text.size() == 1 && ((text[0] >= '0' && text[0] <= '9') || text[0] == '\xB9' ||
-                              text[0] == '\xB2' || text[0] == '\xB3');
+  return text.size() == 1 &&
+         (IsDigit(text[0]) || text[0] == '\xB9' || text[0] == '\xB2' || text[0] == '\xB3');
 }
 
 // A device is one whatever extension it has, and with blanks in front of that.
@@ -38,7 +39,7 @@ bool IsAllowedComponent(const PathRules& rules, std::string_view component) {
 }
 
 bool HasDriveLetter(std::string_view name) {
-  return name.size() >= 2 && name[1] == ':' && std::isalpha(static_cast<unsigned char>(name[0]));
+  return name.size() >= 2 && name[1] == ':' && IsLetter(name[0]);
 }
 
 }  // namespace

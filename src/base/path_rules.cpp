@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/utf8.h"
+
 namespace moldex {
 namespace {
 
@@ -38,15 +40,9 @@ std::size_t DevicePrefixLength(const PathRules& rules, std::string_view slashed)
   return std::min<std::size_t>(slashed.size(), 4);
 }
 
-// Bytes of the first character: one, and in UTF-8 those that continue it.
+// Bytes of the first character: those of a sequence of UTF-8, or one.
 std::size_t CharacterLength(std::string_view text) {
-  std::size_t length = 1;
-  const auto continues = [&] { return (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80; };
-  if (static_cast<unsigned char>(text[0]) >= 0xC0) {
-    while (length < text.size() && continues())
-      ++length;
-  }
-  return length;
+  return std::max<std::size_t>(FirstUtf8Sequence(text).bytes, 1);
 }
 
 // The classic two-pointer match: on a mismatch, let the last "*" take one character more.
@@ -75,14 +71,6 @@ bool MatchesGlob(std::string_view pattern, std::string_view name) {
 }
 
 }  // namespace
-
-std::string UpperAscii(std::string_view text) {
-  std::string result(text);
-  for (char& c : result) {
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  }
-  return result;
-}
 
 bool IsSeparator(const PathRules& rules, char c) {
   return c == '/' || (c == '\\' && rules.is_windows);
@@ -227,7 +215,7 @@ std::string LowerAscii(const PathRules& rules, std::string_view text) {
   std::string result(text);
   for (std::size_t at = FirstOf(rules, text, kLetters); at != std::string_view::npos;
        at = FirstOf(rules, text, kLetters, at + 1)) {
-    result[at] = static_cast<char>(result[at] - 'A' + 'a');
+    result[at] = ToLowerAscii(result[at]);
   }
   return result;
 }

@@ -8,10 +8,9 @@
 #include <string>
 #include <string_view>
 
-namespace moldex {
+#include "base/ascii.h"
 
-// The text with the letters "a" to "z" in upper case.
-std::string UpperAscii(std::string_view text);
+namespace moldex {
 
 // What one system makes of the bytes of a name.
 struct PathRules {

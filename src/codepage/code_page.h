@@ -1,4 +1,4 @@
-// The system's converter between the local code page and UTF-8, and the check of UTF-8 itself.
+// The system's converter between the local code page and UTF-8.
 #ifndef MOLDEX_CODEPAGE_CODE_PAGE_H_
 #define MOLDEX_CODEPAGE_CODE_PAGE_H_
 
@@ -22,10 +22,6 @@ bool LocalIsUtf8();
 // Converts through the system, stopping at the first character that is invalid, has no
 // counterpart or does not fit.
 Converted ConvertThroughSystem(Direction direction, std::string_view input, std::span<char> output);
-
-// Length of the longest prefix that is valid UTF-8 (RFC 3629: shortest forms, no surrogates,
-// nothing above U+10FFFF).
-std::size_t ValidUtf8Prefix(std::string_view text);
 
 }  // namespace moldex
 

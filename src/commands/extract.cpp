@@ -39,9 +39,10 @@ bool EndsTheArchive(const CExcept& failure) {
 // What is worth keeping of such an archive.
 std::string GoodPartOf(const std::string& name, const CArchiveReader& archive) {
   const bool none = archive.whole_bytes() <= kArchiveHeaderBytes;
-  return Shown("MOLDEX: the good part of " + name + " ends at byte " +
-               std::to_string(archive.whole_bytes()) +
-               (none ? ", before its first entry" : ", behind " + archive.whole_name()));
+  return EscapedForTerminal(
+      "MOLDEX: the good part of " + name + " ends at byte " +
+      std::to_string(archive.whole_bytes()) +
+      (none ? ", before its first entry" : ", behind " + archive.whole_name()));
 }
 
 }  // namespace

@@ -51,8 +51,8 @@ std::string CutBack(CFileHandle& target, const std::string& name, const FileStat
       target.Close()) {
     return {};
   }
-  return Shown("MOLDEX: could not cut back to byte " + std::to_string(former.size_bytes) +
-               " the archive " + name + ". ") +
+  return EscapedForTerminal("MOLDEX: could not cut back to byte " +
+                            std::to_string(former.size_bytes) + " the archive " + name + ". ") +
          LastSystemErrorText();
 }
 

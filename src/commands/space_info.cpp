@@ -46,7 +46,7 @@ void PrintRecord(double amount_bytes, const std::string& location) {
   std::snprintf(amount.data(), amount.size(), "\t%15.0f KB in ",
                 std::fabs(amount_bytes) / kBytesPerKilobyte);
   WriteOutput(amount.data());
-  WriteShown(DisplayedLocation(location));
+  WriteEscapedForTerminal(DisplayedLocation(location));
   WriteOutput("\n");
 }
 

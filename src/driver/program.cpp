@@ -7,7 +7,9 @@
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
+#include "base/ascii.h"
 #include "driver/hint.h"
 #include "driver/run.h"
 #include "driver/text_target.h"
@@ -45,12 +47,7 @@ constexpr char kUnexpected[] = "MOLDEX: unexpected exception thrown";
   std::_Exit(status);
 }
 
-bool IsVersionWord(std::string word) {
-  for (char& c : word) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return word == "-version";
-}
+bool IsVersionWord(std::string_view word) { return LowerAscii(word) == "-version"; }
 
 void Dispatch(CRunContext& context, int argument_count, char** arguments) {
   if (argument_count < 2) {

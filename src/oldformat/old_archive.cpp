@@ -4,7 +4,7 @@
 #include <limits>
 
 #include "archive/entry_name.h"
-#include "codepage/code_page.h"
+#include "base/utf8.h"
 #include "platform/file_services.h"
 #include "report/except.h"
 

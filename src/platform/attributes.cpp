@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "base/ascii.h"
 #include "platform/file_status.h"
 
 namespace moldex {
@@ -61,10 +62,8 @@ std::uint32_t RuntimeModeOf(std::uint32_t attributes, std::string_view name) {
   constexpr std::uint32_t kAllWrite = 0222;
   constexpr std::uint32_t kAllExecute = 0111;
   const bool directory = (attributes & kAttributeDirectory) != 0;
-  std::string ending(name.substr(name.size() - std::min<std::size_t>(name.size(), 4)));
-  for (char& c : ending) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
+  const std::string ending =
+      LowerAscii(name.substr(name.size() - std::min<std::size_t>(name.size(), 4)));
   std::uint32_t mode = kAllRead | (directory ? kModeDirectory : kModeRegular);
   if ((attributes & kAttributeReadOnly) == 0) mode |= kAllWrite;
   if (directory || IsExecutableName(ending)) mode |= kAllExecute;

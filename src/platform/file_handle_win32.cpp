@@ -36,10 +36,6 @@ DWORD PieceOf(std::size_t bytes) {
   return static_cast<DWORD>(std::min(bytes, std::size_t{1} << 30));
 }
 
-FILETIME ToSystem(std::uint64_t file_time) {
-  return {static_cast<DWORD>(file_time), static_cast<DWORD>(file_time >> 32)};
-}
-
 // The date of an open file as the runtime library has it. The library goes through local time in a
 // way of its own, which it undoes when it sets a date.
 std::optional<std::int64_t> RuntimeSeconds(HANDLE file) {
@@ -200,7 +196,7 @@ Result<void> CFileHandle::SetDate(std::uint32_t seconds) {
 Result<void> CFileHandle::SetLastWriteTime(std::uint64_t file_time) {
   // The system takes such a value as an order to keep no time.
   if (file_time >> 63 != 0) return RememberErrno(EINVAL);
-  const FILETIME time = ToSystem(file_time);
+  const FILETIME time = ToFileTime(file_time);
   return ResultOf(SetFileTime(SystemHandle(handle_), nullptr, nullptr, &time));
 }
 

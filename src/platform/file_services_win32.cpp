@@ -226,8 +226,7 @@ Result<void> CreateSymbolicLink(const std::string& path, const std::string& targ
 }
 
 Result<void> SetLinkDate(const std::string& path, const TimePoint& time) {
-  const std::uint64_t value = FileTimeOf(time);
-  const FILETIME file_time = {static_cast<DWORD>(value), static_cast<DWORD>(value >> 32)};
+  const FILETIME file_time = ToFileTime(FileTimeOf(time));
   const OwnedHandle link = OpenObject(path, FILE_WRITE_ATTRIBUTES, FILE_FLAG_OPEN_REPARSE_POINT);
   if (!link) return RememberSystemError();
   return ResultOf(SetFileTime(link.get(), nullptr, &file_time, &file_time));

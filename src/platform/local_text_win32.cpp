@@ -5,14 +5,14 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "base/path_rules.h"
+#include "base/ascii.h"
 
 namespace moldex {
 namespace {
 
 constexpr wchar_t kFirstHighSurrogate = 0xD800;
 constexpr wchar_t kFirstLowSurrogate = 0xDC00;
-constexpr wchar_t kBehindSurrogates = 0xE000;
+constexpr wchar_t kAfterSurrogates = 0xE000;
 
 // The process's ANSI code page: UTF-8 where the system heeds the program's manifest.
 UINT LocalCodePage() {
@@ -50,16 +50,11 @@ std::optional<std::string> Narrowed(UINT code_page, std::wstring_view wide) {
 // Units of the first character: two for a surrogate pair.
 std::size_t UnitsOfFirst(std::wstring_view text) {
   const bool high = text[0] >= kFirstHighSurrogate && text[0] < kFirstLowSurrogate;
-  return high && text.size() > 1 && text[1] >= kFirstLowSurrogate && text[1] < kBehindSurrogates
-             ? 2
-             : 1;
+  return high && text.size() > 1 && text[1] >= kFirstLowSurrogate && text[1] < kAfterSurrogates ? 2
+                                                                                                : 1;
 }
 
 bool BeginsDoubleByte(char byte) { return IsDBCSLeadByte(static_cast<BYTE>(byte)) != FALSE; }
-
-bool IsAscii(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
-}
 
 }  // namespace
 

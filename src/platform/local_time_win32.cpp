@@ -2,11 +2,13 @@
 
 #include <windows.h>
 
+#include "platform/system_win32.h"
+
 namespace moldex {
 namespace {
 
 std::optional<std::tm> CalendarOfFileTime(std::uint64_t value) {
-  const FILETIME universal = {static_cast<DWORD>(value), static_cast<DWORD>(value >> 32)};
+  const FILETIME universal = ToFileTime(value);
   FILETIME local{};
   SYSTEMTIME fields{};
   if (FileTimeToLocalFileTime(&universal, &local) == FALSE ||

@@ -34,6 +34,10 @@ inline void* SystemHandle(std::intptr_t handle) {
   return reinterpret_cast<void*>(handle);  // NOLINT(performance-no-int-to-ptr): it leads nowhere
 }
 
+constexpr FILETIME ToFileTime(std::uint64_t value) {
+  return {static_cast<DWORD>(value), static_cast<DWORD>(value >> 32)};
+}
+
 constexpr std::uint64_t Joined(std::uint32_t high, std::uint32_t low) {
   return static_cast<std::uint64_t>(high) << 32 | low;
 }

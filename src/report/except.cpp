@@ -18,7 +18,7 @@ CExcept::CExcept(const std::string& message, int code, bool with_system_text)
     : CExcept(message, code, with_system_text ? Ending::kCodeAndSystemText : Ending::kCode) {}
 
 CExcept::CExcept(const std::string& message, int code, Ending ending)
-    : message_(Shown(message)), code_(code) {
+    : message_(EscapedForTerminal(message)), code_(code) {
   if (ending != Ending::kNothing) message_ += " (error " + std::to_string(code) + "). ";
   note_.what = code;
   if (ending == Ending::kCodeAndSystemText) {
@@ -29,7 +29,7 @@ CExcept::CExcept(const std::string& message, int code, Ending ending)
 }
 
 CExcept::CExcept(const std::string& message, Unnumbered unnumbered)
-    : message_(Shown(message)), note_{unnumbered.kind, 0} {}
+    : message_(EscapedForTerminal(message)), note_{unnumbered.kind, 0} {}
 
 void CExcept::AddLine(const std::string& line) {
   if (!message_.ends_with('\n')) message_ += '\n';

@@ -7,7 +7,7 @@
 namespace moldex {
 
 void CConsoleLogMan::PrintMessage(const std::string& text) {
-  WriteShown(text);
+  WriteEscapedForTerminal(text);
   WriteOutput("\n");
   FlushOutput();
 }

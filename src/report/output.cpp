@@ -30,13 +30,13 @@ bool TextMayReachScreen() {
                                              : place == TextPlace::kStandardError;
 }
 
-std::string Shown(const std::string& line) {
+std::string EscapedForTerminal(const std::string& line) {
   return HasControls(line) && TextIsForTerminal() ? Escaped(line) : line;
 }
 
-void WriteShown(std::string_view text) {
+void WriteEscapedForTerminal(std::string_view text) {
   if (HasControls(text)) {
-    WriteOutput(Shown(std::string(text)));
+    WriteOutput(EscapedForTerminal(std::string(text)));
   } else {
     WriteOutput(text);
   }

@@ -31,10 +31,10 @@ void WriteOutput(std::string_view text);
 
 // A line of the program's as it is to be written: for a terminal with control characters as octal
 // escapes (\033), so that no name moves the cursor or looks like lines of ours; else as it is.
-std::string Shown(const std::string& line);
+std::string EscapedForTerminal(const std::string& line);
 
 // Appends one line's part that way.
-void WriteShown(std::string_view text);
+void WriteEscapedForTerminal(std::string_view text);
 
 // Ends a line of a listing: handed to a terminal at once, to anything else when the buffer is full.
 void EndLine();

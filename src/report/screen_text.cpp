@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/utf8.h"
 #include "report/console.h"
 
 namespace moldex {
@@ -13,19 +14,12 @@ struct Character {
   std::size_t columns = 1;
 };
 
-// None that UTF-8 has two bytes for is wider than one column, and none at all wider than two.
+// No character of two bytes is wider than one column, and no character is wider than two.
 Character FirstInUtf8(std::string_view text) {
-  const auto lead = static_cast<unsigned char>(text[0]);
-  const Character byte = {text.substr(0, 1), lead};
-  if (lead < 0xC2 || lead > 0xF4) return byte;
-  const std::size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-  if (text.size() < length) return byte;
-  char32_t code = lead & (0x7Fu >> length);
-  for (const char c : text.substr(1, length - 1)) {
-    if ((static_cast<unsigned char>(c) & 0xC0) != 0x80) return byte;
-    code = code << 6 | (static_cast<unsigned char>(c) & 0x3F);
-  }
-  return {text.substr(0, length), code, length < 3 ? std::size_t{1} : std::size_t{2}};
+  const Utf8Sequence sequence = FirstUtf8Sequence(text);
+  if (sequence.bytes == 0) return {text.substr(0, 1), static_cast<unsigned char>(text[0])};
+  return {text.substr(0, sequence.bytes), sequence.code,
+          sequence.bytes < 3 ? std::size_t{1} : std::size_t{2}};
 }
 
 // In a code page of characters of one and of two bytes the columns are as many as the bytes.

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "base/utf8.h"
 #include "codepage/code_page.h"
 #include "codepage/name_conversion.h"
 

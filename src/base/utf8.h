@@ -1,0 +1,29 @@
+// UTF-8 as RFC 3629 has it: the shortest forms of the code points up to U+10FFFF but surrogates.
+#ifndef MOLDEX_BASE_UTF8_H_
+#define MOLDEX_BASE_UTF8_H_
+
+#include <cstddef>
+#include <string_view>
+
+namespace moldex {
+
+// Bytes of the sequence that a byte begins, 1 to 4. 0 for a byte that begins none.
+std::size_t Utf8Length(unsigned char lead);
+
+// A lead byte with as many continuation bytes as it asks for.
+struct Utf8Sequence {
+  std::size_t bytes = 0;  // 0 when the text does not begin with a sequence
+  char32_t code = 0;      // may be one that is not allowed; see IsValid
+
+  bool IsValid() const;
+};
+
+// The sequence at the start of a text, which is not empty.
+Utf8Sequence FirstUtf8Sequence(std::string_view text);
+
+// Length of the longest prefix that is valid UTF-8.
+std::size_t ValidUtf8Prefix(std::string_view text);
+
+}  // namespace moldex
+
+#endif  // MOLDEX_BASE_UTF8_H_
