@@ -1,11 +1,10 @@
-# Warnings, optimisation and sanitizers for every target of the project. The presets make warnings errors
-# (CMAKE_COMPILE_WARNING_AS_ERROR); a plain `cmake -B build` does not, because other compilers have
-# other warnings.
+# Warnings, optimisation and sanitizers for every target of the project. The presets make warnings errors.
+# A plain `cmake -B build` does not, because other compilers have other warnings.
 add_library(moldex_compile_options INTERFACE)
 target_include_directories(moldex_compile_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 target_compile_options(moldex_compile_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
-  -Wcast-qual -Wformat=2 -Wundef
+  -Wcast-qual -Wformat=2 -Wundef $<$<BOOL:${MOLDEX_WERROR}>:-Werror>
   $<$<CONFIG:Release>:-O2>)
 
 # 64-bit file positions and times, where the system has a choice.
