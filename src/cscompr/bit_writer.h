@@ -1,5 +1,5 @@
-// Packs bits into bytes, least significant bit first. A small value: a loop copies it into a local,
-// writes, and puts it back.
+// Packs bits into bytes, least significant bit first. It is a small value: a loop copies it into a
+// local, writes, and stores the copy back.
 #ifndef MOLDEX_CSCOMPR_BIT_WRITER_H_
 #define MOLDEX_CSCOMPR_BIT_WRITER_H_
 
@@ -11,16 +11,16 @@ namespace cscompr {
 
 class BitWriter {
  public:
-  // Store stores whole words, so this many bytes behind the last one written must be writable.
+  // Store() writes whole words, so this many bytes after the last one written must be writable.
   static constexpr int kSlackBytes = 8;
 
-  // After a Store at most 7 bits are held, so this many may be added before the next one.
+  // After a Store() at most 7 bits are held, so this many may be added before the next one.
   static constexpr int kBitsBetweenStores = 56;
 
   void MoveTo(std::uint8_t* next) { next_ = next; }
   [[nodiscard]] std::uint8_t* Next() const { return next_; }
 
-  // `value` has no bits above `count`.
+  // Adds the `count` lowest bits of `value`; the others must be 0.
   void Add(std::uint64_t value, unsigned count) {
     bits_ |= value << bit_count_;
     bit_count_ += count;
@@ -34,7 +34,7 @@ class BitWriter {
     bit_count_ &= 7U;
   }
 
-  // Stores everything, with zero bits up to the next byte.
+  // Stores everything, and fills the last byte with zero bits.
   void StoreAll() {
     Store();
     if (bit_count_ > 0) *next_++ = static_cast<std::uint8_t>(bits_);

@@ -1,5 +1,5 @@
-// The two buffers of one call, and what came of it: the small change that the front end, the
-// encoders and the decoders of the library hand to one another.
+// The two buffers of one call and its outcome, as the front end, the encoders and the decoders pass
+// them to one another.
 #ifndef MOLDEX_CSCOMPR_BUFFERS_H_
 #define MOLDEX_CSCOMPR_BUFFERS_H_
 
@@ -7,7 +7,7 @@
 
 namespace cscompr {
 
-// What the caller of the library offers. Lengths in bytes, not negative; a pointer may be null
+// The buffers that the caller offers. Lengths are in bytes and not negative. A pointer may be null
 // when its length is 0.
 struct Buffers {
   const std::uint8_t* input = nullptr;
@@ -16,7 +16,7 @@ struct Buffers {
   std::int32_t output_length = 0;
 };
 
-// A CsResult, and the bytes of the buffers that were used.
+// A CsResult, and how many bytes of the buffers were used.
 struct Outcome {
   std::int32_t code = 0;
   std::int32_t bytes_read = 0;

@@ -1,6 +1,6 @@
 // The 8 bytes that begin every compressed stream: original length (4 bytes, little-endian),
 // version and algorithm (high nibble 1, low nibble the algorithm), the magic 1F 9D, and a byte
-// that belongs to the algorithm (LZH: the level; LZC: block mode and largest code width).
+// for the algorithm (LZH: the level; LZC: block mode and largest code width).
 #ifndef MOLDEX_CSCOMPR_STREAM_HEADER_H_
 #define MOLDEX_CSCOMPR_STREAM_HEADER_H_
 

@@ -11,16 +11,19 @@ namespace {
 
 constexpr std::size_t kMaxNodes = kMaxSymbols + (kMaxSymbols - 1);
 
-// A tree node waiting for its parent. Order is by weight and then by height of the subtree, which
-// keeps the longest code short; nodes equal in both are left in the order the heap finds them.
+// A Huffman tree is built bottom-up: the two nodes of least weight get a common parent, which takes
+// their place with the sum of their weights, until one node is left.
+
+// A node that has no parent yet. The order is by weight and then by the height of the subtree,
+// which keeps the longest code short. The heap decides between nodes that are equal in both.
 struct HeapNode {
   std::uint32_t order = 0;  // weight << 8 | height
   std::uint32_t node = 0;
 };
 
-// A binary min-heap with the smallest node on top. Which child is the smaller one cannot be
-// foreseen, so it is computed rather than branched upon; for that a sentinel that sinks below
-// everything stands behind the last node.
+// A binary min-heap with the smallest node on top. A branch on which child is smaller would often
+// be mispredicted, so the choice is computed instead. This needs a sentinel after the last node
+// that is larger than all nodes.
 class NodeHeap {
  public:
   [[nodiscard]] std::size_t Size() const { return size_; }
@@ -29,13 +32,13 @@ class NodeHeap {
 
   void Append(HeapNode node) { nodes_[++size_] = node; }
 
-  // Without a branch, as the unused symbols lie scattered among the used ones.
+  // Without a branch, because used and unused symbols alternate at random.
   void AppendIf(bool is_used, HeapNode node) {
     nodes_[size_ + 1] = node;
     size_ += is_used ? 1U : 0U;
   }
 
-  // Makes a heap of what was appended.
+  // Makes a heap of the nodes appended so far.
   void Arrange() {
     nodes_[size_ + 1] = kSentinel;
     for (std::size_t i = size_ / 2; i >= 1; --i)
@@ -73,13 +76,14 @@ class NodeHeap {
   std::size_t size_ = 0;
 };
 
-// The tree as it grows: leaves first, numbered by symbol, then inner nodes in order of making.
+// The tree as it grows. The leaves come first, numbered by symbol, then the inner nodes in the
+// order of their creation.
 struct Tree {
   std::size_t leaves = 0;
   std::size_t nodes = 0;
   std::size_t taken = 0;
   std::array<std::uint16_t, kMaxNodes> parents{};
-  std::array<std::uint16_t, kMaxNodes> by_weight{};  // in the order the heap gave them, `taken`
+  std::array<std::uint16_t, kMaxNodes> by_weight{};  // `taken` nodes, in the order of the heap
 };
 
 HeapNode Join(Tree& tree, HeapNode left, HeapNode right) {
@@ -107,8 +111,8 @@ Tree GrowTree(NodeHeap& heap, std::size_t leaves) {
 
 using LengthCounts = std::array<int, kMaxCodeBits + 1>;
 
-// Too many codes claim the longest length: each round takes a code that is shorter, makes it one
-// bit longer and hangs one of the overlong ones beside it.
+// Too many codes have the longest length. Each round makes a shorter code one bit longer, which
+// gives a place beside it to one of the codes that are too long.
 void ShareOutOverflow(LengthCounts& counts, int max_bits, int overflow) {
   for (; overflow > 0; overflow -= 2) {
     int bits = max_bits - 1;
@@ -120,7 +124,7 @@ void ShareOutOverflow(LengthCounts& counts, int max_bits, int overflow) {
   }
 }
 
-// Hands the lengths out again, the longest to the lightest leaves.
+// Assigns the lengths again, the longest ones to the leaves of least weight.
 void Reassign(const Tree& tree, const LengthCounts& counts, int max_bits,
               std::span<std::uint8_t> lengths) {
   std::size_t next = 0;
@@ -134,8 +138,8 @@ void Reassign(const Tree& tree, const LengthCounts& counts, int max_bits,
   }
 }
 
-// Depth of every leaf, cut at max_bits. A node's parent is taken from the heap after it, so going
-// back from the root meets every parent first.
+// Stores the depth of every leaf, at most max_bits. A parent leaves the heap after its children, so
+// a walk back from the root meets every parent before its children.
 void MeasureDepths(const Tree& tree, int max_bits, std::span<std::uint8_t> lengths) {
   std::array<std::uint8_t, kMaxNodes> depths{};
   LengthCounts counts{};
@@ -157,7 +161,7 @@ void MeasureDepths(const Tree& tree, int max_bits, std::span<std::uint8_t> lengt
   Reassign(tree, counts, max_bits, lengths);
 }
 
-// The `bits` low bits of `code`, 16 at most, the other way round.
+// The lowest `bits` bits of `code`, at most 16, in reverse order.
 constexpr std::uint32_t Reversed(std::uint32_t code, int bits) {
   code = ((code & 0x5555) << 1) | ((code >> 1) & 0x5555);
   code = ((code & 0x3333) << 2) | ((code >> 2) & 0x3333);

@@ -44,7 +44,7 @@ constexpr bool IsUnusedRow(std::span<const std::uint8_t> row) {
   return Load64(row.data()) == 0;
 }
 
-// Calls `use` for every symbol that stands in a row with used ones.
+// Calls `use` for every symbol of a row that holds used ones.
 template <typename Use>
 constexpr void ForEachSymbol(std::span<const std::uint8_t> lengths, Use use) {
   std::size_t symbol = 0;
@@ -176,7 +176,7 @@ class TableBuilder {
   unsigned subtable_bits_ = 0;
 };
 
-// Which incomplete codes are allowed: none; a single code of one bit; that, or no code at all.
+// The incomplete codes that are allowed: none; a single code of one bit; that, or no code at all.
 enum class Incomplete : std::uint8_t { kRefused, kOneCode, kOneOrNone };
 
 // Builds the table of the code in `order`. `meanings` are the entries of its symbols without their

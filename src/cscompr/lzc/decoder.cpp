@@ -63,8 +63,8 @@ void LzcDecoder::ResetTable() {
 }
 
 void LzcDecoder::DeliverHeld(std::uint8_t*& output, const std::uint8_t* output_end) {
-  const auto room = static_cast<std::uint32_t>(output_end - output);
-  const std::uint32_t count = std::min({held_end_ - held_begin_, room, undelivered_});
+  const auto space = static_cast<std::uint32_t>(output_end - output);
+  const std::uint32_t count = std::min({held_end_ - held_begin_, space, undelivered_});
   output = std::copy_n(held_.data() + held_begin_, count, output);
   held_begin_ += count;
   undelivered_ -= count;
@@ -87,8 +87,8 @@ void LzcDecoder::EndGroup() {
   codes_of_width_ = 0;
 }
 
-// Decodes what is plain and one code more, or as many as there is input for. False when the input
-// ends before that code does.
+// Runs the hot loop as far as it goes, then decodes one more code with all checks. False when the
+// input ends before that code does.
 bool LzcDecoder::Decode(std::uint8_t*& output, const std::uint8_t* output_end) {
   if (has_previous_) DecodeRuns(output, output_end);
   if (undelivered_ == 0) return true;
@@ -114,8 +114,8 @@ bool LzcDecoder::Decode(std::uint8_t*& output, const std::uint8_t* output_end) {
   return true;
 }
 
-// The new string is the previous one and the first byte of the last. The last may be the new one
-// itself; both begin with the same byte, so that is set first.
+// Adds the previous string and the first byte of the last one as a new string. The last string may
+// be the new one itself. Both begin with the same byte, so that byte is set first.
 void LzcDecoder::AddEntry(std::uint32_t last_code) {
   const Entry& previous = entries_[previous_];
   Entry& entry = entries_[next_code_];
@@ -133,12 +133,12 @@ void LzcDecoder::AddEntry(std::uint32_t last_code) {
   ++next_code_;
 }
 
-// Writes a string to the output, or holds it when it does not fit there or may be longer than what
-// is left of the original length.
+// Writes a string to the output. Holds it when it does not fit there, or may be longer than the
+// rest of the original length.
 void LzcDecoder::Emit(const Entry& entry, std::uint8_t*& output, const std::uint8_t* output_end) {
   const std::uint32_t length = entry.length;
-  const auto room = static_cast<std::size_t>(output_end - output);
-  if (length + kStepBytes <= room && length <= undelivered_) {
+  const auto space = static_cast<std::size_t>(output_end - output);
+  if (length + kStepBytes <= space && length <= undelivered_) {
     WriteString(entry, output);
     output += length;
     undelivered_ -= length;

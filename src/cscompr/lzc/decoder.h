@@ -1,8 +1,8 @@
-// Restores one LZC stream. Called by the front end, which has checked the arguments: a first call's
-// input holds the header with the right magic, the buffers are not null.
+// Decompresses one LZC stream (lzc/format.h). The front end calls it and has checked the arguments:
+// the input of a first call holds a header with the right magic, and the buffers are not null.
 //
-// Any input is safe. All state is inside the object, fixed in size; an object that is all zero bits
-// is one whose stream has ended.
+// Any input is safe. The object holds all its state and allocates nothing. An object of zero bytes
+// is a decoder whose stream has ended.
 #ifndef MOLDEX_CSCOMPR_LZC_DECODER_H_
 #define MOLDEX_CSCOMPR_LZC_DECODER_H_
 
@@ -18,19 +18,19 @@ namespace cscompr {
 
 class LzcDecoder {
  public:
-  // Reads the header and goes on as Resume does. kCsBadCodeWidth when the header names a largest
-  // code width that no table of ours has.
+  // Reads the header, then continues as Resume does. kCsBadCodeWidth when the header asks for a
+  // larger code width than the table has.
   Outcome Start(const Buffers& buffers);
 
-  // kCsEndOfStream once the original length is delivered, with the whole input read; kCsOutputFull
-  // when bytes wait for room; kCsInputExhausted when the stream wants more input. kCsCodeChain when
-  // a code has no string.
+  // kCsEndOfStream once the original length is delivered; the whole input then counts as read.
+  // kCsOutputFull when bytes wait for space, kCsInputExhausted when the stream needs more input,
+  // kCsCodeChain when a code has no string.
   Outcome Resume(const Buffers& buffers);
 
  private:
-  // A string of the table. Its last 1 to 8 bytes stand here, and `link` is the code of the string
-  // that goes before them, whose length is a multiple of 8. So a string is written in steps of 8
-  // bytes, most of them in a single one, and every chain of links ends.
+  // A string of the table: its last 1 to 8 bytes, and the code of the string before them, whose
+  // length is a multiple of 8. So a string is written in steps of 8 bytes, most often in one step,
+  // and every chain of links ends.
   struct Entry {
     std::uint64_t tail;  // first byte lowest
     std::uint16_t link;
@@ -46,7 +46,7 @@ class LzcDecoder {
   std::uint8_t* DecodeRun(std::uint8_t* output, const std::uint8_t* limit);
   void Emit(const Entry& entry, std::uint8_t*& output, const std::uint8_t* output_end);
 
-  // Writes from the back, in steps that may reach up to 7 bytes behind the string.
+  // Writes the string from its end, in steps that may reach up to 7 bytes beyond it.
   void WriteString(const Entry& entry, std::uint8_t* output) const {
     const Entry* part = &entry;
     std::uint32_t at = (entry.length - 1U) / kStepBytes * kStepBytes;
@@ -66,7 +66,7 @@ class LzcDecoder {
   static constexpr std::uint32_t kStepBytes = sizeof(Entry::tail);
 
   std::array<Entry, kTableSize> entries_{};
-  std::array<std::uint8_t, kTableSize + kStepBytes> held_{};  // a string that found no room
+  std::array<std::uint8_t, kTableSize + kStepBytes> held_{};  // a string that did not fit
   std::uint32_t held_begin_ = 0;
   std::uint32_t held_end_ = 0;
 
@@ -80,7 +80,7 @@ class LzcDecoder {
   std::uint32_t previous_ = 0;
   std::uint32_t next_code_ = 0;
   std::uint32_t codes_of_width_ = 0;  // since the width last changed or the table was cleared
-  unsigned padding_bits_ = 0;         // of a group that has ended, still to be skipped
+  unsigned padding_bits_ = 0;         // of a completed group, not skipped yet
   std::uint32_t undelivered_ = 0;     // of the original length
 };
 

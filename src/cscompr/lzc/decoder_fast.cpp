@@ -1,6 +1,6 @@
-// The decoder's hot loop, for the inside of a call's buffers and of a table: no clear code, no
-// change of the width, no string without room. It stands apart, and is long, because its state has
-// to stay in registers; whatever else may come is left to the careful step that follows it.
+// The LZC decoder's hot loop, for the inside of the buffers and of the table: no clear code, no
+// change of the code width, no string that does not fit. It is one long function in a file of its
+// own because its state must stay in registers. The careful step after it handles everything else.
 #include <algorithm>
 #include <cstddef>
 
@@ -9,11 +9,11 @@
 
 namespace cscompr {
 
-// Decodes while that is plain; needs a previous code.
+// Runs the hot loop as far as it goes. Needs a previous code.
 void LzcDecoder::DecodeRuns(std::uint8_t*& output, const std::uint8_t* output_end) {
   if (output_end - output < static_cast<std::ptrdiff_t>(kStepBytes)) return;
-  const auto room = static_cast<std::size_t>(output_end - output) - kStepBytes;
-  const std::uint8_t* limit = output + std::min<std::size_t>(room, undelivered_);
+  const auto space = static_cast<std::size_t>(output_end - output) - kStepBytes;
+  const std::uint8_t* limit = output + std::min<std::size_t>(space, undelivered_);
   const std::uint8_t* begin = output;
   if (next_code_ == 1U << max_width_) {
     output = DecodeRun<true>(output, limit);
@@ -23,14 +23,15 @@ void LzcDecoder::DecodeRuns(std::uint8_t*& output, const std::uint8_t* output_en
   undelivered_ -= static_cast<std::uint32_t>(output - begin);
 }
 
-// Strings end at `limit` or before; gives where the last one ends.
+// No string goes beyond `limit`. Returns the end of the last one.
 template <bool kTableIsFull>
 std::uint8_t* LzcDecoder::DecodeRun(std::uint8_t* output, const std::uint8_t* limit) {
   BitReader reader = reader_;
   const unsigned width = width_;
   const std::uint64_t mask = (std::uint64_t{1} << width) - 1;
   const std::uint32_t clear = block_mode_ ? kLzcClear : kTableSize;
-  const std::uint32_t last_code = (1U << width) - 1;  // makes the width grow or the table full
+  const std::uint32_t last_code =
+      (1U << width) - 1;  // after it the width grows or the table is full
   std::uint32_t next_code = next_code_;
   std::uint32_t previous_code = previous_;
   std::uint32_t codes = 0;
@@ -45,7 +46,7 @@ std::uint8_t* LzcDecoder::DecodeRun(std::uint8_t* output, const std::uint8_t* li
     if (code == clear || code > next_code) break;
     if constexpr (!kTableIsFull) {
       Entry& entry = entries_[next_code];
-      entry.first = previous.first;  // of the last string, too, if it is this one
+      entry.first = previous.first;  // also right if the last string is this one
       const std::uint64_t byte = entries_[code].first;
       const unsigned tail_length = previous.length % kStepBytes;
       entry.tail = (tail_length == 0 ? 0 : previous.tail) | byte << (8 * tail_length);

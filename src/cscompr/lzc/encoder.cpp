@@ -8,10 +8,11 @@
 namespace cscompr {
 namespace {
 
-// How many bytes are read between two looks at how well the full table still serves.
+// The bytes read between two checks of how well a full table still compresses.
 constexpr std::uint32_t kCheckGap = 4096;
 
-// From here on 32 bits do not hold 256 times the bytes read, so the division comes first.
+// From this number of bytes on, 256 times the number does not fit 32 bits, so the division comes
+// first.
 constexpr std::uint32_t kRatioLimit = 0x800000;
 constexpr std::uint32_t kBestRatio = 0x7FFFFFFF;
 
@@ -71,24 +72,24 @@ void LzcEncoder::ResetTable() {
 }
 
 void LzcEncoder::DeliverHeld(Cursor& cursor) {
-  const auto room = static_cast<std::size_t>(cursor.output_end - cursor.output);
-  const auto count = std::min<std::size_t>(held_end_ - held_begin_, room);
+  const auto space = static_cast<std::size_t>(cursor.output_end - cursor.output);
+  const auto count = std::min<std::size_t>(held_end_ - held_begin_, space);
   cursor.output = std::copy_n(held_.data() + held_begin_, count, cursor.output);
   held_begin_ += static_cast<std::uint32_t>(count);
 }
 
-// Encodes straight into the output while a step fits there whatever it writes, else one step into
-// the held bytes.
+// Encodes into the output while every possible step fits there. Otherwise does one step into the
+// held bytes.
 void LzcEncoder::Encode(Cursor& cursor) {
   if (bytes_read_ == 0) {
     prefix_ = *cursor.input++;
     bytes_read_ = 1;
   }
-  const auto has_room = [&cursor] {
+  const auto has_space = [&cursor] {
     return cursor.output_end - cursor.output >= static_cast<std::ptrdiff_t>(kStepBytes);
   };
-  if (has_room()) {
-    while (has_room() && EncodeString(cursor))
+  if (has_space()) {
+    while (has_space() && EncodeString(cursor))
       EncodeRuns(cursor);
   } else {
     Cursor held{cursor.input, cursor.input_end, held_.data(), held_.data() + held_.size()};
@@ -99,7 +100,7 @@ void LzcEncoder::Encode(Cursor& cursor) {
   }
 }
 
-// Codes one string, whatever it takes. False when the input ends before it does.
+// Encodes one string with all checks. False when the input ends before the string does.
 bool LzcEncoder::EncodeString(Cursor& cursor) {
   const LzcStringTable::Walk walk = table_.Follow(prefix_, cursor.input, cursor.input_end);
   bytes_read_ += static_cast<std::uint32_t>(walk.next - cursor.input);
@@ -125,8 +126,8 @@ bool LzcEncoder::EncodeString(Cursor& cursor) {
   return true;
 }
 
-// A full table is kept for as long as the whole stream's ratio still rises from one checkpoint to
-// the next.
+// Keeps a full table as long as the compression ratio of the whole stream still rises from one
+// checkpoint to the next, and clears it otherwise.
 void LzcEncoder::MaybeClear() {
   if (bytes_read_ < checkpoint_) return;
   checkpoint_ = bytes_read_ + kCheckGap;
@@ -143,8 +144,8 @@ void LzcEncoder::MaybeClear() {
   ResetTable();
 }
 
-// 256 times the bytes read over the bytes written. Only whole groups count as written, as in a
-// program that writes them one at a time; that also keeps the buffers of a call out of it.
+// 256 times the bytes read, divided by the bytes written. Only whole groups count as written, so
+// that the ratio does not depend on how output is cut into calls.
 std::uint32_t LzcEncoder::Ratio() const {
   const std::uint64_t written =
       bytes_before_width_ + std::uint64_t{codes_of_width_ / kLzcGroupCodes} * width_;
@@ -153,7 +154,7 @@ std::uint32_t LzcEncoder::Ratio() const {
   return written_256 == 0 ? kBestRatio : static_cast<std::uint32_t>(bytes_read_ / written_256);
 }
 
-// Fills the group in progress with zero bits; codes of another width may follow.
+// Fills the current group with zero bits. Codes of another width may follow.
 void LzcEncoder::EndGroup() {
   const unsigned codes = codes_of_width_ % kLzcGroupCodes;
   writer_.StoreAll();

@@ -1,8 +1,8 @@
-// Compresses one LZC stream: the header and the LZW codes behind it. Called by the front end, which
+// Compresses one LZC stream: the header and the codes (lzc/format.h). The front end calls it and
 // has checked the arguments; the buffers are not null.
 //
-// The bytes depend on the input alone, never on how it is cut into calls. All state is inside the
-// object, fixed in size; an object that is all zero bits is one whose stream has ended.
+// The bytes depend on the input alone, never on how it is cut into calls. The object holds all its
+// state and allocates nothing. An object of zero bytes is an encoder whose stream has ended.
 #ifndef MOLDEX_CSCOMPR_LZC_ENCODER_H_
 #define MOLDEX_CSCOMPR_LZC_ENCODER_H_
 
@@ -18,12 +18,12 @@ namespace cscompr {
 
 class LzcEncoder {
  public:
-  // Begins a stream of `original_length` bytes, at least 1, and goes on as Resume does. The output
-  // has room for the header.
+  // Begins a stream of `original_length` bytes, at least 1, then continues as Resume does. The
+  // header must fit into the output.
   Outcome Start(std::int32_t original_length, const Buffers& buffers);
 
-  // kCsEndOfStream once everything is read and delivered, kCsOutputFull when bytes wait for room,
-  // kCsInputExhausted when the stream wants more input; kCsBadState behind the end.
+  // kCsEndOfStream once everything is read and delivered, kCsOutputFull when bytes wait for space,
+  // kCsInputExhausted when the stream needs more input, kCsBadState after the end.
   Outcome Resume(const Buffers& buffers);
 
  private:
@@ -51,7 +51,7 @@ class LzcEncoder {
   void Finish();
   [[nodiscard]] std::uint32_t Ratio() const;
 
-  // What one step can write: two codes, the filling of a group, and the writer's slack.
+  // The most that one step writes: two codes, the filling of a group, and the writer's slack.
   static constexpr std::uint32_t kStepBytes = 32;
   static_assert(2 * 2 + kLzcWriteWidth + BitWriter::kSlackBytes <= kStepBytes);
 
@@ -68,7 +68,7 @@ class LzcEncoder {
   std::uint32_t best_ratio_ = 0;
 
   BitWriter writer_;
-  std::array<std::uint8_t, kStepBytes> held_{};  // written when the room was short
+  std::array<std::uint8_t, kStepBytes> held_{};  // codes that did not fit
   std::uint32_t held_begin_ = 0;
   std::uint32_t held_end_ = 0;
   State state_ = State::kIdle;

@@ -1,9 +1,8 @@
-// The encoder's hot loop, for the inside of a call's buffers: here it never looks for the end of
-// the output, nor, in strings of up to seven bytes, for that of the input.
+// The LZC encoder's hot loop, for the inside of the buffers: it never checks for the end of the
+// output, nor, in strings of up to seven bytes, for the end of the input.
 //
-// It is long because its state has to stay in registers: a function called from within would either
-// take it from there or be part of it anyway. The codes are gathered first and packed afterwards,
-// so that the writer's state is not among it.
+// It is one long function in a file of its own because its state must stay in registers. Codes are
+// collected first and packed afterwards, so that the bit writer is no part of that state.
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -14,7 +13,7 @@
 namespace cscompr {
 namespace {
 
-// Codes of one width, four at a time: a pair of neighbours in each half, then all in one word.
+// Packs codes of one width, four at a time: first in pairs, then both pairs in one word.
 BitWriter WithCodes(BitWriter writer, const std::uint16_t* codes, std::size_t count,
                     unsigned width) {
   std::size_t done = 0;
@@ -32,37 +31,38 @@ BitWriter WithCodes(BitWriter writer, const std::uint16_t* codes, std::size_t co
 }
 static_assert(4 * kLzcWriteWidth <= BitWriter::kBitsBetweenStores);
 
-// How far a string of up to seven bytes is looked at from its start: at the eight bytes behind six.
+// How many bytes from its start a search for a short string looks at: six, and the eight after
+// them.
 constexpr std::ptrdiff_t kLook = LzcStringTable::kShort - 1 + sizeof(std::uint64_t);
 
 }  // namespace
 
-// Goes on from a prefix of one byte for as long as the margins of the buffers last and neither the
-// width nor the table has to change.
+// Starts from a prefix of one byte and encodes while the buffers keep their margins and neither the
+// code width nor the table has to change.
 void LzcEncoder::EncodeRuns(Cursor& cursor) {
   constexpr std::ptrdiff_t kLongestCode = 2;
   const std::uint8_t* start = cursor.input - 1;
-  const std::ptrdiff_t input_room = cursor.input_end - start - kLook + 1;
-  const std::ptrdiff_t output_room =
+  const std::ptrdiff_t input_space = cursor.input_end - start - kLook + 1;
+  const std::ptrdiff_t output_space =
       (cursor.output_end - cursor.output - static_cast<std::ptrdiff_t>(kStepBytes)) / kLongestCode;
-  const std::ptrdiff_t room = std::min(input_room, output_room);
-  if (room <= 0) return;
+  const std::ptrdiff_t space = std::min(input_space, output_space);
+  if (space <= 0) return;
   if (next_code_ < kTableSize) {
-    if (next_code_ >> width_ == 0) EncodeRun<false>(cursor, start + room);
+    if (next_code_ >> width_ == 0) EncodeRun<false>(cursor, start + space);
   } else if (bytes_read_ < checkpoint_) {
     const std::ptrdiff_t to_checkpoint = checkpoint_ - bytes_read_;
-    if (!EncodeRun<true>(cursor, start + std::min(room, to_checkpoint))) return;
+    if (!EncodeRun<true>(cursor, start + std::min(space, to_checkpoint))) return;
     MaybeClear();
     cursor.output = writer_.Next();
   }
 }
 
-// Codes strings that begin before `stop`. False when the input has ended in the middle of one.
+// Encodes the strings that begin before `stop`. False when the input ended within one.
 template <bool kTableIsFull>
 bool LzcEncoder::EncodeRun(Cursor& cursor, const std::uint8_t* stop) {
   using Table = LzcStringTable;
   constexpr std::uint32_t kMostCodes = 1024;
-  // What seven bytes that become a code make room for.
+  // By how many bytes a key gets longer when its seven bytes are replaced by their code.
   constexpr std::ptrdiff_t kAhead = Table::kShort - Table::kCodeBytes;
   std::array<std::uint16_t, kMostCodes> codes;
   // Counts the codes, and while the table fills, the next free one with them.
@@ -88,8 +88,8 @@ bool LzcEncoder::EncodeRun(Cursor& cursor, const std::uint8_t* stop) {
       const std::uint8_t* const begin = start;
       unsigned form = 0;
       std::uint64_t hashes = Table::HashesOf(word);
-      // What fills a key begins the next one. Most strings end before that, which a processor
-      // learns: it is worth a branch.
+      // A string that fills a key begins the next one. Most strings end before that, which a
+      // processor learns: it is worth a branch.
       while (table_.Has(hashes, Table::kShort)) {
         const std::uint32_t longer = table_.CodeIn(Table::SlotOf(hashes, Table::kShort));
         if (table_.keys[longer] != Table::KeyOf(word, form | Table::kShort) ||
@@ -103,8 +103,8 @@ bool LzcEncoder::EncodeRun(Cursor& cursor, const std::uint8_t* stop) {
         form = Table::kLong;
         hashes = Table::HashesOf(word);
       }
-      const auto [length, behind] = table_.LongestOf(hashes, start);
-      next_word = behind;
+      const auto [length, following] = table_.LongestOf(hashes, start);
+      next_word = following;
       form |= length;
       code = table_.CodeOf(hashes, length, code);
       // The new string goes to its slot or, where that is taken, next to it.

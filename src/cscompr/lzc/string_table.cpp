@@ -27,7 +27,7 @@ LzcStringTable::Walk LzcStringTable::Follow(std::uint32_t code, const std::uint8
 LzcStringTable::Place LzcStringTable::Find(std::uint32_t prefix, std::uint32_t byte) {
   std::uint64_t word = keys[prefix];
   auto form = static_cast<unsigned>(word >> kFormShift);
-  if (form % kLong == kShort) {  // the prefix fills its key: its code begins the next one
+  if (form % kLong == kShort) {  // the prefix fills its key, so its code begins the next one
     word = prefix;
     form = kLong | kCodeBytes;
   }
@@ -50,7 +50,7 @@ LzcStringTable::Place LzcStringTable::Find(std::uint32_t prefix, std::uint32_t b
   return {key, home, home, tag, static_cast<std::uint16_t>(CodeIn(home))};
 }
 
-// Whether a slot has overflowed stays with it.
+// The overflow flags stay with their slots.
 void LzcStringTable::Exchange(std::uint32_t one, std::uint32_t other) {
   std::swap(tags[one], tags[other]);
   const auto both = static_cast<std::uint16_t>(CodeIn(one) ^ CodeIn(other));
@@ -63,7 +63,7 @@ void LzcStringTable::Add(std::uint32_t code, const Place& place) {
   if (place.tag == 0) {
     pairs[place.slot] = static_cast<std::uint16_t>(code);
   } else {
-    codes[place.home] |= kOverflowed;  // unless the next line removes it again
+    codes[place.home] |= kOverflowed;  // the next line undoes this if the slots are the same
     codes[place.slot] = static_cast<std::uint16_t>(code);
     tags[place.slot] = place.tag;
   }

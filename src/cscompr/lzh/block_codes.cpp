@@ -26,7 +26,7 @@ constexpr unsigned ExtraBitsOf(int code_length_symbol) {
              : kRepeatExtraBits[static_cast<std::size_t>(code_length_symbol - kRepeatPrevious)];
 }
 
-// The lengths that are sent: all up to the last that is not zero.
+// The number of lengths that are sent: all up to the last one that is not 0.
 std::size_t UsedCount(std::span<const std::uint8_t> lengths, std::size_t least) {
   std::size_t count = lengths.size();
   while (count > least && lengths[count - 1] == 0)

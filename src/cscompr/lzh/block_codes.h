@@ -1,5 +1,6 @@
-// The codes a block can be sent with: the fixed ones and those made for it, what a block costs in
-// each, and the description of the latter that precedes a dynamic block (RFC 1951, section 3.2.7).
+// The Huffman codes that a block can be sent with: the fixed ones, and those made for the block.
+// Here are the cost of a block in each of them, and the description of a block's own codes that
+// precedes a dynamic block (RFC 1951, section 3.2.7).
 #ifndef MOLDEX_CSCOMPR_LZH_BLOCK_CODES_H_
 #define MOLDEX_CSCOMPR_LZH_BLOCK_CODES_H_
 
@@ -14,14 +15,14 @@
 
 namespace cscompr {
 
-// How often each symbol occurs in a block, its end included.
+// How often each symbol occurs in a block, its end of block included.
 struct BlockFrequencies {
   std::array<std::uint32_t, kLiteralLengthCodes> literal_lengths{};
   std::array<std::uint32_t, kDistanceCodes> distances{};
 };
 
 struct BlockCodeLengths {
-  // The fixed code has two codes more than there are symbols.
+  // The fixed code has two codes more than the alphabet has symbols.
   std::array<std::uint8_t, kFixedLiteralLengthCodes> literal_lengths{};
   std::array<std::uint8_t, kDistanceCodes> distances{};
 };
@@ -32,7 +33,7 @@ extern const std::array<std::uint8_t, kMaxMatch - kMinMatch + 1> kLengthSymbols;
 BlockCodeLengths DynamicLengths(const BlockFrequencies& frequencies);
 BlockCodeLengths FixedLengths();
 
-// Bits of the symbols of a block, extra bits included, block header left out.
+// The bits of all symbols of a block with their extra bits, without the block header.
 std::size_t CostInBits(const BlockFrequencies& frequencies, const BlockCodeLengths& lengths);
 
 // The description of a block's code lengths, itself run-length and Huffman coded.
@@ -55,14 +56,15 @@ class CodeDescription {
 
   std::size_t literal_length_count_ = 0;
   std::size_t distance_count_ = 0;
-  std::size_t sent_lengths_ = 0;  // of the code length code, in kCodeLengthOrder
+  std::size_t sent_lengths_ = 0;  // of the code length code, in the order of kCodeLengthOrder
   std::array<Item, kLiteralLengthCodes + kDistanceCodes> items_{};
   std::size_t item_count_ = 0;
   std::array<std::uint32_t, kCodeLengthCodes> frequencies_{};
   std::array<std::uint8_t, kCodeLengthCodes> lengths_{};
 };
 
-// Codes laid out for sending tokens: a row is the code and, for lengths, the extra bits above it.
+// A block's codes, laid out for sending tokens: a row holds the code and, for lengths, the extra
+// bits above it.
 class TokenCodes {
  public:
   explicit TokenCodes(const BlockCodeLengths& lengths);

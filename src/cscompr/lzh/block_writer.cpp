@@ -8,14 +8,14 @@
 namespace cscompr {
 namespace {
 
-// How often a block that may end early is judged, in tokens.
+// The number of tokens between two decisions whether a block ends early.
 constexpr std::size_t kJudgingInterval = 4096;
 
 constexpr unsigned kFixedBlock = 1;
 constexpr unsigned kDynamicBlock = 2;
 constexpr unsigned kBlockHeaderBits = 3;
 
-// Costs are compared in the bytes a block takes with its header.
+// Costs are compared in whole bytes, with the block header.
 constexpr std::size_t WholeBytes(std::size_t bits) { return (bits + kBlockHeaderBits + 7) / 8; }
 
 // `description` is that of `lengths`, or null when these are the fixed ones.
@@ -58,8 +58,8 @@ void LzhBlockWriter::CountNewTokens() {
   }
 }
 
-// Few matches that nevertheless save a lot: the text around here differs from what came before,
-// and codes of its own may fit what follows better.
+// Few matches that save many bytes show that the text has changed. New codes may then fit the text
+// that follows better.
 bool LzhBlockWriter::PaysToEndHere() const {
   std::size_t matches = 0;
   std::size_t estimated_bits = tokens_.size * 8;

@@ -1,5 +1,6 @@
-// Collects the tokens of a block and writes the block: decides when it ends, builds its codes,
-// chooses between these and the fixed ones, and sends it. Knows nothing of windows and matches.
+// Collects the tokens of a block and writes the block. Decides where the block ends, builds its
+// codes, and sends it in these or in the fixed ones, whichever takes fewer bytes. Knows nothing of
+// windows and matches.
 #ifndef MOLDEX_CSCOMPR_LZH_BLOCK_WRITER_H_
 #define MOLDEX_CSCOMPR_LZH_BLOCK_WRITER_H_
 
@@ -12,8 +13,8 @@
 
 namespace cscompr {
 
-// The tokens of the open block. Whoever adds one stops when `size` has reached `stop`, because the
-// block may end there.
+// The tokens of the open block. The matcher adds them until `size` reaches `stop`, where the block
+// may end.
 struct LzhTokens {
   static constexpr std::size_t kCapacity = 16383;
 
@@ -24,8 +25,8 @@ struct LzhTokens {
 
 class LzhBlockWriter {
  public:
-  // The most bytes one block can take: a match in fixed codes needs no more than 30 bits, and what
-  // is sent never takes more than the fixed codes would. Header, end of block and bits held add 17.
+  // The most bytes of one block. A match in fixed codes takes at most 30 bits, and no block is
+  // longer than it would be in fixed codes. The header, the end of block and the bits held add 17.
   static constexpr std::size_t kMaxBlockBytes = (LzhTokens::kCapacity * 30 + 3 + 7 + 7) / 8 + 1;
 
   // `closes_early`: whether a block may end before it is full.
@@ -33,10 +34,11 @@ class LzhBlockWriter {
 
   [[nodiscard]] LzhTokens& Tokens() { return tokens_; }
 
-  // With the tokens at their stop: whether the block ends here. If not, moves the stop on.
+  // Called when the tokens have reached their stop: whether the block ends here. Moves the stop on
+  // if not.
   bool EndsHere();
 
-  // Sends the block and opens the next one. `output` is left with less than a byte held.
+  // Sends the block and opens the next one. Leaves less than a byte held in `output`.
   void Close(bool is_final, BitWriter& output);
 
  private:

@@ -1,6 +1,7 @@
-// Searching the window for the longest match, nearest first, by a plain walk along the chain of
-// positions whose three bytes share a hash: of the first `chain` candidates the nearest one of the
-// greatest length is the answer. Included by the central loops alone, which it is inlined into.
+// Searches the window for the longest match, by a plain walk along a hash chain: the positions
+// whose three bytes have the same hash, nearest first. The result is the longest match among the
+// first `chain` candidates, and the nearest of several that are equally long. Only the central
+// loops include this header; the search is inlined into them.
 #ifndef MOLDEX_CSCOMPR_LZH_CHAIN_SEARCH_H_
 #define MOLDEX_CSCOMPR_LZH_CHAIN_SEARCH_H_
 
@@ -13,12 +14,13 @@
 
 namespace cscompr {
 
-// A match of the shortest length so far back costs more than three literals.
+// Beyond this distance a match of the shortest length costs more than three literals.
 inline constexpr std::uint32_t kTooFarForShortest = 4096;
 
 inline constexpr int kHashBits = 14;
 
-// Of three bytes. Part of the format, as the candidates of a search depend on it.
+// The hash of three bytes. The candidates of a search depend on it, and so do the bytes of a
+// stream.
 constexpr std::uint16_t Hash(std::uint8_t first, std::uint8_t second, std::uint8_t third) {
   return static_cast<std::uint16_t>(((first << 10) ^ (second << 5) ^ third) &
                                     ((1 << kHashBits) - 1));
@@ -26,20 +28,20 @@ constexpr std::uint16_t Hash(std::uint8_t first, std::uint8_t second, std::uint8
 
 struct ChainQuery {
   std::uint32_t position;
-  std::uint32_t head;        // the first candidate; not before `limit`, not 0
+  std::uint32_t head;        // the first candidate: not before `limit`, not 0
   std::uint32_t beat;        // only longer matches count
   std::uint32_t max_length;  // more than `beat`
-  std::uint32_t limit;       // candidates but the first lie above it
-  std::uint32_t chain;       // candidates to look at
+  std::uint32_t limit;       // all candidates but the first are above it
+  std::uint32_t chain;       // number of candidates to compare
 };
 
-// Position 0 when nothing was found.
+// The position is 0 when nothing was found.
 struct FoundMatch {
   std::uint32_t length = 0;
   std::uint32_t position = 0;
 };
 
-// How far `a` and `b` agree when the first 8 bytes differ by `difference`.
+// How many bytes of `a` and `b` agree; `difference` is the XOR of their first 8 bytes.
 inline std::uint32_t MatchLength(const std::uint8_t* a, const std::uint8_t* b,
                                  std::uint64_t difference, std::uint32_t max_length) {
   std::uint32_t length = 0;
@@ -58,9 +60,9 @@ class ShortSearch {
   ShortSearch(const std::uint8_t* window, const std::uint16_t* links)
       : window_(window), links_(links) {}
 
-  // Whether Find could find anything: exact about the first two candidates, true if there are more.
-  // In a form without branches, as on bytes that do not repeat they could not be foreseen while
-  // the answer can. Link 0 leads to nothing.
+  // Whether Find could find anything: exact for the first two candidates, true if there are more.
+  // Without branches, because bytes that do not repeat make every branch on a candidate
+  // unpredictable, but not the one on this answer. Link 0 leads nowhere.
   [[gnu::always_inline]] bool MayMatch(std::uint32_t position, std::uint32_t farthest) const {
     const std::uint32_t first = links_[position];
     const std::uint32_t second = links_[first];
@@ -74,7 +76,7 @@ class ShortSearch {
     return (has_first & (first_matches | (has_second & (second_matches | has_third)))) != 0;
   }
 
-  // The longest match of three bytes or more; `query.beat` is not looked at.
+  // The longest match of three bytes or more. Ignores `query.beat`.
   [[gnu::always_inline]] FoundMatch Find(ChainQuery query) const {
     const std::uint8_t* const here = window_ + query.position;
     const std::uint64_t first = Load64(here);
@@ -94,7 +96,7 @@ class ShortSearch {
   }
 
   // The longest match that is longer than `best`, else `best`, whose length is at least 3.
-  // The four bytes that a longer match must end in settle nearly every candidate.
+  // Comparing the four bytes that a longer match must end in rules out nearly every candidate.
   [[gnu::always_inline]] FoundMatch FindLonger(ChainQuery query, FoundMatch best) const {
     const std::uint8_t* const here = window_ + query.position;
     const std::uint64_t first = Load64(here);

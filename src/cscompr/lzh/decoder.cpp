@@ -17,16 +17,16 @@ constexpr std::int32_t kGoOn = 0;
 constexpr unsigned kFixedCodes = 1;
 constexpr unsigned kDynamicCodes = 2;
 
-// Bytes of a stream from which on joined literals and lengths save more time than making them
-// takes.
+// When at least this many bytes of the stream are left, joining literals and lengths saves more
+// time than it takes.
 constexpr std::uint32_t kLeastToJoin = 8192;
 
-// The longest that has to be in the bit buffer at once: a length and a distance with extra bits,
-// the two farthest distances excepted, which mean nothing here.
+// The most bits that are needed at once: a length and a distance with their extra bits. The two
+// largest distance symbols are left out, as they have no meaning here.
 static_assert(2 * kMaxCodeBits + 5 + 12 <= BitReader::kFilledBits);
 
-// The entry of the next code, skipping the root bits of a long one. Zeros stand in for bits that
-// are not there yet: the entry counts only when the reader holds as many bits as its code has.
+// The entry of the next code. Skips the root bits of a long code. Bits that the input does not have
+// yet read as zeros, so the entry is valid only if the reader holds as many bits as its code has.
 TableEntry LookUp(const TableEntry* table, unsigned root_bits, BitReader& reader) {
   TableEntry entry = table[reader.Peek(root_bits)];
   if (IsLink(entry) && reader.count >= root_bits) {
@@ -36,7 +36,7 @@ TableEntry LookUp(const TableEntry* table, unsigned root_bits, BitReader& reader
   return entry;
 }
 
-// Skips code and extra bits, which must be there; gives the extra bits' value.
+// Skips a code and its extra bits, which must be valid, and returns the value of the extra bits.
 unsigned TakeExtra(TableEntry entry, BitReader& reader) {
   reader.Skip(CodeBits(entry));
   return reader.Take(SkipBits(entry) - CodeBits(entry));
@@ -75,9 +75,9 @@ Outcome LzhDecoder::Decode(const Buffers& buffers, const std::uint8_t* input) {
   SymbolRun run;
   run.reader = {bits_, bit_count_, input, buffers.input + buffers.input_length};
   run.out = run.out_begin = buffers.output;
-  const auto room = static_cast<std::uint32_t>(buffers.output_length);
-  run.out_end = buffers.output + std::min(room, remaining_);
-  run.room_end = buffers.output + room;
+  const auto space = static_cast<std::uint32_t>(buffers.output_length);
+  run.out_end = buffers.output + std::min(space, remaining_);
+  run.buffer_end = buffers.output + space;
   run.window = &window_;
 
   const std::int32_t code = RunSteps(run);
@@ -177,7 +177,7 @@ std::int32_t LzhDecoder::ReadCodeLengthLengths(BitReader& reader) {
 }
 
 std::int32_t LzhDecoder::ReadCodeLengths(BitReader& shared_reader) {
-  BitReader reader = shared_reader;  // in registers while the loop runs
+  BitReader reader = shared_reader;  // a local copy stays in registers
   const unsigned total = literal_codes_ + distance_codes_;
   unsigned done = lengths_read_;
   std::int32_t code = kGoOn;
@@ -243,15 +243,16 @@ std::int32_t LzhDecoder::ReadSymbols(SymbolRun& run) {
 
 std::int32_t LzhDecoder::ReadSymbol(SymbolRun& run) {
   run.reader.Fill();
-  BitReader ahead = run.reader;  // becomes the run's when the symbol is there in full
+  BitReader ahead = run.reader;  // stored once the symbol is known to be whole
   const TableEntry entry = LookUp(literals_, kLiteralRootBits, ahead);
   unsigned code_bits = IsLink(entry) ? kLiteralRootBits + 1 : CodeBits(entry);
   if (HasLiteral(entry) && !IsLiteral(entry)) {
-    code_bits = literal_lengths_[Literal(entry)];  // the length behind it is the next symbol
+    code_bits =
+        literal_lengths_[Literal(entry)];  // the length that it is joined with is the next symbol
   }
   if (ahead.count < code_bits) return kCsInputExhausted;
   if (HasLiteral(entry)) {
-    if (run.room() == 0) return run.produced() == remaining_ ? kCsTooLong : kCsOutputFull;
+    if (run.space() == 0) return run.produced() == remaining_ ? kCsTooLong : kCsOutputFull;
     ahead.Skip(code_bits);
     *run.out++ = Literal(entry);
     run.reader = ahead;
@@ -269,9 +270,8 @@ std::int32_t LzhDecoder::ReadSymbol(SymbolRun& run) {
   return ReadMatch(run, ahead, length);
 }
 
-std::int32_t LzhDecoder::ReadMatch(SymbolRun& run, const BitReader& behind_length,
-                                   unsigned length) {
-  BitReader ahead = behind_length;
+std::int32_t LzhDecoder::ReadMatch(SymbolRun& run, const BitReader& after_length, unsigned length) {
+  BitReader ahead = after_length;
   const TableEntry entry = LookUp(distances_, kDistanceRootBits, ahead);
   if (ahead.count < (IsLink(entry) ? kDistanceRootBits + 1 : CodeBits(entry))) {
     return kCsInputExhausted;
@@ -287,7 +287,7 @@ std::int32_t LzhDecoder::ReadMatch(SymbolRun& run, const BitReader& behind_lengt
 }
 
 std::int32_t LzhDecoder::CopyMatch(SymbolRun& run) {
-  const auto part = static_cast<std::uint32_t>(std::min<std::size_t>(match_length_, run.room()));
+  const auto part = static_cast<std::uint32_t>(std::min<std::size_t>(match_length_, run.space()));
   CopyMatchBytes(run, match_distance_, part);
   match_length_ -= part;
   step_ = match_length_ == 0 ? Step::kSymbols : Step::kMatch;

@@ -1,15 +1,14 @@
-// Restores LZH streams: blocks of RFC 1951 with fixed or dynamic codes, distances up to 16 KB,
-// never a stored block.
+// Decompresses LZH streams: blocks of RFC 1951 with fixed or dynamic codes and distances of up to
+// 16 KB, never a stored block.
 //
-// Decodes straight into the caller's output and keeps the last 16 KB of it for the next call.
-// Everything between two calls stands in the object; it allocates nothing and may be static. The
-// front end has looked at the arguments: lengths are not negative, buffers not null when they hold
-// something.
+// Decodes directly into the caller's output, and keeps the last 16 KB of it for the next call. The
+// object holds all its state and allocates nothing. The front end has checked the arguments:
+// lengths are not negative, and a buffer is null only if its length is 0.
 //
-// Both operations return kCsEndOfStream (the whole input counts as read), kCsOutputFull (bytes_read
-// tells where the next call's input begins), kCsInputExhausted, or a negative code, which Resume
-// repeats until the next Start. Nothing is delivered beyond the original length of the header; what
-// the output buffer has behind the delivered bytes may be overwritten all the same.
+// Both operations return kCsEndOfStream (the whole input then counts as read), kCsOutputFull
+// (bytes_read tells where the next call's input begins), kCsInputExhausted, or a negative code,
+// which Resume repeats until the next Start. Nothing is delivered beyond the original length in the
+// header. The bytes after the delivered ones in the output buffer may be overwritten all the same.
 #ifndef MOLDEX_CSCOMPR_LZH_DECODER_H_
 #define MOLDEX_CSCOMPR_LZH_DECODER_H_
 
@@ -26,15 +25,15 @@ namespace cscompr {
 
 class LzhDecoder {
  public:
-  // Begins the stream whose 8-byte header stands at the start of the input, and goes on behind it.
+  // Begins the stream whose 8-byte header the input starts with, and continues after the header.
   Outcome Start(const Buffers& buffers);
   Outcome Resume(const Buffers& buffers);
 
-  // Leaves instructions alone that only some processors have. For tests.
+  // Uses no instructions that only some processors have. For tests.
   void SetPortable(bool portable) { portable_ = portable; }
 
  private:
-  // What comes next in the stream.
+  // The next part of the stream.
   enum class Step : std::uint8_t {
     kNotStarted,
     kBlockHeader,
@@ -49,7 +48,8 @@ class LzhDecoder {
 
   Outcome Decode(const Buffers& buffers, const std::uint8_t* input);
 
-  // Each goes as far as the buffers allow; 0 when the next step is due, else the call's result.
+  // Each goes as far as the buffers allow. Returns 0 when the next step is due, else the result of
+  // the call.
   std::int32_t RunSteps(SymbolRun& run);
   std::int32_t RunStep(SymbolRun& run);
   std::int32_t ReadBlockHeader(BitReader& reader);
@@ -58,7 +58,7 @@ class LzhDecoder {
   std::int32_t ReadCodeLengths(BitReader& reader);
   std::int32_t ReadSymbols(SymbolRun& run);
   std::int32_t ReadSymbol(SymbolRun& run);
-  std::int32_t ReadMatch(SymbolRun& run, const BitReader& behind_length, unsigned length);
+  std::int32_t ReadMatch(SymbolRun& run, const BitReader& after_length, unsigned length);
   std::int32_t CopyMatch(SymbolRun& run);
 
   std::int32_t BuildDynamicTables();
@@ -68,13 +68,13 @@ class LzhDecoder {
 
   std::uint64_t bits_ = 0;
   unsigned bit_count_ = 0;
-  std::uint32_t remaining_ = 0;  // bytes that the header promises and nobody got yet
+  std::uint32_t remaining_ = 0;  // bytes that the header promises and that are not delivered yet
   Step step_ = Step::kNotStarted;
   bool last_block_ = false;
   bool portable_ = false;
   std::int32_t failure_ = 0;
 
-  // A dynamic block's header, as far as it was read.
+  // The header of a dynamic block, as far as it was read.
   unsigned literal_codes_ = 0;
   unsigned distance_codes_ = 0;
   unsigned code_length_codes_ = 0;
@@ -82,11 +82,11 @@ class LzhDecoder {
   std::array<std::uint8_t, kCodeLengthCodes> code_length_lengths_{};
   std::array<std::uint8_t, kMaxCodeLengths> code_lengths_{};
 
-  // A match, as far as it was not copied.
+  // The rest of a match that is not copied yet.
   std::uint32_t match_length_ = 0;
   std::uint32_t match_distance_ = 0;
 
-  const TableEntry* literals_ = nullptr;  // the tables of the present block
+  const TableEntry* literals_ = nullptr;  // the tables of the current block
   const TableEntry* distances_ = nullptr;
   const std::uint8_t* literal_lengths_ = nullptr;  // their code lengths
   CodeLengthTable code_length_table_{};

@@ -1,5 +1,5 @@
-// Copies the matches of the LZH decoder's fast loop, in words: more than was asked for, within a
-// margin.
+// Copies the matches of the LZH decoder's central loop in words of 8 bytes. May write more than the
+// match, within a margin.
 #ifndef MOLDEX_CSCOMPR_LZH_DECODER_COPY_H_
 #define MOLDEX_CSCOMPR_LZH_DECODER_COPY_H_
 
@@ -13,9 +13,9 @@
 
 namespace cscompr {
 
-inline constexpr std::size_t kWord = 8;        // bytes that a match copy moves at once
-inline constexpr std::size_t kLeastWords = 4;  // that it moves whatever the length
-// A copy overwrites and reads that much, or less than two words more than it fills.
+inline constexpr std::size_t kWord = 8;        // bytes that are moved at once
+inline constexpr std::size_t kLeastWords = 4;  // words that are moved whatever the length
+// A copy writes and reads this much, or less than two words more than the match.
 inline constexpr std::ptrdiff_t kCopyMargin = kLeastWords * kWord;
 
 inline void MoveWord(std::uint8_t* to, const std::uint8_t* from) {
@@ -24,7 +24,7 @@ inline void MoveWord(std::uint8_t* to, const std::uint8_t* from) {
   std::memcpy(to, word.data(), kWord);
 }
 
-// Source and target lie at least a word apart. Four words hold most matches, so that a branch on
+// For a source and a target at least a word apart. Four words hold most matches, so the branch on
 // the length is seldom mispredicted.
 inline void CopyFar(std::uint8_t* to, const std::uint8_t* from, std::size_t length) {
   MoveWord(to, from);
@@ -37,12 +37,12 @@ inline void CopyFar(std::uint8_t* to, const std::uint8_t* from, std::size_t leng
   }
 }
 
-// The most bytes up to 8 that whole patterns of a length make, by that length.
+// Indexed by the length of a pattern: the most bytes, up to 8, that are a multiple of it.
 inline constexpr std::array<std::uint8_t, kWord> kPatternSteps = {0, 8, 8, 6, 8, 5, 6, 7};
 
-// A match that overlaps itself within a word. Its pattern is laid out in a word once, and stored at
-// steps of as many whole patterns as the word holds: loading what the store before left behind
-// would wait for it every time.
+// For a match that overlaps itself within a word. Repeats the pattern in a word once, and stores
+// this word at steps of as many whole patterns as it holds. Loading bytes that were just stored
+// would wait for the store every time.
 inline void CopyNear(std::uint8_t* to, const std::uint8_t* from, std::size_t distance,
                      std::size_t length) {
   const std::uint8_t* const end = to + length;
@@ -58,7 +58,7 @@ inline void CopyNear(std::uint8_t* to, const std::uint8_t* from, std::size_t dis
     Store64(to, word);
 }
 
-// Copies a match; needs kCopyMargin bytes behind its end.
+// Copies a match. Needs kCopyMargin bytes after its end.
 inline void CopyWords(std::uint8_t* to, const std::uint8_t* from, std::size_t distance,
                       std::size_t length) {
   if (distance >= kWord) [[likely]] {

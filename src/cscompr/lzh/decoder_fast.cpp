@@ -1,7 +1,7 @@
 // How the fast path of the LZH decoder gets close to the buffers' ends, where a small file spends
-// most of its time. The central loop runs once with margins, so that it needs not look at the ends.
-// Then it runs in careful mode, and a third time on a copy of the last input that is followed by
-// zeros.
+// most of its time. The central loop runs once with margins, so that it need not check for the
+// ends. Then it runs in careful mode, and a third time on a copy of the last input that is followed
+// by zeros.
 #include <algorithm>
 #include <array>
 
@@ -37,10 +37,10 @@ FastStop RunFarFromEnds(const TableEntry* literals, const TableEntry* distances,
 FastStop RunCareful(const TableEntry* literals, const TableEntry* distances, SymbolRun& run,
                     const std::uint8_t* input_end, const std::uint8_t* readable_end,
                     bool portable) {
-  if (run.room_end - run.out < kCopyMargin + kLiteralMargin) return FastStop::kEdge;
+  if (run.buffer_end - run.out < kCopyMargin + kLiteralMargin) return FastStop::kEdge;
   LoopLimits limits;
   limits.in = readable_end - kInputMargin;
-  limits.match = run.room_end - kCopyMargin;
+  limits.match = run.buffer_end - kCopyMargin;
   limits.out = limits.match - kLiteralMargin;
   limits.input_end = input_end;
   limits.output_end = run.out_end;

@@ -1,14 +1,16 @@
-// Searching long chains for the match that the plain walk would find, without looking at nearly all
-// of the candidates that cannot win. Included by one central loop alone, which it is inlined into.
+// Finds the match that the plain walk along a long chain would find, without comparing most of the
+// candidates that cannot win. Only one central loop includes this header; the search is inlined
+// into it.
 //
-// A match longer than three bytes also shares its first four, and one longer than `best` the last
-// four it would have to have. Chains over strings of four bytes are sparser, and a candidate has
-// to be in both of them: walking either one will do. As strings are entered into the chains ahead
-// of the search, the chain of the ending begins at the ending's own link.
+// A match of more than three bytes also shares its first four bytes, and one longer than the best
+// so far shares the last four bytes that it must have. So there are chains over strings of four
+// bytes. They are sparser than the others, and a winning candidate is in two of them: that of its
+// beginning and that of its ending. Walking either one finds it. Strings are entered into the
+// chains ahead of the search, so the chain of the ending starts at the link of the ending itself.
 //
-// How many candidates the plain walk would have met before one of these follows from ranks: a
-// position's rank is one more than that of its predecessor in the plain chain, so the difference of
-// two ranks is the number of steps between them.
+// The plain walk compares a limited number of candidates. Ranks tell how many of them it would have
+// met before a given one: the rank of a position is one more than that of its predecessor in the
+// plain chain, so the difference of two ranks is the number of steps between them.
 #ifndef MOLDEX_CSCOMPR_LZH_DEEP_SEARCH_H_
 #define MOLDEX_CSCOMPR_LZH_DEEP_SEARCH_H_
 
@@ -19,10 +21,11 @@
 
 namespace cscompr {
 
-// More bits than the window's positions need: of bytes that do not repeat, most find no candidate.
+// More bits than the number of positions needs, so that most strings that do not repeat find no
+// candidate.
 inline constexpr int kLongHashBits = 15;
 
-// Of four bytes, in 16-bit arithmetic: compilers make vector code of it.
+// The hash of four bytes, in 16-bit arithmetic, which compilers turn into vector code.
 constexpr std::uint16_t LongHash(std::uint8_t first, std::uint8_t second, std::uint8_t third,
                                  std::uint8_t fourth) {
   const auto low = static_cast<std::uint16_t>(first | second << 8);
@@ -35,12 +38,11 @@ constexpr std::uint16_t LongHash(std::uint8_t first, std::uint8_t second, std::u
 struct ChainTables {
   const std::uint8_t* window;
   const std::uint16_t* links;
-  const std::uint32_t* long_links;  // in the chain over four bytes; rank << 16 above
+  const std::uint32_t* long_links;  // rank << 16 | link in the chain over four bytes
 };
 
-// Whether a match of four bytes is worth a search. Exact about the first candidate and true if
-// there are more; in a form without branches, since on bytes that do not repeat they could not be
-// foreseen while the answer can.
+// Whether a search for a match of four bytes or more could find one: exact for the first candidate,
+// true if there are more. Without branches, for the reason given at ShortSearch::MayMatch.
 [[gnu::always_inline]] inline bool MayMatchFour(const ChainTables& tables,
                                                 const ChainQuery& query) {
   const std::uint32_t nearest = tables.long_links[query.position] & 0xFFFF;
@@ -48,12 +50,12 @@ struct ChainTables {
   const bool matches = Load32(tables.window + nearest) == Load32(tables.window + query.position);
   const bool has_nearest = nearest > query.limit;
   const bool has_second = second > query.limit;
-  const bool has_room = query.max_length > kMinMatch;
-  return (has_nearest & has_room & (matches | has_second)) != 0;
+  const bool has_space = query.max_length > kMinMatch;
+  return (has_nearest & has_space & (matches | has_second)) != 0;
 }
 
-// The nearest match of three bytes, as far away as one is worth it. The first candidates are looked
-// at without branches here, too.
+// The nearest match of three bytes within the distance at which one pays. Compares the first
+// candidates without branches, too.
 [[gnu::always_inline]] inline FoundMatch FindThreeBytes(const ChainTables& tables,
                                                         const ChainQuery& query) {
   const std::uint32_t nearest_dropped =
@@ -74,7 +76,7 @@ struct ChainTables {
   return {};
 }
 
-// All candidates, the first included, lie above `query.limit`.
+// All candidates, the first included, are above `query.limit`.
 class DeepSearch {
  public:
   // `query.beat` is at least 3, `query.max_length` more than that.
@@ -108,7 +110,7 @@ class DeepSearch {
     return static_cast<std::int16_t>(static_cast<std::uint16_t>(rank - last_rank_)) < 0;
   }
 
-  // The chain whose next entry is older is taken for the sparser one.
+  // Takes the chain whose next entry is older, because it is probably the sparser one.
   bool FindBetter() {
     const std::uint32_t offset = best_.length - 3;
     ending_ = Load32(here_ + offset);
@@ -178,7 +180,7 @@ class DeepSearch {
   const ChainQuery query_;
   const std::uint8_t* const here_;
   const std::uint64_t first_;
-  const std::uint32_t last_rank_;  // of the last candidate to look at
+  const std::uint32_t last_rank_;  // of the last candidate to compare
   std::uint32_t next_;             // the next candidate in the chain of the beginning
   FoundMatch best_;
   std::uint32_t ending_ = 0;  // the last four bytes a match longer than best_ must have

@@ -1,6 +1,7 @@
-// The alphabets of RFC 1951 (sections 3.2.5 to 3.2.7), computed rather than pasted: base values
-// and extra bits of lengths and distances, the fixed code lengths, and the order in which a
-// dynamic block sends the lengths of its code length code. Shared by encoder and decoder.
+// The alphabets of RFC 1951 (sections 3.2.5 to 3.2.7) for encoder and decoder: base values and
+// extra bits of match lengths and distances, the fixed code lengths, and the order in which a
+// dynamic block sends the lengths of its code length code. The tables are computed rather than
+// pasted.
 #ifndef MOLDEX_CSCOMPR_LZH_DEFLATE_FORMAT_H_
 #define MOLDEX_CSCOMPR_LZH_DEFLATE_FORMAT_H_
 
@@ -25,7 +26,7 @@ inline constexpr int kCodeLengthCodes = 19;
 
 inline constexpr int kMaxCodeLengthCodeBits = 7;
 
-// Symbols of the code length alphabet that stand for runs.
+// Symbols of the code length alphabet that mean runs.
 inline constexpr int kRepeatPrevious = 16;   // 3 to 6 times, 2 extra bits
 inline constexpr int kRepeatZeroShort = 17;  // 3 to 10 times, 3 extra bits
 inline constexpr int kRepeatZeroLong = 18;   // 11 to 138 times, 7 extra bits
@@ -33,7 +34,7 @@ inline constexpr int kRepeatZeroLong = 18;   // 11 to 138 times, 7 extra bits
 inline constexpr std::array<std::uint8_t, kCodeLengthCodes> kCodeLengthOrder = {
     16, 17, 18, 0, 8, 7, 9, 6, 10, 5, 11, 4, 12, 3, 13, 2, 14, 1, 15};
 
-// A range of values behind one symbol: base .. base + 2^extra_bits - 1.
+// The values of one symbol: base to base + 2^extra_bits - 1.
 struct ValueRange {
   std::uint16_t base = 0;
   std::uint8_t extra_bits = 0;
@@ -41,7 +42,8 @@ struct ValueRange {
 
 namespace internal {
 
-// Extra bits rise by one every `per_step` symbols once the first 2 * per_step have none.
+// The first 2 * per_step symbols have no extra bits. After them the number of extra bits rises by
+// one every `per_step` symbols.
 template <int kCount>
 constexpr std::array<ValueRange, kCount> MakeRanges(int first_base, int per_step) {
   std::array<ValueRange, kCount> ranges{};

@@ -26,7 +26,7 @@ Outcome LzhEncoder::Resume(const Buffers& buffers) { return Continue(buffers, {}
 
 Outcome LzhEncoder::Continue(const Buffers& buffers, Outcome outcome) {
   Deliver(buffers, outcome);
-  // Without room from the start, a call can still take input.
+  // A call that offers no space at all can still read input.
   const bool is_full = outcome.bytes_written > 0 && outcome.bytes_written == buffers.output_length;
   while (!is_complete_ && !is_full && !HoldsOutput()) {
     switch (matcher_.Run(blocks_.Tokens())) {
@@ -51,7 +51,7 @@ Outcome LzhEncoder::Continue(const Buffers& buffers, Outcome outcome) {
   return outcome;
 }
 
-// Bits of a byte not yet full wait in bits_ for the next block.
+// The bits of the last byte stay in bits_ for the next block.
 void LzhEncoder::Close(bool is_final) {
   bits_.MoveTo(held_.data());
   blocks_.Close(is_final, bits_);
@@ -65,8 +65,8 @@ void LzhEncoder::Close(bool is_final) {
 }
 
 void LzhEncoder::Deliver(const Buffers& buffers, Outcome& outcome) {
-  const auto room = static_cast<std::size_t>(buffers.output_length - outcome.bytes_written);
-  const std::size_t count = std::min(room, held_end_ - held_begin_);
+  const auto space = static_cast<std::size_t>(buffers.output_length - outcome.bytes_written);
+  const std::size_t count = std::min(space, held_end_ - held_begin_);
   if (count == 0) return;
   std::memcpy(buffers.output + outcome.bytes_written, held_.data() + held_begin_, count);
   held_begin_ += count;

@@ -1,6 +1,8 @@
-// The LZH compressor behind CsCompr: stream header, tokens, blocks and the zero byte at the end,
-// over as many calls as the caller's buffers need. What a block brings beyond the caller's room is
-// held here and delivered first on the next call. The arguments were checked by the front end.
+// Compresses one LZH stream: stream header, tokens, blocks, and the zero byte at the end, over as
+// many calls as the caller's buffers need. The part of a block that does not fit into the output is
+// held, and delivered first on the next call. The front end calls it and has checked the arguments.
+//
+// The object holds all its state and allocates nothing.
 #ifndef MOLDEX_CSCOMPR_LZH_ENCODER_H_
 #define MOLDEX_CSCOMPR_LZH_ENCODER_H_
 
@@ -17,7 +19,7 @@ namespace cscompr {
 
 class LzhEncoder {
  public:
-  // The first call of a stream: the output has room for the header, `level` is 1 to 9,
+  // The first call of a stream. The header fits into the output, `level` is 1 to 9, and
   // `original_length` is not negative.
   Outcome Start(std::int32_t original_length, std::int32_t level, const Buffers& buffers);
 
@@ -39,7 +41,7 @@ class LzhEncoder {
   std::array<std::uint8_t, kHeldBytes> held_{};
   std::size_t held_begin_ = 0;
   std::size_t held_end_ = 0;
-  bool is_complete_ = false;  // nothing is left but to deliver
+  bool is_complete_ = false;  // everything is encoded and only has to be delivered
 };
 
 }  // namespace cscompr

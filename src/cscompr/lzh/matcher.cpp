@@ -36,11 +36,12 @@ std::uint32_t LzhMatcher::Feed(std::span<const std::uint8_t> input) {
   return taken;
 }
 
-// Moves the upper half down. Waiting until the window is as full as it can get makes the moment
-// the same for every way of cutting the input.
+// Moves the upper half of the window down. This happens only when the window is as full as it can
+// get, so that it does not depend on how the input is cut.
 void LzhMatcher::Slide() {
   std::memcpy(window_.data(), window_.data() + kHalfWindow, kHalfWindow);
-  // Positions fit 15 bits, so the sign tells which ones drop out; compilers make vector code of it.
+  // Positions fit 15 bits, so the sign tells which ones drop out. Compilers turn this into vector
+  // code.
   const auto rebase = [](auto& table, std::size_t first, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
       const auto moved = static_cast<std::int16_t>(table[first + i] - kHalfWindow);
@@ -92,7 +93,7 @@ void LzhMatcher::Decide(LzhTokens& tokens, std::uint32_t limit) {
   }
 }
 
-// The last two positions begin no string of three bytes, so nothing is looked up for them.
+// The last two positions begin no string of three bytes, so no match is searched for them.
 void LzhMatcher::DecideTail(LzhTokens& tokens) {
   if (pending_.length > 0) {
     tokens.tokens[tokens.size++] = MatchToken(pending_.length, pending_.distance);

@@ -1,7 +1,10 @@
-// Turns bytes into tokens, literals and matches: a sliding window of 32 KB, hash chains over all
-// strings of three bytes, and lazy matching. Which tokens come out depends on the bytes and the
-// level alone, never on the pieces the bytes arrive in: no position is decided while fewer than
-// kMinLookahead bytes behind it are known, unless the stream ends with them.
+// Turns bytes into tokens, literals and matches, by LZ77 with a sliding window, hash chains over
+// all strings of three bytes, and lazy matching (RFC 1951, section 4, describes the method).
+//
+// The tokens depend on the bytes and the level alone, never on the pieces in which the bytes
+// arrive: no position is decided before kMinLookahead bytes after it are known, or all bytes up to
+// the end of the stream. The window has 32 KB, so that matches of up to 16 KB can be found without
+// moving the bytes at every step.
 #ifndef MOLDEX_CSCOMPR_LZH_MATCHER_H_
 #define MOLDEX_CSCOMPR_LZH_MATCHER_H_
 
@@ -18,17 +21,17 @@ class LzhMatcher {
   // `level` is 1 to 9; `stream_length` is what all calls of Feed together will bring.
   void Reset(int level, std::uint32_t stream_length);
 
-  // Takes as much of `input` into the window as there is room for; returns the number of bytes.
+  // Copies as much of `input` into the window as fits, and returns the number of bytes.
   std::uint32_t Feed(std::span<const std::uint8_t> input);
 
   enum class Pause {
     kNeedsInput,    // Feed has space again
-    kTokensAtStop,  // to be called again once the stop has moved on
+    kTokensAtStop,  // call again once the stop has moved on
     kStreamEnd      // every token was added
   };
 
-  // Adds tokens. A literal for the stream's last byte does not count as reaching the stop: it
-  // belongs to the block that is open when the stream ends.
+  // Adds tokens until it has to pause. A literal for the last byte of the stream does not count as
+  // reaching the stop: it belongs to the block that is open when the stream ends.
   Pause Run(LzhTokens& tokens);
 
  private:
@@ -37,18 +40,18 @@ class LzhMatcher {
   static constexpr std::uint32_t kMinLookahead = kMaxMatch + kMinMatch + 1;
   static constexpr std::uint32_t kMaxDistance = kHalfWindow - kMinLookahead;
   static constexpr std::uint32_t kSlidePosition = kHalfWindow + kMaxDistance;
-  static constexpr std::uint32_t kHashBatch = 32;  // strings hashed at a time
-  // Wide loads and the hashing of a whole batch reach so far behind the window.
+  static constexpr std::uint32_t kHashBatch = 32;  // strings that are hashed at a time
+  // Wide loads and the hashing of a whole batch reach this far beyond the window.
   static constexpr std::uint32_t kSlackBytes = kHashBatch + kMinMatch;
   static constexpr std::uint32_t kHashEntries = 16384;
   static constexpr std::uint32_t kLongHashEntries = 32768;
-  // Chains shorter than this are searched faster than the tables of a deep search are kept.
+  // For shorter chains a plain walk takes less time than the tables of a deep search.
   static constexpr std::uint32_t kDeepChain = 32;
 
   struct Effort {
     std::uint32_t good_length;  // from this length on the search for a better match is cut short
     std::uint32_t max_lazy;     // from this length on there is no such search
-    std::uint32_t max_chain;    // candidates looked at
+    std::uint32_t max_chain;    // candidates to compare
   };
 
   static const std::array<Effort, 9> kEfforts;
@@ -62,27 +65,27 @@ class LzhMatcher {
   [[nodiscard]] bool AtStreamEnd() const { return EndIsInWindow() && position_ == end_; }
   [[nodiscard]] bool IsDeep() const { return effort_.max_chain >= kDeepChain; }
   void Slide();
-  // Decides the positions below `limit`. Behind each of them stand kMinLookahead bytes, or at
-  // least three and then the stream's end.
+  // Decides the positions below `limit`. Each of them is followed by kMinLookahead bytes, or by at
+  // least three and the end of the stream.
   void Decide(LzhTokens& tokens, std::uint32_t limit);
   void DecideDeep(LzhTokens& tokens, std::uint32_t limit);
   void DecideShort(LzhTokens& tokens, std::uint32_t limit);
-  // Both enter the strings from inserted_ on into the chains, up to that at `limit`.
+  // Both enter the strings from inserted_ up to `limit` into the chains.
   void InsertUpTo(std::uint32_t limit);
   void InsertDeepUpTo(std::uint32_t limit);
   void DecideTail(LzhTokens& tokens);
 
-  // Positions are indices into the window; 0 in the tables means none, so the byte at index 0 is
-  // never found. The links lead from a position to the one before it in its chain. The tables from
-  // long_heads_ on are those of deep searches.
+  // Positions are indices into the window. In the tables 0 means none, so the byte at index 0 is
+  // never found. A link leads from a position to its predecessor in the chain. The tables from
+  // long_heads_ on are for deep searches.
   std::array<std::uint8_t, kWindow + kSlackBytes> window_{};
   std::array<std::uint16_t, kHashEntries> heads_{};
   std::array<std::uint16_t, kWindow> links_{};
   std::array<std::uint16_t, kLongHashEntries> long_heads_{};  // chains over strings of four bytes
   std::array<std::uint32_t, kWindow> long_links_{};           // rank << 16 | link
-  std::uint32_t inserted_ = 0;   // of the next string to enter into the chains
-  std::uint32_t position_ = 0;   // of the next byte to decide
-  std::uint32_t end_ = 0;        // of the bytes in the window
+  std::uint32_t inserted_ = 0;   // the next string to enter into the chains
+  std::uint32_t position_ = 0;   // the next byte to decide
+  std::uint32_t end_ = 0;        // the end of the bytes in the window
   std::uint32_t remaining_ = 0;  // bytes of the stream not yet in the window
   Match pending_{};              // at position_ - 1, unless a longer one replaces it
   Effort effort_{};

@@ -1,7 +1,7 @@
-// The encoder's central loop for the levels that search long chains, which looks at every position
-// as the one for short chains does but keeps the tables that a DeepSearch needs. It stands alone
-// because nearly all of the encoder's time is spent here, and it is long because its state lives
-// in locals.
+// The encoder's central loop for the levels that search long chains. It decides every position as
+// the loop for short chains does, but maintains the tables that DeepSearch needs. It stands alone
+// because the encoder spends nearly all of its time here. It is one long function because its state
+// must stay in registers.
 #include <algorithm>
 #include <array>
 
@@ -12,7 +12,7 @@ namespace cscompr {
 namespace {
 
 constexpr std::uint32_t kInsertAhead = 512;
-// A search begins at the links of strings inside the match it looks for.
+// A search starts at the links of strings within the match that it looks for.
 constexpr std::uint32_t kLeastAhead = kMaxMatch - kMinMatch;
 
 }  // namespace
@@ -54,8 +54,8 @@ void LzhMatcher::DecideDeep(LzhTokens& tokens, std::uint32_t limit) {
   const Effort effort = effort_;
   std::uint32_t position = position_;
   Match pending = pending_;
-  // The last string of three bytes has no fourth before more input comes; once the stream has
-  // ended, no search asks for it.
+  // The last string of three bytes has no fourth byte until more input comes. After the end of the
+  // stream no search needs that byte.
   const std::uint32_t insertable = end - (EndIsInWindow() ? kMinMatch - 1 : kMinMatch);
 
   while (position < limit && next != stop) {
@@ -65,7 +65,7 @@ void LzhMatcher::DecideDeep(LzhTokens& tokens, std::uint32_t limit) {
     const std::uint32_t max_length = std::min(end - position, std::uint32_t{kMaxMatch});
     const std::uint32_t farthest = position > kMaxDistance ? position - kMaxDistance : 0;
     const std::uint32_t candidate = tables.links[position];
-    // The first candidate may be as far away as kMaxDistance, those behind it may not.
+    // The first candidate may be as far away as kMaxDistance, later ones may not.
     const std::uint32_t below = farthest - (candidate == farthest && farthest > 0 ? 1U : 0U);
     if (pending.length == 0) {
       const ChainQuery query{position, candidate, kMinMatch, max_length, below, effort.max_chain};

@@ -1,21 +1,22 @@
-// The encoder's central loop: lazy matching over hash chains, here for the levels that search short
-// chains. It stands alone because nearly all of the encoder's time is spent here, and it is long
-// because its state lives in locals.
+// The encoder's central loop for the levels that search short chains: lazy matching over hash
+// chains. It stands alone because the encoder spends nearly all of its time here. It is one long
+// function because its state must stay in registers.
 //
-// The hash of three bytes has 14 bits; every position is inserted at the head of its hash's chain,
-// so a walk along a chain meets the nearest candidates first and only a longer match replaces one
-// already found. Strings that share a hash by chance use up the candidates a level allows.
+// The hash of three bytes has 14 bits. Every position is inserted at the head of the chain of its
+// hash. So a walk along a chain meets the nearest candidates first, and only a longer match
+// replaces one that was found. Strings with the same hash but other bytes count towards the level's
+// limit of candidates.
 //
-// A match found at one position is kept pending until the next position was searched: if that
-// brings a longer one, a literal takes the first position's place, else the pending match is
-// added and the strings inside it are passed over.
+// Lazy matching keeps a match pending until the next position was searched. If that position has a
+// longer match, a literal replaces the pending match; otherwise the pending match is added, and the
+// strings within it are passed over.
 //
-// As every position is inserted whatever is decided about it, insertion runs ahead of the search
-// by hundreds of positions, in a loop of its own without branches that depend on the data. A
-// position's link, its predecessor in the chain, then is the first candidate of its search.
+// Every position is inserted, whatever is decided about it. So insertion runs ahead of the search
+// by hundreds of positions, in a loop of its own without branches that depend on the data. The link
+// of a position, its predecessor in the chain, is then the first candidate of its search.
 //
-// Behind a row of literals more of them are likely, as in files that are compressed already: a loop
-// without unforeseeable branches then passes over the positions that cannot have a match.
+// After a row of literals more of them are likely, as in files that are compressed already. A loop
+// without unpredictable branches then passes over the positions that cannot have a match.
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -34,7 +35,7 @@ constexpr std::ptrdiff_t kLiteralRow = 16;  // shorter ones are common in text
 void LzhMatcher::InsertUpTo(std::uint32_t limit) {
   std::array<std::uint16_t, kHashBatch> hashes;  // NOLINT(*-member-init): filled below
   while (inserted_ < limit) {
-    // Of whole batches, byte by byte: compilers make vector code of this form.
+    // Hashes a whole batch byte by byte, because compilers turn this form into vector code.
     const std::uint8_t* const strings = window_.data() + inserted_;
     for (std::size_t i = 0; i < kHashBatch; ++i)
       hashes[i] = Hash(strings[i], strings[i + 1], strings[i + 2]);
@@ -75,7 +76,7 @@ void LzhMatcher::DecideShort(LzhTokens& tokens, std::uint32_t limit) {
         const FoundMatch found =
             searcher.Find({position, candidate, 0, max_length, farthest, effort.max_chain});
         const std::uint32_t distance = position - found.position;
-        // Chosen rather than branched upon, as it cannot be foreseen.
+        // Selected without a branch, which would be unpredictable.
         const std::uint32_t least = distance > kTooFarForShortest ? kMinMatch + 1 : kMinMatch;
         if (found.length >= least) {
           pending = {found.length, distance};

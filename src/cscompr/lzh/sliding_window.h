@@ -1,9 +1,9 @@
-// The last 16 KB that a decoder delivered, kept for matches that reach behind the output of the
-// present call. A call appends what it produced once, at its end.
+// The last 16 KB that a decoder delivered, for matches that begin before the output of the current
+// call. A call appends its output once, at its end.
 //
-// The bytes stand in one piece, the newest at end()[-1], so that a match is copied from here as
-// from the output itself. They are moved back to the front when the buffer of twice their size is
-// full, which costs no more than appending them did.
+// The bytes are contiguous, the newest at end()[-1], so that a match is copied from here as from
+// the output itself. When the buffer of twice their size is full, they are moved to its front,
+// which costs no more than appending them did.
 #ifndef MOLDEX_CSCOMPR_LZH_SLIDING_WINDOW_H_
 #define MOLDEX_CSCOMPR_LZH_SLIDING_WINDOW_H_
 
@@ -18,7 +18,7 @@ namespace cscompr {
 class SlidingWindow {
  public:
   static constexpr std::size_t kBytes = 16384;
-  // Copies of whole words may read (never use) this much behind end().
+  // Copies of whole words may read this much beyond end(), but never use it.
   static constexpr std::size_t kReadAhead = 32;
 
   void Reset() { fill_ = 0; }

@@ -1,5 +1,5 @@
-// Where one call of the LZH decoder stands in its buffers, and the fast loop that takes it through
-// the symbols of a block.
+// The position of one call of the LZH decoder in its buffers, and the fast path that decodes the
+// symbols of a block.
 #ifndef MOLDEX_CSCOMPR_LZH_SYMBOL_RUN_H_
 #define MOLDEX_CSCOMPR_LZH_SYMBOL_RUN_H_
 
@@ -14,29 +14,29 @@ namespace cscompr {
 
 struct SymbolRun {
   BitReader reader;
-  std::uint8_t* out = nullptr;        // where the next byte goes
-  std::uint8_t* out_begin = nullptr;  // of this call
-  std::uint8_t* out_end = nullptr;    // neither beyond the buffer nor beyond the original length
-  std::uint8_t* room_end = nullptr;   // of the buffer
+  std::uint8_t* out = nullptr;         // where the next byte goes
+  std::uint8_t* out_begin = nullptr;   // of this call
+  std::uint8_t* out_end = nullptr;     // of the buffer, or of the stream if that is nearer
+  std::uint8_t* buffer_end = nullptr;  // of the output
   const SlidingWindow* window = nullptr;
 
-  std::size_t room() const { return static_cast<std::size_t>(out_end - out); }
+  std::size_t space() const { return static_cast<std::size_t>(out_end - out); }
   std::size_t produced() const { return static_cast<std::size_t>(out - out_begin); }
   bool Reaches(std::size_t distance) const { return distance <= produced() + window->size(); }
 };
 
-// Copies a match byte for byte; it must fit and its distance must reach something.
+// Copies a match byte by byte. It must fit, and its distance must be within reach.
 void CopyMatchBytes(SymbolRun& run, std::size_t distance, std::size_t length);
 
 enum class FastStop : std::uint8_t {
-  kEdge,      // the buffers' ends are near: go on symbol by symbol
+  kEdge,      // near the ends of the buffers: continue symbol by symbol
   kBlockEnd,  // its code was read
   kBadCode
 };
 
-// Decodes symbols without looking at the buffers' ends but once a turn, and stops near them.
-// Overwrites output beyond `out`, never beyond `room_end`. With `portable` it uses no instruction
-// that only some processors have.
+// Decodes symbols with few checks of the buffers' ends, and stops near them.
+// Overwrites output beyond `out`, never beyond `buffer_end`. With `portable` it uses no
+// instructions that only some processors have.
 FastStop RunFast(const TableEntry* literals, const TableEntry* distances, SymbolRun& run,
                  bool portable);
 

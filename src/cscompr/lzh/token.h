@@ -1,11 +1,12 @@
-// One symbol of a block, a literal or a match, packed into a word the way it will be sent:
+// A token is one symbol of a block, a literal or a match, packed into a word the way it will be
+// sent:
 //
-//   bits 0 to 8    row in the block's table of literals and lengths: the literal, or
+//   bits 0 to 8    the row in the block's table of literals and lengths: the literal, or
 //                  kFirstLengthRow + length - kMinMatch
-//   bits 9 to 13   distance symbol; kNoDistance for a literal
-//   bits 14 to 31  extra bits of the distance
+//   bits 9 to 13   the distance symbol; kNoDistance for a literal
+//   bits 14 to 31  the extra bits of the distance
 //
-// A literal thereby is a match with a distance of no bits, and both are sent by the same code.
+// So a literal is a match with a distance of no bits, and the same code sends both.
 #ifndef MOLDEX_CSCOMPR_LZH_TOKEN_H_
 #define MOLDEX_CSCOMPR_LZH_TOKEN_H_
 
@@ -25,8 +26,8 @@ inline constexpr unsigned kNoDistance = 31;
 
 namespace internal {
 
-// Row of a distance in the table of distance symbols: rows below 256 are for one distance each, the
-// others, of distances from 257 on, for 128, as no symbol begins inside those.
+// The row of a distance in the table of distance symbols. Rows below 256 are for one distance each.
+// The rows after them are for 128 distances each, because no symbol begins within these.
 constexpr std::uint32_t DistanceRow(std::uint32_t distance) {
   const std::uint32_t above_one = distance - 1;
   return above_one < 256 ? above_one : 256 + (above_one >> 7);
