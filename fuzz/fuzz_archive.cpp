@@ -1,10 +1,7 @@
 // Any bytes as an archive: every entry is listed, proved and restored into a file that nobody
 // keeps. A wrong checksum is passed over, so that damage gets to what follows.
-#include <cstdlib>
-
 #include "archive/container.h"
-#include "archive/dir_entry.h"
-#include "archive/entry_data.h"
+#include "archive/entry_sink.h"
 #include "fuzz/memory_file_posix.h"
 #include "fuzz/target.h"
 #include "report/except.h"
@@ -12,33 +9,52 @@
 
 namespace {
 
-using moldex::CArchiveReader;
-using moldex::CContainer;
 using moldex::CDirEntry;
 using moldex::CRunContext;
 
+// Restores entries into a file in memory, or only takes their data.
+class CSink : public moldex::IEntrySink {
+ public:
+  explicit CSink(bool to_disk) : to_disk_(to_disk) {}
+
+  void MakeFile(const CDirEntry& /*entry*/) override {
+    // What is open is locked.
+    (void)file_.Close();
+    moldex::fuzz::Require(!to_disk_ || file_.Open(place_.Path(), moldex::kOpenReadWrite));
+  }
+  void MakeDirectory(const CDirEntry& /*entry*/) override {}
+  void Write(const moldex::DataPiece& piece) override {
+    if (!to_disk_) return;
+    if (piece.is_backup_stream) {
+      (void)file_.BackupWrite(piece.bytes);
+    } else {
+      (void)file_.WriteAll(piece.bytes);
+    }
+  }
+  void EndData() override { (void)file_.EndBackup(); }
+
+ private:
+  const bool to_disk_;
+  const moldex::fuzz::MemoryFile place_{{}};
+  moldex::CFileHandle file_;
+};
+
 // False when the archive cannot be read on.
-bool Restore(CArchiveReader& archive, CDirEntry& entry, bool to_disk) {
+bool Restore(moldex::IEntrySource& archive, const CDirEntry& entry, CSink& sink) {
   try {
-    moldex::RestoreData(archive, entry, to_disk);
+    entry.Extract(archive, sink);
   } catch (const moldex::CExcept& failure) {
     return failure.code() == moldex::kErrorChecksum;
   }
   return true;
 }
 
-void ReadThrough(const std::string& path, bool to_disk) {
-  CContainer container(CRunContext::GetInstance(), path, CContainer::kRead);
-  CArchiveReader& archive = container.reader();
-  if (!archive.CheckHeader()) return;
-  const moldex::fuzz::MemoryFile place({});
-  CDirEntry* entry = archive.FirstEntry();
-  for (; entry != nullptr; entry = archive.NextEntry()) {
-    if (!to_disk) entry->Print();
-    if (!archive.DataFollows()) continue;
-    if (to_disk && !entry->file().Open(place.Path(), moldex::kOpenReadWrite)) std::abort();
-    if (!Restore(archive, *entry, to_disk)) return;
-    (void)entry->file().Close();  // what is open is locked
+void ReadThrough(CRunContext& context, const std::string& path, bool to_disk) {
+  moldex::CContainer container(context, path, moldex::CContainer::kRead);
+  CSink sink(to_disk);
+  while (const CDirEntry* entry = container.reader().NextEntry()) {
+    if (!to_disk) entry->Print(context.log());
+    if (!Restore(container.reader(), *entry, sink)) return;
   }
 }
 
@@ -49,7 +65,7 @@ void moldex::fuzz::TryInput(ByteSpan input) {
   for (const bool to_disk : {false, true}) {
     CRunContext::GetInstance().SetLongNames(false);
     try {
-      ReadThrough(file.Path(), to_disk);
+      ReadThrough(CRunContext::GetInstance(), file.Path(), to_disk);
     } catch (const moldex::CExcept&) {
       // Damage ends the archive.
     }

@@ -30,7 +30,7 @@ void TryInput(ByteSpan input) {
   for (const char* name : {"a", "a/b", "c"})
     std::filesystem::create_directory(name);
   folder.Write("f", std::string(2048, 'f'));
-  CSpaceInfo info;
+  CSpaceInfo info(CRunContext::GetInstance().options());
   double needed = 0;
   for (const MadeEntry& entry : EntriesOf(input)) {
     const std::string name = entry.name.c_str();  // a zero byte ends a name

@@ -25,14 +25,14 @@ std::vector<std::uint8_t> WithChecksums(std::vector<std::uint8_t> bytes) {
 }
 
 // The number of entries in front of the end or of what cannot be read.
-unsigned ReadThrough(moldex::COldArchive& archive, bool with_data) {
+unsigned ReadThrough(moldex::COldArchive& archive, moldex::CLogMan& log, bool with_data) {
   unsigned count = 0;
   try {
-    for (; const moldex::CDirEntry* entry = archive.Next(); ++count) {
+    for (; const moldex::CDirEntry* entry = archive.NextEntry(); ++count) {
       moldex::fuzz::Require(!entry->GetName().starts_with('/'));
       moldex::fuzz::Require(moldex::IsRelative(entry->GetName()));
-      entry->Print();
-      while (with_data && !archive.Data().empty())
+      entry->Print(log);
+      while (with_data && !archive.NextPiece().bytes.empty())
         continue;
     }
   } catch (const moldex::CExcept&) {  // damage ends the archive
@@ -45,14 +45,13 @@ unsigned ReadThrough(moldex::COldArchive& archive, bool with_data) {
 void moldex::fuzz::TryInput(ByteSpan input) {
   const moldex::fuzz::MemoryFile file(WithChecksums({input.begin(), input.end()}));
   moldex::CRunContext& context = moldex::CRunContext::GetInstance();
-  moldex::CCmdLineOptions options = context.options();
   for (const bool flat : {false, true}) {
-    options.flat = flat;
+    context.options().flat = flat;
     try {
-      moldex::COldArchive archive(context, file.Path(), options);
-      const unsigned count = ReadThrough(archive, false);
+      moldex::COldArchive archive(context, file.Path());
+      const unsigned count = ReadThrough(archive, context.log(), false);
       archive.Rewind();
-      moldex::fuzz::Require(ReadThrough(archive, true) <= count);
+      moldex::fuzz::Require(ReadThrough(archive, context.log(), true) <= count);
     } catch (const moldex::CExcept&) {  // no archive
     }
   }

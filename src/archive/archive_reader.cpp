@@ -16,8 +16,13 @@ constexpr std::uint64_t kLongestStep = 0x7FFFFFFF;
 
 }  // namespace
 
-CArchiveReader::CArchiveReader(CRunContext& context, CFileHandle& file, std::string archive_name)
-    : context_(context), file_(file), archive_name_(std::move(archive_name)) {
+CArchiveReader::CArchiveReader(CRunContext& context, CFileHandle& file, std::string archive_name,
+                               const FileIdentity& identity)
+    : context_(context),
+      file_(file),
+      archive_name_(std::move(archive_name)),
+      identity_(identity),
+      data_(*this, context.progress()) {
   reader_.emplace(file_, &context_.progress());
 }
 
@@ -36,24 +41,40 @@ bool CArchiveReader::CheckHeader() {
   return true;
 }
 
-CDirEntry* CArchiveReader::FirstEntry() {
+CDirEntry* CArchiveReader::NextEntry() {
   if (!CheckHeader()) return nullptr;
+  if (entry_ != nullptr) LeaveEntry();
   const auto type = ReadType();
   return type ? ReadEntry(*type) : nullptr;
 }
 
-CDirEntry* CArchiveReader::NextEntry() {
+// Passes over what was not read of the entry's data.
+void CArchiveReader::LeaveEntry() {
   while (DataFollows())
     SkipBlock(*ReadType() == kLastBlock);
-  NoteWholeEntry();
-  const auto type = ReadType();
-  return type ? ReadEntry(*type) : nullptr;
+  if (data_wait_) return;
+  // Noted only when the next entry is asked for: until then the caller may find fault with this.
+  whole_bytes_ = reader_->Position();
+  whole_name_ = entry_->GetName();
+}
+
+DataPiece CArchiveReader::NextPiece() {
+  return entry_->NeedsData() ? data_.NextPiece() : DataPiece();
+}
+
+void CArchiveReader::CheckEnd() {
+  if (entry_->NeedsData()) data_.CheckChecksum();
+  if (!DataFollows()) return;
+  throw CExcept("MOLDEX: error decompressing " + entry_->GetName() +
+                    "; it has data that its size in the archive does not announce",
+                kErrorBadLength, false);
 }
 
 void CArchiveReader::Rewind() {
   file_.SetPosition(0);
   reader_.emplace(file_, &context_.progress());
   is_version2_.reset();
+  entry_ = nullptr;
 }
 
 std::span<const std::uint8_t> CArchiveReader::ReadExactly(std::size_t count) {
@@ -76,13 +97,6 @@ void CArchiveReader::SkipBlock(bool last) {
   if (!skipped) throw CExcept("MOLDEX: error in second MoveFlPtr()");
   if (*skipped == SkipResult::kBeyondEnd) throw CReadExcept(archive_name_);
   data_wait_ = !last;
-}
-
-// Only when the next entry is asked for: until then the caller may find fault with this one.
-void CArchiveReader::NoteWholeEntry() {
-  if (entry_ == nullptr || data_wait_) return;
-  whole_bytes_ = reader_->Position();
-  whole_name_ = entry_->GetName();
 }
 
 CDirEntry* CArchiveReader::ReadEntry(const EntryType& type) {
@@ -120,6 +134,7 @@ CDirEntry* CArchiveReader::BuildEntry(const EntryHeader& header, std::string nam
   entry_ = entry;
   if (entry == &link_entry_) link_entry_.SetHasData(DataFollows());
   data_wait_ = entry->NeedsData();
+  if (data_wait_) data_.Begin(*entry);
   return entry;
 }
 

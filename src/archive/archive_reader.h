@@ -1,4 +1,4 @@
-// Reads an archive front to back: its header, its entries and their data blocks.
+// Reads an archive of the format of this program front to back: header, entries, data blocks.
 //
 // Every operation throws CReadExcept, with the archive's name, when the archive ends or fails too
 // early. Memory stays the same however long the archive is.
@@ -12,7 +12,9 @@
 #include <vector>
 
 #include "archive/archive_format.h"
+#include "archive/entry_data.h"
 #include "archive/entry_kinds.h"
+#include "archive/entry_source.h"
 #include "platform/buffered_reader.h"
 #include "platform/file_handle.h"
 #include "report/error_codes.h"
@@ -28,24 +30,27 @@ class CBlockLengthExcept : public CExcept {
       : CExcept(message, kErrorBadLength, false) {}
 };
 
-class CArchiveReader {
+class CArchiveReader : public IEntrySource {
  public:
   // `file` stands at its start. It stays the caller's and outlives the reader.
-  CArchiveReader(CRunContext& context, CFileHandle& file, std::string archive_name);
+  CArchiveReader(CRunContext& context, CFileHandle& file, std::string archive_name,
+                 const FileIdentity& identity);
   CArchiveReader(const CArchiveReader&) = delete;
   CArchiveReader& operator=(const CArchiveReader&) = delete;
 
   // Whether this is a version-2 archive: its header is, and what follows, if anything does, may
   // begin an entry. Reads once. The run is in long-name mode then if this archive is.
   bool CheckHeader();
-  // The first entry, then one after another whatever was read of the one before; null at the end.
-  // An entry is valid until the next call.
-  CDirEntry* FirstEntry();
-  CDirEntry* NextEntry();
-  // Goes back to the start, for another FirstEntry. The archive has to be a regular file.
-  void Rewind();
-  // Whether a data block comes next.
-  bool DataFollows();
+
+  // Null also for an archive that is no version-2 archive.
+  CDirEntry* NextEntry() override;
+  DataPiece NextPiece() override;
+  // Throws CExcept for a wrong checksum, and for data that the entry's size does not announce.
+  void CheckEnd() override;
+  void Rewind() override;
+  const std::string& name() const override { return archive_name_; }
+  const FileIdentity& identity() const override { return identity_; }
+
   // The next block of the current entry. Throws CExcept for a block that is none, and for one that
   // is empty or too long, before it is read.
   DataBlock GetEntryData();
@@ -56,9 +61,10 @@ class CArchiveReader {
   const std::string& whole_name() const { return whole_name_; }
 
  private:
+  bool DataFollows();
   std::span<const std::uint8_t> ReadExactly(std::size_t count);
   std::optional<EntryType> ReadType();
-  void NoteWholeEntry();
+  void LeaveEntry();
   void SkipBlock(bool last);
   CDirEntry* ReadEntry(const EntryType& type);
   std::string ReadName(std::size_t length);
@@ -67,6 +73,7 @@ class CArchiveReader {
   CRunContext& context_;
   CFileHandle& file_;
   std::string archive_name_;
+  FileIdentity identity_;
   std::optional<CBufferedReader> reader_;
   std::optional<bool> is_version2_;  // empty until CheckHeader
   bool long_names_ = false;
@@ -76,7 +83,8 @@ class CArchiveReader {
   CFile file_entry_;
   CDirectory directory_entry_;
   CLink link_entry_;
-  const CDirEntry* entry_ = nullptr;  // the one that was read last
+  CEntryData data_;
+  const CDirEntry* entry_ = nullptr;  // the one that was read last; null before the first
   bool data_wait_ = false;            // its last block was neither read nor passed over
 };
 

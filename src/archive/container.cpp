@@ -16,7 +16,7 @@ CContainer::CContainer(CRunContext& context, const std::string& archive_name, st
   status_ = *status;
   if (mode == kRead) {
     context.progress().BeginPart(IsRegularFile() ? status_.size_bytes : 0);
-    reader_.emplace(context, file_, name_);
+    reader_.emplace(context, file_, name_, status_.identity);
     return;
   }
   if (mode == kAppend) OpenForAppending(context);

@@ -1,32 +1,20 @@
 #include "archive/dir_entry.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <limits>
 
-#include "archive/archive_reader.h"
 #include "archive/archive_writer.h"
 #include "archive/compress_strategy.h"
-#include "archive/entry_data.h"
 #include "archive/entry_info.h"
-#include "extraction/output_place.h"
+#include "archive/entry_sink.h"
+#include "archive/entry_source.h"
 #include "platform/attributes.h"
-#include "report/except.h"
-#include "report/hints.h"
+#include "platform/interrupt.h"
+#include "report/log_manager.h"
 #include "report/system_error.h"
 #include "run/run_context.h"
 
 namespace moldex {
-namespace {
-
-// Seconds as the archive holds them; what lies outside its range is taken to its nearest end.
-std::uint32_t StoredSeconds(std::int64_t seconds) {
-  constexpr std::int64_t kLatest = std::numeric_limits<std::uint32_t>::max();
-  return static_cast<std::uint32_t>(std::clamp<std::int64_t>(seconds, 0, kLatest));
-}
-
-}  // namespace
 
 CDirEntry::CDirEntry(std::string disk_name, const FileStatus& status)
     : disk_name_(disk_name), archive_name_(std::move(disk_name)), status_(status) {}
@@ -39,60 +27,17 @@ void CDirEntry::Fill(const EntryHeader& header, std::string name,
   user_data_.assign(user_data.begin(), user_data.end());
 }
 
-void CDirEntry::Extract(CArchiveReader& archive, bool to_disk) {
-  CRunContext& context = CRunContext::GetInstance();
-  if (context.options().statistics) context.statistics().CountFile();
-  if (context.options().verbose) {
-    context.log().PrintMessage((to_disk ? "x " : "d ") + disk_name_);
+void CDirEntry::Extract(IEntrySource& source, IEntrySink& sink) const {
+  Create(sink);
+  for (auto piece = source.NextPiece(); !piece.bytes.empty(); piece = source.NextPiece()) {
+    ThrowIfInterrupted();
+    sink.Write(piece);
   }
-  if (to_disk) Create();
-  try {
-    if (NeedsData()) RestoreData(archive, *this, to_disk);
-  } catch (const CInterruptExcept&) {
-    if (to_disk) HintAtPart();
-    throw;
-  }
-  if (archive.DataFollows()) {
-    throw CExcept("MOLDEX: error decompressing " + disk_name_ +
-                      "; it has data that its size in the archive does not announce",
-                  kErrorBadLength, false);
-  }
+  sink.EndData();
+  source.CheckEnd();
 }
 
-void CDirEntry::HintAtPart() const {
-  const auto status = file_.Status();
-  if (!status) return;
-  KeepHint(OutputPath(disk_name_) + " is not complete: " + std::to_string(status->size_bytes) +
-           " of " + std::to_string(header_.size_bytes()) + " bytes");
-}
-
-void CDirEntry::Finish() {
-  if (CRunContext::GetInstance().long_names()) {
-    FinishLongNames();
-    return;
-  }
-  if (!file_.EndWriting()) throw CWriteExcept(OutputPath(disk_name_));
-  if (!file_.SetDate(header_.time_low) && !IsShortcut()) {
-    throw CChgDateExcept(OutputPath(disk_name_));
-  }
-  if (!file_.SetPermissions(header_.mode & kModePermissions) && !IsShortcut()) {
-    throw CChgModExcept(OutputPath(disk_name_));
-  }
-  if (!file_.Close()) throw CWriteExcept(OutputPath(disk_name_));
-}
-
-// Only the date of the last write is restored here, and attributes instead of permissions.
-void CDirEntry::FinishLongNames() {
-  if (!file_.SetLastWriteTime(FileTimeOf(header_))) throw CChgDateExcept(OutputPath(disk_name_));
-  if (!file_.EndWriting()) throw CWriteExcept(OutputPath(disk_name_));
-  const bool executable = (header_.mode & kModeOwnerExecute) != 0;
-  if (!file_.SetAttributes(AttributesOfMode(header_.mode), executable)) {
-    throw CSetFileAttrExcept(OutputPath(disk_name_));
-  }
-  if (!file_.Close()) throw CWriteExcept(OutputPath(disk_name_));
-}
-
-void CDirEntry::Create() { file_ = CreateOutputFile(disk_name_); }
+void CDirEntry::Create(IEntrySink& sink) const { sink.MakeFile(*this); }
 
 bool CDirEntry::OpenForReading() {
   const bool keep_links = !CRunContext::GetInstance().options().resolve_links;
@@ -130,7 +75,7 @@ void CDirEntry::FillHeader(const EntryType& type) {
   header_.type = type;
   header_.set_size_bytes(status_.size_bytes);
   header_.mode = status_.mode;
-  header_.time_low = StoredSeconds(status_.modified.seconds);
+  StoreTime(status_.modified, options.long_names, &header_);
   if (options.long_names) FillFromAttributes();
   if (options.permission_text != nullptr) {
     header_.mode = (header_.mode & kModeKindMask) | (options.permission_value & 0xFFF);
@@ -140,9 +85,6 @@ void CDirEntry::FillHeader(const EntryType& type) {
 void CDirEntry::FillFromAttributes() {
   header_.mode = ModeOfAttributes(status_.attributes, disk_name_) |
                  (status_.mode & (IsDirectory() ? 0 : kModeOwnerExecute));
-  const std::uint64_t file_time = FileTimeOf(status_.modified);
-  header_.time_low = static_cast<std::uint32_t>(file_time);
-  header_.time_high = static_cast<std::uint32_t>(file_time >> 32);
 }
 
 void CDirEntry::WriteTo(CArchiveWriter& archive, const std::string& utf8_name,
@@ -156,9 +98,9 @@ void CDirEntry::WriteTo(CArchiveWriter& archive, const std::string& utf8_name,
   (void)file_.Close();
 }
 
-void CDirEntry::Print() const {
+void CDirEntry::Print(CLogMan& log) const {
   CEntryInfo info(header_, disk_name_);
-  CRunContext::GetInstance().log().PrintInfo(info);
+  log.PrintInfo(info);
 }
 
 }  // namespace moldex

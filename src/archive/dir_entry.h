@@ -16,10 +16,12 @@
 
 namespace moldex {
 
-class CArchiveReader;
 class CArchiveWriter;
 class CLink;
+class CLogMan;
 class ICompressStrategy;
+class IEntrySink;
+class IEntrySource;
 
 class CDirEntry {
  public:
@@ -35,20 +37,13 @@ class CDirEntry {
 
   void Fill(const EntryHeader& header, std::string name, std::span<const std::uint8_t> user_data);
 
-  // Creates the entry on disk and writes its data, or, with `to_disk` false, only proves that they
-  // can be restored and match their checksum. Counts and, with -v, names the entry. Leaves the file
-  // open for Finish.
-  virtual void Extract(CArchiveReader& archive, bool to_disk);
+  // Hands this entry, which `source` has just given out, to a sink: what is to be made, then its
+  // data. Proves that the data are whole and match their checksum. Throws what the source and the
+  // sink throw, and CInterruptExcept.
+  void Extract(IEntrySource& source, IEntrySink& sink) const;
 
-  // Gives an extracted file its date and permissions and closes it.
-  virtual void Finish();
-
-  // For a run that ends while data are written: hints at how much of the file is there.
-  void HintAtPart() const;
-
-  // Makes the object on disk: a file open for writing, or a directory. Throws the CExcept that says
-  // what could not be made.
-  virtual void Create();
+  // Has the sink make the object: a file, or a directory.
+  virtual void Create(IEntrySink& sink) const;
 
   // --- Into an archive.
 
@@ -69,7 +64,7 @@ class CDirEntry {
   // --- Both.
 
   // One line of a listing.
-  void Print() const;
+  void Print(CLogMan& log) const;
 
   virtual bool IsDirectory() const { return false; }
   // Whether blocks have to follow this entry, which comes out of an archive.
@@ -104,7 +99,6 @@ class CDirEntry {
  private:
   bool IsEmpty();
   void FillFromAttributes();
-  void FinishLongNames();
 
   std::string disk_name_;
   std::string archive_name_;

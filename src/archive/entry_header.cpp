@@ -1,10 +1,24 @@
 #include "archive/entry_header.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "base/bytes.h"
 
 namespace moldex {
+
+void StoreTime(const TimePoint& time, bool long_names, EntryHeader* header) {
+  header->has_file_time = long_names;
+  if (long_names) {
+    const std::uint64_t file_time = FileTimeOf(time);
+    header->time_low = static_cast<std::uint32_t>(file_time);
+    header->time_high = static_cast<std::uint32_t>(file_time >> 32);
+    return;
+  }
+  constexpr std::int64_t kLatest = std::numeric_limits<std::uint32_t>::max();
+  header->time_low = static_cast<std::uint32_t>(std::clamp<std::int64_t>(time.seconds, 0, kLatest));
+  header->time_high = 0;
+}
 
 void EncodeEntryHeader(const EntryHeader& header, std::span<std::uint8_t, kEntryHeaderBytes> to) {
   std::copy(header.type.begin(), header.type.end(), to.begin());
@@ -31,6 +45,7 @@ EntryHeader DecodeEntryHeader(std::span<const std::uint8_t, kEntryHeaderBytes> f
   header.reserved = GetU32(&from[26]);
   header.user_data_length = GetU16(&from[30]);
   header.name_length = GetU16(&from[32]);
+  header.has_file_time = long_names;
   return header;
 }
 

@@ -45,6 +45,8 @@ struct EntryHeader {
   std::uint32_t reserved = 0;
   std::uint16_t user_data_length = 0;
   std::uint16_t name_length = 0;
+  // Whether the time is a FILETIME: the entry belongs to an archive in long-name mode.
+  bool has_file_time = false;
 
   std::uint64_t size_bytes() const { return std::uint64_t{size_high} << 32 | size_low; }
   void set_size_bytes(std::uint64_t bytes) {
@@ -59,10 +61,14 @@ inline std::uint64_t FileTimeOf(const EntryHeader& header) {
 }
 
 // The modification time; empty for a 64-bit time that stands for none.
-inline std::optional<TimePoint> TimeOf(const EntryHeader& header, bool long_names) {
-  if (!long_names) return TimePoint{header.time_low, 0};
+inline std::optional<TimePoint> TimeOf(const EntryHeader& header) {
+  if (!header.has_file_time) return TimePoint{header.time_low, 0};
   return TimeOfFileTime(FileTimeOf(header));
 }
+
+// Stores a modification time, as a FILETIME in long-name mode. Seconds that 32 bits cannot hold
+// become the nearest that they can.
+void StoreTime(const TimePoint& time, bool long_names, EntryHeader* header);
 
 void EncodeEntryHeader(const EntryHeader& header, std::span<std::uint8_t, kEntryHeaderBytes> to);
 

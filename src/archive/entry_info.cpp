@@ -7,7 +7,6 @@
 #include "platform/file_status.h"
 #include "platform/local_time.h"
 #include "report/output.h"
-#include "run/run_context.h"
 
 namespace moldex {
 namespace {
@@ -23,7 +22,7 @@ constexpr AttributeLetter kAttributeLetters[] = {
     {5, 's', 0x80000}, {6, 'a', 0x100000}, {7, 'c', 0x200000},
 };
 
-// Appends the text behind as many of the filling as it is short of the width.
+// Fills up in front of the text to the width.
 void AppendRight(std::string& line, std::string_view text, std::size_t width, char filling) {
   if (text.size() < width) line.append(width - text.size(), filling);
   line += text;
@@ -52,9 +51,8 @@ constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
 // Local time, English month names; nothing when the time has no place in the calendar. Composed
 // here, because there are runtime libraries that know no year past 9999, and none that is fast.
 void AppendDate(std::string& text, const EntryHeader& header) {
-  const bool long_names = CRunContext::GetInstance().long_names();
-  const auto time = TimeOf(header, long_names);
-  const auto calendar = time ? LocalTime(*time, long_names) : std::nullopt;
+  const auto time = TimeOf(header);
+  const auto calendar = time ? LocalTime(*time, header.has_file_time) : std::nullopt;
   if (!calendar) return;
   AppendNumber(text, calendar->tm_mday, 2, '0');
   text.append(" ").append(kMonths[calendar->tm_mon]).append(" ");

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "archive/entry_name.h"
+#include "archive/entry_sink.h"
 #include "base/name_rules.h"
-#include "extraction/output_place.h"
 #include "platform/file_services.h"
 #include "report/except.h"
 #include "run/run_context.h"
@@ -12,7 +12,7 @@
 namespace moldex {
 namespace {
 
-// The bits of a mode that make room for the kind of a stored link.
+// The bits of a mode that stay when the kind of a stored link is put in.
 constexpr std::uint32_t kModeOutsideLinkKind = 0xFFFF1FFF;
 
 std::uint32_t LinkMode(std::uint32_t mode) { return (mode & kModeOutsideLinkKind) | kModeShortcut; }
@@ -30,7 +30,7 @@ bool CDirectory::Prepare() {
   return true;
 }
 
-void CDirectory::Create() { CreateOutputDirectory(GetName()); }
+void CDirectory::Create(IEntrySink& sink) const { sink.MakeDirectory(*this); }
 
 bool CLink::Prepare() {
   if (status().kind == FileKind::kSymbolicLink) return PrepareSymbolicLink();
@@ -58,23 +58,14 @@ bool CLink::LacksData() const {
   return header().type == kTypeShortcut && header().size_bytes() != 0 && !has_data_;
 }
 
-void CLink::Create() {
-  if (!IsSymbolicLink()) CDirEntry::Create();
-}
-
-void CLink::Finish() {
-  if (!IsSymbolicLink()) CDirEntry::Finish();
+void CLink::Create(IEntrySink& sink) const {
+  if (!IsSymbolicLink()) CDirEntry::Create(sink);
 }
 
 std::string CLink::Target() const {
   const auto text = user_data();
   const bool cut_off = std::find(text.begin(), text.end(), std::uint8_t{0}) != text.end();
   return cut_off ? std::string() : TextFromUtf8(text);
-}
-
-void CLink::MakeLink() const {
-  const bool long_names = CRunContext::GetInstance().long_names();
-  CreateOutputLink(GetName(), Target(), TimeOf(header(), long_names));
 }
 
 std::unique_ptr<CDirEntry> MakeEntry(const std::string& disk_name, const FileStatus& status) {

@@ -21,11 +21,7 @@ class CDirectory : public CDirEntry {
   using CDirEntry::CDirEntry;
 
   bool Prepare() override;
-  // Creates the directory, or opens one that exists up for its owner (unless -h was given), so that
-  // the entries below it can be written.
-  void Create() override;
-  // Nothing: a directory gets its permissions once everything below it is written.
-  void Finish() override {}
+  void Create(IEntrySink& sink) const override;
   bool IsDirectory() const override { return true; }
   bool NeedsData() const override { return false; }
 };
@@ -37,9 +33,8 @@ class CLink : public CDirEntry {
   using CDirEntry::CDirEntry;
 
   bool Prepare() override;
-  // Nothing for a symbolic link: it is made by MakeLink, once all other entries are written.
-  void Create() override;
-  void Finish() override;
+  // Nothing for a symbolic link, which is made once all other entries are written.
+  void Create(IEntrySink& sink) const override;
 
   // A link may be stored without data whatever its size says: only the archive tells.
   void SetHasData(bool has_data) { has_data_ = has_data; }
@@ -50,8 +45,6 @@ class CLink : public CDirEntry {
   // The target of a symbolic link, in the local code page; empty when it has none, or one with a
   // zero byte in it. Throws CConversionExcept.
   std::string Target() const;
-  // Makes the symbolic link on disk. Throws CCreateDirExcept and COpenForWritingExcept.
-  void MakeLink() const;
 
  private:
   bool IsSymbolicLink() const;

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <string>
 
-#include "archive/container.h"
 #include "extraction/entry_selection.h"
+#include "extraction/output_place.h"
 #include "run/command.h"
 #include "run/run_context.h"
 
@@ -26,22 +26,13 @@ class CExtract : public CCommand {
 
  private:
   void ProcessArchive(const std::string& name);
-  void HintAtRest() const;
-  void ProcessEntries(CArchiveReader& archive);
-  bool ProcessEntry(CArchiveReader& archive, CDirEntry& entry);
-  void RestoreSecurityOf(const CDirEntry& entry);
-  const char* Done() const { return extracting_ ? "extracted" : "tested"; }
 
   CRunContext& context_;
-  const CCmdLineOptions& options_;
   bool extracting_;
   CEntrySelection selection_;
-  // What the current archive holds that has to wait until everything else is written.
-  bool directories_wait_ = false;
-  std::uint32_t links_wait_ = 0;
-  std::uint32_t total_count_ = 0;    // in all archives so far
-  std::uint32_t archive_count_ = 0;  // in the current one
-  bool print_summary_ = true;        // until an archive of another format was met
+  COutputPlace place_;
+  std::uint32_t total_count_ = 0;  // in all archives so far
+  bool print_summary_ = true;      // until an archive of another format was met
 };
 
 }  // namespace moldex

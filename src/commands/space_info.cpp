@@ -4,13 +4,11 @@
 #include <cmath>
 #include <cstdio>
 
-#include "extraction/output_place.h"
 #include "platform/file_services.h"
 #include "report/except.h"
 #include "report/exit_status.h"
 #include "report/output.h"
 #include "report/system_error.h"
-#include "run/run_context.h"
 
 namespace moldex {
 namespace {
@@ -52,9 +50,12 @@ void PrintRecord(double amount_bytes, const std::string& location) {
 
 }  // namespace
 
+CSpaceInfo::CSpaceInfo(const CCmdLineOptions& options)
+    : names_(options),
+      target_directory_(options.target_directory != nullptr ? options.target_directory : ".") {}
+
 bool CSpaceInfo::AddEntry(const std::string& name, double size_bytes) {
-  const char* target = CRunContext::GetInstance().options().target_directory;
-  const std::string path = OutputPath(target != nullptr ? target : ".", name);
+  const std::string path = names_.OutputPath(target_directory_, name);
   const CSystemErrorGuard guard;  // that there is no such file is no failure
   const auto existing = QueryStatus(path);
   const double needed_bytes =

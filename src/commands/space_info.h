@@ -1,4 +1,4 @@
-// Whether there is room for what a listing shows (-t -s).
+// Whether there is space for what a listing shows (-t -s).
 #ifndef MOLDEX_COMMANDS_SPACE_INFO_H_
 #define MOLDEX_COMMANDS_SPACE_INFO_H_
 
@@ -7,7 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "extraction/output_names.h"
 #include "report/user_info.h"
+#include "run/options.h"
 
 namespace moldex {
 
@@ -17,6 +19,9 @@ namespace moldex {
 // Memory is bounded: after kMostPlaces, a new place counts as the first on its file system.
 class CSpaceInfo : public CUserInfo {
  public:
+  // `options`, which say where an extraction writes to, outlive this object.
+  explicit CSpaceInfo(const CCmdLineOptions& options);
+
   // Accounts for one entry of that name and uncompressed size. Always true.
   bool AddEntry(const std::string& name, double size_bytes);
 
@@ -35,6 +40,8 @@ class CSpaceInfo : public CUserInfo {
   SpaceRecord& RecordOf(const std::string& location);
   bool CheckRecords();
 
+  COutputNames names_;
+  std::string target_directory_;                       // of -R, or the current one
   std::vector<SpaceRecord> records_;                   // in order of first appearance
   std::map<std::string, std::size_t> index_;           // of a location's record, by one spelling
   std::map<std::uint64_t, std::size_t> device_index_;  // of a file system's first record

@@ -1,14 +1,16 @@
 #include "commands/type.h"
 
 #include "archive/container.h"
+#include "extraction/listing.h"
 #include "oldformat/type_old.h"
 #include "report/except.h"
 #include "run/archive_list.h"
 
 namespace moldex {
 
-CType::CType(CRunContext& context) : context_(context), selection_(context.options().NameList()) {
-  if (context.options().space_check) space_.emplace();
+CType::CType(CRunContext& context)
+    : context_(context), selection_(context.options().NameList(), context.sought_names()) {
+  if (context.options().space_check) space_.emplace(context.options());
 }
 
 void CType::Execute() {
@@ -32,14 +34,10 @@ void CType::ListArchive(const std::string& name) {
   CArchiveReader& archive = container.reader();
   if (!archive.CheckHeader()) throw CInvalExcept(name);
   context_.log().PrintMessage("MOLDEX: processing archive " + name + "...");
-  for (CDirEntry* entry = archive.FirstEntry(); entry != nullptr; entry = archive.NextEntry()) {
-    if (!selection_.Selects(entry->GetName(), entry->IsDirectory())) continue;
-    entry->Print();
-    context_.statistics().CountFile();
-    if (space_) {
-      space_->AddEntry(entry->GetName(), static_cast<double>(entry->header().size_bytes()));
-    }
-  }
+  ListEntries(context_, archive, selection_, [this](const CDirEntry& entry) {
+    if (!space_) return;
+    space_->AddEntry(entry.GetName(), static_cast<double>(entry.header().size_bytes()));
+  });
 }
 
 }  // namespace moldex

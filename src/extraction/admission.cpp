@@ -5,7 +5,6 @@
 
 #include "archive/entry_kinds.h"
 #include "base/name_rules.h"
-#include "extraction/output_place.h"
 #include "platform/file_services.h"
 #include "report/except.h"
 #include "report/exit_status.h"
@@ -16,15 +15,16 @@ namespace {
 
 // Whether the system takes the name as it is written: below a target directory, whatever that is
 // called, where there is one. There a drive is none.
-bool HasAllowedName(const std::string& name, const CCmdLineOptions& options) {
+bool HasAllowedName(const std::string& name, const AdmissionRules& admission) {
   const PathRules rules = SystemPathRules();
-  const char* target = options.target_directory != nullptr ? "." : "";
-  return !HasDevicePrefix(rules, name) && IsAllowedName(rules, OutputPath(target, name));
+  const char* target = admission.below_target ? "." : "";
+  return !HasDevicePrefix(rules, name) &&
+         IsAllowedName(rules, admission.names.OutputPath(target, name));
 }
 
-bool LeavesTarget(const CDirEntry& entry, const std::string& link_target) {
+// `name` is the written name.
+bool LeavesTarget(const std::string& name, const std::string& link_target) {
   const PathRules rules = SystemPathRules();
-  const std::string name = WrittenName(entry.GetName());
   if (HasParentComponent(rules, name)) return true;
   // No target directory is put in front of the root's name.
   if (NormalisedName(rules, name) == "/") return true;
@@ -41,10 +41,10 @@ std::optional<std::string> TargetOf(const CLink& link) {
   }
 }
 
-bool IsInUse(const std::string& name, const CFilesInUse& files_in_use) {
+bool IsInUse(const std::string& name, const AdmissionRules& admission) {
   const CSystemErrorGuard guard;  // most entries are not there yet
-  const auto status = QueryLinkStatus(OutputPath(name));
-  return status && files_in_use.Holds(status->identity);
+  const auto status = QueryLinkStatus(admission.names.OutputPath(name));
+  return status && admission.files_in_use.Holds(status->identity);
 }
 
 struct RefusalText {
@@ -65,19 +65,19 @@ constexpr RefusalText kTexts[] = {
 
 }  // namespace
 
-Refusal RefusalOf(const CDirEntry& entry, const CCmdLineOptions& options,
-                  const CFilesInUse& files_in_use) {
+Refusal RefusalOf(const CDirEntry& entry, const AdmissionRules& rules) {
   const CLink* link = entry.AsSymbolicLink();
   const auto target = link != nullptr ? TargetOf(*link) : std::string();
   if (!target) return Refusal::kBadTarget;
   if (entry.LacksData() || (link != nullptr && target->empty())) return Refusal::kNoLinkTarget;
-  if (!HasAllowedName(entry.GetName(), options)) return Refusal::kNotAllowed;
-  if (!options.absolute_paths && LeavesTarget(entry, *target)) return Refusal::kLeavesTarget;
+  if (!HasAllowedName(entry.GetName(), rules)) return Refusal::kNotAllowed;
+  const std::string written_name = rules.names.WrittenName(entry.GetName());
+  if (!rules.absolute_paths && LeavesTarget(written_name, *target)) return Refusal::kLeavesTarget;
   // As with names that a system takes for something else, trying would end the run.
-  if (!entry.IsDirectory() && NamesADirectory(SystemPathRules(), WrittenName(entry.GetName()))) {
+  if (!entry.IsDirectory() && NamesADirectory(SystemPathRules(), written_name)) {
     return Refusal::kNotAllowed;
   }
-  if (IsInUse(entry.GetName(), files_in_use)) return Refusal::kIsInUse;
+  if (IsInUse(entry.GetName(), rules)) return Refusal::kIsInUse;
   return Refusal::kNone;
 }
 

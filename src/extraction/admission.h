@@ -3,9 +3,9 @@
 #define MOLDEX_EXTRACTION_ADMISSION_H_
 
 #include "archive/dir_entry.h"
+#include "extraction/output_names.h"
 #include "report/log_manager.h"
 #include "run/files_in_use.h"
-#include "run/options.h"
 
 namespace moldex {
 
@@ -19,8 +19,15 @@ enum class Refusal {
   kIsInUse        // it would be written over a file that the run is using
 };
 
-Refusal RefusalOf(const CDirEntry& entry, const CCmdLineOptions& options,
-                  const CFilesInUse& files_in_use);
+// What the rules need to know of the run.
+struct AdmissionRules {
+  const COutputNames& names;
+  const CFilesInUse& files_in_use;
+  bool below_target;    // there is a directory of -R
+  bool absolute_paths;  // names and links may lead out of the target directory
+};
+
+Refusal RefusalOf(const CDirEntry& entry, const AdmissionRules& rules);
 
 // Says so, which sets the exit status. `refusal` is not kNone.
 void PrintRefusal(Refusal refusal, const CDirEntry& entry, CLogMan& log);

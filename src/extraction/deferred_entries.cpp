@@ -1,8 +1,6 @@
 #include "extraction/deferred_entries.h"
 
-#include "extraction/admission.h"
 #include "extraction/directory_modes.h"
-#include "extraction/output_place.h"
 #include "report/except.h"
 
 namespace moldex {
@@ -10,11 +8,11 @@ namespace moldex {
 template <typename Visit>
 void CDeferredEntries::ForEach(Visit visit) {
   CEntrySelection selection = selection_;
-  archive_.Rewind();
-  for (CDirEntry* entry = archive_.FirstEntry(); entry != nullptr; entry = archive_.NextEntry()) {
+  source_.Rewind();
+  while (const CDirEntry* entry = source_.NextEntry()) {
     if (!selection.Selects(entry->GetName(), entry->IsDirectory())) continue;
     if (!entry->IsDirectory() && entry->AsSymbolicLink() == nullptr) continue;
-    visit(*entry, RefusalOf(*entry, context_.options(), context_.files_in_use()));
+    if (!source_.WhyLeftOut()) visit(*entry, RefusalOf(*entry, rules_));
   }
 }
 
@@ -23,7 +21,7 @@ std::uint32_t CDeferredEntries::MakeLinks() {
   ForEach([&](const CDirEntry& entry, Refusal refusal) {
     const CLink* link = entry.AsSymbolicLink();
     if (link == nullptr) return;
-    if (refusal == Refusal::kIsInUse) PrintRefusal(refusal, entry, context_.log());
+    if (refusal == Refusal::kIsInUse) PrintRefusal(refusal, entry, log_);
     if (refusal == Refusal::kNone && MakeLink(*link)) ++made;
   });
   return made;
@@ -31,28 +29,28 @@ std::uint32_t CDeferredEntries::MakeLinks() {
 
 bool CDeferredEntries::MakeLink(const CLink& link) const {
   // A link that is made through another one could lead anywhere.
-  if (!context_.options().absolute_paths && HasLinkAbove(link.GetName())) {
-    PrintRefusal(Refusal::kLeavesTarget, link, context_.log());
+  if (!rules_.absolute_paths && place_.HasLinkAbove(link.GetName())) {
+    PrintRefusal(Refusal::kLeavesTarget, link, log_);
     return false;
   }
   try {
-    link.MakeLink();
+    place_.MakeLink(link.GetName(), link.Target(), TimeOf(link.header()));
     return true;
   } catch (COpenForWritingExcept& failure) {  // no reason to leave directories as they are
-    context_.log().PrintInfo(failure);
+    log_.PrintInfo(failure);
   } catch (CCreateDirExcept& failure) {
-    context_.log().PrintInfo(failure);
+    log_.PrintInfo(failure);
   }
   return false;
 }
 
-void CDeferredEntries::ApplyDirectories() {
-  CDirectoryModes modes(context_.options().set_directory_permissions, context_.long_names());
+void CDeferredEntries::ApplyDirectories(bool set_permissions) {
+  CDirectoryModes modes(place_.names(), set_permissions);
   ForEach([&](const CDirEntry& entry, Refusal refusal) {
     if (!entry.IsDirectory() || refusal != Refusal::kNone) return;
-    modes.Add(entry.GetName(), entry.header().mode);
+    modes.Add(entry.GetName(), entry.header());
   });
-  modes.Finish();
+  modes.ApplyRest();
 }
 
 }  // namespace moldex

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "base/path_rules.h"
-#include "extraction/output_place.h"
 #include "platform/file_services.h"
 #include "report/except.h"
 
@@ -26,11 +25,11 @@ bool IsBelow(const std::string& name, const std::string& directory) {
 
 }  // namespace
 
-void CDirectoryModes::Add(const std::string& name, std::uint32_t mode) {
-  if (IsTargetDirectory(name)) return;
+void CDirectoryModes::Add(const std::string& name, const EntryHeader& header) {
+  if (names_.IsTargetDirectory(name)) return;
   std::string spelling = OneSpelling(name);
   ApplyUpTo(spelling);
-  pending_.push_back({spelling.size(), mode});
+  pending_.push_back({spelling.size(), header.mode, header.has_file_time});
   innermost_ = std::move(spelling);
 }
 
@@ -39,14 +38,15 @@ void CDirectoryModes::ApplyUpTo(const std::string& name) {
   while (!pending_.empty()) {
     const std::string directory = innermost_.substr(0, pending_.back().name_bytes);
     if (IsBelow(name, directory)) return;
-    Apply(OutputPath(directory), pending_.back().mode);
+    Apply(names_.OutputPath(directory), pending_.back());
     pending_.pop_back();
   }
 }
 
-void CDirectoryModes::Apply(const std::string& path, std::uint32_t mode) const {
-  const bool applied = (!set_permissions_ || SetDirectoryModeAt(path, mode, long_names_)) &&
-                       AddDirectoryAttributesAt(path, mode);
+void CDirectoryModes::Apply(const std::string& path, const PendingDirectory& directory) const {
+  const bool applied =
+      (!set_permissions_ || SetDirectoryModeAt(path, directory.mode, directory.long_names)) &&
+      AddDirectoryAttributesAt(path, directory.mode);
   if (!applied) throw CChgModExcept(path);
 }
 

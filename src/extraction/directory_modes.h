@@ -7,34 +7,38 @@
 #include <string>
 #include <vector>
 
+#include "archive/entry_header.h"
+#include "extraction/output_names.h"
+
 namespace moldex {
 
-// A directory comes after those below it, because it may be closed to its owner then. As
-// directories stand in an archive in front of what is in them, the ones that wait are nested in one
-// another, however many there are: memory does not grow with the archive.
+// A directory comes after those below it, because it may be closed to its owner then. An
+// archive has a directory before what is in it, so those that wait are nested in one another, and
+// memory does not grow with the archive.
 class CDirectoryModes {
  public:
   // Without `set_permissions` only attributes are applied that a system keeps besides them.
-  CDirectoryModes(bool set_permissions, bool long_names)
-      : set_permissions_(set_permissions), long_names_(long_names) {}
+  CDirectoryModes(const COutputNames& names, bool set_permissions)
+      : names_(names), set_permissions_(set_permissions) {}
 
   // Applies what waits and does not hold this directory, however either name is written; then this
   // one waits, unless it is the target directory. Throws CChgModExcept.
-  void Add(const std::string& name, std::uint32_t mode);
+  void Add(const std::string& name, const EntryHeader& header);
   // Applies what still waits. Throws CChgModExcept.
-  void Finish() { ApplyUpTo(""); }
+  void ApplyRest() { ApplyUpTo(""); }
 
  private:
   struct PendingDirectory {
     std::size_t name_bytes;  // at the start of innermost_
     std::uint32_t mode;
+    bool long_names;  // of the archive
   };
 
   void ApplyUpTo(const std::string& name);
-  void Apply(const std::string& path, std::uint32_t mode) const;
+  void Apply(const std::string& path, const PendingDirectory& directory) const;
 
+  const COutputNames& names_;
   bool set_permissions_;
-  bool long_names_;
   std::string innermost_;                  // the name of the last directory that waits
   std::vector<PendingDirectory> pending_;  // each below the one before it
 };

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "run/run_context.h"
-
 namespace moldex {
 namespace {
 
@@ -16,16 +14,16 @@ bool IsBelow(const std::string& directory, const std::string& name) {
 
 }  // namespace
 
-CEntrySelection::CEntrySelection(std::vector<std::string> names) : names_(std::move(names)) {
+CEntrySelection::CEntrySelection(std::vector<std::string> names, CSoughtNames& sought)
+    : names_(std::move(names)), sought_(&sought) {
   std::sort(names_.begin(), names_.end());
 }
 
 bool CEntrySelection::Selects(const std::string& name, bool is_directory) {
   if (names_.empty()) return true;
-  CSoughtNames& sought = CRunContext::GetInstance().sought_names();
-  if (!std::exchange(looked_for_, true)) sought.LookFor(names_);
+  if (!std::exchange(looked_for_, true)) sought_->LookFor(names_);
   if (std::binary_search(names_.begin(), names_.end(), name)) {
-    sought.Found(name);
+    sought_->Found(name);
     if (is_directory) selected_directory_ = name;
     return true;
   }

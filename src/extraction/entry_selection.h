@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "run/sought_names.h"
+
 namespace moldex {
 
 // Without names every entry is selected. Otherwise an entry is when a name equals its own byte for
@@ -12,7 +14,8 @@ namespace moldex {
 // is remembered from entry to entry and from archive to archive.
 class CEntrySelection {
  public:
-  explicit CEntrySelection(std::vector<std::string> names);
+  // `sought`, which outlives the selection, is told which names were found.
+  CEntrySelection(std::vector<std::string> names, CSoughtNames& sought);
 
   bool Selects(const std::string& name, bool is_directory);
 
@@ -20,7 +23,8 @@ class CEntrySelection {
 
  private:
   std::vector<std::string> names_;  // sorted
-  bool looked_for_ = false;         // told the run what is sought
+  CSoughtNames* sought_;
+  bool looked_for_ = false;  // told the run what is sought
   std::string selected_directory_;
 };
 

@@ -5,7 +5,6 @@
 #include "platform/file_services.h"
 #include "report/except.h"
 #include "report/system_error.h"
-#include "run/run_context.h"
 
 namespace moldex {
 namespace {
@@ -30,71 +29,16 @@ std::size_t ExistingPrefix(const PathRules& rules, const std::string& path) {
 // Directories are known by one spelling.
 std::string Spelling(const std::string& path) { return NormalisedName(SystemPathRules(), path); }
 
-CExtractedDirectories& Directories() { return CRunContext::GetInstance().extracted_directories(); }
-
 Result<FileStatus> DirectoryStatus(const std::string& path) {
   auto status = QueryStatus(path);
   if (!status || status->kind == FileKind::kDirectory) return status;
   return RememberErrno(ENOTDIR);
 }
 
-// Creates the missing directories above the last component.
-bool CreateParents(const std::string& path) {
-  if (path.empty()) return false;
-  const PathRules rules = SystemPathRules();
-  const std::size_t existing = ExistingPrefix(rules, path);
-  if (existing > 0 && !DirectoryStatus(path.substr(0, existing))) return false;
-  for (std::size_t end = FirstSeparator(rules, path, existing); end != std::string::npos;
-       end = FirstSeparator(rules, path, end + 1)) {
-    if (end <= existing) continue;
-    const std::string directory = path.substr(0, end);
-    if (!CreateDirectoryAt(directory)) return false;
-    Directories().NoteMade(Spelling(directory));
-  }
-  return true;
-}
-
-const CCmdLineOptions& Options() { return CRunContext::GetInstance().options(); }
-
-std::string TargetDirectory() {
-  const char* directory = Options().target_directory;
-  return directory != nullptr ? directory : "";
-}
-
-// What stood after a directory must not turn into a drive, which no target directory precedes.
-std::string WithoutDrive(const std::string& entry_name) {
-  const bool looks_absolute = !entry_name.empty() && !IsRelative(entry_name);
-  return Options().flat && looks_absolute ? "./" + entry_name : entry_name;
-}
-
 bool IsLink(const std::string& path) {
   const CSystemErrorGuard guard;
   const auto status = QueryLinkStatus(path);
   return status && status->kind == FileKind::kSymbolicLink;
-}
-
-// Whether what is done to the directory `path` would be done to what a link leads to. What stood
-// above the directory before is not looked at again: no entry turns it into a link.
-bool IsReachedThroughLink(const std::string& entry_name, const std::string& path) {
-  const std::string name = Spelling(entry_name);
-  const std::size_t separator = LastSeparator(SystemPathRules(), name);
-  const bool is_known =
-      separator != std::string::npos && Directories().IsWithoutLinks(name.substr(0, separator + 1));
-  if ((!is_known && HasLinkAbove(entry_name)) || IsLink(path)) return true;
-  Directories().NoteWithoutLinks(name);
-  return false;
-}
-
-// Lets the owner write into a directory that is there. Others keep what they may do in it, unless
-// this run has made it, for something that stood in the archive before it.
-void OpenUp(const std::string& path, bool sets_permissions) {
-  const auto status = DirectoryStatus(path);
-  if (!status) throw CCreateDirExcept(path);
-  if (!sets_permissions) return;
-  const std::uint32_t former = status->mode & kModePermissions;
-  const std::uint32_t wanted =
-      Directories().HasMade(Spelling(path)) ? kOwnerAll : former | kOwnerAll;
-  if (wanted != former && !SetPermissionsAt(path, wanted)) throw CChgModExcept(path);
 }
 
 // A path without what only says that it is a directory's: "/" and "/." at its end.
@@ -111,22 +55,24 @@ std::string WithoutDirectoryEnd(const PathRules& rules, std::string path) {
 
 }  // namespace
 
-std::string OutputPath(const std::string& entry_name) {
-  return OutputPath(TargetDirectory(), entry_name);
-}
-
-std::string OutputPath(std::string_view target_directory, const std::string& entry_name) {
-  return TargetName(SystemPathRules(), target_directory, WithoutDrive(entry_name));
-}
-
-bool IsTargetDirectory(const std::string& entry_name) {
-  if (entry_name.empty()) return true;
+// Creates the missing directories above the last component.
+bool COutputPlace::CreateParents(const std::string& path) {
+  if (path.empty()) return false;
   const PathRules rules = SystemPathRules();
-  return NormalisedName(rules, OutputPath(entry_name)) == NormalisedName(rules, TargetDirectory());
+  const std::size_t existing = ExistingPrefix(rules, path);
+  if (existing > 0 && !DirectoryStatus(path.substr(0, existing))) return false;
+  for (std::size_t end = FirstSeparator(rules, path, existing); end != std::string::npos;
+       end = FirstSeparator(rules, path, end + 1)) {
+    if (end <= existing) continue;
+    const std::string directory = path.substr(0, end);
+    if (!CreateDirectoryAt(directory)) return false;
+    directories_.NoteMade(Spelling(directory));
+  }
+  return true;
 }
 
-CFileHandle CreateOutputFile(const std::string& entry_name) {
-  const std::string path = OutputPath(entry_name);
+CFileHandle COutputPlace::MakeFile(const std::string& entry_name) {
+  const std::string path = names_.OutputPath(entry_name);
   CFileHandle file;
   // Most files go where files went before: look for missing parents only when opening fails.
   const SystemError before = LastSystemError();
@@ -142,38 +88,56 @@ CFileHandle CreateOutputFile(const std::string& entry_name) {
   throw COpenForWritingExcept(path);
 }
 
-void CreateOutputLink(const std::string& entry_name, const std::string& target,
-                      const std::optional<TimePoint>& time) {
-  const std::string path = OutputPath(entry_name);
+void COutputPlace::MakeLink(const std::string& entry_name, const std::string& target,
+                            const std::optional<TimePoint>& time) {
+  const std::string path = names_.OutputPath(entry_name);
   if (!CreateParents(path)) throw CCreateDirExcept(path);
   if (!CreateSymbolicLink(path, target)) throw COpenForWritingExcept(path);
   if (time) (void)SetLinkDate(path, *time);  // a link's own date is a courtesy
 }
 
-std::string WrittenName(const std::string& entry_name) {
-  const bool below = Options().target_directory != nullptr;
-  const std::string name = WithoutDrive(entry_name);
-  return below ? std::string(NameBelowTarget(SystemPathRules(), name)) : name;
-}
-
-bool HasLinkAbove(const std::string& entry_name) {
+bool COutputPlace::HasLinkAbove(const std::string& entry_name) const {
   const PathRules rules = SystemPathRules();
-  const std::string name = WrittenName(entry_name);
+  const std::string name = names_.WrittenName(entry_name);
   for (std::size_t end = FirstSeparator(rules, name); end != std::string::npos;
        end = FirstSeparator(rules, name, end + 1)) {
-    if (end > 0 && IsLink(OutputPath(name.substr(0, end)))) return true;
+    if (end > 0 && IsLink(names_.OutputPath(name.substr(0, end)))) return true;
   }
   return false;
 }
 
-void CreateOutputDirectory(const std::string& entry_name) {
-  const std::string target = TargetDirectory();
-  if (IsTargetDirectory(entry_name)) {
+// Whether what is done to the directory `path` would be done to what a link leads to. What stood
+// above the directory before is not looked at again: no entry turns it into a link.
+bool COutputPlace::IsReachedThroughLink(const std::string& entry_name, const std::string& path) {
+  const std::string name = Spelling(entry_name);
+  const std::size_t separator = LastSeparator(SystemPathRules(), name);
+  const bool is_known =
+      separator != std::string::npos && directories_.IsWithoutLinks(name.substr(0, separator + 1));
+  if ((!is_known && HasLinkAbove(entry_name)) || IsLink(path)) return true;
+  directories_.NoteWithoutLinks(name);
+  return false;
+}
+
+// Lets the owner write into a directory that is there. Others keep what they may do in it, unless
+// this run has made it, for something that stood in the archive before it.
+void COutputPlace::OpenUp(const std::string& path) {
+  const auto status = DirectoryStatus(path);
+  if (!status) throw CCreateDirExcept(path);
+  if (!options_.set_directory_permissions) return;
+  const std::uint32_t former = status->mode & kModePermissions;
+  const std::uint32_t wanted =
+      directories_.HasMade(Spelling(path)) ? kOwnerAll : former | kOwnerAll;
+  if (wanted != former && !SetPermissionsAt(path, wanted)) throw CChgModExcept(path);
+}
+
+void COutputPlace::MakeDirectory(const std::string& entry_name) {
+  const std::string target = names_.TargetDirectory();
+  if (names_.IsTargetDirectory(entry_name)) {
     if (!target.empty() && !CreateParents(JoinPath(target, "."))) throw CCreateDirExcept(target);
     return;
   }
-  const std::string path = WithoutDirectoryEnd(SystemPathRules(), OutputPath(entry_name));
-  const bool sets_permissions = Options().set_directory_permissions;
+  const std::string path = WithoutDirectoryEnd(SystemPathRules(), names_.OutputPath(entry_name));
+  const bool sets_permissions = options_.set_directory_permissions;
   if (sets_permissions && IsReachedThroughLink(entry_name, path)) {
     RememberErrno(ENOTDIR);
     throw CCreateDirExcept(path);
@@ -182,7 +146,7 @@ void CreateOutputDirectory(const std::string& entry_name) {
   const auto existence = TestExistence(path);
   if (!existence) throw CAccessExcept(path);
   if (*existence == Existence::kExists) {
-    OpenUp(path, sets_permissions);
+    OpenUp(path);
   } else if (!CreateParents(path) || !make(path)) {
     throw CCreateDirExcept(path);
   }

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "oldformat/old_archive.h"
+#include "extraction/output_place.h"
 #include "run/command.h"
 #include "run/run_context.h"
 
@@ -17,8 +17,9 @@ namespace moldex {
 // printed and makes the run end with status 40.
 class CExtractOld : public CCommand {
  public:
-  CExtractOld(CRunContext& context, std::string archive_name)
-      : context_(context), archive_name_(std::move(archive_name)) {}
+  // `place` outlives the command.
+  CExtractOld(CRunContext& context, std::string archive_name, COutputPlace& place)
+      : context_(context), archive_name_(std::move(archive_name)), place_(place) {}
 
   void Execute() override;
 
@@ -26,16 +27,9 @@ class CExtractOld : public CCommand {
   std::uint32_t entry_count() const { return entry_count_; }
 
  private:
-  void ProcessArchive(COldArchive& archive, const CCmdLineOptions& options);
-  void Verify(COldArchive& archive, const CDirEntry& entry);
-  void Extract(COldArchive& archive, CDirEntry& entry);
-  static void WriteData(COldArchive& archive, CDirEntry& entry);
-  void ApplyDirectories(COldArchive& archive, const CCmdLineOptions& options);
-  void CountEntry(const char* mark, const CDirEntry& entry);
-
   CRunContext& context_;
   std::string archive_name_;
-  bool verbose_ = false;
+  COutputPlace& place_;
   std::uint32_t entry_count_ = 0;
 };
 

@@ -1,7 +1,6 @@
 #include "oldformat/old_archive.h"
 
-#include <algorithm>
-#include <limits>
+#include <utility>
 
 #include "archive/entry_name.h"
 #include "base/utf8.h"
@@ -37,51 +36,72 @@ std::uint32_t KindBits(TarKind kind) {
   }
 }
 
-void SetTime(std::int64_t seconds, EntryHeader* header) {
-  constexpr std::int64_t kLatest = std::numeric_limits<std::uint32_t>::max();
-  header->time_low = static_cast<std::uint32_t>(std::clamp<std::int64_t>(seconds, 0, kLatest));
-}
+struct KindText {
+  TarKind kind;
+  const char* text;
+};
+
+constexpr KindText kLeftOutKinds[] = {
+    {TarKind::kSymbolicLink, "MOLDEX: symbolic link left out: "},
+    {TarKind::kHardLink, "MOLDEX: hard link left out: "},
+    {TarKind::kDevice, "MOLDEX: device left out: "},
+    {TarKind::kFifo, "MOLDEX: FIFO left out: "},
+    {TarKind::kSparseFile, "MOLDEX: sparse file left out: "},
+    {TarKind::kUnknown, "MOLDEX: entry of unknown kind left out: "},
+};
 
 }  // namespace
 
-COldArchive::COldArchive(CRunContext& context, const std::string& name,
-                         const CCmdLineOptions& options)
-    : context_(context),
-      options_(options),
-      reader_(Regular(name), context.progress()),
-      selection_(options.file_names) {
+COldArchive::COldArchive(CRunContext& context, const std::string& name)
+    : context_(context), reader_(Regular(name), context.progress()) {
   if (!reader_.IsTar()) throw CInvalExcept(name);
   context_.SetLongNames(false);
 }
 
-CDirEntry* COldArchive::Next() {
+CDirEntry* COldArchive::NextEntry() {
   while (auto header = reader_.Next()) {
     header_ = std::move(*header);
-    std::string name;
-    if (!ReadName(&name)) continue;
-    if (selection_.Selects(name, header_.kind == TarKind::kDirectory)) return &Fill(name);
+    if (auto name = ReadName()) return &Fill(std::move(*name));
   }
   return nullptr;
 }
 
 void COldArchive::Rewind() {
   reader_.Rewind();
-  selection_ = CEntrySelection(options_.file_names);
   reports_ = false;
 }
 
-bool COldArchive::ReadName(std::string* name) {
+std::optional<LeftOut> COldArchive::WhyLeftOut() const {
+  const std::string& name = entry_->GetName();
+  for (const KindText& row : kLeftOutKinds) {
+    if (row.kind != header_.kind) continue;
+    const std::string& target = header_.link_target;
+    return LeftOut{row.text + name + (target.empty() ? "" : " -> " + target), kErrorOldFormat};
+  }
+  if (HasParentComponent(SystemPathRules(), name)) {
+    return LeftOut{"MOLDEX: name leaves the target directory: " + name, kErrorLeavesTarget};
+  }
+  // No file can have such a name, whatever comes in front of it.
+  if (!entry_->IsDirectory() && NamesADirectory(SystemPathRules(), name)) {
+    return LeftOut{"MOLDEX: file named like a directory left out: " + name, kErrorOldFormat};
+  }
+  return std::nullopt;
+}
+
+// Empty, and reported, when the name has no form in the local code page.
+std::optional<std::string> COldArchive::ReadName() {
+  std::string name;
   try {
-    *name = StoredName(SystemPathRules(), LocalName(header_.name), false);
-  } catch (const CConversionExcept&) {  // says nothing of which name it was
+    name = StoredName(SystemPathRules(), LocalName(header_.name), false);
+  } catch (const CConversionExcept&) {  // does not say which name it was
     CExcept failure("MOLDEX: name can not be converted from UTF8: " + header_.name,
                     kErrorConversion, false);
     if (reports_) context_.log().PrintInfo(failure);
-    return false;
+    return std::nullopt;
   }
-  if (name->empty()) name->push_back('.');  // of "/" nothing else is left
-  *name = DeliveredName(std::move(*name), options_.lower_case, options_.flat);
-  return true;
+  if (name.empty()) name = ".";  // of "/" nothing else is left
+  const CCmdLineOptions& options = context_.options();
+  return DeliveredName(std::move(name), options.lower_case, options.flat);
 }
 
 CDirEntry& COldArchive::Fill(std::string name) {
@@ -91,11 +111,11 @@ CDirEntry& COldArchive::Fill(std::string name) {
   header.type = is_directory ? kTypeDirectory : kTypeFile;
   header.mode = KindBits(header_.kind) | header_.permissions;
   header.set_size_bytes(is_directory ? 0 : header_.size_bytes);
-  SetTime(header_.modified_seconds, &header);
-  CDirEntry* entry = &file_entry_;
-  if (is_directory) entry = &directory_entry_;
-  entry->Fill(header, std::move(name), {});
-  return *entry;
+  StoreTime({header_.modified_seconds, 0}, false, &header);
+  entry_ = &file_entry_;
+  if (is_directory) entry_ = &directory_entry_;
+  entry_->Fill(header, std::move(name), {});
+  return *entry_;
 }
 
 }  // namespace moldex

@@ -1,55 +1,48 @@
-// An archive of an old format, as the commands on such see it: the entries that the command line
-// asks for, named and filled like those of a version-2 archive, so that listing and extraction can
-// treat them alike.
+// A tar archive as a source of entries, which are named and filled like those of a version-2
+// archive, so that listing and extraction treat them alike.
 #ifndef MOLDEX_OLDFORMAT_OLD_ARCHIVE_H_
 #define MOLDEX_OLDFORMAT_OLD_ARCHIVE_H_
 
-#include <cstdint>
-#include <span>
+#include <optional>
 #include <string>
 
 #include "archive/entry_kinds.h"
-#include "extraction/entry_selection.h"
+#include "archive/entry_source.h"
 #include "oldformat/tar_reader.h"
 #include "run/run_context.h"
 
 namespace moldex {
 
-class COldArchive {
+class COldArchive : public IEntrySource {
  public:
-  // Throws COpenExcept, and CInvalExcept for a file that is of no format known here.
-  COldArchive(CRunContext& context, const std::string& name, const CCmdLineOptions& options);
+  // Throws COpenExcept, and CInvalExcept for a file that is of no format known here. Ends the run's
+  // long-name mode, which such archives do not have.
+  COldArchive(CRunContext& context, const std::string& name);
 
-  // The next entry that is asked for, valid until the next call; null at the end. Its name has no
-  // "/" at either end and no drive. One whose name has no form in the local code page is reported
-  // and passed over. Throws what CTarReader does.
-  CDirEntry* Next();
-
-  // What kind the entry is of, and where it leads if it is a link.
-  TarKind kind() const { return header_.kind; }
-  const std::string& link_target() const { return header_.link_target; }
-
-  // The next piece of the entry's data; empty behind the last.
-  std::span<const std::uint8_t> Data() { return reader_.Data(); }
-
-  // Goes back to the start, with nothing selected. What was reported is not reported again.
-  void Rewind();
-
-  const FileIdentity& identity() const { return reader_.identity(); }
-  std::size_t name_count() const { return selection_.name_count(); }
+  // The name of an entry has no "/" at either end and no drive. An entry whose name has no form in
+  // the local code page is reported and passed over. Throws what CTarReader does.
+  CDirEntry* NextEntry() override;
+  DataPiece NextPiece() override { return {reader_.Data()}; }
+  // Such archives keep nothing that would prove the data.
+  void CheckEnd() override {}
+  // Links, devices and the like; names that lead out of the target directory; and files that are
+  // named like directories.
+  std::optional<LeftOut> WhyLeftOut() const override;
+  void Rewind() override;
+  const std::string& name() const override { return reader_.archive_name(); }
+  const FileIdentity& identity() const override { return reader_.identity(); }
 
  private:
-  bool ReadName(std::string* name);
+  std::optional<std::string> ReadName();
   CDirEntry& Fill(std::string name);
 
   CRunContext& context_;
-  const CCmdLineOptions& options_;
   CTarReader reader_;
-  CEntrySelection selection_;
   TarHeader header_;
   bool reports_ = true;
   CFile file_entry_;
   CDirectory directory_entry_;
+  CDirEntry* entry_ = nullptr;
 };
 
 }  // namespace moldex

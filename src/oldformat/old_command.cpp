@@ -1,19 +1,17 @@
 #include "oldformat/old_command.h"
 
-#include "oldformat/old_options.h"
 #include "report/except.h"
 #include "report/exit_status.h"
 
 namespace moldex {
 
 void WithOldArchive(CRunContext& context, const std::string& name,
-                    const std::function<void(COldArchive&, const CCmdLineOptions&)>& work) {
+                    const std::function<void(COldArchive&, CEntrySelection&)>& work) {
   try {
-    const CCmdLineOptions& given = context.options();
-    const CCmdLineOptions options = ParseOldOptions(given.argument_count, given.arguments);
-    COldArchive archive(context, name, options);
+    COldArchive archive(context, name);
+    CEntrySelection selection(context.options().file_names, context.sought_names());
     context.log().PrintMessage("MOLDEX: processing archive " + name + "...");
-    work(archive, options);
+    work(archive, selection);
   } catch (const CInterruptExcept&) {
     throw;
   } catch (CExcept& failure) {

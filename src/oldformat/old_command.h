@@ -5,16 +5,18 @@
 #include <functional>
 #include <string>
 
+#include "extraction/entry_selection.h"
 #include "oldformat/old_archive.h"
 #include "run/run_context.h"
 
 namespace moldex {
 
-// Opens the archive with the options that count for such ones and has the work done. A failure,
-// that of an archive in no known format included, is printed and makes the run end with status 40,
-// but the run goes on; only an interruption leaves this function.
+// Opens the archive and has the work done on it, with the names of the command line as selection;
+// names of an -A file select nothing here. A failure, that of an archive in no known format
+// included, is printed and makes the run end with status 40, but the run goes on. Only an
+// interruption leaves this function.
 void WithOldArchive(CRunContext& context, const std::string& name,
-                    const std::function<void(COldArchive&, const CCmdLineOptions&)>& work);
+                    const std::function<void(COldArchive&, CEntrySelection&)>& work);
 
 }  // namespace moldex
 

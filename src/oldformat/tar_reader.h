@@ -42,6 +42,7 @@ class CTarReader {
   // Goes back to the start.
   void Rewind();
 
+  const std::string& archive_name() const { return archive_name_; }
   const FileIdentity& identity() const { return identity_; }
 
  private:

@@ -1,15 +1,13 @@
 #include "oldformat/type_old.h"
 
+#include "extraction/listing.h"
 #include "oldformat/old_command.h"
 
 namespace moldex {
 
 void CTypeOld::Execute() {
-  WithOldArchive(context_, archive_name_, [this](COldArchive& archive, const CCmdLineOptions&) {
-    while (const CDirEntry* entry = archive.Next()) {
-      entry->Print();
-      context_.statistics().CountFile();
-    }
+  WithOldArchive(context_, archive_name_, [this](COldArchive& archive, CEntrySelection& selection) {
+    ListEntries(context_, archive, selection, {});
   });
 }
 

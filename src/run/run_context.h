@@ -7,7 +7,6 @@
 
 #include "report/log_manager.h"
 #include "report/progress.h"
-#include "run/extracted_directories.h"
 #include "run/files_in_use.h"
 #include "run/options.h"
 #include "run/sought_names.h"
@@ -49,9 +48,6 @@ class CRunContext {
   void FindFilesInUse(const std::vector<std::string>& archives);
   CFilesInUse& files_in_use() { return files_in_use_; }
 
-  // The directories that extraction has to do with.
-  CExtractedDirectories& extracted_directories() { return extracted_directories_; }
-
   int command_code() const { return command_code_; }
   void set_command_code(int code) { command_code_ = code; }
 
@@ -80,7 +76,6 @@ class CRunContext {
   std::string archive_name_;
   std::string archive_path_;
   CFilesInUse files_in_use_;
-  CExtractedDirectories extracted_directories_;
   int command_code_ = kNoCommand;
   bool files_inaccessible_ = false;
   int inaccessible_log_ = -1;

@@ -1,7 +1,7 @@
-// What a run remembers of the directories that it extracts into. Memory stays the same however many
-// there are.
-#ifndef MOLDEX_RUN_EXTRACTED_DIRECTORIES_H_
-#define MOLDEX_RUN_EXTRACTED_DIRECTORIES_H_
+// What an extraction remembers of the directories that it writes into. Memory stays the same
+// however many there are.
+#ifndef MOLDEX_EXTRACTION_EXTRACTED_DIRECTORIES_H_
+#define MOLDEX_EXTRACTION_EXTRACTED_DIRECTORIES_H_
 
 #include <array>
 #include <cstddef>
@@ -33,4 +33,4 @@ class CExtractedDirectories {
 
 }  // namespace moldex
 
-#endif  // MOLDEX_RUN_EXTRACTED_DIRECTORIES_H_
+#endif  // MOLDEX_EXTRACTION_EXTRACTED_DIRECTORIES_H_

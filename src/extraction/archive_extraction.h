@@ -1,0 +1,55 @@
+// What the commands extract and verify do with one archive, whatever its format.
+#ifndef MOLDEX_EXTRACTION_ARCHIVE_EXTRACTION_H_
+#define MOLDEX_EXTRACTION_ARCHIVE_EXTRACTION_H_
+
+#include <cstdint>
+
+#include "archive/dir_entry.h"
+#include "archive/entry_source.h"
+#include "extraction/admission.h"
+#include "extraction/entry_selection.h"
+#include "extraction/entry_writer.h"
+#include "extraction/output_place.h"
+#include "run/run_context.h"
+
+namespace moldex {
+
+class CArchiveExtraction {
+ public:
+  // All arguments outlive this object. `absolute_paths` allows names and links that lead out of the
+  // target directory. Every entry that is extracted or verified adds 1 to `total_count`.
+  CArchiveExtraction(CRunContext& context, IEntrySource& source, COutputPlace& place,
+                     bool absolute_paths, std::uint32_t& total_count);
+
+  // Goes through the archive once, and again for what extraction has to put off. Writes the
+  // selected entries to disk, or with the command verify proves that their data are whole. Reports
+  // entries that have to be left out, and an archive that lacks some of the selected names. Throws
+  // what the source throws, and what an entry cannot be written for.
+  void ProcessEntries(CEntrySelection& selection);
+
+  // For a run that was interrupted: hints at what an extraction has done, and has not.
+  void HintAtRest() const;
+
+ private:
+  bool ProcessEntry(const CDirEntry& entry);
+  void WriteEntry(const CDirEntry& entry);
+  void CountEntry(const char* mark, const CDirEntry& entry);
+  void MakeDeferred(const CEntrySelection& selection);
+  const char* Done() const { return extracting_ ? "extracted" : "tested"; }
+
+  CRunContext& context_;
+  IEntrySource& source_;
+  COutputPlace& place_;
+  const bool extracting_;
+  AdmissionRules rules_;
+  CEntryWriter writer_;
+  std::uint32_t& total_count_;
+  std::uint32_t archive_count_ = 0;
+  // What has to wait until everything else is written.
+  bool directories_wait_ = false;
+  std::uint32_t links_wait_ = 0;
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_EXTRACTION_ARCHIVE_EXTRACTION_H_

@@ -1,0 +1,98 @@
+#include "extraction/entry_writer.h"
+
+#include "archive/entry_data.h"
+#include "platform/attributes.h"
+#include "platform/security.h"
+#include "report/except.h"
+#include "report/hints.h"
+#include "report/output.h"
+#include "report/system_error.h"
+
+namespace moldex {
+
+void CEntryWriter::MakeFile(const CDirEntry& entry) {
+  file_ = place_.MakeFile(entry.GetName());
+  entry_ = &entry;
+  is_backup_stream_ = false;
+  is_complete_ = false;
+}
+
+void CEntryWriter::MakeDirectory(const CDirEntry& entry) { place_.MakeDirectory(entry.GetName()); }
+
+void CEntryWriter::Write(const DataPiece& piece) {
+  if (!file_.IsValid()) return;
+  is_backup_stream_ = piece.is_backup_stream;
+  const bool is_written =
+      is_backup_stream_ ? RestoreBackup(piece.bytes) : file_.WriteAll(piece.bytes).ok();
+  if (!is_written) throw CWriteExcept(place_.names().OutputPath(entry_->GetName()));
+}
+
+bool CEntryWriter::RestoreBackup(std::span<const std::uint8_t> bytes) {
+  const auto piece = file_.BackupWrite(bytes);
+  if (piece == BackupPiece::kRefused) {
+    throw CExcept("MOLDEX: error decompressing " + entry_->GetName() +
+                      "; its backup stream would do more than restore a file",
+                  kErrorBadLength, false);
+  }
+  return piece.ok();
+}
+
+void CEntryWriter::EndData() {
+  if (is_backup_stream_ && !file_.EndBackup()) FailDataLength(entry_->GetName());
+  is_backup_stream_ = false;
+  is_complete_ = true;
+}
+
+// A security descriptor travels as an entry's user data; those of a symbolic link are its target.
+void CEntryWriter::RestoreSecurity(const CDirEntry& entry) const {
+  if (entry.user_data().empty() || entry.AsSymbolicLink() != nullptr) return;
+  if (place_.names().IsTargetDirectory(entry.GetName())) return;
+  const std::string path = place_.names().OutputPath(entry.GetName());
+  const auto restored = moldex::RestoreSecurity(path, entry.user_data());
+  if (restored) return;
+  WriteOutput(restored.error().what + SystemErrorText(restored.error().error) + '\n');
+  FlushOutput();
+}
+
+void CEntryWriter::ApplyAttributes(const CDirEntry& entry) {
+  if (!file_.IsValid()) return;
+  const std::string path = place_.names().OutputPath(entry.GetName());
+  if (entry.header().has_file_time) {
+    ApplyTimeAndAttributes(entry, path);
+  } else {
+    ApplyTimeAndPermissions(entry, path);
+  }
+  if (!file_.Close()) throw CWriteExcept(path);
+}
+
+void CEntryWriter::ApplyTimeAndPermissions(const CDirEntry& entry, const std::string& path) {
+  const EntryHeader& header = entry.header();
+  if (!file_.EndWriting()) throw CWriteExcept(path);
+  if (!file_.SetDate(header.time_low) && !entry.IsShortcut()) throw CChgDateExcept(path);
+  if (!file_.SetPermissions(header.mode & kModePermissions) && !entry.IsShortcut()) {
+    throw CChgModExcept(path);
+  }
+}
+
+// An archive in long-name mode keeps the date of the last write alone, and attributes instead of
+// permissions.
+void CEntryWriter::ApplyTimeAndAttributes(const CDirEntry& entry, const std::string& path) {
+  const EntryHeader& header = entry.header();
+  if (!file_.SetLastWriteTime(FileTimeOf(header))) throw CChgDateExcept(path);
+  if (!file_.EndWriting()) throw CWriteExcept(path);
+  const bool executable = (header.mode & kModeOwnerExecute) != 0;
+  if (!file_.SetAttributes(AttributesOfMode(header.mode), executable)) {
+    throw CSetFileAttrExcept(path);
+  }
+}
+
+void CEntryWriter::HintAtPart(const CDirEntry& entry) const {
+  if (is_complete_ || !file_.IsValid()) return;
+  const auto status = file_.Status();
+  if (!status) return;
+  KeepHint(place_.names().OutputPath(entry.GetName()) +
+           " is not complete: " + std::to_string(status->size_bytes) + " of " +
+           std::to_string(entry.header().size_bytes()) + " bytes");
+}
+
+}  // namespace moldex

@@ -1,0 +1,53 @@
+// Writes entries to disk, one after another: makes the object, takes its data, and gives it its
+// date and permissions.
+#ifndef MOLDEX_EXTRACTION_ENTRY_WRITER_H_
+#define MOLDEX_EXTRACTION_ENTRY_WRITER_H_
+
+#include "archive/dir_entry.h"
+#include "archive/entry_sink.h"
+#include "extraction/output_place.h"
+#include "platform/file_handle.h"
+
+namespace moldex {
+
+class CEntryWriter : public IEntrySink {
+ public:
+  // `place` outlives the writer.
+  explicit CEntryWriter(COutputPlace& place) : place_(place) {}
+
+  // Throw what COutputPlace throws.
+  void MakeFile(const CDirEntry& entry) override;
+  void MakeDirectory(const CDirEntry& entry) override;
+  // Throws CWriteExcept, and CExcept for a backup stream that would do more than restore a file.
+  // What was written until then stays. The data of a directory, which only a strange archive has,
+  // are dropped.
+  void Write(const DataPiece& piece) override;
+  // Throws CExcept for a backup stream that was left incomplete.
+  void EndData() override;
+
+  // After EndData: gives the object what its archive keeps of its security. A failure is reported
+  // and changes nothing else.
+  void RestoreSecurity(const CDirEntry& entry) const;
+  // Gives a file its date and permissions and closes it. Does nothing for a directory or a symbolic
+  // link, whose turn comes later. Throws CWriteExcept, CChgDateExcept, CChgModExcept and
+  // CSetFileAttrExcept.
+  void ApplyAttributes(const CDirEntry& entry);
+
+  // For a run that ends while data are written: hints at how much of the file is there.
+  void HintAtPart(const CDirEntry& entry) const;
+
+ private:
+  bool RestoreBackup(std::span<const std::uint8_t> bytes);
+  void ApplyTimeAndPermissions(const CDirEntry& entry, const std::string& path);
+  void ApplyTimeAndAttributes(const CDirEntry& entry, const std::string& path);
+
+  COutputPlace& place_;
+  const CDirEntry* entry_ = nullptr;  // the file that is being written
+  CFileHandle file_;
+  bool is_backup_stream_ = false;
+  bool is_complete_ = false;  // its data are
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_EXTRACTION_ENTRY_WRITER_H_
