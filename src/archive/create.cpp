@@ -5,12 +5,9 @@
 
 #include "archive/backup_compress.h"
 #include "archive/byte_count.h"
-#include "archive/entry_kinds.h"
-#include "archive/entry_name.h"
+#include "archive/entry_adder.h"
 #include "archive/normal_compress.h"
-#include "base/name_rules.h"
 #include "platform/file_services.h"
-#include "platform/shortcut.h"
 #include "report/except.h"
 #include "report/exit_status.h"
 #include "report/hints.h"
@@ -49,10 +46,11 @@ void CCreate::Execute() {
 void CCreate::WriteArchive() {
   const char* directory = options_.change_directory;
   if (directory != nullptr && !ChangeDirectory(directory)) throw CChgDirExcept(directory);
-  strategy_ = MakeStrategy();
+  const auto strategy = MakeStrategy();
   if (!appending_) archive_->writer().WriteHeader(context_.long_names());
   CountTotal();
-  CTreeWalk(*this, options_).WalkNames();
+  CEntryAdder adder(context_, *archive_, *strategy);
+  CTreeWalk(adder, options_).WalkNames();
   FinishArchive();
 }
 
@@ -87,8 +85,8 @@ std::unique_ptr<ICompressStrategy> CCreate::MakeStrategy() {
   return std::make_unique<CNormalCompress>(buffers_, context_.progress(), context_.long_names());
 }
 
-// When something had to be left out without leave, a new archive is deleted, and one that was
-// appended to loses what this run added.
+// When objects had to be left out and -i does not allow that, a new archive is deleted, and one
+// that was appended to loses what this run added.
 void CCreate::FinishArchive() {
   const bool discard = context_.files_inaccessible() && !options_.ignore_inaccessible;
   if (discard) archive_->writer().CutBackToFormer();
@@ -100,7 +98,7 @@ void CCreate::FinishArchive() {
     context_.log().PrintMessage(line);
 }
 
-// After a failure. Returns what is to be said of it besides the failure itself.
+// After a failure. Returns lines about what of the repair failed, too.
 std::vector<std::string> CCreate::CleanUp() {
   std::vector<std::string> lines = archive_->writer().KeepWholeEntries(context_.archive_path());
   if (lines.empty() && !appending_ && !archive_->writer().HoldsEntries()) return DeleteArchive();
@@ -108,7 +106,7 @@ std::vector<std::string> CCreate::CleanUp() {
 }
 
 // Deletes what was written and nothing else: the name may be a link, and a device or a pipe stays.
-// Returns what is to be said when that fails.
+// Returns the line that says so when this fails.
 std::vector<std::string> CCreate::DeleteArchive() {
   if (!archive_->IsRegularFile()) return {};
   const std::string& path = context_.archive_path();
@@ -119,7 +117,7 @@ std::vector<std::string> CCreate::DeleteArchive() {
                              context_.archive_name())};
 }
 
-// What CleanUp has left, for whoever interrupted the run.
+// Tells whoever interrupted the run what CleanUp has left.
 void CCreate::HintAtRest() const {
   const std::string& name = context_.archive_name();
   if (!archive_->IsRegularFile()) {
@@ -131,85 +129,5 @@ void CCreate::HintAtRest() const {
     KeepHint(name + " was deleted, since no entry was complete");
   }
 }
-
-bool CCreate::OnObject(const std::string& name, const FileStatus& status, bool is_start) {
-  if (is_start) return true;
-  // An archive never contains itself, whatever it is called here.
-  if (status.identity == archive_->identity()) return false;
-  const bool resolve = options_.resolve_links && status.kind == FileKind::kRegular &&
-                       IsShortcutName(SystemPathRules(), name);
-  if (!resolve) return AddEntry(name, status, name);
-  AddShortcutTarget(name, status);
-  return false;
-}
-
-// A shortcut becomes what it points to: a file, or a directory without what is in it. It is stored
-// under the target's name, in full where absolute names are kept. One that points to another
-// shortcut is left out: following a chain could go in circles.
-void CCreate::AddShortcutTarget(const std::string& name, const FileStatus& status) {
-  const Shortcut shortcut = ResolveShortcut(name);
-  if (shortcut.kind == ShortcutKind::kPlainFile) {
-    AddEntry(name, status, name);
-    return;
-  }
-  if (shortcut.kind == ShortcutKind::kNoTarget) {
-    OnLinkWithoutTarget(name);
-    return;
-  }
-  const PathRules rules = SystemPathRules();
-  const auto target = QueryStatus(shortcut.target);
-  const std::string last(LastComponent(rules, shortcut.target));
-  if (!target || last.empty() || IsShortcutName(rules, last)) {
-    OnInaccessible(name, target ? "a shortcut that leads to no file" : nullptr);
-  } else if (target->identity != archive_->identity()) {
-    AddEntry(shortcut.target, *target, options_.absolute_paths ? shortcut.target : last);
-  }
-}
-
-std::string CCreate::PrepareEntry(CDirEntry& entry, const std::string& archive_name,
-                                  const char** why) {
-  try {
-    const std::string utf8_name = NameToUtf8(archive_name);
-    if (utf8_name.size() <= kLongestName) return entry.Prepare() ? utf8_name : std::string();
-    *why = "its name is too long";
-  } catch (CConversionExcept& failure) {  // of the name, or of a link's target
-    context_.log().PrintInfo(failure);
-    *why = "its name, or its target, has no form in UTF-8";
-  }
-  return {};
-}
-
-bool CCreate::AddEntry(const std::string& name, const FileStatus& status,
-                       const std::string& stored_as) {
-  const std::string archive_name =
-      StoredName(SystemPathRules(), options_.Renamed(stored_as), options_.absolute_paths);
-  const auto entry = MakeEntry(name, status);
-  const char* why = nullptr;
-  const std::string utf8_name = PrepareEntry(*entry, archive_name, &why);
-  if (utf8_name.empty()) {
-    OnInaccessible(name, why);
-    return false;
-  }
-  if (HasParentComponent(SystemPathRules(), archive_name)) {
-    KeepHint("names with \"..\" in them were stored; extraction refuses them unless -P is given");
-  }
-  context_.progress().SetCurrentName(name);
-  entry->SetArchiveName(archive_name);
-  if (options_.verbose) context_.log().PrintMessage("a " + archive_name);
-  entry->WriteTo(archive_->writer(), utf8_name, *strategy_);
-  if (options_.statistics) context_.statistics().CountFile();
-  return true;
-}
-
-void CCreate::OnInaccessible(const std::string& name, const char* why) {
-  context_.ReportInaccessibleFile(name, why);
-}
-
-void CCreate::OnLinkWithoutTarget(const std::string& name) {
-  CExcept failure("MOLDEX: no link target for " + name, kErrorNoLinkTarget, false);
-  context_.log().PrintInfo(failure);
-}
-
-void CCreate::OnCutOffDirectory() { throw CExcept("MOLDEX: error in CCreate::ProcessDirectory"); }
 
 }  // namespace moldex

@@ -50,7 +50,7 @@ void CTreeWalk::WalkNames() {
   }
   for (const std::string& name : options_.include_names)
     Walk(name);
-  only_new_keys_ = true;
+  only_new_renamings_ = true;
   if (!options_.StoresRenamedNames()) return;
   for (const auto& [old_name, new_name] : options_.rename_map)
     Walk(old_name);
@@ -87,10 +87,10 @@ void CTreeWalk::WalkPattern(std::string_view pattern) {
 // after the operands.
 bool CTreeWalk::IsMeant(const std::string& name) {
   if (options_.IsExcluded(name)) return false;
-  const std::string* key = options_.FindRenamed(name);
-  if (key == nullptr) return true;
-  const bool is_new = visited_keys_.insert(key).second;
-  return is_new || !only_new_keys_;
+  const auto* renaming = options_.FindRenaming(name);
+  if (renaming == nullptr) return true;
+  const bool is_new = visited_renamings_.insert(renaming).second;
+  return is_new || !only_new_renamings_;
 }
 
 // Where links are kept, whoever puts one in the place of a directory meanwhile must not lead the

@@ -73,8 +73,8 @@ class CTreeWalk {
   const CCmdLineOptions& options_;
   CNameMemory memory_;
   std::deque<Level> levels_;
-  std::unordered_set<const std::string*> visited_keys_;  // old names of the -T file
-  bool only_new_keys_ = false;
+  std::unordered_set<const RenameMap::value_type*> visited_renamings_;  // of the -T file
+  bool only_new_renamings_ = false;
 };
 
 }  // namespace moldex

@@ -6,12 +6,11 @@
 #include <vector>
 
 #include "archive/archive_format.h"
+#include "archive/cut_back.h"
 #include "platform/file_handle.h"
 #include "platform/interrupt.h"
 #include "report/except.h"
 #include "report/hints.h"
-#include "report/output.h"
-#include "report/system_error.h"
 
 namespace moldex {
 namespace {
@@ -41,19 +40,12 @@ void CopyRest(CFileHandle& source, const std::string& source_name, std::uint64_t
 }
 
 // Cuts the target back to what it was, also when it was closed already: that may have been what
-// failed. Returns what is to be said when this fails, too.
-std::string CutBack(CFileHandle& target, const std::string& name, const FileStatus& former) {
+// failed. Returns the line that says so when this fails, too.
+std::string RestoreTarget(CFileHandle& target, const std::string& name, const FileStatus& former) {
   if (former.kind != FileKind::kRegular) return {};
   interrupt::Mute();
-  const bool open = target.IsValid() || target.Open(name, kOpenReadWrite);
-  const auto now = open ? target.Status().AsOptional() : std::nullopt;
-  if (now && now->identity == former.identity && target.Truncate(former.size_bytes) &&
-      target.Close()) {
-    return {};
-  }
-  return EscapedForTerminal("MOLDEX: could not cut back to byte " +
-                            std::to_string(former.size_bytes) + " the archive " + name + ". ") +
-         LastSystemErrorText();
+  const auto status = ReopenArchive(target, name, former.identity);
+  return CutBack(target, status, former.size_bytes, name);
 }
 
 }  // namespace
@@ -86,7 +78,7 @@ void CMerge::Execute() {
     CopyRest(source, source_name, status.size_bytes - kArchiveHeaderBytes, target, target_name,
              context_.progress());
   } catch (CExcept& failure) {
-    const std::string line = CutBack(target, target_name, former);
+    const std::string line = RestoreTarget(target, target_name, former);
     if (!line.empty()) failure.AddLine(line);
     const bool is_as_before = line.empty() && former.kind == FileKind::kRegular;
     if (is_as_before && dynamic_cast<CInterruptExcept*>(&failure) != nullptr) {

@@ -9,9 +9,9 @@
 
 namespace moldex {
 
-// Puts the entries of the first archive of -f behind those of the second, by copying what stands
-// behind its header. Neither file is looked into: the merge trusts its user. When a failure ends
-// the command, the target is cut back to what it was; the message says so where that fails, too.
+// Appends the entries of the first archive of -f to the second, by copying all bytes after its
+// header. Neither file is checked: the merge trusts its user. When a failure ends the command, the
+// target is cut back to what it was; if that fails, too, the message says so.
 class CMerge : public CCommand {
  public:
   explicit CMerge(CRunContext& context) : context_(context) {}

@@ -12,21 +12,19 @@
 namespace moldex {
 namespace {
 
-constexpr unsigned Bit(int command_code) { return 1U << static_cast<unsigned>(command_code); }
-
-constexpr unsigned kAny = ~0U;
-constexpr unsigned kCreate = Bit(kCommandCreate);
-constexpr unsigned kAppend = Bit(kCommandAppend);
-constexpr unsigned kExtract = Bit(kCommandExtract);
-constexpr unsigned kMerge = Bit(kCommandMerge);
-constexpr unsigned kWriting = kCreate | kAppend;
-constexpr unsigned kUnpacking = kExtract | Bit(kCommandVerify);
-constexpr unsigned kReading = kUnpacking | Bit(kCommandList);
+constexpr CommandSet kAny = kAnyCommand;
+constexpr CommandSet kCreate = SetOf(kCommandCreate);
+constexpr CommandSet kAppend = SetOf(kCommandAppend);
+constexpr CommandSet kExtract = SetOf(kCommandExtract);
+constexpr CommandSet kMerge = SetOf(kCommandMerge);
+constexpr CommandSet kWriting = kEntryWriters;
+constexpr CommandSet kUnpacking = kExtract | SetOf(kCommandVerify);
+constexpr CommandSet kReading = kUnpacking | SetOf(kCommandList);
 
 struct Hint {
-  int what;           // as in PrintedFailure
-  int errno_value;    // 0 for any
-  unsigned commands;  // bits of the commands that it helps
+  int what;             // as in PrintedFailure
+  int errno_value;      // 0 for any
+  CommandSet commands;  // that it helps
   const char* text;
 };
 
@@ -58,7 +56,7 @@ constexpr Hint kHints[] = {
     {kFailureNamesNotFound, 0, kUnpacking, "moldex -tf ARCHIVE lists the names to use"},
     {kFailureDamagedData, 0, kUnpacking, kDamageHint},
     {kErrorChecksum, 0, kUnpacking, kDamageHint},
-    {kErrorRead, 0, kReading & ~Bit(kCommandVerify),
+    {kErrorRead, 0, kReading & ~SetOf(kCommandVerify),
      "moldex -df ARCHIVE says where the good part ends"},
     {kErrorConversion, 0, kReading, "a UTF-8 locale has the characters of every name"},
     {kErrorWrite, ENOSPC, kExtract, "moldex -tsf ARCHIVE says how much space is missing"},
@@ -76,7 +74,7 @@ void PrintHints(int command_code) {
   ShowKeptHints();
   const PrintedFailure& failure = LastFailure();
   const auto* hint = std::find_if(std::begin(kHints), std::end(kHints), [&](const Hint& row) {
-    return row.what == failure.what && (row.commands & Bit(command_code)) != 0 &&
+    return row.what == failure.what && IsOneOf(command_code, row.commands) &&
            (row.errno_value == 0 || row.errno_value == failure.errno_value);
   });
   if (hint != std::end(kHints)) ShowHint(hint->text);

@@ -38,11 +38,7 @@ std::unique_ptr<CCommand> MakeCommand(CRunContext& context) {
   }
 }
 
-bool WritesArchive(int command_code) {
-  return command_code == kCommandCreate || command_code == kCommandAppend;
-}
-
-// What follows when a command that writes an archive had to leave files out.
+// The end of a command that had to leave inaccessible files out of the archive.
 void ReportLeftOutFiles(CRunContext& context) {
   if (context.options().redirect_output) {
     context.log().PrintMessage(
@@ -73,7 +69,7 @@ void Run(CRunContext& context) {
   const CShownProgress progress(context.progress(), !options.verbose);
   MakeCommand(context)->Execute();
   context.sought_names().HintAtMissing();
-  if (WritesArchive(context.command_code()) && context.files_inaccessible()) {
+  if (IsOneOf(context.command_code(), kEntryWriters) && context.files_inaccessible()) {
     ReportLeftOutFiles(context);
   }
   if (options.statistics) {

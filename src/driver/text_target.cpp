@@ -15,12 +15,10 @@
 namespace moldex {
 namespace {
 
-bool WritesOne(int command) { return command == kCommandCreate || command == kCommandAppend; }
-
 std::vector<std::string> Archives(const CCmdLineOptions& options) {
   const std::string value =
       options.archive_value != nullptr ? options.archive_value : kDefaultArchive;
-  if (WritesOne(options.command_code)) return {value};
+  if (IsOneOf(options.command_code, kEntryWriters)) return {value};
   std::vector<std::string> archives = ExpandArchiveList(value, options.ignore_case);
   // Of a command line without a command, which is wrong, any name may be meant for the archive's.
   if (options.command_code == kNoCommand) {
@@ -34,7 +32,7 @@ bool IsArchive(const CCmdLineOptions& options, const std::optional<FileStatus>& 
   const int command = options.command_code;
   if (!file || command == kCommandScan) return false;
   // What is printed does no harm to a terminal or a pipe that an archive comes from.
-  const bool reads_only = !WritesOne(command) && command != kCommandMerge;
+  const bool reads_only = !IsOneOf(command, kEntryWriters | SetOf(kCommandMerge));
   if (reads_only && file->kind != FileKind::kRegular) return false;
   const CSystemErrorGuard guard;
   const std::vector<std::string> archives = Archives(options);

@@ -23,6 +23,18 @@ enum CommandCode : int {
   kCommandScan = 7      // l
 };
 
+// A set of commands, one bit each.
+using CommandSet = unsigned;
+
+constexpr CommandSet SetOf(int command) { return 1U << static_cast<unsigned>(command); }
+
+inline constexpr CommandSet kAnyCommand = ~0U;
+inline constexpr CommandSet kEntryWriters = SetOf(kCommandCreate) | SetOf(kCommandAppend);
+
+constexpr bool IsOneOf(int command, CommandSet commands) {
+  return (commands & SetOf(command)) != 0;
+}
+
 }  // namespace moldex
 
 #endif  // MOLDEX_RUN_COMMAND_H_

@@ -8,13 +8,9 @@
 namespace moldex {
 namespace {
 
-constexpr unsigned Bit(int command) { return 1u << command; }
-
-constexpr unsigned kAllCommands = ~0u;
-
 // A rule is broken when the command is one of `commands` and `applies` holds.
 struct Rule {
-  unsigned commands;
+  CommandSet commands;
   bool (*applies)(const CCmdLineOptions&);
   const char* message;
   int code;
@@ -26,21 +22,21 @@ bool NamesNothing(const CCmdLineOptions& options) {
 }
 
 const Rule kRules[] = {
-    {Bit(kCommandCreate),
+    {SetOf(kCommandCreate),
      [](const CCmdLineOptions& o) { return NamesNothing(o) && o.rename_file == nullptr; },
      "MOLDEX: no files given for archiving", kErrorNoFiles, true},
-    {Bit(kCommandExtract),
+    {SetOf(kCommandExtract),
      [](const CCmdLineOptions& o) {
        return o.archive_value == nullptr || NamesNoArchive(o.archive_value);
      },
      "MOLDEX: no archives specified for extracting", kErrorNoFiles, true},
-    {Bit(kCommandAppend), NamesNothing, "MOLDEX: no files specified for appending", kErrorNoFiles,
+    {SetOf(kCommandAppend), NamesNothing, "MOLDEX: no files specified for appending", kErrorNoFiles,
      true},
-    {Bit(kCommandScan), NamesNothing, "MOLDEX: no files specified for scanning", kErrorNoFiles,
+    {SetOf(kCommandScan), NamesNothing, "MOLDEX: no files specified for scanning", kErrorNoFiles,
      true},
-    {Bit(kNoCommand), [](const CCmdLineOptions&) { return true; },
+    {SetOf(kNoCommand), [](const CCmdLineOptions&) { return true; },
      "MOLDEX: please specify a command (one of -c, -x, -t, -d, -a, -m, -l)", kErrorNoCommand, true},
-    {kAllCommands,
+    {kAnyCommand,
      [](const CCmdLineOptions& o) { return o.change_directory != nullptr && o.absolute_paths; },
      "MOLDEX: don't use both P-option and C-option", kErrorAbsoluteAndChange, true},
     {~CommandsOf("C"), [](const CCmdLineOptions& o) { return o.change_directory != nullptr; },
@@ -56,9 +52,9 @@ const Rule kRules[] = {
      "MOLDEX: use s-option only with list content (-t)", kErrorSpaceOption, true},
     {~CommandsOf("lower"), [](const CCmdLineOptions& o) { return o.lower_case; },
      "MOLDEX: use -lower only with extract (-x)", kErrorLowerOption, true},
-    {kAllCommands, [](const CCmdLineOptions& o) { return o.acl && !o.long_names; },
+    {kAnyCommand, [](const CCmdLineOptions& o) { return o.acl && !o.long_names; },
      "MOLDEX: use -acl with -longnames", kErrorAclOption, false},
-    {kAllCommands, [](const CCmdLineOptions& o) { return o.long_names && !o.acl; },
+    {kAnyCommand, [](const CCmdLineOptions& o) { return o.long_names && !o.acl; },
      "MOLDEX: use -longnames with -acl", kErrorLongNamesOption, false},
 };
 
@@ -66,7 +62,7 @@ const Rule kRules[] = {
 
 void CCmdLineOptions::CheckOptions() {
   for (const Rule& rule : kRules) {
-    if ((rule.commands & Bit(command_code)) != 0 && rule.applies(*this)) {
+    if (IsOneOf(command_code, rule.commands) && rule.applies(*this)) {
       throw CExcept(rule.message, rule.code, rule.with_system_text);
     }
   }

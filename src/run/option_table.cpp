@@ -106,11 +106,11 @@ std::string_view ArgumentName(Argument argument) {
   return "";
 }
 
-unsigned CommandsOf(std::string_view name) {
-  unsigned commands = 0;
+CommandSet CommandsOf(std::string_view name) {
+  CommandSet commands = 0;
   const Option* option = FindOption(name);
   for (const char letter : option == nullptr ? std::string_view() : option->commands) {
-    commands |= 1u << FindLetter(letter)->command;
+    commands |= SetOf(FindLetter(letter)->command);
   }
   return commands;
 }

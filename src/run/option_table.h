@@ -53,8 +53,8 @@ const Option* FindLetter(char letter);
 // How the argument is called in texts; empty when there is none.
 std::string_view ArgumentName(Argument argument);
 
-// The commands that an option of the table goes with, one bit each: 1 << CommandCode.
-unsigned CommandsOf(std::string_view name);
+// The commands that an option of the table goes with; none for a name that is not in the table.
+CommandSet CommandsOf(std::string_view name);
 
 }  // namespace moldex
 

@@ -187,14 +187,14 @@ bool CCmdLineOptions::IsExcluded(const std::string& name) const {
 }
 
 std::string CCmdLineOptions::Renamed(const std::string& name) const {
-  const std::string* old_name = FindRenamed(name);
-  return old_name == nullptr ? name : rename_map.at(*old_name);
+  const RenameMap::value_type* renaming = FindRenaming(name);
+  return renaming == nullptr ? name : renaming->second;
 }
 
-const std::string* CCmdLineOptions::FindRenamed(const std::string& name) const {
+const RenameMap::value_type* CCmdLineOptions::FindRenaming(const std::string& name) const {
   if (rename_map.empty()) return nullptr;
   const auto found = rename_map.find(NormalisedName(SystemPathRules(), name));
-  return found == rename_map.end() ? nullptr : &found->first;
+  return found == rename_map.end() ? nullptr : &*found;
 }
 
 }  // namespace moldex

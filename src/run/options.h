@@ -40,10 +40,10 @@ class CCmdLineOptions {
   // Whether the -X file names this object, or a directory above it.
   bool IsExcluded(const std::string& name) const;
 
-  // The name that the -T file gives this object; the name itself when it lists none.
+  // The name that the -T file gives this object; the name itself when the file does not list it.
   std::string Renamed(const std::string& name) const;
-  // The name's old name as it stands in `rename_map`; null when the -T file does not list it.
-  const std::string* FindRenamed(const std::string& name) const;
+  // The pair of old and new name in `rename_map`; null when the -T file does not list the object.
+  const RenameMap::value_type* FindRenaming(const std::string& name) const;
   // Whether the names of the -T file are meant beside the operands: without a list of names.
   bool StoresRenamedNames() const {
     return command_code == kCommandCreate && include_file == nullptr;

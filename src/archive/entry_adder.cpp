@@ -1,0 +1,95 @@
+#include "archive/entry_adder.h"
+
+#include "archive/entry_kinds.h"
+#include "archive/entry_name.h"
+#include "base/name_rules.h"
+#include "platform/file_services.h"
+#include "platform/shortcut.h"
+#include "report/except.h"
+#include "report/hints.h"
+
+namespace moldex {
+
+bool CEntryAdder::OnObject(const std::string& name, const FileStatus& status, bool is_start) {
+  if (is_start) return true;
+  // An archive never contains itself, whatever it is called here.
+  if (status.identity == archive_.identity()) return false;
+  const bool resolve = options_.resolve_links && status.kind == FileKind::kRegular &&
+                       IsShortcutName(SystemPathRules(), name);
+  if (!resolve) return AddEntry(name, status, name);
+  AddShortcutTarget(name, status);
+  return false;
+}
+
+// A shortcut becomes its target: a file, or a directory without its contents. It is stored under
+// the target's name, in full where absolute names are kept. A shortcut to another shortcut is left
+// out: following a chain could go in circles.
+void CEntryAdder::AddShortcutTarget(const std::string& name, const FileStatus& status) {
+  const Shortcut shortcut = ResolveShortcut(name);
+  if (shortcut.kind == ShortcutKind::kPlainFile) {
+    AddEntry(name, status, name);
+    return;
+  }
+  if (shortcut.kind == ShortcutKind::kNoTarget) {
+    OnLinkWithoutTarget(name);
+    return;
+  }
+  const PathRules rules = SystemPathRules();
+  const auto target = QueryStatus(shortcut.target);
+  const std::string last(LastComponent(rules, shortcut.target));
+  if (!target || last.empty() || IsShortcutName(rules, last)) {
+    OnInaccessible(name, target ? "a shortcut that leads to no file" : nullptr);
+  } else if (target->identity != archive_.identity()) {
+    AddEntry(shortcut.target, *target, options_.absolute_paths ? shortcut.target : last);
+  }
+}
+
+std::string CEntryAdder::PrepareEntry(CDirEntry& entry, const std::string& archive_name) {
+  const std::string& name = entry.GetName();
+  try {
+    std::string utf8_name = NameToUtf8(archive_name);
+    if (utf8_name.size() > kLongestName) {
+      OnInaccessible(name, "its name is too long");
+      return {};
+    }
+    if (entry.Prepare() && !utf8_name.empty()) return utf8_name;
+    OnInaccessible(name, nullptr);
+  } catch (CConversionExcept& failure) {  // of the name, or of a link's target
+    context_.log().PrintInfo(failure);
+    OnInaccessible(name, "its name, or its target, has no form in UTF-8");
+  }
+  return {};
+}
+
+bool CEntryAdder::AddEntry(const std::string& name, const FileStatus& status,
+                           const std::string& stored_as) {
+  const std::string archive_name =
+      StoredName(SystemPathRules(), options_.Renamed(stored_as), options_.absolute_paths);
+  const auto entry = MakeEntry(name, status);
+  const std::string utf8_name = PrepareEntry(*entry, archive_name);
+  if (utf8_name.empty()) return false;
+  if (HasParentComponent(SystemPathRules(), archive_name)) {
+    KeepHint("names with \"..\" in them were stored; extraction refuses them unless -P is given");
+  }
+  context_.progress().SetCurrentName(name);
+  entry->SetArchiveName(archive_name);
+  if (options_.verbose) context_.log().PrintMessage("a " + archive_name);
+  entry->WriteTo(archive_.writer(), utf8_name, strategy_);
+  if (options_.statistics) context_.statistics().CountFile();
+  return true;
+}
+
+void CEntryAdder::OnInaccessible(const std::string& name, const char* why) {
+  context_.ReportInaccessibleFile(name, why);
+}
+
+void CEntryAdder::OnLinkWithoutTarget(const std::string& name) {
+  CExcept failure("MOLDEX: no link target for " + name, kErrorNoLinkTarget, false);
+  context_.log().PrintInfo(failure);
+}
+
+void CEntryAdder::OnCutOffDirectory() {
+  throw CExcept("MOLDEX: error in CCreate::ProcessDirectory");
+}
+
+}  // namespace moldex

@@ -1,0 +1,44 @@
+// Writes an entry for every object that a walk finds.
+//
+// An object that cannot be read or stored is reported and left out. Every other failure leaves as
+// the CExcept that CDirEntry::WriteTo throws.
+#ifndef MOLDEX_ARCHIVE_ENTRY_ADDER_H_
+#define MOLDEX_ARCHIVE_ENTRY_ADDER_H_
+
+#include <string>
+
+#include "archive/compress_strategy.h"
+#include "archive/container.h"
+#include "archive/tree_walk.h"
+#include "run/run_context.h"
+
+namespace moldex {
+
+class CEntryAdder : public ITreeVisitor {
+ public:
+  // All three outlive the object.
+  CEntryAdder(CRunContext& context, CContainer& archive, ICompressStrategy& strategy)
+      : context_(context), options_(context.options()), archive_(archive), strategy_(strategy) {}
+
+  bool OnObject(const std::string& name, const FileStatus& status, bool is_start) override;
+  void OnInaccessible(const std::string& name, const char* why) override;
+  void OnLinkWithoutTarget(const std::string& name) override;
+  [[noreturn]] void OnCutOffDirectory() override;
+
+ private:
+  // The entry's name in UTF-8; empty when the entry cannot be stored, which is reported.
+  std::string PrepareEntry(CDirEntry& entry, const std::string& archive_name);
+  // Writes the entry for an object, stored under `stored_as` unless that is renamed. False when it
+  // was left out.
+  bool AddEntry(const std::string& name, const FileStatus& status, const std::string& stored_as);
+  void AddShortcutTarget(const std::string& name, const FileStatus& status);
+
+  CRunContext& context_;
+  const CCmdLineOptions& options_;
+  CContainer& archive_;
+  ICompressStrategy& strategy_;
+};
+
+}  // namespace moldex
+
+#endif  // MOLDEX_ARCHIVE_ENTRY_ADDER_H_
