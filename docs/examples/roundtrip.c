@@ -1,5 +1,5 @@
-/* Compresses a text and restores it, through buffers much smaller than the text, with both
- * algorithms; then tries a stream that is cut off and one that is damaged.
+/* Compresses a text and restores it with both algorithms, through buffers much smaller than the
+ * text. Then tries a stream that is cut off and one that is damaged.
  *
  *     cc roundtrip.c $(pkg-config --cflags --libs cscompr) -o roundtrip
  */
@@ -9,15 +9,15 @@
 
 enum { kTextBytes = 20000, kPieceBytes = 64, kRoomBytes = 48 };
 
-/* Bytes in memory that are taken from the front and put at the back, a piece at a time: a stand-in
- * for files or sockets. */
+/* Bytes in memory, a stand-in for files or sockets: Take removes a piece at the front, Put adds one
+ * at the end. */
 struct Bytes {
   uint8_t data[2 * kTextBytes];
-  int32_t length; /* how many there are */
-  int32_t taken;  /* how many of them were taken */
+  int32_t length; /* of all bytes in data */
+  int32_t taken;  /* bytes that were taken */
 };
 
-/* Moves up to `room` bytes into `piece`. The count; 0 when there are no more. */
+/* Moves up to `room` bytes into `piece`. Returns their number, 0 at the end. */
 static int32_t Take(struct Bytes* from, uint8_t* piece, int32_t room) {
   const int32_t left = from->length - from->taken;
   const int32_t count = left < room ? left : room;
@@ -26,7 +26,7 @@ static int32_t Take(struct Bytes* from, uint8_t* piece, int32_t room) {
   return count;
 }
 
-/* Whether there was room. */
+/* Returns 0 if there is no space. */
 static int Put(struct Bytes* to, const uint8_t* piece, int32_t count) {
   if (count > (int32_t)sizeof to->data - to->length) return 0;
   memcpy(to->data + to->length, piece, (size_t)count);
@@ -34,11 +34,12 @@ static int Put(struct Bytes* to, const uint8_t* piece, int32_t count) {
   return 1;
 }
 
-/* What stops the loops besides the library, which returns neither: input that ends before its
- * stream, and no room for the output. */
+/* Two more reasons to stop: the input ends before its stream, and there is no space for the output.
+ * The library returns neither. */
 enum { kEndsEarly = -1, kNoRoom = -2 };
 
-/* `algorithm` is kCsLzc or kCsLzh, the latter with a level. kCsEndOfStream, or what went wrong. */
+/* `algorithm` is kCsLzc, or kCsLzh with a level. Returns kCsEndOfStream or the code of a failure.
+ */
 static int32_t Compress(struct Bytes* from, struct Bytes* to, int32_t algorithm) {
   uint8_t in[kPieceBytes], out[kRoomBytes];
   const uint8_t* next = in;
@@ -62,7 +63,7 @@ static int32_t Compress(struct Bytes* from, struct Bytes* to, int32_t algorithm)
   }
 }
 
-/* kCsEndOfStream, or what went wrong. */
+/* Returns kCsEndOfStream or the code of a failure. */
 static int32_t Restore(struct Bytes* from, struct Bytes* to) {
   uint8_t in[kPieceBytes], out[kRoomBytes];
   const uint8_t* next = in;
@@ -85,7 +86,7 @@ static int32_t Restore(struct Bytes* from, struct Bytes* to) {
   }
 }
 
-/* What a code of the loops means to who called them. */
+/* The meaning of a code in words. */
 static const char* Meaning(int32_t code) {
   if (code == kEndsEarly) return "the input ends early";
   if (code == kNoRoom) return "no room for the output";
@@ -123,7 +124,7 @@ static const char* Meaning(int32_t code) {
 
 static struct Bytes text, packed, restored;
 
-/* There and back. Whether all went well. */
+/* Compresses and restores. Returns 0 on failure. */
 static int RoundTrip(const char* name, int32_t algorithm) {
   int32_t code;
   text.taken = packed.length = packed.taken = restored.length = 0;

@@ -1,4 +1,4 @@
-// Which build of the program this is.
+// Release and build of the program.
 #ifndef MOLDEX_DRIVER_VERSION_H_
 #define MOLDEX_DRIVER_VERSION_H_
 
@@ -8,7 +8,7 @@ namespace moldex {
 
 const char* ReleaseString();
 
-// Release, date and time of the build, with an empty line in front and a line end behind.
+// Release, date and time of the build, after an empty line and with a line end.
 std::string VersionText();
 
 }  // namespace moldex
