@@ -17,7 +17,7 @@ struct TimePoint {
   std::int32_t nanoseconds = 0;  // 0 to 999,999,999
 };
 
-// The nearest file time not after; what lies before 1601 becomes 0.
+// The latest file time that is not after `time`; 0 for a time before 1601.
 constexpr std::uint64_t FileTimeOf(const TimePoint& time) {
   const std::int64_t seconds = time.seconds + kSecondsFrom1601To1970;
   if (seconds < 0) return 0;

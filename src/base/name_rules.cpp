@@ -18,7 +18,7 @@ bool IsPortNumber(std::string_view text) {
          (IsDigit(text[0]) || text[0] == '\xB9' || text[0] == '\xB2' || text[0] == '\xB3');
 }
 
-// A device is one whatever extension it has, and with blanks in front of that.
+// A device's name may have any extension, and blanks before the extension.
 bool IsDevice(std::string_view component) {
   std::string name = UpperAscii(component.substr(0, component.find('.')));
   name.resize(name.find_last_not_of(' ') + 1);

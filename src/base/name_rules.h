@@ -1,5 +1,5 @@
-// Which names a system takes as they are. What is refused here would not fail but become something
-// else: a device, a stream of another file, a name without its last dots and blanks.
+// The names that a system takes as they are. Any other name would not fail but mean something else:
+// a device, a stream of another file, or the name without its last dots and blanks.
 #ifndef MOLDEX_BASE_NAME_RULES_H_
 #define MOLDEX_BASE_NAME_RULES_H_
 
@@ -10,7 +10,7 @@
 namespace moldex {
 
 // Whether every component of a name, "." and ".." aside, can be the name of a file. On Windows a
-// drive may come first, but none of "\\?\" and "\\.\". POSIX takes every name.
+// drive may come first, but neither "\\?\" nor "\\.\". POSIX takes every name.
 bool IsAllowedName(const PathRules& rules, std::string_view name);
 
 // Whether a name is that of a shortcut: it ends in ".lnk", on Windows in letters of any case.

@@ -32,7 +32,7 @@ int ComponentCount(const PathRules& rules, std::string_view path) {
   return count;
 }
 
-// Length of what Windows' own spelling of a path begins with: "//?/UNC/", "//?/" or "//./".
+// Length of the prefix of Windows' own spelling of a path: "//?/UNC/", "//?/" or "//./".
 std::size_t DevicePrefixLength(const PathRules& rules, std::string_view slashed) {
   constexpr std::string_view kShare = "//?/UNC/";
   if (!HasDevicePrefix(rules, slashed)) return 0;
@@ -134,7 +134,7 @@ bool IsAbsolutePath(const PathRules& rules, std::string_view path) {
 bool HasParentComponent(const PathRules& rules, std::string_view name) {
   while (!name.empty()) {
     std::string_view component = TakeComponent(rules, &name);
-    // What follows a drive begins a path of its own.
+    // A path of its own begins after a drive.
     if (rules.is_windows) component.remove_prefix(component.rfind(':') + 1);
     if (component == "..") return true;
   }

@@ -12,10 +12,10 @@
 
 namespace moldex {
 
-// What one system makes of the bytes of a name.
+// How one system reads the bytes of a name.
 struct PathRules {
-  // "/" separates everywhere; "\" does on Windows only, where a ":" separates a drive and the name
-  // of a stream as well.
+  // "/" separates everywhere. On Windows "\" does, too, and ":" sets off a drive and the name of a
+  // stream.
   bool is_windows = false;
   // Whether a byte begins a character of two bytes, the second of which may look like "\", "|" or a
   // letter. Null for a code page without such characters.
@@ -33,11 +33,11 @@ struct PathRules {
 inline constexpr PathRules PathRules::kPosix{};
 inline constexpr PathRules PathRules::kWindows{true, nullptr, UpperAscii};
 
-// Whether a byte separates that is a character by itself, as the first one of a name is.
+// Whether a character of one byte is a separator. The first byte of a name may be asked for.
 bool IsSeparator(const PathRules& rules, char c);
 
-// Position of the first of several ASCII characters, or npos. Second bytes of a character are not
-// taken for one. `from` is where a character begins.
+// Position of the first of several ASCII characters, or npos. The second byte of a character counts
+// as none of them. A character begins at `from`.
 std::size_t FirstOf(const PathRules& rules, std::string_view text, std::string_view wanted,
                     std::size_t from = 0);
 
@@ -53,12 +53,12 @@ std::string_view LastComponent(const PathRules& rules, std::string_view path);
 // Every separator as "/".
 std::string WithSlashes(const PathRules& rules, std::string_view path);
 
-// A name that a target directory is put in front of: neither empty, nor "/", nor with ":" as its
-// second character. (So "/a" is relative in this sense, and lands below the target directory.)
+// Whether a target directory is put before the name: it is neither empty, nor "/", nor has it ":"
+// as its second character. ("/a" is relative in this sense, and lands below the target directory.)
 bool IsRelative(std::string_view name);
 
-// Whether a name begins as paths do that Windows hands on unread: "\\?\" or "\\.\", with separators
-// of either kind. Such a path can lead to any device.
+// Whether a name begins like a path that Windows passes on without parsing it: "\\?\" or "\\.\",
+// with separators of either kind. Such a path can lead to any device.
 bool HasDevicePrefix(const PathRules& rules, std::string_view name);
 
 // A path that does not depend on the current directory.
@@ -69,10 +69,10 @@ bool HasParentComponent(const PathRules& rules, std::string_view name);
 
 // Whether a symbolic link of this name and target may lead out of the directory that the name is
 // relative to: by an absolute target, by more ".." than there are directories to leave, or by a
-// ".." behind another component, which may be a link itself and lead elsewhere than its name says.
+// ".." after another component, which may be a link itself and lead anywhere.
 bool LinkLeaves(const PathRules& rules, std::string_view name, std::string_view target);
 
-// `directory`, "/" unless one stands there already, `name`; an empty part yields the other one.
+// `directory` and `name` with one "/" between them. If one is empty, the other one alone.
 std::string JoinPath(std::string_view directory, std::string_view name);
 
 // The name that an entry of this disk name gets in an archive: "/" as separator, no separator at
@@ -80,12 +80,12 @@ std::string JoinPath(std::string_view directory, std::string_view name);
 // "\\.\", "\\?\UNC\"; nor a drive. May be empty ("/" itself).
 std::string StoredName(const PathRules& rules, std::string_view disk_name, bool keep_absolute);
 
-// What is left of an entry's name below a target directory. On Windows a relative name loses
-// everything up to its first ":".
+// The part of an entry's name that follows a target directory: the whole name, but on Windows a
+// relative name loses everything up to its first ":".
 std::string_view NameBelowTarget(const PathRules& rules, std::string_view name);
 
-// Where an entry is written: NameBelowTarget below `target_directory` when that is not empty and
-// the name is relative, else the name as it is.
+// The path that an entry is written to: NameBelowTarget below `target_directory` when that is not
+// empty and the name is relative; otherwise the name as it is.
 std::string TargetName(const PathRules& rules, std::string_view target_directory,
                        std::string_view name);
 
@@ -99,8 +99,7 @@ std::string ComparableName(const PathRules& rules, std::string_view name);
 // The text with the letters "A" to "Z" in lower case, second bytes of a character left alone.
 std::string LowerAscii(const PathRules& rules, std::string_view text);
 
-// Whether a name can only be that of a directory: nothing stands after its last separator, or "."
-// or "..".
+// Whether a name can only be that of a directory: it ends in a separator, "." or "..".
 bool NamesADirectory(const PathRules& rules, std::string_view name);
 
 // Whether a name holds "*" or "?".

@@ -9,8 +9,8 @@
 namespace moldex {
 namespace {
 
-// "C" and "POSIX" name no character set but ASCII, while the names on disk are UTF-8 as
-// everywhere else on the system.
+// "C" and "POSIX" name ASCII as their character set, but the names on disk are UTF-8 as everywhere
+// else on the system.
 bool IsUtf8Codeset(const char* codeset) {
   return std::strcmp(codeset, "UTF-8") == 0 || std::strcmp(codeset, "ANSI_X3.4-1968") == 0 ||
          std::strcmp(codeset, "US-ASCII") == 0;

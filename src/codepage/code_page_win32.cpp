@@ -14,8 +14,8 @@ UINT LocalCodePage() {
   return code_page;
 }
 
-// The characters at the start of a text are taken one at a time, so that what comes before one
-// that has no counterpart is converted, and nothing behind it.
+// Characters are converted one at a time, so that those before the first one without a counterpart
+// are converted and none after it.
 constexpr int kLongestWide = 2;   // a surrogate pair
 constexpr int kLongestBytes = 8;  // GB 18030 needs 4, and so does UTF-8
 

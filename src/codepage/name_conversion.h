@@ -11,8 +11,9 @@
 namespace moldex {
 
 // Converts a zero-terminated local name. Writes at most `output_size` - 1 bytes, never half a
-// character, and always a terminating zero; `*written`, when asked for, excludes it. What cannot
-// be converted ends the output: whoever must know compares with the way back.
+// character, and always a terminating zero, which `*written`, unless null, does not count. The
+// output ends at the first character that cannot be converted: a caller that must know converts
+// back and compares.
 void ConvertLocalToUtf8(char* output, std::int32_t output_size, std::int32_t* written,
                         const char* input);
 

@@ -10,7 +10,7 @@ struct Arguments {
 };
 
 // The words of this process's command line in the local code page: those that `main` was given, or
-// the system's own, where it has them in another form. They live as long as the process. Throws
+// the system's own where it has them in another form. They live as long as the process. Throws
 // CExcept (kErrorConversion) when a word has no form in the code page.
 Arguments LocalArguments(int count, char** words);
 

@@ -35,8 +35,8 @@ std::vector<std::wstring> WideWords() {
 
 }  // namespace
 
-// What `main` was given has gone through a conversion that replaces a character without a form by
-// one that looks like it, which may be in the name of another file.
+// The words that `main` gets went through a conversion that replaces a character without a form by
+// one that looks like it. That may make the name of another file.
 Arguments LocalArguments(int /*count*/, char** /*words*/) {
   static std::vector<std::string> local;
   static std::vector<char*> pointers;

@@ -20,19 +20,20 @@ inline constexpr std::uint32_t kModeOwnerRead = 0x100;
 inline constexpr std::uint32_t kModeOwnerWrite = 0x80;
 inline constexpr std::uint32_t kModeOwnerExecute = 0x40;
 
-// A name that ends in .exe, .cmd, .bat or .com, in small letters, is executable. No kind but that
-// of a directory is set: a plain file has kind 0.
+// A name that ends in .exe, .cmd, .bat or .com, in small letters, is executable. The kind is set
+// for a directory alone: a plain file has kind 0.
 std::uint32_t ModeOfAttributes(std::uint32_t attributes, std::string_view name);
 
-// What an extracted file gets. Kind and permissions but the owner's write bit have no attribute.
+// The attributes of an extracted file. The kind, and all permissions but the owner's write bit,
+// have no attribute.
 std::uint32_t AttributesOfMode(std::uint32_t mode);
 
 // The attributes "hidden" and "system" that the mode of a directory asks for, or 0.
 std::uint32_t DirectoryAttributesOf(std::uint32_t mode);
 
-// The mode word that Windows' runtime library makes of a file's attributes and name: everybody may
-// read, may write unless the file is read-only, and may execute what the name says is a program, in
-// letters of any case, or a directory.
+// The mode word that Windows' runtime library makes of a file's attributes and name. Everybody may
+// read. Everybody may write unless the file is read-only. Everybody may execute a directory, and a
+// file whose name ends like that of a program, in letters of any case.
 std::uint32_t RuntimeModeOf(std::uint32_t attributes, std::string_view name);
 
 }  // namespace moldex

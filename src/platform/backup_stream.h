@@ -1,6 +1,6 @@
 // The layout of a Windows backup stream: what BackupRead delivers for a file and BackupWrite takes.
 //
-// A backup stream is a chain of streams, each behind a header of 20 bytes (WIN32_STREAM_ID):
+// A backup stream is a chain of streams, each after a header of 20 bytes (WIN32_STREAM_ID):
 // id (4 bytes), attributes (4), size of what follows (8), length of the name (4); then the name in
 // UTF-16, then `size` bytes. Little-endian.
 #ifndef MOLDEX_PLATFORM_BACKUP_STREAM_H_
@@ -63,7 +63,7 @@ struct ExtendedAttributeView {
 // that overlaps the next one is the last: so no byte is read twice.
 std::optional<ExtendedAttributeView> TakeExtendedAttribute(std::span<const std::uint8_t>* records);
 
-// What a parser finds in a backup stream. A false answer stops it.
+// Receives the parts that a parser finds in a backup stream. A false answer stops the parser.
 class IBackupSink {
  public:
   virtual ~IBackupSink() = default;

@@ -49,7 +49,7 @@ void CBufferedReader::Fill(std::size_t wanted) {
   read_ahead_ = std::min(read_ahead_ * 2, kLargeRead);
 }
 
-// What was read before a failure is handed out like any other bytes.
+// Bytes that were read before a failure are handed out like any others.
 void CBufferedReader::ReadInto(std::span<std::uint8_t> space) {
   while (!space.empty()) {
     const auto count = file_.ReadSome(space);

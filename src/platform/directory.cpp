@@ -6,7 +6,7 @@
 
 namespace moldex {
 
-// Takes more than is wanted now: giving names up one by one would move the rest each time.
+// Frees more than is needed now: giving names up one by one would move the rest each time.
 void CNameMemory::MakeSpaceFor(const CSortedDirectory& reader) {
   const std::size_t portion = bytes_ / 8;
   for (CSortedDirectory* directory : directories_) {
@@ -59,7 +59,7 @@ void CSortedDirectory::Keep(const char* name) {
     DropLargest();
 }
 
-// Leaves the largest names for the next batch: several at once, as that takes going over all.
+// Leaves the largest names for the next batch: several at once, as dropping goes over all names.
 void CSortedDirectory::DropLargest() {
   constexpr std::size_t kPart = 8;
   first_left_out_ = names_.DropLargest(std::max<std::size_t>(names_.Count() / kPart, 1));

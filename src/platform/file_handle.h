@@ -29,7 +29,7 @@ enum OpenFlags : unsigned {
   kOpenExtracted = 0x80   // with kOpenCreate: a file that comes out of an archive; see Open
 };
 
-// What became of a piece of a backup stream.
+// The fate of a piece of a backup stream.
 enum class BackupPiece {
   kRestored,
   kRefused  // it would do more than restore a file (backup_filter.h); nothing of it was written
@@ -42,7 +42,7 @@ class CFileHandle {
   CFileHandle& operator=(CFileHandle&& other) noexcept;
   CFileHandle(const CFileHandle&) = delete;
   CFileHandle& operator=(const CFileHandle&) = delete;
-  // Closes. What was written stays on disk.
+  // Closes. All that was written stays on disk.
   ~CFileHandle();
 
   // Opens a file, and closes what was open before, also when it fails. Directories are refused. A

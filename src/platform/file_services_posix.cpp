@@ -49,7 +49,7 @@ FileStatus ToFileStatus(const struct stat& record) {
   FileStatus status;
   status.kind = KindOf(record.st_mode);
   status.mode = static_cast<std::uint32_t>(record.st_mode);
-  // What a directory takes up is the file system's affair; the archiver counts it as 0.
+  // How much a directory takes up depends on the file system; the archiver counts it as 0.
   if (status.kind != FileKind::kDirectory) {
     status.size_bytes = static_cast<std::uint64_t>(record.st_size);
   }
@@ -83,7 +83,7 @@ Result<FileStatus> QueryLinkStatus(const std::string& path) {
   return ToFileStatus(record);
 }
 
-// The name is looked up in the open directory, which nobody can exchange any more.
+// The name is looked up in the open directory, which nobody can replace any more.
 Result<FileStatus> QueryLinkStatusIn(const FileIdentity& directory, const std::string& path) {
   const std::size_t slash = path.rfind('/');
   const std::string parent = slash == std::string::npos ? "." : path.substr(0, slash + 1);

@@ -42,7 +42,7 @@ std::optional<BY_HANDLE_FILE_INFORMATION> InformationOf(HANDLE handle) {
   return record;
 }
 
-// What cannot be opened to be asked is taken to be a different object each time.
+// An object that cannot be opened counts as a different one each time.
 FileIdentity IdentityAt(const std::string& path) {
   const auto record = InformationOf(OpenObject(path, 0, 0).get());
   return record ? IdentityOf(*record) : UnknownIdentity();
@@ -85,12 +85,12 @@ Result<FileStatus> FoundStatus(const std::string& path) {
   return StatusOfFound(*data, path);
 }
 
-// Whether a path ends as only that of a directory may, and leads to something else.
+// Whether a path that ends like a directory's leads to something else.
 bool IsNoDirectoryAfterAll(const std::string& path, const FileStatus& status) {
   return status.kind != FileKind::kDirectory && EndsWithSeparator(SystemPathRules(), path);
 }
 
-// Systems before Windows 10 1703 take no flag that they do not know.
+// Systems before Windows 10 1703 refuse a flag that they do not know.
 bool MakeSymbolicLink(const std::string& path, const std::string& target, DWORD flags) {
   constexpr DWORD kUnprivileged = SYMBOLIC_LINK_FLAG_ALLOW_UNPRIVILEGED_CREATE;
   if (CallCreateSymbolicLink(path, target, flags | kUnprivileged)) return true;
@@ -185,7 +185,7 @@ Result<Existence> TestExistence(const std::string& path) {
 Result<void> CreateDirectoryAt(const std::string& path) {
   if (CallCreateDirectory(path)) return {};
   if (GetLastError() != ERROR_ALREADY_EXISTS) return RememberSystemError();
-  // Opening it follows links, of which the attributes say no more than what they were made for.
+  // Opening it follows links. A link's own attributes only tell what it was made for.
   const auto record = InformationOf(OpenObject(path, 0, 0).get());
   if (record && (record->dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return {};
   return RememberErrno(ENOTDIR);

@@ -1,4 +1,4 @@
-// What the file system says of one object.
+// The status of one object of a file system.
 #ifndef MOLDEX_PLATFORM_FILE_STATUS_H_
 #define MOLDEX_PLATFORM_FILE_STATUS_H_
 
@@ -15,11 +15,11 @@ struct FileIdentity {
   std::uint64_t device = 0;
   std::uint64_t number = 0;
 
-  // What the system does not tell from others has this device, and a number of its own each time.
+  // The device of an object that the system cannot tell from others; its number differs each time.
   static constexpr std::uint64_t kUnknownDevice = UINT64_MAX;
 
   bool operator==(const FileIdentity&) const = default;
-  // Whether this is known not to be the other object.
+  // Whether this is certainly not the other object.
   bool Excludes(const FileIdentity& other) const {
     return device != kUnknownDevice && other.device != kUnknownDevice && *this != other;
   }

@@ -1,7 +1,7 @@
 // Requests from outside to end the run: Ctrl-C, and what else asks a program to end.
 //
-// Whatever runs long asks ThrowIfInterrupted between two pieces of its work, and the failure that
-// it throws ends the run as others do: an archive that is being written is left whole.
+// Long work calls ThrowIfInterrupted between two pieces. The failure that it throws ends the run
+// like any other: an archive that is being written is left whole.
 #ifndef MOLDEX_PLATFORM_INTERRUPT_H_
 #define MOLDEX_PLATFORM_INTERRUPT_H_
 
@@ -11,16 +11,16 @@ namespace moldex {
 
 namespace interrupt {
 
-// Throws CInterruptExcept, once in a run: whoever cleans up behind it is left alone.
+// Throws CInterruptExcept, once in a run: the cleaning up after it is not interrupted again.
 void Throw();
 
-// Leaves whoever cleans up behind another failure alone, too: nothing is thrown from now on.
+// Throws nothing from now on, so that cleaning up after another failure is not interrupted either.
 void Mute();
 
 }  // namespace interrupt
 
 // From now on such requests are noted instead of ending the process at once. Output that nobody
-// reads any more counts as one; a file that grows past the user's limit is an error like others.
+// reads any more counts as one. A file that grows past the user's limit is an ordinary error.
 void CatchInterrupts();
 
 inline void ThrowIfInterrupted() {

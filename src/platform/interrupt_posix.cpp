@@ -10,8 +10,8 @@ constexpr int kSignalStatus = 128;
 
 void Note(int signal) { interrupt::status = kSignalStatus + signal; }
 
-// Without SA_RESTART, so that a read that waits for somebody else comes back. What the parent has
-// ignored, as shells do for commands in the background and nohup does, stays so.
+// Without SA_RESTART, so that a read that waits for somebody else returns. A signal that the parent
+// ignores stays ignored: shells do that for commands in the background, and so does nohup.
 void Catch(int signal) {
   struct sigaction action {};
   if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) return;

@@ -19,7 +19,7 @@ void CNameArena::Sort() {
   });
 }
 
-// The memory of the last name is given back at once, that of others when they are half of all.
+// The memory goes back once the dropped names take half of it, and with the last name.
 void CNameArena::DropSmallest() {
   Mark(offsets_.back());
   offsets_.pop_back();
@@ -50,7 +50,7 @@ void CNameArena::Mark(std::uint32_t offset) {
   bytes_[offset] = '\0';
 }
 
-// Moves the names that are left together. Their order of arrival takes no sorting.
+// Moves the names that are left together, in the order in which they stand in the block.
 void CNameArena::Compact() {
   std::size_t end = 0;
   offsets_.clear();

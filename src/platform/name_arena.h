@@ -1,5 +1,5 @@
-// Names packed into one block of memory, for directories of which as many names as possible are to
-// fit into a budget: a name takes its bytes, a zero and an offset of four bytes.
+// Names packed into one block of memory, so that as many as possible fit into a budget: a name
+// takes its bytes, a zero, and an offset of four bytes.
 #ifndef MOLDEX_PLATFORM_NAME_ARENA_H_
 #define MOLDEX_PLATFORM_NAME_ARENA_H_
 
@@ -15,13 +15,13 @@ class CNameArena {
  public:
   bool IsEmpty() const { return offsets_.empty(); }
   std::size_t Count() const { return offsets_.size(); }
-  // What the names take, with those that were dropped and are still in the way.
+  // Bytes that the names take, with dropped ones whose memory was not given back yet.
   std::size_t HeldBytes() const { return bytes_.size() + offsets_.size() * sizeof(offsets_[0]); }
 
   // `name` is not empty.
   void Add(std::string_view name);
 
-  // From now on, until the next Add, the smallest name in byte order can be asked for and dropped.
+  // Puts the names in byte order. Until the next Add the smallest one can be asked for and dropped.
   void Sort();
   const char* Smallest() const { return At(offsets_.back()); }
   void DropSmallest();

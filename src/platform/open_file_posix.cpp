@@ -58,7 +58,7 @@ bool MakePrivate(int descriptor) {
   return false;
 }
 
-// What may be done with a file that has the name of an extracted one.
+// How an extracted file treats a file that has its name.
 enum class Former { kEmptied, kReplaced, kKept };
 
 // A read-only file is kept, whatever the user may do. A file of somebody else's is replaced, since

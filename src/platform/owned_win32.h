@@ -1,7 +1,8 @@
-// Shared by the Win32 sources of this module only: what the system hands out and wants back.
+// Shared by the Win32 sources of this module only: owners of handles, searches and memory of the
+// system.
 //
-// One owner for all of it, a unique_ptr; the kinds differ in the call that gives them back and in
-// the value that stands for none.
+// All are unique_ptr. The kinds differ in the call that gives them back and in the value that
+// stands for none.
 #ifndef MOLDEX_PLATFORM_OWNED_WIN32_H_
 #define MOLDEX_PLATFORM_OWNED_WIN32_H_
 
@@ -11,8 +12,8 @@
 
 namespace moldex {
 
-// A handle as unique_ptr stores it. What the system returns for none, INVALID_HANDLE_VALUE, becomes
-// null here.
+// A handle as unique_ptr stores it. INVALID_HANDLE_VALUE, which calls return for none, becomes
+// null.
 class NullableHandle {
  public:
   NullableHandle(std::nullptr_t = nullptr) {}

@@ -45,7 +45,7 @@ bool HasSearchPattern(std::wstring_view path) {
   return path.find_first_of(L"*?<>\"") != std::wstring_view::npos;
 }
 
-// What the root of a drive or of a share, which is in no directory, says of itself.
+// The data of the root of a drive or of a share, which is in no directory.
 std::optional<WIN32_FIND_DATAW> DataOfRoot(const std::wstring& path) {
   WIN32_FILE_ATTRIBUTE_DATA record{};
   if (GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &record) == FALSE) {

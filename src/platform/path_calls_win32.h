@@ -35,7 +35,8 @@ bool CallGetDiskFreeSpace(const std::string& path, ULARGE_INTEGER* free_bytes);
 
 // Begins to list a directory; an empty path is the current one.
 HANDLE CallFindFirstFileIn(const std::string& directory, WIN32_FIND_DATAW* data);
-// What the directory that an object is in says of it, links not followed. Without short name.
+// The data of an object in the directory that it is in. Links are not followed, and the short name
+// is empty.
 std::optional<WIN32_FIND_DATAW> FindObject(const std::string& path);
 bool IsSymbolicLink(const WIN32_FIND_DATAW& data);
 

@@ -1,4 +1,4 @@
-// What NTFS keeps of a symbolic link: the data of its reparse point.
+// The data that NTFS keeps of a symbolic link, in its reparse point.
 #ifndef MOLDEX_PLATFORM_REPARSE_DATA_H_
 #define MOLDEX_PLATFORM_REPARSE_DATA_H_
 

@@ -1,7 +1,7 @@
-// What a call at the seam returns when it can fail: a value, or the reason why there is none.
+// The result of a call at the seam that can fail: a value, or the reason why there is none.
 //
-// The reason is the system's error unless a header says otherwise. Whoever makes a failed result of
-// it has remembered it as well (report/system_error.h), so that a message made later can show it.
+// The reason is the system's error unless a header says otherwise. The call has also remembered it
+// (report/system_error.h), so that a message made later can show it.
 #ifndef MOLDEX_PLATFORM_RESULT_H_
 #define MOLDEX_PLATFORM_RESULT_H_
 

@@ -46,7 +46,7 @@ bool IsAccessControlList(Bytes bytes) {
   return true;
 }
 
-// What a field of the head points to; nothing behind the end, or inside the head.
+// The part that a field of the head points to; empty when that is after the end or within the head.
 Bytes PartAt(Bytes bytes, std::size_t field) {
   const std::size_t offset = GetU32(&bytes[field]);
   if (offset < kHeadBytes || offset > bytes.size() || offset % 4 != 0) return {};

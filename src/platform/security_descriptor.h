@@ -8,7 +8,7 @@
 namespace moldex {
 
 // Whether everything that the descriptor points to lies within the bytes and is whole. The system
-// takes that for granted when it is handed one: bytes out of an archive have to be asked first.
+// does not check that, so bytes out of an archive have to be checked before it gets them.
 //
 // Revision (1 byte, 1), reserved (1), control (2, little-endian like all that follows), offsets of
 // owner, group, system ACL and discretionary ACL (4 each, 0 for none). Owner and group are

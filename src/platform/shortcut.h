@@ -1,5 +1,5 @@
-// Shell shortcuts: files ".lnk" that stand for another file or directory. Only Windows has them; to
-// other systems they are files like any other.
+// Shell shortcuts: files ".lnk" that stand for another file or directory. Only Windows has them; on
+// other systems they are ordinary files.
 #ifndef MOLDEX_PLATFORM_SHORTCUT_H_
 #define MOLDEX_PLATFORM_SHORTCUT_H_
 
@@ -14,9 +14,10 @@ struct Shortcut {
   std::string target;  // full path with "/" as separator; set with kTarget
 };
 
-// What the shortcut `path` points to. kNoTarget when that does not exist, or when the file is no
-// shortcut but in its name. Asks nobody and searches for nothing. What has no form in the local
-// code page comes as "?" in the target, so that no object is found under it.
+// Finds the object that the shortcut `path` points to. kNoTarget when it does not exist, and when
+// the file is a shortcut by its name alone. Opens no window and searches for nothing. A character
+// without a form in the local code page becomes "?" in the target, so that no object is found
+// there.
 Shortcut ResolveShortcut(const std::string& path);
 
 }  // namespace moldex

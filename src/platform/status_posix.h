@@ -1,4 +1,4 @@
-// Shared by the POSIX sources of this module only: what the system's records mean to the archiver.
+// Shared by the POSIX sources of this module only: the archiver's view of the system's records.
 #ifndef MOLDEX_PLATFORM_STATUS_POSIX_H_
 #define MOLDEX_PLATFORM_STATUS_POSIX_H_
 
@@ -12,8 +12,8 @@ namespace moldex {
 
 FileStatus ToFileStatus(const struct stat& record);
 
-// What Windows attributes come to here: a read-only file is writable by nobody, and everybody may
-// do what the umask leaves them.
+// The permissions that stand for Windows attributes. Nobody may write to a read-only file; apart
+// from that everybody may do what the umask allows.
 mode_t PermissionsOf(std::uint32_t attributes, bool executable);
 
 }  // namespace moldex

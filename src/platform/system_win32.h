@@ -1,5 +1,5 @@
-// Shared by the Win32 sources of this module only: failures of the system, and what its records
-// mean to the archiver.
+// Shared by the Win32 sources of this module only: failures of the system, and the archiver's view
+// of its records.
 #ifndef MOLDEX_PLATFORM_SYSTEM_WIN32_H_
 #define MOLDEX_PLATFORM_SYSTEM_WIN32_H_
 

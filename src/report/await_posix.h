@@ -5,7 +5,7 @@
 namespace moldex {
 
 // Waits until a transfer through the descriptor would not block, or would fail. `events` is POLLIN
-// or POLLOUT; POLLOUT promises room for PIPE_BUF bytes. False when the run is asked to end before
+// or POLLOUT; POLLOUT promises space for PIPE_BUF bytes. False when the run is asked to end before
 // that, also when it was already.
 bool AwaitReady(int descriptor, short events);
 

@@ -7,9 +7,9 @@
 
 namespace moldex {
 
-// Makes sure that no file that the program opens is taken for standard input, output or error. What
-// of these was closed at the start is put on a device then: input at its end, and output that fails
-// when something is written to it. To be called before anything is opened.
+// Makes sure that no file that the program opens is taken for standard input, output or error. Any
+// of these that was closed at the start is opened on a device: input at its end, and output that
+// fails when something is written to it. To be called before anything else is opened.
 void FillStandardDescriptors();
 
 // While it lives, a console takes text in the code page that the program's names are in. Its own is
@@ -26,29 +26,29 @@ class CConsoleCodePage {
   unsigned former_ = 0;  // 0 when there is nothing to put back
 };
 
-// Whether standard output is a terminal that somebody looks at.
+// Whether standard output is a terminal.
 bool OutputIsTerminal();
 
-// Whether terminals here obey the control characters above 0x7F, too, which are letters in the
-// code pages of others.
+// Whether terminals here also obey the control characters above 0x7F, which are letters in the code
+// pages of other systems.
 bool TerminalHasHighControls();
 
-// Whether standard error is a terminal that somebody looks at.
+// Whether standard error is a terminal.
 bool ErrorIsTerminal();
 
 // Whether that terminal obeys escape sequences (ECMA-48).
 bool ErrorObeysEscapes();
 
-// Whether standard output may arrive on the screen that standard error is on: it is a terminal, or
+// Whether standard output may arrive on the screen that standard error is on: it is a terminal or
 // goes to another program.
 bool OutputMayReachScreen();
 
-// Columns of the terminal that standard error is. 0 while nothing should be written to it: it
-// belongs to another program, in front of this one, or takes nothing, as after Ctrl-S. 80 where the
+// Columns of the terminal that standard error is. 0 while nothing should be written to it: another
+// program is in the foreground, or the terminal takes nothing, as after Ctrl-S. 80 where the
 // terminal does not say.
 std::size_t ErrorColumns();
 
-// Writes to the terminal that standard error is, at once. A failure has nobody to be told to.
+// Writes to the terminal that standard error is, at once. Nobody learns of a failure.
 void WriteToErrorTerminal(std::string_view text);
 
 // The first character of a text in the code page of names.

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t kUsualColumns = 80;
 
-// What takes the place of a standard descriptor, the first that can be opened.
+// A file that takes the place of a standard descriptor.
 struct StandIn {
   const char* path;
   int flags;
@@ -66,8 +66,8 @@ std::size_t ErrorColumns() {
   const pid_t in_front =
       tcgetpgrp(STDERR_FILENO);  // fails on a terminal that is not ours to control
   if (in_front > 0 && in_front != getpgrp()) return 0;
-  pollfd room{STDERR_FILENO, POLLOUT, 0};
-  if (poll(&room, 1, 0) == 0) return 0;
+  pollfd space{STDERR_FILENO, POLLOUT, 0};
+  if (poll(&space, 1, 0) == 0) return 0;
   winsize size{};
   const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
   return known ? size.ws_col : kUsualColumns;

@@ -31,9 +31,9 @@ void FillStandardDescriptors() {}
 // More than a line: a console shows no character of which it gets one half after the other.
 constexpr std::size_t kBufferBytes = 65536;
 
-// What goes to a console in text mode, the runtime library takes for text in the code page of the
-// user's locale, which is another than the process's, and converts it. A console needs that mode
-// for nothing: it begins a line at every line feed.
+// In text mode the runtime library converts output to a console. It takes it for text in the code
+// page of the user's locale, which is not the process's. A console does not need that mode: it
+// begins a line at every line feed.
 CConsoleCodePage::CConsoleCodePage() {
   if (!OutputIsTerminal()) return;
   (void)_setmode(_fileno(stdout), _O_BINARY);

@@ -4,7 +4,7 @@
 // Three failures have no number and leave the exit status alone: CInvalExcept, CDecompExcept,
 // CCompExcept.
 //
-// Who survives a failure catches it and prints it; the entry point prints the rest.
+// Code that survives a failure catches and prints it; the entry point prints the rest.
 #ifndef MOLDEX_REPORT_EXCEPT_H_
 #define MOLDEX_REPORT_EXCEPT_H_
 
@@ -23,7 +23,7 @@ class CExcept : public CUserInfo {
   CExcept(const std::string& message, int code, bool with_system_text);
 
   void SetText(const std::string& text) override { message_ = text; }
-  // What else there is to say of the failure.
+  // Adds another line to the message.
   void AddLine(const std::string& line);
   // The message line, flushed. Notes that this failure was the last.
   void Print() override;
@@ -33,17 +33,17 @@ class CExcept : public CUserInfo {
   int code() const { return code_; }
 
  protected:
-  // What a failure's message ends with.
+  // How a failure's message ends.
   enum class Ending { kNothing, kCode, kCodeAndSystemText };
 
   CExcept(const std::string& message, int code, Ending ending);
-  // A failure without number: neither shown nor made the exit status.
+  // A failure without a number: the message shows none, and the exit status stays as it is.
   struct Unnumbered {
     FailureKind kind = kFailureNone;
   };
   CExcept(const std::string& message, Unnumbered unnumbered);
 
-  // What is noted of the failure instead of its number.
+  // Sets the kind that is noted instead of the number.
   void SetKind(FailureKind kind) { note_.what = kind; }
 
  private:
@@ -117,8 +117,8 @@ class CAccessExcept : public CExcept {
   explicit CAccessExcept(const std::string& name);
 };
 
-// Nothing throws it: where the system cannot tell the free space, the space report fails with
-// number 38, and space that is missing is a line of the report itself.
+// Nothing throws it: the space report fails with number 38 where the system cannot tell the free
+// space, and missing space is a line of the report itself.
 class CDiskSpaceExcept : public CExcept {
  public:
   explicit CDiskSpaceExcept(const std::string& path);
@@ -155,8 +155,8 @@ class CSetFilePointerExcept : public CExcept {
   CSetFilePointerExcept();
 };
 
-// Somebody asked for the run to end: Ctrl-C, or a signal. The status is that of shells, 128 plus
-// the signal's number.
+// Somebody asked the run to end: Ctrl-C or a signal. The status is 128 plus the signal's number, as
+// shells have it.
 class CInterruptExcept : public CExcept {
  public:
   explicit CInterruptExcept(int status);
@@ -170,7 +170,7 @@ class CInvalExcept : public CExcept {
 };
 
 // Compressed data that cannot be restored, or data that cannot be compressed. A run that one of
-// them ends has status 100, unless an earlier failure set another one: the entry point sees to
+// them ends has status 100 unless an earlier failure set another one; the entry point takes care of
 // that.
 class CDecompExcept : public CExcept {
  public:

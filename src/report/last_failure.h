@@ -1,10 +1,10 @@
-// The failure that was printed last, for whoever has more to say about it at the end of the run.
+// The failure that was printed last, for a hint about it at the end of the run.
 #ifndef MOLDEX_REPORT_LAST_FAILURE_H_
 #define MOLDEX_REPORT_LAST_FAILURE_H_
 
 namespace moldex {
 
-// What has no number of its own among the error codes.
+// Failures that have no number of their own among the error codes.
 enum FailureKind : int {
   kFailureNone = 0,
   kFailureInvalidArchive = -1,

@@ -1,7 +1,7 @@
-// The program's text. Everything the program says passes through here, so that lines of the log
-// manager and of printable objects keep their order. It goes to standard output unless somebody
-// says otherwise. What is no part of it goes to standard error: the status line, hints, and that
-// the text itself could not be written.
+// The program's text. Everything that the program says passes through here, so that lines of the
+// log manager and of printable objects keep their order. It goes to standard output unless a call
+// below says otherwise. The status line, hints, and the message that the text itself could not be
+// written are no part of it and go to standard error.
 #ifndef MOLDEX_REPORT_OUTPUT_H_
 #define MOLDEX_REPORT_OUTPUT_H_
 
@@ -15,12 +15,12 @@ namespace moldex {
 // From now on text goes to standard error.
 void SendTextToError();
 
-// From now on text goes nowhere: an archive has every place that it could go to.
+// From now on text goes nowhere, because an archive takes every place that it could go to.
 void DropText();
 
-// From now on text goes to a file of this name, made or emptied. Standard output becomes that file,
-// too, unless it has to stay what it is. False when the file cannot be opened. The name is kept as
-// the pointer that it is.
+// From now on text goes to a file of this name, which is made or emptied. Standard output becomes
+// that file, too, unless it has to stay as it is. False when the file cannot be opened. The pointer
+// `name` is kept.
 bool SendTextToFile(const char* name, bool keep_standard_output);
 
 // Whether text may arrive on the screen that standard error is on.
@@ -29,18 +29,19 @@ bool TextMayReachScreen();
 // Appends to the text. A failure is not reported here: see OutcomeOfText.
 void WriteOutput(std::string_view text);
 
-// A line of the program's as it is to be written: for a terminal with control characters as octal
-// escapes (\033), so that no name moves the cursor or looks like lines of ours; else as it is.
+// A line of the program as it is to be written. For a terminal its control characters become octal
+// escapes (\033), so that no name moves the cursor or imitates lines of the program; for anything
+// else it stays as it is.
 std::string EscapedForTerminal(const std::string& line);
 
-// Appends one line's part that way.
+// Appends a part of a line in that form.
 void WriteEscapedForTerminal(std::string_view text);
 
-// Ends a line of a listing: handed to a terminal at once, to anything else when the buffer is full.
+// Ends a line of a listing. A terminal gets it at once, anything else when the buffer is full.
 void EndLine();
 
-// Hands what was written to the system. Waits for whoever reads it, until the run is asked to end:
-// text that would have to wait then is given up, with all that follows.
+// Hands the buffered text to the system. Waits for its reader until the run is asked to end. Text
+// that would have to wait then is given up, with all that follows.
 void FlushOutput();
 
 enum class TextPlace { kStandardOutput, kStandardError, kFile, kNowhere };
@@ -48,10 +49,10 @@ enum class TextPlace { kStandardOutput, kStandardError, kFile, kNowhere };
 enum class TextState {
   kWritten,
   kFailed,  // the system refused some of it
-  kGivenUp  // nobody took some of it when the run was to end
+  kGivenUp  // nobody took some of it after the run was asked to end
 };
 
-// What became of everything that was written and flushed so far.
+// The fate of all text that was written and flushed so far.
 struct TextOutcome {
   TextState state = TextState::kWritten;
   TextPlace place = TextPlace::kStandardOutput;

@@ -21,7 +21,7 @@ namespace {
 constexpr int kNewFileMode = 0666;  // less the umask
 
 struct Output {
-  std::array<char, PIPE_BUF> buffer{};  // so much a pipe that has room takes without waiting
+  std::array<char, PIPE_BUF> buffer{};  // as much as a ready pipe takes without waiting
   std::size_t used = 0;
   int descriptor = STDOUT_FILENO;
   TextOutcome outcome;
@@ -37,7 +37,7 @@ void NoteFailure() {
   output.outcome.error = LastSystemError();
 }
 
-// Hands on what is buffered. What the system does not take is lost.
+// Writes the buffered text. Text that the system does not take is lost.
 void Drain() {
   std::string_view rest(output.buffer.data(), output.used);
   output.used = 0;

@@ -1,7 +1,7 @@
-// Text as a terminal takes it: in whole characters, without any that the terminal would obey.
+// Text for a terminal: in whole characters, without any that the terminal would obey.
 //
-// Knows UTF-8 and, where the system says that names are in such, code pages of single and of double
-// bytes. Used by whoever writes to the screen.
+// Knows UTF-8 and code pages of single and double bytes, whichever the system says that names are
+// in.
 #ifndef MOLDEX_REPORT_SCREEN_TEXT_H_
 #define MOLDEX_REPORT_SCREEN_TEXT_H_
 
@@ -11,8 +11,8 @@
 
 namespace moldex {
 
-// Whether a terminal would obey some of the text instead of showing it: control characters, and
-// those that change the direction of writing.
+// Whether the text holds characters that a terminal would obey instead of showing them: control
+// characters, and those that change the direction of writing.
 bool HasControls(std::string_view text);
 
 // The text with those characters as octal escapes (\033).
@@ -20,7 +20,7 @@ std::string Escaped(std::string_view text);
 
 struct ScreenText {
   std::string_view text;
-  std::size_t columns = 0;  // that it takes, or a few more; never fewer
+  std::size_t columns = 0;  // as many as it takes, or a few more
 };
 
 // As much of the text's beginning as fits into so many columns of a screen.

@@ -1,7 +1,7 @@
-// What the operating system said of its last failed call.
+// The operating system's error for its last failed call.
 //
-// The platform layer remembers the error right after a call of its own failed; messages that are
-// made later show that one, whatever the runtime library did in between. At start there is none.
+// Platform code remembers the error right after a call failed. Messages that are made later show
+// it, whatever the runtime library did in between. At the start there is none.
 #ifndef MOLDEX_REPORT_SYSTEM_ERROR_H_
 #define MOLDEX_REPORT_SYSTEM_ERROR_H_
 
@@ -24,10 +24,10 @@ const SystemError& RememberErrno(int errno_value);
 
 const SystemError& LastSystemError();
 
-// Goes back to an error from before: for a call whose failure was made good.
+// Goes back to an earlier error, after the failure of a call was made up for.
 void RestoreSystemError(const SystemError& error);
 
-// Keeps the error as it is: for calls whose failure is an answer.
+// While it lives, calls may fail without a trace: for calls whose failure is an answer.
 class CSystemErrorGuard {
  public:
   CSystemErrorGuard() : error_(LastSystemError()) {}

@@ -15,8 +15,8 @@ struct ErrorPair {
   int errno_value;
 };
 
-// What the system's errors come to in the runtime library's numbers. The first code of a number is
-// also what that number comes to as a system error.
+// The runtime library's numbers for the system's errors. The first code of a number is also the
+// system error that the number stands for.
 constexpr ErrorPair kErrors[] = {
     {ERROR_FILE_NOT_FOUND, ENOENT},
     {ERROR_PATH_NOT_FOUND, ENOENT},
@@ -92,8 +92,8 @@ const SystemError& LastSystemError() { return last_error; }
 
 void RestoreSystemError(const SystemError& error) { last_error = error; }
 
-// Standard output turns a line feed into the system's line break, and so would turn the second half
-// of one: the sentence is given one as every text in the program has it.
+// Standard output turns a line feed into the system's line break. It would do so with the second
+// half of one, too, so the sentence gets line breaks as every text in the program has them.
 std::string SystemErrorText(const SystemError& error) {
   if (error.code == 0) return {};
   char* memory = nullptr;
