@@ -121,7 +121,7 @@ std::vector<std::string> CCreate::DeleteArchive() {
 void CCreate::HintAtRest() const {
   const std::string& name = context_.archive_name();
   if (!archive_->IsRegularFile()) {
-    KeepHint("what " + name + " got of the archive is not complete");
+    KeepHint("the archive that " + name + " got is not complete");
   } else if (appending_ || archive_->writer().HoldsEntries()) {
     KeepHint(name + " was left with its complete entries, the first " +
              std::to_string(archive_->writer().whole_bytes()) + " bytes");
