@@ -1,6 +1,6 @@
 // Measures the codecs and their peers on files:
 //   codec_bench [OPTIONS OF GOOGLE BENCHMARK] FILE...
-// Every benchmark is called WORK/WHO/FILE and states bytes of the uncompressed file per second.
+// Every benchmark is named WORK/WHO/FILE and reports bytes of the uncompressed file per second.
 #include <benchmark/benchmark.h>
 
 #include <cstring>
@@ -21,14 +21,14 @@ namespace {
 constexpr std::array kLevels = {1, 2, 6, 9};
 constexpr std::size_t kLargestSample = 128'000'000;
 
-// A file to measure on, with the streams that are made of it; lives as long as its benchmarks.
+// A file to measure on and the streams made of it. Lives as long as its benchmarks.
 struct Sample {
   std::string path;
   std::string name;
   std::vector<std::uint8_t> bytes;
   std::vector<std::uint8_t> lzh;
   std::vector<std::uint8_t> lzc;
-  std::vector<std::uint8_t> whole_output;  // of codecs that take no pieces
+  std::vector<std::uint8_t> whole_output;  // for codecs that only take whole buffers
 
   [[nodiscard]] Bytes raw_deflate() const { return Bytes(lzh).subspan(kCsHeaderBytes); }
 };
@@ -57,7 +57,7 @@ std::shared_ptr<Sample> MakeSample(const std::string& path) {
   return sample;
 }
 
-// A benchmark of `work`, which handles the sample's bytes once.
+// Adds a benchmark of `work`, which processes the bytes of the sample once.
 void Add(const std::shared_ptr<Sample>& sample, const std::string& work_and_who,
          const std::function<void(Sample&)>& work) {
   const auto name = work_and_who + '/' + sample->name;
@@ -68,7 +68,7 @@ void Add(const std::shared_ptr<Sample>& sample, const std::string& work_and_who,
   });
 }
 
-// As Add, for a decompressor into a sink; it is held against the sample's bytes first.
+// As Add, for a decompressor into a sink. Compares its output with the bytes of the sample first.
 void AddDecompressor(const std::shared_ptr<Sample>& sample, const std::string& work_and_who,
                      const std::function<void(Sample&, Sink&)>& work) {
   std::vector<std::uint8_t> restored;
@@ -139,8 +139,8 @@ void AddChecksums(const std::shared_ptr<Sample>& sample) {
       [](Sample& measured) { benchmark::DoNotOptimize(LibdeflateChecksum(measured.bytes)); });
 }
 
-// Copies what no cache holds: a place in memory comes again only when far more than the caches hold
-// has been copied.
+// Copies memory that is in no cache: an address is used again only after far more bytes than the
+// caches hold were copied.
 void CopyFarApart(std::size_t length) {
   static std::vector<std::uint8_t> source(kLargestSample, 1);
   static std::vector<std::uint8_t> target(kLargestSample, 2);

@@ -8,7 +8,8 @@ import subprocess
 import sys
 import time
 
-# Per work: who does it, how, and what is removed before it. {moldex} and {lzc_pipe} are programs.
+# Each work: its name, the command, and the files removed before it. {moldex} and {lzc_pipe} are
+# programs.
 ROUND = [
     ("create/moldex", "{moldex} -cf a.qel tree", ["a.qel"]),
     ("create/zip", "zip -2qr z.zip tree", ["z.zip"]),
@@ -31,8 +32,8 @@ ROUND = [
     ("lzc-decompress/compress", "compress -dc same.Z", []),
 ]
 
-# Commands of the archiver whose peak memory counts, in this order: on the tree and, as far as they
-# make sense, on many entries.
+# The commands whose peak memory is measured, in this order: on the tree and, where that makes sense, on
+# many entries.
 PEAKS = [
     ("create", "{moldex} -cf p.qel tree"),
     ("append", "{moldex} -af p.qel samples"),
@@ -68,7 +69,7 @@ class Runner:
             os.remove(path)
 
     def run(self, line, wrapper=()):
-        """Seconds on the clock and of the processor; None when the command fails."""
+        """Wall time and processor time in seconds; None when the command fails."""
         words = [*wrapper, *shlex.split(line.format(**self.programs))]
         try:
             with open(self.path("stderr"), "wb") as errors:
@@ -90,8 +91,8 @@ class Runner:
 
 
 def measure_peaks(runner):
-    """Kilobytes by command. Another program starts the archiver: what a process needed before it
-    became the archiver counts as its peak, and this script is large."""
+    """Kilobytes by command. A small program starts the archiver, because the memory of the process
+    that it is started from counts towards its peak, and this script is large."""
     peaks = {}
     runner.run("{moldex} -cf a.qel samples")
     for name, line in PEAKS:
@@ -106,7 +107,7 @@ def measure_peaks(runner):
 
 
 def prepare_peers(runner):
-    """What the peers of a round find there: the archive to list and a stream of the same codes."""
+    """Makes the files that the peers work on: the archive to list and a stream of the same codes."""
     runner.run("zip -0qr e.zip entries")
     if runner.run("{lzc_pipe} compress samples.joined s.lzc"):
         with open(runner.path("s.lzc"), "rb") as own, open(runner.path("same.Z"), "wb") as same:
@@ -114,7 +115,7 @@ def prepare_peers(runner):
 
 
 def measure_rounds(runner, rounds):
-    """Per command the medians of wall and processor time, in seconds."""
+    """The medians of wall time and processor time in seconds, by command."""
     times = {}
     for number in range(rounds):
         print(f"round {number + 1} of {rounds}", file=sys.stderr)
@@ -131,8 +132,8 @@ def measure_rounds(runner, rounds):
 
 
 def measure_codecs(program, samples, rounds, least_seconds):
-    """Per WORK/WHO the bytes per second of processor time, by sample: medians of rounds whose
-    benchmarks come in random order."""
+    """Bytes per second of processor time by WORK/WHO and sample: the medians of rounds whose
+    benchmarks run in random order."""
     done = subprocess.run(
         [program, f"--benchmark_repetitions={rounds}", "--benchmark_enable_random_interleaving=true",
          f"--benchmark_min_time={least_seconds}", "--benchmark_format=json", *samples],

@@ -1,4 +1,4 @@
-// LZC from one file to another, so that it can be measured beside the command `compress`, which is
+// Compresses or decompresses a file by LZC, to be measured beside the command `compress`, which has
 // no library: lzc_pipe compress|decompress INPUT OUTPUT
 #include <cstdio>
 #include <filesystem>
@@ -11,7 +11,7 @@
 namespace moldex::bench {
 namespace {
 
-// `call` is CsCompr or CsDecompr without what differs between them.
+// `call` is CsCompr or CsDecompr, with the arguments that both have.
 template <typename Call>
 void Pipe(const UnbufferedFile& input, const UnbufferedFile& output, Call call) {
   std::array<std::uint8_t, kPieceBytes> input_room;

@@ -1,4 +1,4 @@
-"""What a run was made on and with."""
+"""Describes the machine and the programs that a run was made with."""
 import os
 import platform
 import subprocess
@@ -8,7 +8,7 @@ PEERS = ["zlib1g", "libdeflate0", "libisal2", "ncompress", "zip", "unzip", "liba
 
 
 def output(*words):
-    """What a command prints; a machine without it is described without that."""
+    """The output of a command, or "unknown" when the machine does not have it."""
     try:
         done = subprocess.run(words, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
                               check=False)

@@ -5,7 +5,7 @@
 namespace moldex::bench {
 namespace {
 
-// `call` is CsCompr or CsDecompr without what differs between them.
+// `call` is CsCompr or CsDecompr, with the arguments that both have.
 template <typename Call>
 void RunStream(Bytes input, std::int32_t option, Sink& sink, Call call) {
   option |= kCsFirstCall;

@@ -19,7 +19,7 @@ struct Tuning {
   int max_lazy;
   int max_chain;
 };
-// What the encoder's levels mean.
+// The parameters of the encoder's levels.
 constexpr std::array<Tuning, 4> kTunings = {{{1, 4, 4, 16},  //
                                              {2, 6, 8, 16},
                                              {6, 8, 128, 256},
@@ -29,7 +29,8 @@ void Require(bool holds, const char* failure) {
   if (!holds) throw std::runtime_error(failure);
 }
 
-// One call of a zlib-like codec, whose stream counts down what is left of both buffers.
+// One call of a codec with an interface like that of zlib, whose stream counts down the rest of
+// both buffers.
 template <typename Stream, typename Work>
 Step CountedCall(Stream& stream, Bytes piece, Room room, Work work) {
   stream.next_in = const_cast<std::uint8_t*>(piece.data());

@@ -1,5 +1,5 @@
-// How every codec that works in pieces is measured: this library and its peers go through the same
-// loop, with input and output in pieces of 64 KiB, as the archiver calls its codec.
+// The loop in which every codec that works in pieces is measured, this library and its peers alike:
+// input and output come in pieces of 64 KiB, as the archiver calls its codec.
 #ifndef MOLDEX_BENCH_PIECES_H_
 #define MOLDEX_BENCH_PIECES_H_
 
@@ -18,13 +18,14 @@ inline constexpr std::size_t kPieceBytes = 65536;
 using Bytes = std::span<const std::uint8_t>;
 using Room = std::span<std::uint8_t>;
 
-// Takes what comes out: counted, and dropped unless somebody wants to keep it.
+// Receives the output of a codec. Counts it, and drops it unless it is to be kept.
 class Sink {
  public:
   explicit Sink(std::vector<std::uint8_t>* kept = nullptr) : kept_(kept) {}
 
   Room room() { return room_; }
-  void Take(std::size_t length) {
+  // Adds the first `length` bytes of room().
+  void Add(std::size_t length) {
     total_bytes_ += length;
     if (kept_ != nullptr) kept_->insert(kept_->end(), room_.data(), room_.data() + length);
   }
@@ -36,15 +37,15 @@ class Sink {
   std::size_t total_bytes_ = 0;
 };
 
-// What one call of a codec did.
+// The effect of one call of a codec.
 struct Step {
   std::size_t read_bytes = 0;
   std::size_t written_bytes = 0;
   bool ended = false;
 };
 
-// Takes `input` through `call`, a Step(Bytes piece, Room room, bool last_piece), until the stream
-// ends. Throws when it never does.
+// Passes `input` to `call`, a Step(Bytes piece, Room room, bool last_piece), until the stream ends.
+// Throws when it never does.
 template <typename Call>
 void RunInPieces(Bytes input, Sink& sink, Call call) {
   Bytes piece;
@@ -56,14 +57,14 @@ void RunInPieces(Bytes input, Sink& sink, Call call) {
     }
     step = call(piece, sink.room(), input.empty());
     if (!step.ended && step.read_bytes + step.written_bytes == 0 && input.empty()) {
-      throw std::runtime_error("a codec makes no headway");
+      throw std::runtime_error("a codec makes no progress");
     }
     piece = piece.subspan(step.read_bytes);
-    sink.Take(step.written_bytes);
+    sink.Add(step.written_bytes);
   }
 }
 
-// Calls `visit` for one piece after the other.
+// Calls `visit` for each piece.
 template <typename Visit>
 void ForEachPiece(Bytes input, Visit visit) {
   while (!input.empty()) {

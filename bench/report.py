@@ -88,7 +88,7 @@ LIMITED = [("archive checksum", "checksum/archive", "memcpy"),
 
 
 def limit_table(figures):
-    """Speeds in bytes of the uncompressed data, and what share of a bare copy's speed that is."""
+    """Speeds in bytes of the uncompressed data, and their share of the speed of a bare copy."""
     values = rows.flat(figures)
     limits = {name.split("/")[1]: values.get(name) for name in rows.LIMITS}
     what = {"memcpy": "memcpy, out of cache", "read": "reading files on tmpfs",

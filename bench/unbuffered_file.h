@@ -1,4 +1,4 @@
-// A file that costs the system calls and nothing else: what goes through it is in no buffer.
+// A file without a buffer, which costs the system calls and nothing else.
 #ifndef MOLDEX_BENCH_UNBUFFERED_FILE_H_
 #define MOLDEX_BENCH_UNBUFFERED_FILE_H_
 

@@ -1,7 +1,7 @@
-"""What is measured on: a tree of files, samples of it for the codecs, and 100,000 small files.
+"""Makes the data to measure on: a tree of files, samples of it for the codecs, and 100,000 small files.
 
-Everything lies below one folder on tmpfs, so that no disk is timed; what there is no room for is
-left out, and said."""
+All of it is in one folder on tmpfs, so that no disk is timed. Files that do not fit are left out, which
+is reported."""
 import os
 import random
 import shutil
@@ -24,21 +24,21 @@ OWN_FILES = [
 ]
 LARGEST_OWN_FILE = 8 * MB
 
-# What lies on tmpfs at once: the tree, three archives of it and what was extracted; and two archives
-# of the many entries. Each may have half of the room.
+# At most this is on tmpfs at once: the tree, three archives of it and the extracted files; and two
+# archives of the many entries. Each group may use half of the space.
 TREE_COPIES = 4.5
 ENTRY_COPIES = 2.2
 
 
 def free_bytes(folder):
-    """Room on tmpfs that memory stands behind."""
+    """Free space on tmpfs that the machine has memory for."""
     with open("/proc/meminfo", encoding="ascii") as info:
         available = next(int(line.split()[1]) for line in info if line.startswith("MemAvailable"))
     return min(shutil.disk_usage(folder).free, available * 1024 * 3 // 4)
 
 
 def regular_files(path):
-    """Files in an order that is the same on every call, with their lengths; links are left out."""
+    """Files and their lengths, in the same order on every call, without links."""
     found = [path] if os.path.isfile(path) else []
     for folder, folders, names in os.walk(path):
         folders.sort()
@@ -48,7 +48,8 @@ def regular_files(path):
 
 
 def copy_some(source, files, target, budget):
-    """Copies until the budget is used up; returns bytes and files copied, and how many were not."""
+    """Copies until the budget is used up. Returns the bytes copied, and how many files were copied and
+    how many were not."""
     copied = count = 0
     for path, length in files:
         if copied + length > budget:
@@ -102,7 +103,7 @@ def make_tree(tree, paths, quick):
 
 
 def make_samples(tree, folder, most_bytes, most_samples=8):
-    """One file for each of the largest members of the tree, joined of files from all over it."""
+    """Makes one file for each of the largest members of the tree by joining files from all over it."""
     members = [os.path.join(tree, name) for name in sorted(os.listdir(tree))]
     if len(members) == 1 and os.path.isdir(members[0]):
         members = [os.path.join(members[0], name) for name in sorted(os.listdir(members[0]))]
@@ -129,7 +130,7 @@ def make_samples(tree, folder, most_bytes, most_samples=8):
 
 
 def make_entries(folder, quick):
-    """Many names for few files of bytes that do not compress: the archives hold all of them."""
+    """Makes many names for a few files that do not compress. The archives hold all of them."""
     os.makedirs(folder)
     wanted, length = (200, 1000) if quick else (100_000, 10_000)
     count = min(wanted, int(free_bytes(folder) / 2 / (ENTRY_COPIES * length)))

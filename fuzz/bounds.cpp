@@ -1,15 +1,15 @@
-// The entry point of every target. An input that takes more time or memory than one of its length
-// may is a find like any other.
+// The entry point of every target. An input that takes more time or memory than its length allows
+// counts as a failure.
 //
-// The program promises a millisecond for each KB and 8 MiB. The sanitizers and the targets' own
-// work take a multiple of that, and starting a command takes time, however short its input.
+// The program promises a millisecond for each KB, and 8 MiB. The sanitizers and the targets' own
+// work take a multiple of that time, and a command takes some time to start even on a short input.
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
 
 #include "fuzz/target.h"
 
-// AddressSanitizer's; absent in a build without it, where memory is not looked at.
+// Functions of AddressSanitizer. Without it they are absent, and memory is not checked.
 extern "C" {
 [[gnu::weak]] int __sanitizer_install_malloc_and_free_hooks(
     void (*on_allocation)(const volatile void*, std::size_t),

@@ -1,4 +1,4 @@
-// Decompresses a stream in pieces, checking on the way what every call promises.
+// Decompresses a stream in pieces, and checks the promises of every call.
 #ifndef MOLDEX_FUZZ_DECOMPRESS_H_
 #define MOLDEX_FUZZ_DECOMPRESS_H_
 
@@ -14,10 +14,10 @@ struct Decompressed {
   std::int32_t code = 0;  // of the last call
 };
 
-// More than this and Decompress stops.
+// Decompress stops after more than this many bytes.
 inline constexpr std::size_t kMostOutput = std::size_t{1} << 20;
 
-// Ends with the stream, with its input, at a fault, or beyond kMostOutput bytes.
+// Ends at the end of the stream or of its input, at a fault, or after kMostOutput bytes.
 Decompressed Decompress(std::span<const std::uint8_t> stream, Pieces pieces);
 
 }  // namespace moldex::fuzz

@@ -1,5 +1,5 @@
-// Any bytes as an archive that others are appended to: what it was is its beginning ever after, and
-// all of it after a failure.
+// Any bytes as an archive that others are appended to: its old bytes stay at its beginning, and
+// after a failure it is unchanged.
 #include <filesystem>
 
 #include "fuzz/made_archive.h"

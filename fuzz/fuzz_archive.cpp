@@ -1,5 +1,5 @@
-// Any bytes as an archive: every entry is listed, proved and restored into a file that nobody
-// keeps. A wrong checksum is passed over, so that damage gets to what follows.
+// Any bytes as an archive: every entry is listed, verified and restored into a temporary file. A
+// wrong checksum is ignored, so that damage reaches the entries after it.
 #include "archive/container.h"
 #include "archive/entry_sink.h"
 #include "fuzz/memory_file_posix.h"

@@ -1,5 +1,6 @@
-// Entries of any names and kinds, extracted twice into a folder that holds links, a FIFO and closed
-// places already. Nothing beside it changes, and success means that everything is there.
+// Entries of any names and kinds, extracted twice into a folder that already holds links, a FIFO
+// and directories without permissions. Nothing outside it changes, and after success every entry
+// exists.
 #include <sys/stat.h>
 
 #include <cerrno>

@@ -1,5 +1,5 @@
-// Any bytes as a backup stream on its way to Windows: what is let through is what came in, and
-// holds nothing that makes links.
+// Any bytes as a backup stream on its way to Windows: the filter changes no byte that it passes,
+// and passes nothing that makes links.
 #include "fuzz/pieces.h"
 #include "fuzz/target.h"
 #include "platform/backup_filter.h"

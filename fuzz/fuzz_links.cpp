@@ -1,5 +1,5 @@
-// Any name and target of a symbolic link, on both systems: what is let through stays in the target
-// directory, where it will be written.
+// Any name and target of a symbolic link, under the rules of both systems: a link that is allowed
+// stays within the target directory.
 #include <string>
 #include <vector>
 

@@ -1,4 +1,4 @@
-// Any text as the value of -f: a list of archives, with patterns, some of which exist.
+// Any text as the value of -f: a list of archives and patterns, some of which exist.
 #include <algorithm>
 #include <filesystem>
 

@@ -1,4 +1,5 @@
-// Any text as a name, on both systems: what the rules promise about each other.
+// Any text as a name, under the rules of both systems: the promises that the rules make about one
+// another.
 #include <cstdlib>
 #include <string>
 

@@ -1,4 +1,4 @@
-// Any words as a command line, any bytes as the files that name files.
+// Any words as a command line, and any bytes as a list file.
 #include <string>
 #include <vector>
 

@@ -1,6 +1,4 @@
 // Any content through every algorithm and level, in pieces of any size, and back.
-#include <cstdlib>
-
 #include "cscompr/cscompr.h"
 #include "fuzz/decompress.h"
 #include "fuzz/target.h"
@@ -22,7 +20,7 @@ Bytes Compress(std::span<const std::uint8_t> content, std::int32_t option, Piece
     std::int32_t written = 0;
     code = CsCompr(length, input.data(), static_cast<std::int32_t>(input.size()), output.data(),
                    static_cast<std::int32_t>(output.size()), option, &read, &written);
-    if (code <= 0) std::abort();
+    moldex::fuzz::Require(code > 0);
     stream.insert(stream.end(), output.begin(), output.begin() + written);
     content = content.subspan(static_cast<std::size_t>(read));
   }
@@ -45,7 +43,7 @@ void moldex::fuzz::TryInput(ByteSpan input) {
   AllowFor(3 * content.size());
   const Pieces pieces(input.data());
   const Bytes stream = Compress(content, option, pieces);
-  if (stream != Compress(content, option, Pieces())) std::abort();
+  Require(stream == Compress(content, option, Pieces()));
   const auto restored = moldex::fuzz::Decompress(stream, pieces);
-  if (restored.code != kCsEndOfStream || restored.bytes != content) std::abort();
+  Require(restored.code == kCsEndOfStream && restored.bytes == content);
 }

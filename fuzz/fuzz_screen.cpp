@@ -1,5 +1,5 @@
-// Any bytes as text on a terminal, in the locale of the environment: nothing of what is written is
-// obeyed, and nothing of the rest is changed.
+// Any bytes as text on a terminal, in the locale of the environment: the terminal gets no control
+// characters, and all other characters are unchanged.
 #include <clocale>
 #include <cwchar>
 #include <string>

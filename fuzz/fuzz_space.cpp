@@ -1,5 +1,5 @@
-// Entries of any names and sizes in the space report: every byte that is missing is counted once,
-// and every place is listed once, however it is written.
+// Entries of any names and sizes in the space report: every byte that is needed is counted once,
+// and every directory is listed once, in whichever form its name is given.
 #include <cmath>
 #include <filesystem>
 #include <set>

@@ -1,4 +1,4 @@
-// Any bytes as a tar archive, read through, with right checksums so that damage gets further.
+// Any bytes as a tar archive. Checksums are corrected, so that damage gets beyond them.
 #include <cstring>
 #include <numeric>
 #include <vector>

@@ -27,7 +27,7 @@ std::string TakeText(ByteSpan* input) {
 
 void Append(ByteSpan bytes, std::string* to) { to->append(bytes.begin(), bytes.end()); }
 
-// One block with everything, and the checksum.
+// One block with the whole content, then the checksum.
 void AppendData(const std::string& content, std::string* archive) {
   std::array<std::uint8_t, 1024> block{'E', 'D'};
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(content.data());

@@ -1,5 +1,5 @@
-// Archives that fuzzed bytes describe: always whole, with right lengths and checksums, so that
-// extraction gets to what the entries are and not only to how they are written.
+// Makes archives that fuzzed bytes describe. They are always whole, with correct lengths and
+// checksums, so that extraction gets beyond the checks of the format.
 #ifndef MOLDEX_FUZZ_MADE_ARCHIVE_H_
 #define MOLDEX_FUZZ_MADE_ARCHIVE_H_
 
@@ -14,11 +14,12 @@ struct MadeEntry {
   char kind = 'f';  // file, directory, symbolic link or shortcut: f, d, l, s
   std::uint32_t permissions = 0;
   std::string name;
-  std::string content;  // of a link, its target
+  std::string content;  // the target of a link
 };
 
-// Each entry is a byte for kind and permissions, one for the length of the name, the name, one for
-// the length of the content, the content. What is missing at the end counts as nothing.
+// Each entry is a byte for kind and permissions, a byte for the length of the name, the name, a
+// byte for the length of the content, and the content. Bytes that are missing at the end read as
+// zeros.
 std::vector<MadeEntry> EntriesOf(ByteSpan input);
 
 std::string ArchiveOf(const std::vector<MadeEntry>& entries, bool long_names);

@@ -1,4 +1,4 @@
-// A file in memory, with a path that the system opens like any other.
+// A file in memory with a path that can be opened like any other.
 #ifndef MOLDEX_FUZZ_MEMORY_FILE_POSIX_H_
 #define MOLDEX_FUZZ_MEMORY_FILE_POSIX_H_
 

@@ -1,4 +1,4 @@
-// Cuts buffers into pieces whose sizes a fuzzed number decides.
+// Cuts buffers into pieces whose sizes follow from a fuzzed number.
 #ifndef MOLDEX_FUZZ_PIECES_H_
 #define MOLDEX_FUZZ_PIECES_H_
 
@@ -15,12 +15,12 @@ using Bytes = std::vector<std::uint8_t>;
 
 class Pieces {
  public:
-  // Pieces as large as they may be.
+  // Every piece is as large as it may be.
   Pieces() = default;
-  // Pieces that two bytes decide.
+  // Two bytes decide the sizes.
   explicit Pieces(const std::uint8_t* seed) : random_(seed[0] + 256u * seed[1]), whole_(false) {}
 
-  // The size of the next piece: from `least` to `most`, small ones more often than large ones.
+  // The size of the next piece: from `least` to `most`, small sizes more often than large ones.
   std::size_t Next(std::size_t least, std::size_t most) {
     if (whole_ || most <= least) return most;
     const std::size_t limit = std::min<std::size_t>(most - least, std::size_t{1} << random_() % 17);
@@ -32,8 +32,8 @@ class Pieces {
   bool whole_ = true;
 };
 
-// A copy that ends where its memory ends, so that a read beyond it is seen.
-// Never null, not even of nothing.
+// A copy without spare memory at its end, so that a read beyond it is found. Its pointer is never
+// null, even if it is empty.
 inline Bytes Copy(std::span<const std::uint8_t> bytes) {
   Bytes copy;
   copy.reserve(std::max<std::size_t>(bytes.size(), 1));

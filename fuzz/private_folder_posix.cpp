@@ -27,7 +27,7 @@ void BecomeNobody(bool on) {
   if (!on) Require(setegid(0) == 0);
 }
 
-// What is closed to its owner would stay.
+// Directories without permissions could not be removed.
 void Open(const fs::path& folder) {
   fs::permissions(folder, fs::perms::owner_all);
   for (const auto& item : fs::directory_iterator(folder)) {

@@ -1,7 +1,7 @@
-// A folder for one input, on whose files the whole program is run in this process.
+// A folder for one input. The whole program runs on its files in this process.
 //
-// As root, the program is run as a user who may write nowhere else: what goes wrong here must not
-// reach the machine.
+// When started by root, the program runs as a user who may write nowhere else, so that a fault
+// cannot damage the machine.
 #ifndef MOLDEX_FUZZ_PRIVATE_FOLDER_POSIX_H_
 #define MOLDEX_FUZZ_PRIVATE_FOLDER_POSIX_H_
 
@@ -15,24 +15,26 @@ namespace moldex::fuzz {
 
 class PrivateFolder {
  public:
-  // Makes it, empty, and makes it the working directory.
+  // Makes an empty folder and makes it the working directory.
   PrivateFolder();
-  // Removes it with everything in it.
+  // Removes the folder with everything in it.
   ~PrivateFolder();
   PrivateFolder(const PrivateFolder&) = delete;
   PrivateFolder& operator=(const PrivateFolder&) = delete;
 
-  // Runs the program in it with these words behind its name; the status that it ends with.
+  // Runs the program with these arguments, and returns its exit status.
   int Run(std::vector<std::string> words) const;
 
-  // A directory that holds links to places beside it, a FIFO and what is closed already.
+  // Makes a directory that holds links out of it, a FIFO, and files and directories without
+  // permissions.
   void PlantTarget(const std::string& name) const;
 
-  // Names below it are those of files in the working directory.
+  // The names are those of files in the working directory.
   void Write(const std::string& name, std::string_view bytes) const;
   std::string Read(const std::string& name) const;
 
-  // Everything in it but what `leaves_out` names: what it is, its permissions, time and content.
+  // The kind, permissions, time and content of everything in the folder except where `leaves_out`
+  // is true.
   std::string Picture(const std::function<bool(const std::string&)>& leaves_out) const;
 
  private:

@@ -1,4 +1,4 @@
-// Runs a target on files instead of inventing inputs: for compilers without a fuzzer.
+// Runs a target on the files given, for compilers without a fuzzer.
 //   PROGRAM FILE OR FOLDER...
 #include <algorithm>
 #include <cstdint>
@@ -12,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 namespace {
 
-// A folder that is missing holds nothing: no input of the target has failed yet.
+// A missing folder counts as empty: no input of the target has failed yet.
 std::vector<std::filesystem::path> FilesOf(const std::filesystem::path& place) {
   if (!std::filesystem::exists(place)) return {};
   if (!std::filesystem::is_directory(place)) return {place};

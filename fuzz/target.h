@@ -1,4 +1,4 @@
-// What a fuzz target is made of: it tries one input, and ends the process where a promise is
+// The interface of a fuzz target: it tries one input, and ends the process when a promise is
 // broken.
 #ifndef MOLDEX_FUZZ_TARGET_H_
 #define MOLDEX_FUZZ_TARGET_H_
@@ -15,7 +15,7 @@ using ByteSpan = std::span<const std::uint8_t>;
 // Defined by each target. Time and memory for an input of this length are bounded (bounds.cpp).
 void TryInput(ByteSpan input);
 
-// The input rightly makes work for so many bytes more.
+// Allows the time for this many more bytes, which the input rightly makes the program process.
 void AllowFor(std::size_t bytes);
 
 inline void Require(bool promise, const char* file = __builtin_FILE(),
