@@ -80,7 +80,7 @@ void CCreate::OpenArchive() {
 
 // Backup streams need the header positions and 64-bit times of long-name mode.
 std::unique_ptr<ICompressStrategy> CCreate::MakeStrategy() {
-  if (options_.backup && options_.long_names)
+  if (options_.backup && context_.long_names())
     return std::make_unique<CBackupCompress>(buffers_, context_.progress());
   return std::make_unique<CNormalCompress>(buffers_, context_.progress(), context_.long_names());
 }

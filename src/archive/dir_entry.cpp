@@ -12,7 +12,6 @@
 #include "platform/interrupt.h"
 #include "report/log_manager.h"
 #include "report/system_error.h"
-#include "run/run_context.h"
 
 namespace moldex {
 
@@ -39,8 +38,7 @@ void CDirEntry::Extract(IEntrySource& source, IEntrySink& sink) const {
 
 void CDirEntry::Create(IEntrySink& sink) const { sink.MakeFile(*this); }
 
-bool CDirEntry::OpenForReading() {
-  const bool keep_links = !CRunContext::GetInstance().options().resolve_links;
+bool CDirEntry::OpenForReading(bool keep_links) {
   if (!file_.Open(disk_name_, keep_links ? kOpenNoLink : kOpenExisting)) return false;
   const auto status = file_.Status();
   if (!status || status->kind != FileKind::kRegular) return false;
@@ -53,8 +51,8 @@ bool CDirEntry::OpenForReading() {
   return status_.size_bytes != 0 || IsEmpty();
 }
 
-// Some files of the system say that they have no bytes and have some. One that was written to only
-// now says how many.
+// Some files of the system have bytes although their size is 0. A file that was written to only now
+// has its new size.
 bool CDirEntry::IsEmpty() {
   std::array<std::uint8_t, 1> byte{};
   const auto count = file_.Read(byte);
@@ -70,15 +68,14 @@ bool CDirEntry::IsEmpty() {
   return true;
 }
 
-void CDirEntry::FillHeader(const EntryType& type) {
-  const CCmdLineOptions& options = CRunContext::GetInstance().options();
+void CDirEntry::FillHeader(const EntryType& type, const EntrySettings& settings) {
   header_.type = type;
   header_.set_size_bytes(status_.size_bytes);
   header_.mode = status_.mode;
-  StoreTime(status_.modified, options.long_names, &header_);
-  if (options.long_names) FillFromAttributes();
-  if (options.permission_text != nullptr) {
-    header_.mode = (header_.mode & kModeKindMask) | (options.permission_value & 0xFFF);
+  StoreTime(status_.modified, settings.long_names, &header_);
+  if (settings.long_names) FillFromAttributes();
+  if (settings.permissions) {
+    header_.mode = (header_.mode & kModeKindMask) | (*settings.permissions & 0xFFF);
   }
 }
 

@@ -6,6 +6,7 @@
 #define MOLDEX_ARCHIVE_DIR_ENTRY_H_
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -22,6 +23,13 @@ class CLogMan;
 class ICompressStrategy;
 class IEntrySink;
 class IEntrySource;
+
+// How objects become entries.
+struct EntrySettings {
+  bool keep_links = false;                   // links are stored as themselves
+  bool long_names = false;                   // the mode of the archive
+  std::optional<std::uint32_t> permissions;  // for every entry, instead of its own
+};
 
 class CDirEntry {
  public:
@@ -49,7 +57,7 @@ class CDirEntry {
 
   // Looks the object up for the last time, opens it where it has data, and fills the header. False
   // when it cannot be read.
-  virtual bool Prepare() = 0;
+  virtual bool Prepare(const EntrySettings& settings) = 0;
 
   // The size in the header: of the data as they are stored.
   void SetSize(std::uint64_t bytes) { header_.set_size_bytes(bytes); }
@@ -86,7 +94,7 @@ class CDirEntry {
  protected:
   // Fills the header from the status, in long-name mode from the attributes; with the permissions
   // of -p where they are given.
-  void FillHeader(const EntryType& type);
+  void FillHeader(const EntryType& type, const EntrySettings& settings);
   const FileStatus& status() const { return status_; }
   void SetMode(std::uint32_t mode) { header_.mode = mode; }
   void SetUserData(std::span<const std::uint8_t> bytes) {
@@ -94,7 +102,7 @@ class CDirEntry {
   }
   // Opens the file for reading and takes its status from there. False also for one that has bytes
   // and says that it has none, and where links are kept and the name has got another object.
-  bool OpenForReading();
+  bool OpenForReading(bool keep_links);
 
  private:
   bool IsEmpty();

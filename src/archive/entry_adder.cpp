@@ -9,6 +9,25 @@
 #include "report/hints.h"
 
 namespace moldex {
+namespace {
+
+EntrySettings SettingsOf(CRunContext& context) {
+  const CCmdLineOptions& options = context.options();
+  EntrySettings settings;
+  settings.keep_links = !options.resolve_links;
+  settings.long_names = context.long_names();
+  if (options.permission_text != nullptr) settings.permissions = options.permission_value;
+  return settings;
+}
+
+}  // namespace
+
+CEntryAdder::CEntryAdder(CRunContext& context, CContainer& archive, ICompressStrategy& strategy)
+    : context_(context),
+      options_(context.options()),
+      settings_(SettingsOf(context)),
+      archive_(archive),
+      strategy_(strategy) {}
 
 bool CEntryAdder::OnObject(const std::string& name, const FileStatus& status, bool is_start) {
   if (is_start) return true;
@@ -52,7 +71,7 @@ std::string CEntryAdder::PrepareEntry(CDirEntry& entry, const std::string& archi
       OnInaccessible(name, "its name is too long");
       return {};
     }
-    if (entry.Prepare() && !utf8_name.empty()) return utf8_name;
+    if (entry.Prepare(settings_) && !utf8_name.empty()) return utf8_name;
     OnInaccessible(name, nullptr);
   } catch (CConversionExcept& failure) {  // of the name, or of a link's target
     context_.log().PrintInfo(failure);
@@ -65,7 +84,7 @@ bool CEntryAdder::AddEntry(const std::string& name, const FileStatus& status,
                            const std::string& stored_as) {
   const std::string archive_name =
       StoredName(SystemPathRules(), options_.Renamed(stored_as), options_.absolute_paths);
-  const auto entry = MakeEntry(name, status);
+  const auto entry = MakeEntry(name, status, settings_.keep_links);
   const std::string utf8_name = PrepareEntry(*entry, archive_name);
   if (utf8_name.empty()) return false;
   if (HasParentComponent(SystemPathRules(), archive_name)) {

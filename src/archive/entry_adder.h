@@ -9,6 +9,7 @@
 
 #include "archive/compress_strategy.h"
 #include "archive/container.h"
+#include "archive/dir_entry.h"
 #include "archive/tree_walk.h"
 #include "run/run_context.h"
 
@@ -17,8 +18,7 @@ namespace moldex {
 class CEntryAdder : public ITreeVisitor {
  public:
   // All three outlive the object.
-  CEntryAdder(CRunContext& context, CContainer& archive, ICompressStrategy& strategy)
-      : context_(context), options_(context.options()), archive_(archive), strategy_(strategy) {}
+  CEntryAdder(CRunContext& context, CContainer& archive, ICompressStrategy& strategy);
 
   bool OnObject(const std::string& name, const FileStatus& status, bool is_start) override;
   void OnInaccessible(const std::string& name, const char* why) override;
@@ -35,6 +35,7 @@ class CEntryAdder : public ITreeVisitor {
 
   CRunContext& context_;
   const CCmdLineOptions& options_;
+  EntrySettings settings_;
   CContainer& archive_;
   ICompressStrategy& strategy_;
 };

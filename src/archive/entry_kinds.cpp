@@ -7,7 +7,6 @@
 #include "base/name_rules.h"
 #include "platform/file_services.h"
 #include "report/except.h"
-#include "run/run_context.h"
 
 namespace moldex {
 namespace {
@@ -19,33 +18,33 @@ std::uint32_t LinkMode(std::uint32_t mode) { return (mode & kModeOutsideLinkKind
 
 }  // namespace
 
-bool CFile::Prepare() {
-  if (!OpenForReading()) return false;
-  FillHeader(kTypeFile);
+bool CFile::Prepare(const EntrySettings& settings) {
+  if (!OpenForReading(settings.keep_links)) return false;
+  FillHeader(kTypeFile, settings);
   return true;
 }
 
-bool CDirectory::Prepare() {
-  FillHeader(kTypeDirectory);
+bool CDirectory::Prepare(const EntrySettings& settings) {
+  FillHeader(kTypeDirectory, settings);
   return true;
 }
 
 void CDirectory::Create(IEntrySink& sink) const { sink.MakeDirectory(*this); }
 
-bool CLink::Prepare() {
-  if (status().kind == FileKind::kSymbolicLink) return PrepareSymbolicLink();
-  if (!OpenForReading()) return false;
-  FillHeader(kTypeShortcut);
+bool CLink::Prepare(const EntrySettings& settings) {
+  if (status().kind == FileKind::kSymbolicLink) return PrepareSymbolicLink(settings);
+  if (!OpenForReading(settings.keep_links)) return false;
+  FillHeader(kTypeShortcut, settings);
   SetMode(LinkMode(header().mode));
   return true;
 }
 
-bool CLink::PrepareSymbolicLink() {
+bool CLink::PrepareSymbolicLink(const EntrySettings& settings) {
   const auto target = ReadSymbolicLink(GetName());
   if (!target) return false;
   const std::string utf8 = NameToUtf8(*target);
   if (utf8.size() > 0xFFFF) return false;
-  FillHeader(kTypeLink);
+  FillHeader(kTypeLink, settings);
   SetMode(LinkMode(header().mode));
   SetSize(0);
   SetUserData({reinterpret_cast<const std::uint8_t*>(utf8.data()), utf8.size()});
@@ -68,8 +67,8 @@ std::string CLink::Target() const {
   return cut_off ? std::string() : TextFromUtf8(text);
 }
 
-std::unique_ptr<CDirEntry> MakeEntry(const std::string& disk_name, const FileStatus& status) {
-  const bool keep_links = !CRunContext::GetInstance().options().resolve_links;
+std::unique_ptr<CDirEntry> MakeEntry(const std::string& disk_name, const FileStatus& status,
+                                     bool keep_links) {
   switch (status.kind) {
     case FileKind::kDirectory:
       return std::make_unique<CDirectory>(disk_name, status);

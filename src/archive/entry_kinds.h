@@ -13,14 +13,14 @@ class CFile : public CDirEntry {
  public:
   using CDirEntry::CDirEntry;
 
-  bool Prepare() override;
+  bool Prepare(const EntrySettings& settings) override;
 };
 
 class CDirectory : public CDirEntry {
  public:
   using CDirEntry::CDirEntry;
 
-  bool Prepare() override;
+  bool Prepare(const EntrySettings& settings) override;
   void Create(IEntrySink& sink) const override;
   bool IsDirectory() const override { return true; }
   bool NeedsData() const override { return false; }
@@ -32,7 +32,7 @@ class CLink : public CDirEntry {
  public:
   using CDirEntry::CDirEntry;
 
-  bool Prepare() override;
+  bool Prepare(const EntrySettings& settings) override;
   // Nothing for a symbolic link, which is made once all other entries are written.
   void Create(IEntrySink& sink) const override;
 
@@ -48,14 +48,15 @@ class CLink : public CDirEntry {
 
  private:
   bool IsSymbolicLink() const;
-  bool PrepareSymbolicLink();
+  bool PrepareSymbolicLink(const EntrySettings& settings);
 
   bool has_data_ = false;
 };
 
 // The entry for an object that a walk found; a shortcut file is a link when links are stored as
 // themselves. Throws CExcept for an object that no entry can hold.
-std::unique_ptr<CDirEntry> MakeEntry(const std::string& disk_name, const FileStatus& status);
+std::unique_ptr<CDirEntry> MakeEntry(const std::string& disk_name, const FileStatus& status,
+                                     bool keep_links);
 
 }  // namespace moldex
 

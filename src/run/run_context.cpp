@@ -48,10 +48,9 @@ void CRunContext::FixArchiveName() {
                                          : JoinPath(start_directory_, archive_name_));
 }
 
-void CRunContext::SetLongNames(bool on) {
-  options_->long_names = on;
-  SetLongNameMode(on);
-}
+bool CRunContext::long_names() const { return LongNameMode(); }
+
+void CRunContext::SetLongNames(bool on) { SetLongNameMode(on); }
 
 std::vector<std::string> CRunContext::ArchiveList() const {
   const char* value = options_->archive_value;

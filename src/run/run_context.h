@@ -58,10 +58,10 @@ class CRunContext {
   void ReportInaccessibleFile(const std::string& name, const char* why);
   bool files_inaccessible() const { return files_inaccessible_; }
 
-  // Long-name mode: that of the archive at hand, which is read or appended to, or the one that the
-  // options ask for in a new archive. SetLongNames also tells the module that calls the system,
-  // whose paths take another form then.
-  bool long_names() const { return options_->long_names; }
+  // Long-name mode: that of the archive at hand, or the one that the options ask for until an
+  // archive is read or appended to. The module that calls the system holds it: paths take another
+  // form then.
+  bool long_names() const;
   void SetLongNames(bool on);
 
  private:
