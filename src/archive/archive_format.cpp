@@ -30,10 +30,4 @@ std::array<std::uint8_t, kArchiveHeaderBytes> ArchiveHeader(bool long_names) {
   return header;
 }
 
-EntryType TypeAt(std::span<const std::uint8_t> bytes) {
-  return {static_cast<char>(bytes[0]), static_cast<char>(bytes[1])};
-}
-
-bool IsBlockType(const EntryType& type) { return type == kBlock || type == kLastBlock; }
-
 }  // namespace moldex

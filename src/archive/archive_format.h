@@ -24,9 +24,6 @@ inline constexpr std::size_t kChecksumBytes = 4;
 // The largest payload that a block may have.
 inline constexpr std::size_t kLargestPayload = 65536;
 
-inline constexpr EntryType kBlock = {'D', 'A'};
-inline constexpr EntryType kLastBlock = {'E', 'D'};
-
 // One data block as it stands in the archive.
 struct DataBlock {
   std::span<const std::uint8_t> payload;  // valid until the next call on the reader
@@ -47,9 +44,16 @@ ArchiveFormat FormatOf(std::span<const std::uint8_t> start);
 std::array<std::uint8_t, kArchiveHeaderBytes> ArchiveHeader(bool long_names);
 
 // The type that an entry or a block begins with; `bytes` holds at least kTypeBytes.
-EntryType TypeAt(std::span<const std::uint8_t> bytes);
+inline EntryType TypeAt(std::span<const std::uint8_t> bytes) {
+  return {static_cast<char>(bytes[0]), static_cast<char>(bytes[1])};
+}
 
-bool IsBlockType(const EntryType& type);
+inline bool IsLastBlock(const EntryType& type) { return type[0] == 'E' && type[1] == 'D'; }
+
+// Byte by byte: an archive is read by these, and comparing arrays calls a function.
+inline bool IsBlockType(const EntryType& type) {
+  return IsLastBlock(type) || (type[0] == 'D' && type[1] == 'A');
+}
 
 }  // namespace moldex
 

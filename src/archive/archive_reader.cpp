@@ -42,8 +42,11 @@ bool CArchiveReader::CheckHeader() {
 }
 
 CDirEntry* CArchiveReader::NextEntry() {
-  if (!CheckHeader()) return nullptr;
-  if (entry_ != nullptr) LeaveEntry();
+  if (entry_ != nullptr) {
+    LeaveEntry();
+  } else if (!CheckHeader()) {
+    return nullptr;
+  }
   const auto type = ReadType();
   return type ? ReadEntry(*type) : nullptr;
 }
@@ -51,19 +54,15 @@ CDirEntry* CArchiveReader::NextEntry() {
 // Passes over what was not read of the entry's data.
 void CArchiveReader::LeaveEntry() {
   while (DataFollows())
-    SkipBlock(*ReadType() == kLastBlock);
+    SkipBlock(IsLastBlock(*ReadType()));
   if (data_wait_) return;
   // Noted only when the next entry is asked for: until then the caller may find fault with this.
   whole_bytes_ = reader_->Position();
   whole_name_ = entry_->GetName();
 }
 
-DataPiece CArchiveReader::NextPiece() {
-  return entry_->NeedsData() ? data_.NextPiece() : DataPiece();
-}
-
 void CArchiveReader::CheckEnd() {
-  if (entry_->NeedsData()) data_.CheckChecksum();
+  data_.CheckChecksum();
   if (!DataFollows()) return;
   throw CExcept("MOLDEX: error decompressing " + entry_->GetName() +
                     "; it has data that its size in the archive does not announce",
@@ -134,7 +133,7 @@ CDirEntry* CArchiveReader::BuildEntry(const EntryHeader& header, std::string nam
   entry_ = entry;
   if (entry == &link_entry_) link_entry_.SetHasData(DataFollows());
   data_wait_ = entry->NeedsData();
-  if (data_wait_) data_.Begin(*entry);
+  data_.Begin(*entry, data_wait_);
   return entry;
 }
 
@@ -155,9 +154,10 @@ DataBlock CArchiveReader::GetEntryData() {
     throw CBlockLengthExcept("MOLDEX: invalid length of a block" + where + " in archive " +
                              archive_name_);
   }
-  const std::size_t trailer = type == kLastBlock ? kChecksumBytes : 0;
+  const bool is_last = IsLastBlock(type);
+  const std::size_t trailer = is_last ? kChecksumBytes : 0;
   const auto bytes = ReadExactly(payload_length + trailer);
-  DataBlock block{bytes.first(payload_length), type == kBlock, 0};
+  DataBlock block{bytes.first(payload_length), !is_last, 0};
   if (!block.more_follow) {
     block.checksum = GetU32(&bytes[payload_length]);
   }

@@ -44,7 +44,7 @@ class CArchiveReader : public IEntrySource {
 
   // Null also for an archive that is no version-2 archive.
   CDirEntry* NextEntry() override;
-  DataPiece NextPiece() override;
+  DataPiece NextPiece() override { return data_.NextPiece(); }
   // Throws CExcept for a wrong checksum, and for data that the entry's size does not announce.
   void CheckEnd() override;
   void Rewind() override;

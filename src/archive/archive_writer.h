@@ -19,8 +19,8 @@ namespace moldex {
 
 class CArchiveWriter {
  public:
-  // What is written begins at the end of the file, which is the archive's former size. `file` stays
-  // the caller's and outlives the writer.
+  // Writing begins at the end of the file, which is the archive's former size. `file` stays the
+  // caller's and outlives the writer.
   CArchiveWriter(CFileHandle& file, std::string archive_name, const FileStatus& former);
   CArchiveWriter(const CArchiveWriter&) = delete;
   CArchiveWriter& operator=(const CArchiveWriter&) = delete;

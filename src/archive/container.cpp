@@ -32,7 +32,7 @@ void CContainer::OpenForAppending(CRunContext& context) {
   if (format == ArchiveFormat::kOther) throw CInvalExcept(name_);
   const bool is_cut_off = *count > kArchiveHeaderBytes && *count < start.size();
   if (is_cut_off) throw CReadExcept(name_);
-  // What is added has to look like what is there.
+  // New entries have to be in the mode of the existing ones.
   context.SetLongNames(format == ArchiveFormat::kVersion2LongNames);
   if (!file_.SeekToEnd()) throw COpenExcept(name_);
 }

@@ -28,13 +28,13 @@ class CContainer {
   // CInvalExcept for anything but a version-2 archive; nothing of the file is changed until
   // something is written.
   CContainer(CRunContext& context, const std::string& archive_name, std::uint32_t mode);
-  // Closes. What was given to the writer and not written out by Finish or KeepWholeEntries is lost.
+  // Closes. Bytes that the writer got and that neither Finish nor KeepWholeEntries wrote are lost.
   ~CContainer() = default;
   CContainer(const CContainer&) = delete;
   CContainer& operator=(const CContainer&) = delete;
 
   const std::string& name() const { return name_; }
-  // What the archive's file is, so that it is not put into itself.
+  // The identity of the archive's file, so that it is not put into itself.
   const FileIdentity& identity() const { return status_.identity; }
   bool IsRegularFile() const { return status_.kind == FileKind::kRegular; }
 

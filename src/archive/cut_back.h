@@ -1,5 +1,5 @@
-// Cutting an archive back after a failure, for whoever writes into one: what was added and is not
-// whole goes, and what stood there before stays.
+// Cuts an archive back after a failure to write into it: incomplete new entries go, and everything
+// before them stays.
 #ifndef MOLDEX_ARCHIVE_CUT_BACK_H_
 #define MOLDEX_ARCHIVE_CUT_BACK_H_
 

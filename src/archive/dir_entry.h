@@ -1,7 +1,7 @@
 // One archived object: what is common to files, directories and links.
 //
 // An entry either goes into an archive, built from a name on disk and its status, or comes out of
-// one, filled by the container from an entry header.
+// one, filled by an entry source.
 #ifndef MOLDEX_ARCHIVE_DIR_ENTRY_H_
 #define MOLDEX_ARCHIVE_DIR_ENTRY_H_
 
@@ -33,7 +33,7 @@ struct EntrySettings {
 
 class CDirEntry {
  public:
-  // An entry for the container to fill.
+  // An entry for a source to fill.
   CDirEntry() = default;
   // An entry for the object `disk_name`, stored under that name until SetArchiveName.
   CDirEntry(std::string disk_name, const FileStatus& status);
@@ -45,9 +45,9 @@ class CDirEntry {
 
   void Fill(const EntryHeader& header, std::string name, std::span<const std::uint8_t> user_data);
 
-  // Hands this entry, which `source` has just given out, to a sink: what is to be made, then its
-  // data. Proves that the data are whole and match their checksum. Throws what the source and the
-  // sink throw, and CInterruptExcept.
+  // Hands this entry, which `source` has just given out, to a sink: first the object to make, then
+  // its data. Proves that the data are whole and match their checksum. Throws what the source and
+  // the sink throw, and CInterruptExcept.
   void Extract(IEntrySource& source, IEntrySink& sink) const;
 
   // Has the sink make the object: a file, or a directory.
@@ -77,7 +77,7 @@ class CDirEntry {
   virtual bool IsDirectory() const { return false; }
   // Whether blocks have to follow this entry, which comes out of an archive.
   virtual bool NeedsData() const { return header_.size_bytes() != 0; }
-  // Whether nothing can be made of it because its bytes are not in the archive.
+  // Whether it cannot be extracted because its bytes are not in the archive.
   virtual bool LacksData() const { return false; }
   // This entry, when it comes out of an archive and becomes a symbolic link on disk.
   virtual const CLink* AsSymbolicLink() const { return nullptr; }

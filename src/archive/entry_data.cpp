@@ -25,18 +25,19 @@ void FailDataLength(const std::string& entry_name) {
       kErrorBadLength, false);
 }
 
-void CEntryData::Begin(const CDirEntry& entry) {
+void CEntryData::Begin(const CDirEntry& entry, bool has_data) {
   entry_ = &entry;
-  size_bytes_ = entry.header().size_bytes();
+  size_bytes_ = has_data ? entry.header().size_bytes() : 0;
   kind_ = entry.header().has_file_time ? Kind::kUndecided : Kind::kFile;
   payload_ = {};
   in_block_ = false;
-  more_blocks_ = true;
+  more_blocks_ = has_data;
   last_code_ = kCsEndOfStream;  // so that the first block begins a stream
   in_data_ = false;
   held_bytes_ = 0;
   done_bytes_ = 0;
   checksum_ = 0;
+  stored_checksum_ = 0;
 }
 
 DataPiece CEntryData::NextPiece() {
@@ -51,8 +52,8 @@ DataPiece CEntryData::NextPiece() {
 
 // The next block that has anything to decompress; false after the last.
 bool CEntryData::ReadBlock() {
-  if (!buffer_) buffer_ = std::make_unique<OutputBuffer>();
   while (more_blocks_) {
+    if (!buffer_) buffer_ = std::make_unique<OutputBuffer>();
     const DataBlock block = archive_.GetEntryData();
     more_blocks_ = block.more_follow;
     stored_checksum_ = block.checksum;

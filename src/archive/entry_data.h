@@ -27,9 +27,9 @@ class CEntryData {
   CEntryData(CArchiveReader& archive, CProgress& progress)
       : archive_(archive), progress_(progress) {}
 
-  // Begins with the data of an entry, whose blocks come next in the archive. Only an archive in
-  // long-name mode can hold backup streams.
-  void Begin(const CDirEntry& entry);
+  // Begins with the data of an entry. If it has any, its blocks come next in the archive. Only an
+  // archive in long-name mode can hold backup streams.
+  void Begin(const CDirEntry& entry, bool has_data);
 
   // The next piece; empty after the last, when the length has been checked. Never reaches beyond
   // the size in the entry's header.
@@ -39,7 +39,7 @@ class CEntryData {
   void CheckChecksum() const;
 
  private:
-  // What an entry's data are: the bytes of the file, or a backup stream of it.
+  // An entry's data are the bytes of the file, or a backup stream of it.
   enum class Kind { kUndecided, kFile, kBackupStream };
 
   static constexpr std::size_t kOutputBytes = 65536;

@@ -1,4 +1,4 @@
-// The fixed 34 bytes in front of every archived object.
+// The fixed 34 bytes that precede every archived object.
 //
 //   offset size
 //        0    2  type, two letters
@@ -12,7 +12,7 @@
 //       30    2  length of the user data that follow the name
 //       32    2  length of the name that follows, its terminating zero included
 //
-// The size is no 64-bit number at offset 6: its halves are apart. All little-endian.
+// All numbers are little-endian. The size is no 64-bit number at offset 6: its halves are apart.
 #ifndef MOLDEX_ARCHIVE_ENTRY_HEADER_H_
 #define MOLDEX_ARCHIVE_ENTRY_HEADER_H_
 

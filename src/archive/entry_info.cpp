@@ -22,7 +22,7 @@ constexpr AttributeLetter kAttributeLetters[] = {
     {5, 's', 0x80000}, {6, 'a', 0x100000}, {7, 'c', 0x200000},
 };
 
-// Fills up in front of the text to the width.
+// Appends the text, right-aligned: `filling` fills the width before it.
 void AppendRight(std::string& line, std::string_view text, std::size_t width, char filling) {
   if (text.size() < width) line.append(width - text.size(), filling);
   line += text;
@@ -48,8 +48,8 @@ void AppendAttributes(std::string& line, std::uint32_t mode) {
 constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                    "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
-// Local time, English month names; nothing when the time has no place in the calendar. Composed
-// here, because there are runtime libraries that know no year past 9999, and none that is fast.
+// Appends local time with English month names, or nothing for a time that is in no calendar.
+// Composed here because some runtime libraries know no year past 9999, and none is fast.
 void AppendDate(std::string& text, const EntryHeader& header) {
   const auto time = TimeOf(header);
   const auto calendar = time ? LocalTime(*time, header.has_file_time) : std::nullopt;

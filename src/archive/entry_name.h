@@ -14,15 +14,15 @@ inline constexpr std::size_t kLongestName = 260;
 // Throws CConversionExcept when the name does not come back from UTF-8 as it went in.
 std::string NameToUtf8(const std::string& name);
 
-// Reads a stored name: `stored` ends with its terminating zero, and what stands behind a zero
-// before that is ignored. Throws CConversionExcept.
+// Reads a stored name. `stored` ends with its terminating zero; bytes after an earlier zero are
+// ignored. Throws CConversionExcept.
 std::string NameFromUtf8(std::span<const std::uint8_t> stored);
 
 // The local form of UTF-8 of any length, without terminating zero. Throws CConversionExcept.
 std::string TextFromUtf8(std::span<const std::uint8_t> utf8);
 
-// The name that the commands see of one that was read: its ASCII letters lowered, or without the
-// directories in front, where the options ask for that.
+// The name that commands get for one that was read: with small ASCII letters, or without its
+// directories, where the options ask for that.
 std::string DeliveredName(std::string name, bool lower, bool flat);
 
 }  // namespace moldex

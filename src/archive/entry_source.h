@@ -1,5 +1,5 @@
-// The entries of an archive of any format, one after another, for whoever lists, verifies or
-// extracts them.
+// The entries of an archive of any format, one after another, for listing, verification and
+// extraction.
 //
 // An archive in the format of this program is read by CArchiveReader, an old one by the module
 // oldformat. Failures are CExcept that carry the name of the archive or of the entry.
@@ -47,8 +47,8 @@ class IEntrySource {
   // Empty for an entry that extraction can restore.
   virtual std::optional<LeftOut> WhyLeftOut() const { return std::nullopt; }
 
-  // Goes back to the start, for another walk over the entries. What was reported about an entry is
-  // not reported again. The archive has to be a regular file.
+  // Goes back to the start, for another walk over the entries. Nothing is reported about an entry
+  // twice. The archive has to be a regular file.
   virtual void Rewind() = 0;
 
   virtual const std::string& name() const = 0;

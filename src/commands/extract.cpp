@@ -16,8 +16,8 @@ namespace moldex {
 
 namespace {
 
-// Whether what failed is the archive's structure, so that the next entry may not be where it seems
-// to be. Damaged data fails otherwise, and leaves the entries after it as they are.
+// Whether the archive's structure is damaged, so that the next entry may not be where it seems to
+// be. Damaged data fails otherwise and does not affect the entries after it.
 bool EndsTheArchive(const CExcept& failure) {
   switch (failure.code()) {
     case kErrorRead:
@@ -31,7 +31,7 @@ bool EndsTheArchive(const CExcept& failure) {
   }
 }
 
-// What is worth keeping of such an archive.
+// Says how much of a damaged archive is good.
 std::string GoodPartOf(const CArchiveReader& archive) {
   const bool none = archive.whole_bytes() <= kArchiveHeaderBytes;
   return EscapedForTerminal(

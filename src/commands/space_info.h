@@ -1,4 +1,4 @@
-// Whether there is space for what a listing shows (-t -s).
+// The report of whether there is space to extract the listed entries (-t -s).
 #ifndef MOLDEX_COMMANDS_SPACE_INFO_H_
 #define MOLDEX_COMMANDS_SPACE_INFO_H_
 

@@ -13,8 +13,8 @@
 namespace moldex {
 namespace {
 
-// Whether the system takes the name as it is written: below a target directory, whatever that is
-// called, where there is one. There a drive is none.
+// Whether the system takes the name as it is written. Below a target directory the name of that
+// directory does not count, and the entry's name cannot begin with a drive.
 bool HasAllowedName(const std::string& name, const AdmissionRules& admission) {
   const PathRules rules = SystemPathRules();
   const char* target = admission.below_target ? "." : "";
@@ -26,7 +26,7 @@ bool HasAllowedName(const std::string& name, const AdmissionRules& admission) {
 bool LeavesTarget(const std::string& name, const std::string& link_target) {
   const PathRules rules = SystemPathRules();
   if (HasParentComponent(rules, name)) return true;
-  // No target directory is put in front of the root's name.
+  // The root's name never gets a target directory before it.
   if (NormalisedName(rules, name) == "/") return true;
   return LinkLeaves(rules, name, link_target);
 }
@@ -73,7 +73,7 @@ Refusal RefusalOf(const CDirEntry& entry, const AdmissionRules& rules) {
   if (!HasAllowedName(entry.GetName(), rules)) return Refusal::kNotAllowed;
   const std::string written_name = rules.names.WrittenName(entry.GetName());
   if (!rules.absolute_paths && LeavesTarget(written_name, *target)) return Refusal::kLeavesTarget;
-  // As with names that a system takes for something else, trying would end the run.
+  // Opening such a file would fail and end the run.
   if (!entry.IsDirectory() && NamesADirectory(SystemPathRules(), written_name)) {
     return Refusal::kNotAllowed;
   }

@@ -1,4 +1,4 @@
-// Which entries extraction may put where their names say.
+// Decides whether extraction may write an entry to the place that its name says.
 #ifndef MOLDEX_EXTRACTION_ADMISSION_H_
 #define MOLDEX_EXTRACTION_ADMISSION_H_
 
@@ -19,17 +19,17 @@ enum class Refusal {
   kIsInUse        // it would be written over a file that the run is using
 };
 
-// What the rules need to know of the run.
+// The part of the run that the rules depend on.
 struct AdmissionRules {
   const COutputNames& names;
   const CFilesInUse& files_in_use;
-  bool below_target;    // there is a directory of -R
+  bool below_target;    // -R names a target directory
   bool absolute_paths;  // names and links may lead out of the target directory
 };
 
 Refusal RefusalOf(const CDirEntry& entry, const AdmissionRules& rules);
 
-// Says so, which sets the exit status. `refusal` is not kNone.
+// Reports the refusal, which sets the exit status. `refusal` is not kNone.
 void PrintRefusal(Refusal refusal, const CDirEntry& entry, CLogMan& log);
 
 }  // namespace moldex

@@ -1,4 +1,4 @@
-// What the commands extract and verify do with one archive, whatever its format.
+// Extracts or verifies one archive, whatever its format.
 #ifndef MOLDEX_EXTRACTION_ARCHIVE_EXTRACTION_H_
 #define MOLDEX_EXTRACTION_ARCHIVE_EXTRACTION_H_
 
@@ -45,7 +45,7 @@ class CArchiveExtraction {
   CEntryWriter writer_;
   std::uint32_t& total_count_;
   std::uint32_t archive_count_ = 0;
-  // What has to wait until everything else is written.
+  // Entries that have to wait until everything else is written.
   bool directories_wait_ = false;
   std::uint32_t links_wait_ = 0;
 };

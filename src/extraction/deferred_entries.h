@@ -1,4 +1,4 @@
-// What extraction puts off until all other entries of an archive are written.
+// The work that extraction puts off until all other entries of an archive are written.
 //
 // Symbolic links come last, so that no entry of their archive is written through one. After them
 // directories get their permissions, which may forbid writing below them. Both are looked up in the

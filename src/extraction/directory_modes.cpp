@@ -13,7 +13,7 @@ namespace {
 std::string OneSpelling(const std::string& name) {
   const PathRules rules = SystemPathRules();
   const std::string result = NormalisedName(rules, name);
-  // On Windows two separators in front mean a share.
+  // On Windows two separators at the start mean a share.
   const bool is_share = rules.is_windows && name.size() > 1 && IsSeparator(rules, name[0]) &&
                         IsSeparator(rules, name[1]);
   return is_share ? '/' + result : result;
@@ -33,7 +33,7 @@ void CDirectoryModes::Add(const std::string& name, const EntryHeader& header) {
   innermost_ = std::move(spelling);
 }
 
-// From the innermost outward, up to a directory that `name` lies below.
+// Goes from the innermost directory outward, up to one that `name` lies below.
 void CDirectoryModes::ApplyUpTo(const std::string& name) {
   while (!pending_.empty()) {
     const std::string directory = innermost_.substr(0, pending_.back().name_bytes);

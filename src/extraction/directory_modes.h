@@ -1,5 +1,5 @@
-// The permissions of extracted directories, put off until everything below them is written, which
-// they may forbid.
+// The permissions of extracted directories. They may forbid writing, so they are applied after
+// everything below the directories is written.
 #ifndef MOLDEX_EXTRACTION_DIRECTORY_MODES_H_
 #define MOLDEX_EXTRACTION_DIRECTORY_MODES_H_
 
@@ -12,19 +12,19 @@
 
 namespace moldex {
 
-// A directory comes after those below it, because it may be closed to its owner then. An
+// A directory's turn comes after those below it, because it may be closed to its owner then. An
 // archive has a directory before what is in it, so those that wait are nested in one another, and
 // memory does not grow with the archive.
 class CDirectoryModes {
  public:
-  // Without `set_permissions` only attributes are applied that a system keeps besides them.
+  // Without `set_permissions` only attributes that a system keeps besides them are applied.
   CDirectoryModes(const COutputNames& names, bool set_permissions)
       : names_(names), set_permissions_(set_permissions) {}
 
-  // Applies what waits and does not hold this directory, however either name is written; then this
-  // one waits, unless it is the target directory. Throws CChgModExcept.
+  // Applies the waiting directories that this one does not lie below, whatever the spelling of
+  // their names. Then this one waits, unless it is the target directory. Throws CChgModExcept.
   void Add(const std::string& name, const EntryHeader& header);
-  // Applies what still waits. Throws CChgModExcept.
+  // Applies the directories that still wait. Throws CChgModExcept.
   void ApplyRest() { ApplyUpTo(""); }
 
  private:

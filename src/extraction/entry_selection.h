@@ -1,4 +1,4 @@
-// Which entries of an archive the command line asks for.
+// Selects the entries of an archive that the command line asks for.
 #ifndef MOLDEX_EXTRACTION_ENTRY_SELECTION_H_
 #define MOLDEX_EXTRACTION_ENTRY_SELECTION_H_
 
@@ -9,9 +9,9 @@
 
 namespace moldex {
 
-// Without names every entry is selected. Otherwise an entry is when a name equals its own byte for
-// byte, or when it lies below the directory that was selected by such a name last. That directory
-// is remembered from entry to entry and from archive to archive.
+// Without names every entry is selected. Otherwise an entry is selected when its name equals one of
+// the names byte for byte, or when it lies below the directory that such a name selected last. That
+// directory is remembered from entry to entry and from archive to archive.
 class CEntrySelection {
  public:
   // `sought`, which outlives the selection, is told which names were found.

@@ -24,7 +24,7 @@ void CEntryWriter::Write(const DataPiece& piece) {
   is_backup_stream_ = piece.is_backup_stream;
   const bool is_written =
       is_backup_stream_ ? RestoreBackup(piece.bytes) : file_.WriteAll(piece.bytes).ok();
-  if (!is_written) throw CWriteExcept(place_.names().OutputPath(entry_->GetName()));
+  if (!is_written) throw CWriteExcept(PathOf(*entry_));
 }
 
 bool CEntryWriter::RestoreBackup(std::span<const std::uint8_t> bytes) {
@@ -47,7 +47,7 @@ void CEntryWriter::EndData() {
 void CEntryWriter::RestoreSecurity(const CDirEntry& entry) const {
   if (entry.user_data().empty() || entry.AsSymbolicLink() != nullptr) return;
   if (place_.names().IsTargetDirectory(entry.GetName())) return;
-  const std::string path = place_.names().OutputPath(entry.GetName());
+  const std::string path = PathOf(entry);
   const auto restored = moldex::RestoreSecurity(path, entry.user_data());
   if (restored) return;
   WriteOutput(restored.error().what + SystemErrorText(restored.error().error) + '\n');
@@ -56,33 +56,32 @@ void CEntryWriter::RestoreSecurity(const CDirEntry& entry) const {
 
 void CEntryWriter::ApplyAttributes(const CDirEntry& entry) {
   if (!file_.IsValid()) return;
-  const std::string path = place_.names().OutputPath(entry.GetName());
   if (entry.header().has_file_time) {
-    ApplyTimeAndAttributes(entry, path);
+    ApplyTimeAndAttributes(entry);
   } else {
-    ApplyTimeAndPermissions(entry, path);
+    ApplyTimeAndPermissions(entry);
   }
-  if (!file_.Close()) throw CWriteExcept(path);
+  if (!file_.Close()) throw CWriteExcept(PathOf(entry));
 }
 
-void CEntryWriter::ApplyTimeAndPermissions(const CDirEntry& entry, const std::string& path) {
+void CEntryWriter::ApplyTimeAndPermissions(const CDirEntry& entry) {
   const EntryHeader& header = entry.header();
-  if (!file_.EndWriting()) throw CWriteExcept(path);
-  if (!file_.SetDate(header.time_low) && !entry.IsShortcut()) throw CChgDateExcept(path);
+  if (!file_.EndWriting()) throw CWriteExcept(PathOf(entry));
+  if (!file_.SetDate(header.time_low) && !entry.IsShortcut()) throw CChgDateExcept(PathOf(entry));
   if (!file_.SetPermissions(header.mode & kModePermissions) && !entry.IsShortcut()) {
-    throw CChgModExcept(path);
+    throw CChgModExcept(PathOf(entry));
   }
 }
 
 // An archive in long-name mode keeps the date of the last write alone, and attributes instead of
 // permissions.
-void CEntryWriter::ApplyTimeAndAttributes(const CDirEntry& entry, const std::string& path) {
+void CEntryWriter::ApplyTimeAndAttributes(const CDirEntry& entry) {
   const EntryHeader& header = entry.header();
-  if (!file_.SetLastWriteTime(FileTimeOf(header))) throw CChgDateExcept(path);
-  if (!file_.EndWriting()) throw CWriteExcept(path);
+  if (!file_.SetLastWriteTime(FileTimeOf(header))) throw CChgDateExcept(PathOf(entry));
+  if (!file_.EndWriting()) throw CWriteExcept(PathOf(entry));
   const bool executable = (header.mode & kModeOwnerExecute) != 0;
   if (!file_.SetAttributes(AttributesOfMode(header.mode), executable)) {
-    throw CSetFileAttrExcept(path);
+    throw CSetFileAttrExcept(PathOf(entry));
   }
 }
 
@@ -90,8 +89,7 @@ void CEntryWriter::HintAtPart(const CDirEntry& entry) const {
   if (is_complete_ || !file_.IsValid()) return;
   const auto status = file_.Status();
   if (!status) return;
-  KeepHint(place_.names().OutputPath(entry.GetName()) +
-           " is not complete: " + std::to_string(status->size_bytes) + " of " +
+  KeepHint(PathOf(entry) + " is not complete: " + std::to_string(status->size_bytes) + " of " +
            std::to_string(entry.header().size_bytes()) + " bytes");
 }
 

@@ -3,6 +3,10 @@
 #ifndef MOLDEX_EXTRACTION_ENTRY_WRITER_H_
 #define MOLDEX_EXTRACTION_ENTRY_WRITER_H_
 
+#include <cstdint>
+#include <span>
+#include <string>
+
 #include "archive/dir_entry.h"
 #include "archive/entry_sink.h"
 #include "extraction/output_place.h"
@@ -19,14 +23,14 @@ class CEntryWriter : public IEntrySink {
   void MakeFile(const CDirEntry& entry) override;
   void MakeDirectory(const CDirEntry& entry) override;
   // Throws CWriteExcept, and CExcept for a backup stream that would do more than restore a file.
-  // What was written until then stays. The data of a directory, which only a strange archive has,
+  // The bytes written until then stay. The data of a directory, which only a strange archive has,
   // are dropped.
   void Write(const DataPiece& piece) override;
   // Throws CExcept for a backup stream that was left incomplete.
   void EndData() override;
 
-  // After EndData: gives the object what its archive keeps of its security. A failure is reported
-  // and changes nothing else.
+  // After EndData: gives the object the security descriptor that its archive keeps. A failure is
+  // reported and changes nothing else.
   void RestoreSecurity(const CDirEntry& entry) const;
   // Gives a file its date and permissions and closes it. Does nothing for a directory or a symbolic
   // link, whose turn comes later. Throws CWriteExcept, CChgDateExcept, CChgModExcept and
@@ -38,8 +42,11 @@ class CEntryWriter : public IEntrySink {
 
  private:
   bool RestoreBackup(std::span<const std::uint8_t> bytes);
-  void ApplyTimeAndPermissions(const CDirEntry& entry, const std::string& path);
-  void ApplyTimeAndAttributes(const CDirEntry& entry, const std::string& path);
+  void ApplyTimeAndPermissions(const CDirEntry& entry);
+  void ApplyTimeAndAttributes(const CDirEntry& entry);
+  std::string PathOf(const CDirEntry& entry) const {
+    return place_.names().OutputPath(entry.GetName());
+  }
 
   COutputPlace& place_;
   const CDirEntry* entry_ = nullptr;  // the file that is being written

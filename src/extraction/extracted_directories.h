@@ -1,4 +1,4 @@
-// What an extraction remembers of the directories that it writes into. Memory stays the same
+// Remembers facts about the directories that an extraction writes into. Memory stays the same
 // however many there are.
 #ifndef MOLDEX_EXTRACTION_EXTRACTED_DIRECTORIES_H_
 #define MOLDEX_EXTRACTION_EXTRACTED_DIRECTORIES_H_
@@ -13,8 +13,8 @@ namespace moldex {
 
 class CExtractedDirectories {
  public:
-  // A directory that was made because something lies below it. Of very many such the latest are
-  // known; a path is known in the spelling that it was given in.
+  // A directory that was made because something lies below it. Only the latest of very many are
+  // remembered. A path is known by the spelling that it was given in.
   void NoteMade(const std::string& path) { SlotOf(path) = HashOf(path); }
   bool HasMade(const std::string& path) { return SlotOf(path) == HashOf(path); }
 

@@ -1,4 +1,4 @@
-// What the command list does with one archive, whatever its format.
+// Lists one archive, whatever its format.
 #ifndef MOLDEX_EXTRACTION_LISTING_H_
 #define MOLDEX_EXTRACTION_LISTING_H_
 

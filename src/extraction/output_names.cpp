@@ -9,7 +9,8 @@ std::string COutputNames::TargetDirectory() const {
   return directory != nullptr ? directory : "";
 }
 
-// What followed a directory must not turn into a drive, which no target directory precedes.
+// A name that -flat has cut after a directory must not begin with a drive: no target directory is
+// put before one.
 std::string COutputNames::WithoutDrive(const std::string& entry_name) const {
   const bool looks_absolute = !entry_name.empty() && !IsRelative(entry_name);
   return options_.flat && looks_absolute ? "./" + entry_name : entry_name;

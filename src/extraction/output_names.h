@@ -1,4 +1,4 @@
-// Which path on disk an entry of an archive is extracted to, as the options say. Looks nothing up.
+// Turns the name of an entry into its path on disk, as the options say. Looks nothing up.
 #ifndef MOLDEX_EXTRACTION_OUTPUT_NAMES_H_
 #define MOLDEX_EXTRACTION_OUTPUT_NAMES_H_
 

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::uint32_t kOwnerAll = 0700;
 
-// End of the longest existing prefix of `path` that ends in front of a separator; 0 when even the
+// End of the longest existing prefix of `path` that ends before a separator; 0 when even the
 // first component is missing, or when the walk reaches the root or a drive.
 std::size_t ExistingPrefix(const PathRules& rules, const std::string& path) {
   std::size_t end = path.size();
@@ -41,7 +41,7 @@ bool IsLink(const std::string& path) {
   return status && status->kind == FileKind::kSymbolicLink;
 }
 
-// A path without what only says that it is a directory's: "/" and "/." at its end.
+// The path without "/" and "/." at its end, which only mark it as a directory's.
 std::string WithoutDirectoryEnd(const PathRules& rules, std::string path) {
   for (;;) {
     std::string_view rest = path;
@@ -74,7 +74,7 @@ bool COutputPlace::CreateParents(const std::string& path) {
 CFileHandle COutputPlace::MakeFile(const std::string& entry_name) {
   const std::string path = names_.OutputPath(entry_name);
   CFileHandle file;
-  // Most files go where files went before: look for missing parents only when opening fails.
+  // Most directories exist already: look for missing ones only when opening fails.
   const SystemError before = LastSystemError();
   const auto opened =
       path.empty() ? RememberErrno(ENOENT) : file.Open(path, kOpenCreate | kOpenExtracted);
@@ -106,8 +106,9 @@ bool COutputPlace::HasLinkAbove(const std::string& entry_name) const {
   return false;
 }
 
-// Whether what is done to the directory `path` would be done to what a link leads to. What stood
-// above the directory before is not looked at again: no entry turns it into a link.
+// Whether a link leads to the directory `path`, so that a change would reach another directory.
+// Directories above it that were checked before are not looked up again: no entry turns one into a
+// link.
 bool COutputPlace::IsReachedThroughLink(const std::string& entry_name, const std::string& path) {
   const std::string name = Spelling(entry_name);
   const std::size_t separator = LastSeparator(SystemPathRules(), name);
@@ -118,8 +119,8 @@ bool COutputPlace::IsReachedThroughLink(const std::string& entry_name, const std
   return false;
 }
 
-// Lets the owner write into a directory that is there. Others keep what they may do in it, unless
-// this run has made it, for something that stood in the archive before it.
+// Lets the owner write into an existing directory. Others keep their rights, unless this run has
+// made the directory for an entry that came before it.
 void COutputPlace::OpenUp(const std::string& path) {
   const auto status = DirectoryStatus(path);
   if (!status) throw CCreateDirExcept(path);

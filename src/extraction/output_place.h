@@ -34,8 +34,8 @@ class COutputPlace {
   // output path.
   void MakeDirectory(const std::string& entry_name);
 
-  // The symbolic link for the entry, dated where a time is given. What stood under the name is
-  // replaced, unless it is a directory. Throws as MakeFile does.
+  // The symbolic link for the entry, dated where a time is given. A file or link of
+  // that name is replaced, a directory is not. Throws as MakeFile does.
   void MakeLink(const std::string& entry_name, const std::string& target,
                 const std::optional<TimePoint>& time);
 

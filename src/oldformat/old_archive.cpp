@@ -10,15 +10,15 @@
 namespace moldex {
 namespace {
 
-// A pipe has lost its beginning to whoever looked whether it is an archive of this format, and
-// opening it again might wait for ever.
+// A pipe has lost its beginning to the check for a version-2 archive, and opening it again might
+// wait for ever.
 const std::string& Regular(const std::string& name) {
   const auto status = QueryStatus(name);
   if (status && status->kind != FileKind::kRegular) throw CInvalExcept(name);
   return name;
 }
 
-// Names are in UTF-8, unless they cannot be: then they come from times when names were bytes.
+// Names are in UTF-8. A name that is no UTF-8 is older than that rule and is taken as bytes.
 std::string LocalName(const std::string& stored) {
   if (ValidUtf8Prefix(stored) < stored.size()) return stored;
   return TextFromUtf8({reinterpret_cast<const std::uint8_t*>(stored.data()), stored.size()});
@@ -81,7 +81,7 @@ std::optional<LeftOut> COldArchive::WhyLeftOut() const {
   if (HasParentComponent(SystemPathRules(), name)) {
     return LeftOut{"MOLDEX: name leaves the target directory: " + name, kErrorLeavesTarget};
   }
-  // No file can have such a name, whatever comes in front of it.
+  // No file can have such a name, whatever target directory comes before it.
   if (!entry_->IsDirectory() && NamesADirectory(SystemPathRules(), name)) {
     return LeftOut{"MOLDEX: file named like a directory left out: " + name, kErrorOldFormat};
   }
@@ -99,7 +99,7 @@ std::optional<std::string> COldArchive::ReadName() {
     if (reports_) context_.log().PrintInfo(failure);
     return std::nullopt;
   }
-  if (name.empty()) name = ".";  // of "/" nothing else is left
+  if (name.empty()) name = ".";  // the name was "/"
   const CCmdLineOptions& options = context_.options();
   return DeliveredName(std::move(name), options.lower_case, options.flat);
 }

@@ -1,4 +1,4 @@
-// What the commands on archives of old formats have in common.
+// The common part of the commands on archives of old formats.
 #ifndef MOLDEX_OLDFORMAT_OLD_COMMAND_H_
 #define MOLDEX_OLDFORMAT_OLD_COMMAND_H_
 

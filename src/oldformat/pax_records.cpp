@@ -8,7 +8,7 @@
 namespace moldex {
 namespace {
 
-// A whole number without sign; moves behind it.
+// A whole number without sign; moves `text` past it.
 std::optional<std::uint64_t> TakeNumber(std::string_view* text) {
   std::uint64_t value = 0;
   const char* end = text->data() + text->size();
@@ -18,7 +18,7 @@ std::optional<std::uint64_t> TakeNumber(std::string_view* text) {
   return value;
 }
 
-// Each reader is given a value that is not empty, and says whether it can be read.
+// Each reader gets a value that is not empty and returns whether it could read it.
 
 bool ReadText(std::string_view value, std::optional<std::string>* to) {
   *to = value.substr(0, value.find('\0'));
@@ -61,7 +61,7 @@ bool IsUsed(std::string_view key) {
          (key.starts_with(kSparse) && (key.ends_with(".name") || key.ends_with("size")));
 }
 
-// False for a size that cannot be read: what follows could not be found then.
+// False for a size that cannot be read: the next header could not be found then.
 bool AddRecord(std::string_view key, std::string_view value, PaxRecords* records) {
   if (key == "path") return Read(value, ReadText, &records->path);
   if (key == "linkpath") return Read(value, ReadText, &records->link_path);
@@ -80,7 +80,7 @@ bool AddRecord(std::string_view key, std::string_view value, PaxRecords* records
 
 }  // namespace
 
-bool CPaxParser::Take(std::string_view text) {
+bool CPaxParser::Feed(std::string_view text) {
   while (!text.empty() && !broken_)
     broken_ = !TakePart(&text);
   return !broken_;
@@ -98,7 +98,7 @@ bool CPaxParser::TakePart(std::string_view* text) {
   return false;
 }
 
-// Up to the blank.
+// Reads up to the blank.
 bool CPaxParser::TakeLength(std::string_view* text) {
   constexpr std::size_t kMostDigits = 20;
   const char next = text->front();
@@ -120,7 +120,7 @@ bool CPaxParser::TakeLength(std::string_view* text) {
   return true;
 }
 
-// Up to the "=", which has to come before the end.
+// Reads up to the "=", which has to come before the end.
 bool CPaxParser::TakeKey(std::string_view* text) {
   const std::string_view here = text->substr(0, text->find('='));
   const bool is_whole = here.size() < text->size();
@@ -132,7 +132,7 @@ bool CPaxParser::TakeKey(std::string_view* text) {
   return true;
 }
 
-// Up to the end of the line, which is where the record ends.
+// Reads up to the end of the line, where the record ends.
 bool CPaxParser::TakeValue(std::string_view* text) {
   const auto here = static_cast<std::size_t>(std::min<std::uint64_t>(text->size(), left_bytes_));
   const bool is_last = here == left_bytes_;
@@ -146,7 +146,7 @@ bool CPaxParser::TakeValue(std::string_view* text) {
   return AddRecord(key_, value_, records_);
 }
 
-// False for more than is kept.
+// False for a record that is longer than is kept.
 bool CPaxParser::Keep(std::string_view bytes, std::string* in) {
   in->append(bytes.substr(0, kLongestTarRecord));
   if (in->size() <= kLongestTarRecord) return true;

@@ -1,4 +1,5 @@
-// What pax records say of an entry: lines "LENGTH KEY=VALUE\n", the length that of the whole line.
+// Pax records, which describe an entry: lines "LENGTH KEY=VALUE\n", where the length is that of the
+// whole line.
 #ifndef MOLDEX_OLDFORMAT_PAX_RECORDS_H_
 #define MOLDEX_OLDFORMAT_PAX_RECORDS_H_
 
@@ -12,31 +13,31 @@ namespace moldex {
 // The longest name or record that is taken, in bytes.
 inline constexpr std::uint64_t kLongestTarRecord = 64 * 1024;
 
-// Each replaces what the entry's header says. Names end at a zero byte, as those in headers do.
+// Each field replaces the one in the entry's header. Names end at a zero byte, as in headers.
 struct PaxRecords {
   std::optional<std::string> path;
   std::optional<std::string> link_path;
   std::optional<std::uint64_t> data_bytes;
   std::optional<std::int64_t> modified_seconds;
-  // Of a file that is stored as its parts: its name and size, or that it is one.
+  // For a sparse file, which is stored as its parts.
   bool is_sparse = false;
   std::optional<std::string> sparse_name;
   std::optional<std::uint64_t> sparse_size_bytes;
 };
 
-// Takes records that arrive in pieces of any size. Those of keys that nobody here reads are passed
-// over, however long they are; the others are kept one at a time.
+// Parses records that arrive in pieces of any size. Records of unknown keys are passed over,
+// however long they are. The others are kept one at a time.
 class CPaxParser {
  public:
-  // The records are added to `records`, which must outlive the parser. One without value takes back
-  // what was said before; a time that cannot be read says nothing.
+  // The records are added to `records`, which outlives the parser. A record without value takes
+  // back an earlier one; a time that cannot be read is ignored.
   explicit CPaxParser(PaxRecords* records) : records_(records) {}
 
-  // False once the text breaks the format, or a record that counts is too long; what stood in front
-  // of that was added.
-  bool Take(std::string_view text);
+  // False once the text breaks the format, or a record that is to be kept is too long. The records
+  // before that were added.
+  bool Feed(std::string_view text);
 
-  // Whether everything taken so far is whole records.
+  // Whether the text fed so far ends with a whole record.
   bool AtRecordEnd() const { return part_ == Part::kLength && length_text_.empty(); }
 
   // The length of the record that was too long; 0 if none was.

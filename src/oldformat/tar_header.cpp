@@ -27,7 +27,7 @@ constexpr std::size_t kMorePartsFollow = 504;
 constexpr std::uint32_t kModeBits = 07777;
 constexpr std::uint32_t kUsualPermissions = 0644;
 
-// Types that are not listed are unknown. What has no data has none whatever its size says.
+// Types that are not listed are unknown. A type without data has none whatever its size says.
 struct TypeLetter {
   char letter;
   TarKind kind;

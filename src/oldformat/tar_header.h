@@ -1,16 +1,16 @@
-// The 512-byte header in front of everything in a tar archive.
+// The 512-byte header that precedes everything in a tar archive.
 //
 //   offset size                        offset size
 //        0  100  name                     257    8  magic: "ustar\0" and "00", "ustar  \0" (GNU),
 //      100    8  mode                               or nothing (Unix version 7)
-//      124   12  size                     345  155  with the first magic: what stands, with a "/",
-//      136   12  modification time                  in front of the name
-//      148    8  sum of the bytes         386       of a sparse file of GNU tar: where its parts
+//      124   12  size                     345  155  with the first magic: start of the name,
+//      136   12  modification time                  which a "/" follows
+//      148    8  sum of the bytes         386       sparse file of GNU tar: where its parts
 //      156    1  type                               are; 482 whether blocks with more follow,
 //      157  100  target of a link                   483 12 the file's size
 //
-// Numbers are octal text, or big-endian with the first byte's top bit set. Pure functions of the
-// bytes; what several headers say of one entry together is put together by the reader.
+// Numbers are octal text, or big-endian with the first byte's top bit set. These are
+// pure functions of the bytes; the reader puts together several headers of one entry.
 #ifndef MOLDEX_OLDFORMAT_TAR_HEADER_H_
 #define MOLDEX_OLDFORMAT_TAR_HEADER_H_
 
@@ -25,7 +25,7 @@ namespace moldex {
 inline constexpr std::size_t kTarBlockBytes = 512;
 using TarBlock = std::span<const std::uint8_t, kTarBlockBytes>;
 
-// The largest amount of data that an entry may have: filled up to whole blocks, it still is a
+// The largest amount of data that an entry may have: filled up to whole blocks, it is still a
 // signed number.
 inline constexpr std::uint64_t kLargestTarSize =
     std::numeric_limits<std::int64_t>::max() - kTarBlockBytes;
@@ -39,7 +39,7 @@ enum class TarKind : std::uint8_t {
   kFifo,
   kSparseFile,
   kUnknown,
-  // What follows is not an entry but about one.
+  // These kinds are no entries but describe one.
   kLongName,  // the name of the next entry
   kLongLink,  // its link's target
   kRecords,   // pax records of the next entry
@@ -51,9 +51,9 @@ struct TarHeader {
   TarKind kind = TarKind::kUnknown;
   std::string name;
   std::string link_target;
-  std::uint64_t data_bytes = 0;  // in the archive, behind this header
+  std::uint64_t data_bytes = 0;  // in the archive, after this header
   std::uint64_t size_bytes = 0;  // of the file
-  // Of a hard link: data that may follow. Most writers give the size of the file, but not its data.
+  // Data that may follow a hard link. Most writers give the size of the file, but not its data.
   std::uint64_t doubtful_bytes = 0;
   std::uint32_t permissions = 0;
   std::int64_t modified_seconds = 0;  // since 1970, negative before

@@ -13,7 +13,7 @@ TarBlock AsBlock(std::span<const std::uint8_t> bytes) { return bytes.first<kTarB
 
 std::string UpToZero(const std::string& text) { return text.substr(0, text.find('\0')); }
 
-// The size of the data, of what can have any.
+// Sets the size of the data, for kinds that can have any.
 void ApplySize(const PaxRecords& records, TarHeader* header) {
   if (records.data_bytes && header->kind == TarKind::kHardLink) {
     header->doubtful_bytes = *records.data_bytes;
@@ -34,7 +34,7 @@ void ApplySparse(PaxRecords records, TarHeader* header) {
 
 }  // namespace
 
-// What was said of the next entry counts more than its header, and records count most.
+// Records override a name that was announced, and both override the header.
 void CTarReader::Apply(Announced announced, TarHeader* header) {
   PaxRecords& records = announced.records;
   if (announced.name) header->name = std::move(*announced.name);
@@ -44,7 +44,7 @@ void CTarReader::Apply(Announced announced, TarHeader* header) {
   if (records.modified_seconds) header->modified_seconds = *records.modified_seconds;
   ApplySize(records, header);
   ApplySparse(std::move(records), header);
-  // Before there was a type for directories, the end of the name told.
+  // Before there was a type for directories, a "/" at the end of the name marked one.
   if (header->kind == TarKind::kFile && header->name.ends_with('/')) {
     header->kind = TarKind::kDirectory;
   }
@@ -133,8 +133,8 @@ std::optional<TarBlock> CTarReader::ReadBlock() {
   return AsBlock(bytes);
 }
 
-// Whether the next block is neither a header nor the archive's end. What is data then is skipped by
-// its size, and what stands behind it has to be a header again.
+// Whether the next block is neither a header nor the archive's end. Then it is data, which are
+// skipped by their size; a header has to follow them.
 bool CTarReader::DataFollow() {
   const auto bytes = reader_->Peek(kTarBlockBytes);
   if (reader_->Failed()) throw CReadExcept(archive_name_);
@@ -168,8 +168,8 @@ void CTarReader::BeginData(std::uint64_t bytes) {
   padding_ = (kTarBlockBytes - bytes % kTarBlockBytes) % kTarBlockBytes;
 }
 
-// To the next header. Behind data that were read, little is left, and a seek would cost more than
-// it.
+// Moves to the next header. After data that were read only padding is left, and reading it costs
+// less than a seek.
 void CTarReader::SkipData() {
   if (data_left_ == 0) {
     const bool whole = reader_->Take(static_cast<std::size_t>(padding_)).size() == padding_;
@@ -194,7 +194,7 @@ std::string CTarReader::ReadRecord() {
 void CTarReader::ReadRecords(PaxRecords* records) {
   CPaxParser parser(records);
   for (auto piece = Data(); !piece.empty(); piece = Data()) {
-    if (parser.Take({reinterpret_cast<const char*>(piece.data()), piece.size()})) continue;
+    if (parser.Feed({reinterpret_cast<const char*>(piece.data()), piece.size()})) continue;
     if (parser.too_long_bytes() > 0) FailTooLong(parser.too_long_bytes());
     FailDamaged();
   }

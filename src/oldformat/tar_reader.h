@@ -1,8 +1,8 @@
 // Reads a tar archive front to back, entry by entry.
 //
-// Knows Unix version 7, ustar, GNU and pax archives, and takes what several headers say of one
-// entry together. Chooses and converts nothing. An archive ends with a block of zeros, of which
-// writers make two, or where its file does. Memory stays the same however long the archive is.
+// Knows Unix version 7, ustar, GNU and pax archives, and puts together several headers of one
+// entry. Chooses and converts nothing. An archive ends with a block of zeros (writers make two) or
+// at the end of its file. Memory stays the same however long the archive is.
 //
 // Failures are CExcept that carry the archive's name: it is damaged, ends too early or cannot be
 // read.
@@ -32,11 +32,11 @@ class CTarReader {
   bool IsTar();
 
   // The next entry, whatever was read of the data of the one before; empty at the end. Its name
-  // and kind are what all its headers together say.
+  // and kind come from all its headers together.
   std::optional<TarHeader> Next();
 
-  // The next piece of the entry's data; empty behind the last. Valid until the next call. Where the
-  // file ends too early, what is there comes before the failure.
+  // The next piece of the entry's data; empty after the last. Valid until the next call. Where the
+  // file ends too early, the bytes that are there come before the failure.
   std::span<const std::uint8_t> Data();
 
   // Goes back to the start.
@@ -46,7 +46,7 @@ class CTarReader {
   const FileIdentity& identity() const { return identity_; }
 
  private:
-  // What headers in front of an entry's own say of it.
+  // Fields from headers that precede the entry's own.
   struct Announced {
     std::optional<std::string> name;
     std::optional<std::string> link_target;
@@ -77,7 +77,7 @@ class CTarReader {
   std::optional<std::int64_t> default_seconds_;  // of entries without records of their own
   std::uint64_t header_position_ = 0;            // of the last header
   std::uint64_t data_left_ = 0;
-  std::uint64_t padding_ = 0;  // behind the data
+  std::uint64_t padding_ = 0;  // after the data
   bool ended_ = false;
 };
 
