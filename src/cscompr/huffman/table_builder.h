@@ -71,6 +71,8 @@ constexpr CanonicalOrder Sort(std::span<const std::uint8_t> lengths) {
   for (std::size_t length = 1; length <= kMaxCodeBits; ++length) {
     order.counts[length] = static_cast<std::uint16_t>(counts[0][length] + counts[1][length]);
     const std::size_t next = length < kMaxCodeBits ? length + 1 : 0;
+    // cppcheck takes the array for one element shorter than it is.
+    // cppcheck-suppress containerOutOfBounds
     offsets[next] = static_cast<std::uint16_t>(offsets[length] + order.counts[length]);
   }
   order.used = offsets[0];
