@@ -1,4 +1,5 @@
-// The library as its callers see it: options, headers, result codes and counters.
+// The library as its callers see it: options, headers, result codes and counters; and what holds
+// for every codec, however the calls are cut.
 #include <array>
 #include <cstdint>
 
@@ -8,46 +9,26 @@
 namespace cscompr::test {
 namespace {
 
-constexpr std::int32_t kFirstLzc = kCsFirstCall | kCsLzc;
-constexpr std::int32_t kFirstLzh = kCsFirstCall | kCsLzh;
-
 using Answer = std::array<std::int32_t, 3>;  // code, bytes read, bytes written
 
-Answer Compress(std::int32_t length, std::int32_t option, const Buffers& b) {
+Answer Answered(std::int32_t length, std::int32_t option, const Buffers& b) {
   Answer answer{0, -1, -1};
   answer[0] = CsCompr(length, b.input, b.input_length, b.output, b.output_length, option,
                       &answer[1], &answer[2]);
   return answer;
 }
 
-Answer Restore(std::int32_t option, const Buffers& b) {
+Answer Answered(std::int32_t option, const Buffers& b) {
   Answer answer{0, -1, -1};
   answer[0] =
       CsDecompr(b.input, b.input_length, b.output, b.output_length, option, &answer[1], &answer[2]);
   return answer;
 }
 
-Stream Compression(const Bytes& data, std::int32_t option, std::size_t longest = 200'000) {
-  const auto call = [option, size = data.size()](const Buffers& buffers, bool first) {
-    const auto [code, read, written] =
-        Compress(static_cast<std::int32_t>(size), first ? option : option & ~kCsFirstCall, buffers);
-    return Outcome{code, read, written};
-  };
-  return {Way::kCompress, data, call, UpTo(longest, 1), UpTo(longest, 2, 1)};
-}
-
-Stream Restoration(const Bytes& stream, std::size_t longest = 200'000) {
-  const auto call = [](const Buffers& buffers, bool first) {
-    const auto [code, read, written] = Restore(first ? kCsFirstCall : 0, buffers);
-    return Outcome{code, read, written};
-  };
-  return {Way::kRestore, stream, call, UpTo(longest, 3), UpTo(longest, 4, 1)};
-}
-
 // Made before any test runs, and so before any first call.
 const Bytes kInput(10);
-Bytes room(100);
-const Answer kBeforeAllStreams = Compress(10, 0, {kInput.data(), 10, room.data(), 100});
+Bytes output(100);
+const Answer kBeforeAllStreams = Answered(10, 0, {kInput.data(), 10, output.data(), 100});
 
 TEST(FrontEnd, GoesOnWithNoStreamBeforeTheFirst) {
   EXPECT_EQ(kBeforeAllStreams, (Answer{kCsBadState, 0, 0}));
@@ -60,7 +41,7 @@ TEST(FrontEnd, WritesTheHeaderThatTheOptionsAskFor) {
       {0xA3, Header(1000, 0x12, 2)},    {-0x0D, Header(1000, 0x12, 2)},
       {0x51, Header(1000, 0x11, 0x8D)}};
   for (const auto& [option, header] : cases)
-    EXPECT_EQ(Front(Compression(Text(1000), option).Run().bytes, 8), header) << option;
+    EXPECT_EQ(Front(Compress(Text(1000), option), 8), header) << option;
 }
 
 TEST(FrontEnd, JudgesTheArgumentsOfCompressionInOrder) {
@@ -82,15 +63,15 @@ TEST(FrontEnd, JudgesTheArgumentsOfCompressionInOrder) {
       {kFirstLzc, 10, {nullptr, 0, to, 100}, kCsNullBuffer},
       {0x05, 10, {from, 10, to, 100}, kCsBadAlgorithm}};
   for (const auto& [option, length, buffers, code] : cases) {
-    ASSERT_EQ(Compress(20, kCsFirstCall | (option & kCsLzh), {from, 10, to, 100})[0],
+    ASSERT_EQ(Answered(20, kCsFirstCall | (option & kCsLzh), {from, 10, to, 100})[0],
               kCsInputExhausted);
-    EXPECT_EQ(Compress(length, option, buffers), (Answer{code, 0, 0})) << option << ' ' << length;
+    EXPECT_EQ(Answered(length, option, buffers), (Answer{code, 0, 0})) << option << ' ' << length;
     const std::int32_t later = code == kCsBadAlgorithm ? code : kCsBadState;
-    EXPECT_EQ(Compress(20, 0, {from, 10, to, 100}), (Answer{later, 0, 0}));
+    EXPECT_EQ(Answered(20, 0, {from, 10, to, 100}), (Answer{later, 0, 0}));
   }
-  EXPECT_EQ(Compress(10, kFirstLzh, {from, 10, to, 8}), (Answer{kCsOutputFull, 0, 8}));
-  EXPECT_EQ(Compress(10, 0, {from, 9, nullptr, 0}), (Answer{kCsInputExhausted, 9, 0}));
-  EXPECT_EQ(Compress(10, 0, {from, 1, nullptr, 0}), (Answer{kCsOutputFull, 1, 0}));
+  EXPECT_EQ(Answered(10, kFirstLzh, {from, 10, to, 8}), (Answer{kCsOutputFull, 0, 8}));
+  EXPECT_EQ(Answered(10, 0, {from, 9, nullptr, 0}), (Answer{kCsInputExhausted, 9, 0}));
+  EXPECT_EQ(Answered(10, 0, {from, 1, nullptr, 0}), (Answer{kCsOutputFull, 1, 0}));
 }
 
 TEST(FrontEnd, JudgesTheArgumentsOfDecompression) {
@@ -104,64 +85,120 @@ TEST(FrontEnd, JudgesTheArgumentsOfDecompression) {
       {{9, 0, 0, 0, 0x13, 0x1E, 0x9D, 2}, kCsNotAStream},
       {{9, 0, 0, 0, 0x12, 0x1F, 0x9C, 2}, kCsNotAStream}};
   for (const auto& [header, code] : cases) {
-    EXPECT_EQ(Restore(kCsFirstCall, {header.data(), 8, &out, 0}),
+    EXPECT_EQ(Answered(kCsFirstCall, {header.data(), 8, &out, 0}),
               (Answer{code, code < 0 ? 0 : 8, 0}));
     if (code < 0) {
-      EXPECT_EQ(Restore(0, {header.data(), 8, &out, 1}), (Answer{code, 0, 0}));
+      EXPECT_EQ(Answered(0, {header.data(), 8, &out, 1}), (Answer{code, 0, 0}));
     }
-    EXPECT_EQ(Restore(kCsFirstCall, {header.data(), 8, &out, -1})[0], kCsBadOutput);
-    EXPECT_EQ(Restore(kCsFirstCall, {header.data(), 7, &out, 0})[0], kCsBadInput);
+    EXPECT_EQ(Answered(kCsFirstCall, {header.data(), 8, &out, -1})[0], kCsBadOutput);
+    EXPECT_EQ(Answered(kCsFirstCall, {header.data(), 7, &out, 0})[0], kCsBadInput);
     EXPECT_EQ(CsCheckHeader(header.data()), std::min(code, 0));
   }
   ASSERT_EQ(CsCheckHeader(Header(9, 0x11, 0x8D).data()), 0);
-  EXPECT_EQ(Restore(0, {kInput.data(), 1, &out, 0})[0], kCsBadOutput);
-  EXPECT_EQ(Restore(0, {&out, 1, nullptr, 1})[0], kCsNullBuffer);
-  EXPECT_EQ(Restore(0, {&out, 1, &out, 1})[0], kCsSameBuffer);
+  EXPECT_EQ(Answered(0, {kInput.data(), 1, &out, 0})[0], kCsBadOutput);
+  EXPECT_EQ(Answered(0, {&out, 1, nullptr, 1})[0], kCsNullBuffer);
+  EXPECT_EQ(Answered(0, {&out, 1, &out, 1})[0], kCsSameBuffer);
   Bytes same = Header(9, 0x11, 0x8D);
-  EXPECT_EQ(Restore(kCsFirstCall, {same.data(), 8, same.data(), 8})[0], kCsSameBuffer);
+  EXPECT_EQ(Answered(kCsFirstCall, {same.data(), 8, same.data(), 8})[0], kCsSameBuffer);
   ASSERT_EQ(CsCheckHeader(Header(9, 0x12, 2).data()), 0);
-  EXPECT_EQ(Restore(0, {nullptr, 0, &out, 0})[0], kCsNothingToDo);
+  EXPECT_EQ(Answered(0, {nullptr, 0, &out, 0})[0], kCsNothingToDo);
 }
 
-TEST(FrontEnd, GoesOnAfterTheHeaderCheck) {
-  for (const std::int32_t option : {kFirstLzc, kFirstLzh}) {
-    const Bytes stream = Compression(Text(5000), option).Run().bytes;
-    ASSERT_EQ(CsCheckHeader(stream.data()), 0);
-    Bytes out(6000);
-    const auto rest = static_cast<std::int32_t>(stream.size() - 8);
-    EXPECT_EQ(Restore(0, {&stream[8], rest, out.data(), 6000}),
-              (Answer{kCsEndOfStream, rest, 5000}));
-    EXPECT_EQ(Front(out, 5000), Text(5000));
-  }
+// The parameter is the option of the first call.
+class CodecSweep : public ::testing::TestWithParam<std::int32_t> {
+ protected:
+  static bool IsLzh() { return (GetParam() & kCsAlgorithmMask) == kCsLzh; }
+  static Bytes Packed(const Bytes& data) { return Compress(data, GetParam()); }
+};
+
+// A first piece of the given length, and all the rest behind it.
+Cut Once(std::size_t length) {
+  return [length, first = true]() mutable { return std::exchange(first, false) ? length : 5000; };
 }
 
-TEST(FrontEnd, RestoresWhatItCompressedHoweverBothAreCut) {
-  for (const std::int32_t option : {kFirstLzc, kFirstLzh, kFirstLzh | 9 << kCsLevelShift}) {
-    for (const std::size_t length : {0U, 1U, 300U, 70000U}) {
-      if (length == 0 && option == kFirstLzc) continue;  // refused
-      const Bytes data = Text(length);
-      const Bytes whole = Compression(data, option).Run().bytes;
-      for (const std::size_t longest : {1U, 20U, 3000U}) {
-        EXPECT_EQ(Compression(data, option, longest).Run(), (Result{kCsEndOfStream, whole}));
-        EXPECT_EQ(Restoration(whole, longest).Run(), (Result{kCsEndOfStream, data}));
-      }
+TEST_P(CodecSweep, CutsChangeNothing) {
+  for (const Bytes& data : {Bytes{7}, Text(300), Text(70000), Noise(50000), Runs(70000),
+                            Noise(70000, 16), Bytes(100000)}) {
+    const Bytes whole = Packed(data);
+    auto cuts = AllCuts();
+    cuts.emplace_back(kWhole, Always(whole.size()));  // the last byte fills the buffer to the brim
+    for (const auto& [input_cut, output_cut] : cuts) {
+      ASSERT_EQ(Compress(data, GetParam(), input_cut, output_cut), whole);
+      ASSERT_EQ(Restore(whole, input_cut, output_cut), (Result{kCsEndOfStream, data}));
     }
   }
 }
 
-TEST(FrontEnd, KeepsOneStreamOfEachDirectionApart) {
-  for (const std::int32_t option : {kFirstLzc, kFirstLzh}) {
-    const Bytes alone = Compression(Text(30000), option).Run().bytes;
-    Stream compression = Compression(Text(30000), option, 500);
-    Stream restoration = Restoration(alone, 300);
-    for (bool more = true; more;) {
-      const bool compressing = compression.result().code != kCsEndOfStream && compression.Step();
-      more = (restoration.result().code != kCsEndOfStream && restoration.Step()) || compressing;
-    }
-    EXPECT_EQ(compression.result().bytes, alone);
-    EXPECT_EQ(restoration.result().bytes, Text(30000));
+TEST_P(CodecSweep, EveryLengthComesBack) {
+  const Bytes noise = Noise(40000);
+  for (std::size_t length = IsLzh() ? 0 : 1; length < noise.size();
+       length += length < 700 ? 1 : 397)
+    ASSERT_EQ(Restore(Packed(Front(noise, length))).bytes, Front(noise, length)) << length;
+}
+
+TEST_P(CodecSweep, StopsAndResumesAtEveryByte) {
+  const Bytes data = Text(900);
+  const Bytes stream = Packed(data);
+  for (std::size_t cut = kCsHeaderBytes; cut < stream.size(); ++cut) {
+    ASSERT_EQ(Restore(stream, Once(cut)), (Result{kCsEndOfStream, data})) << cut;
+    const Result starved = Restore(Front(stream, cut));
+    ASSERT_TRUE(starved.code == kCsInputExhausted || cut + 1 == stream.size()) << cut;
+    ASSERT_EQ(starved.bytes, Front(data, starved.bytes.size())) << cut;
+  }
+  for (std::size_t room = 0; room < data.size(); ++room) {
+    Stream stepped = Restoration(stream, kWhole, Once(room));
+    ASSERT_TRUE(stepped.Step()) << room;
+    ASSERT_EQ(stepped.result().code, kCsOutputFull) << room;
+    ASSERT_EQ(stepped.Run(), (Result{kCsEndOfStream, data})) << room;
   }
 }
+
+// The room behind the promised length is there to be overwritten, never to be delivered.
+TEST_P(CodecSweep, DeliversNoMoreThanWasPromised) {
+  const Bytes data = Joined(Text(500), Runs(400));
+  Bytes stream = Packed(data);
+  for (std::size_t promised = 0; promised < data.size(); ++promised) {
+    std::ranges::copy(Front(Header(promised, 0, 0), 4), stream.begin());
+    const Result whole = Restore(stream);
+    ASSERT_EQ(whole.code, IsLzh() ? kCsTooLong : kCsEndOfStream) << promised;
+    ASSERT_EQ(whole.bytes, Front(data, whole.bytes.size())) << promised;
+    ASSERT_TRUE(whole.bytes.size() == promised || (IsLzh() && whole.bytes.size() < promised));
+    ASSERT_EQ(Restore(stream, Always(1), Always(1)), whole) << promised;
+    ASSERT_EQ(Restore(stream, kWhole, Always(promised + 1)), whole) << promised;
+  }
+}
+
+TEST_P(CodecSweep, GoesOnAfterTheHeaderCheck) {
+  const Bytes stream = Packed(Text(5000));
+  ASSERT_EQ(CsCheckHeader(stream.data()), 0);
+  Bytes out(6000);
+  const auto rest = static_cast<std::int32_t>(stream.size() - 8);
+  EXPECT_EQ(Answered(0, {&stream[8], rest, out.data(), 6000}),
+            (Answer{kCsEndOfStream, rest, 5000}));
+  EXPECT_EQ(Front(out, 5000), Text(5000));
+}
+
+TEST_P(CodecSweep, CompressionEndsOnce) {
+  (void)Packed(Text(500));
+  Bytes room(100);
+  EXPECT_EQ(Answered(5, 0, {kInput.data(), 5, room.data(), 100}),
+            (Answer{IsLzh() ? kCsEndOfStream : kCsBadState, 0, 0}));
+}
+
+TEST_P(CodecSweep, KeepsOneStreamOfEachDirectionApart) {
+  const Bytes alone = Packed(Text(30000));
+  Stream compression = Compression(Text(30000), GetParam(), UpTo(500, 1), UpTo(500, 2, 1));
+  Stream restoration = Restoration(alone, UpTo(300, 3), UpTo(300, 4, 1));
+  for (bool more = true; more;) {
+    const bool compressing = compression.result().code != kCsEndOfStream && compression.Step();
+    more = (restoration.result().code != kCsEndOfStream && restoration.Step()) || compressing;
+  }
+  EXPECT_EQ(compression.result().bytes, alone);
+  EXPECT_EQ(restoration.result().bytes, Text(30000));
+}
+
+INSTANTIATE_TEST_SUITE_P(Codecs, CodecSweep,
+                         ::testing::Values(kFirstLzc, FirstLzh(2), FirstLzh(6), FirstLzh(9)));
 
 }  // namespace
 }  // namespace cscompr::test

@@ -7,8 +7,6 @@
 #include <vector>
 
 #include "cscompr/cscompr.h"
-#include "cscompr/lzc/decoder.h"
-#include "cscompr/lzc/encoder.h"
 #include "cscompr/lzc/string_table.h"
 #include "cscompr/stream_steps.h"
 #include "support/temp_dir.h"
@@ -20,28 +18,7 @@ namespace {
 constexpr unsigned kBlockMode = 0x80;
 constexpr unsigned kClear = 256;
 
-LzcEncoder encoder;  // one of each for all streams, so that each meets what the one before left
-LzcDecoder decoder;
-
-// Offers more than belongs to the stream; that has to stay unread.
-Bytes Compress(const Bytes& data, const Cut& input_cut = kWhole, const Cut& output_cut = kWhole) {
-  const auto call = [size = static_cast<std::int32_t>(data.size())](const Buffers& buffers,
-                                                                    bool first) {
-    return first ? encoder.Start(size, buffers) : encoder.Resume(buffers);
-  };
-  Stream stream(Way::kCompress, Joined(data, Bytes(5, 'x')), call, input_cut, output_cut);
-  const Result& result = stream.Run();
-  EXPECT_EQ(result.code, kCsEndOfStream);
-  EXPECT_EQ(result.read, data.size());
-  return result.bytes;
-}
-
-Result Restore(const Bytes& stream, const Cut& input_cut = kWhole, const Cut& output_cut = kWhole) {
-  const auto call = [](const Buffers& buffers, bool first) {
-    return first ? decoder.Start(buffers) : decoder.Resume(buffers);
-  };
-  return Stream(Way::kRestore, stream, call, input_cut, output_cut).Run();
-}
+Bytes Compress(const Bytes& data) { return test::Compress(data, kFirstLzc); }
 
 Bytes LzcHeader(std::size_t length, unsigned parameter) { return Header(length, 0x11, parameter); }
 
@@ -201,47 +178,6 @@ class SimpleCoder {
 TEST(Lzc, WritesTheCodesOfTheLongestStrings) {
   for (const auto& [name, data] : Samples()) {
     EXPECT_EQ(Behind(Compress(data), kCsHeaderBytes), SimpleCoder().Run(data)) << name;
-  }
-}
-
-TEST(Lzc, RestoresEveryLengthAcrossGroupsWidthsAndClears) {
-  const Bytes noise = Noise(40000);
-  for (std::size_t length = 1; length <= noise.size(); length += length < 700 ? 1 : 397) {
-    const Bytes data = Front(noise, length);
-    ASSERT_EQ(Restore(Compress(data)).bytes, data) << length;
-  }
-}
-
-TEST(Lzc, CutsChangeNothing) {
-  for (const auto& [name, data] : Samples()) {
-    SCOPED_TRACE(name);
-    const Bytes whole = Compress(data);
-    for (const auto& [input_cut, output_cut] : AllCuts()) {
-      ASSERT_EQ(Compress(data, input_cut, output_cut), whole);
-      ASSERT_EQ(Restore(whole, input_cut, output_cut), (Result{kCsEndOfStream, data}));
-    }
-  }
-}
-
-TEST(Lzc, CompressionEndsOnce) {
-  (void)Compress(Text(5000));
-  EXPECT_EQ(encoder.Resume({}).code, kCsBadState);
-}
-
-TEST(Lzc, DeliversNoMoreThanTheLength) {
-  const Bytes codes = Joined(Behind(Compress(Bytes(3000, 'r')), kCsHeaderBytes), Noise(50));
-  for (const std::size_t length : {0U, 1U, 77U, 2999U}) {
-    const Bytes stream = Joined(LzcHeader(length, 0x8D), codes);
-    EXPECT_EQ(Restore(stream), (Result{kCsEndOfStream, Bytes(length, 'r')}));
-  }
-}
-
-TEST(Lzc, WaitsForTheRestOfAStreamCutAnywhere) {
-  const Bytes stream = Compress(Text(600));
-  for (std::size_t length = kCsHeaderBytes; length < stream.size(); ++length) {
-    const Result result = Restore(Front(stream, length));
-    EXPECT_EQ(result.code, kCsInputExhausted);
-    EXPECT_EQ(result.bytes, Text(result.bytes.size()));
   }
 }
 

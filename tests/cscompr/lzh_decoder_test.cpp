@@ -70,50 +70,6 @@ TEST(LzhDecoderTest, PiecesOfAnySizeGiveTheSame) {
   }
 }
 
-// A first piece of the given length, and all the rest behind it.
-Cut Once(std::size_t length) {
-  return [length, first = true]() mutable { return std::exchange(first, false) ? length : 5000; };
-}
-
-TEST(LzhDecoderTest, StopsAndResumesAtEveryByte) {
-  const Bytes data = Text(900);
-  for (const int strategy : {Z_DEFAULT_STRATEGY, Z_FIXED}) {
-    const Bytes stream = ZlibStream(data, {6, strategy});
-    const Result expected{kCsEndOfStream, data, stream.size()};
-    for (std::size_t cut = kCsHeaderBytes; cut <= stream.size(); ++cut) {
-      ASSERT_EQ(Decode(stream, Once(cut)), expected) << cut;
-      if (cut + 1 >= stream.size()) continue;
-      const Result starved = Decode(Front(stream, cut));
-      ASSERT_EQ(starved.code, kCsInputExhausted) << cut;
-      ASSERT_EQ(starved.bytes, Front(data, starved.bytes.size())) << cut;
-    }
-    for (std::size_t room = 0; room < data.size(); ++room) {
-      Stream stepped(Way::kRestore, stream, DecodePiece, kWhole, Once(room));
-      ASSERT_TRUE(stepped.Step()) << room;
-      ASSERT_EQ(stepped.result().code, kCsOutputFull) << room;
-      ASSERT_EQ(stepped.Run(), expected) << room;
-    }
-  }
-}
-
-// The room behind the promised length is there to be overwritten, never to be delivered.
-TEST(LzhDecoderTest, DeliversNoMoreThanWasPromised) {
-  const Bytes data = Joined(Text(500), Runs(400));
-  for (const int strategy : {Z_DEFAULT_STRATEGY, Z_FIXED}) {
-    Bytes stream = ZlibStream(data, {6, strategy});
-    for (std::size_t promised = 0; promised < data.size(); ++promised) {
-      const Bytes header = Header(promised, 0x12, 2);
-      std::copy(header.begin(), header.end(), stream.begin());
-      const Result whole = Decode(stream);
-      ASSERT_EQ(whole.code, kCsTooLong) << promised;
-      ASSERT_EQ(whole.bytes, Front(data, whole.bytes.size())) << promised;
-      ASSERT_LE(whole.bytes.size(), promised);
-      ASSERT_EQ(Decode(stream, Always(1), Always(1)), whole) << promised;
-      ASSERT_EQ(Decode(stream, kWhole, Always(promised)), whole) << promised;
-    }
-  }
-}
-
 // Writes a stream bit by bit.
 class Bits {
  public:

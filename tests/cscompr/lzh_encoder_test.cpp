@@ -1,7 +1,5 @@
 // The LZH encoder against zlib, which takes the same matching decisions when it is tuned so, and
 // against the rules of its interface.
-#include "cscompr/lzh/encoder.h"
-
 #include <algorithm>
 #include <array>
 #include <functional>
@@ -58,25 +56,7 @@ const Corpus kCorpora[] = {
     {"long matches", LongMatches},
 };
 
-// Offers more than belongs to the stream; that has to stay unread.
-Bytes Compress(const Bytes& input, int level, const Cut& input_cut = kWhole,
-               const Cut& output_cut = kWhole) {
-  static LzhEncoder encoder;  // one for all streams, so that each meets what the one before left
-  const auto size = static_cast<std::int32_t>(input.size());
-  const auto call = [size, level](const Buffers& buffers, bool first) {
-    return first ? encoder.Start(size, level, buffers) : encoder.Resume(buffers);
-  };
-  const Bytes offered = Joined(input, Bytes(5, 'x'));
-  Stream stream(Way::kCompress, offered, call, input_cut, output_cut);
-  const Result& result = stream.Run();
-  EXPECT_EQ(result.code, kCsEndOfStream);
-  EXPECT_EQ(result.read, input.size());
-  Bytes room(10);
-  const Outcome after = encoder.Resume({offered.data(), 5, room.data(), 10});
-  EXPECT_EQ(after.code, kCsEndOfStream);
-  EXPECT_EQ(after.bytes_written, 0);
-  return result.bytes;
-}
+Bytes Compress(const Bytes& input, int level) { return test::Compress(input, FirstLzh(level)); }
 
 Bytes ZlibCompress(const Bytes& input, int level) {
   static constexpr std::array<int, 3> kTuning[] = {{4, 4, 16},    {6, 8, 16},      {8, 16, 32},
@@ -193,20 +173,6 @@ TEST(LzhEncoder, SendsOneBlockAsZlibDoes) {
 TEST(LzhEncoder, NeverStoresAndWritesAnEmptyStreamAsOneFixedBlock) {
   CheckStream(Noise(100'000, 256), 2);
   EXPECT_EQ(Compress({}, 7), (Bytes{0, 0, 0, 0, 0x12, 0x1F, 0x9D, 7, 0x03, 0x00, 0x00}));
-}
-
-TEST(LzhEncoder, GivesTheSameBytesHoweverTheCallsAreCut) {
-  for (const Corpus& corpus : kCorpora) {
-    SCOPED_TRACE(corpus.name);
-    const Bytes input = corpus.make(70'000);
-    for (const int level : {2, 6}) {
-      const Bytes expected = Compress(input, level);
-      for (const auto& [input_cut, output_cut] : AllCuts())
-        EXPECT_TRUE(Compress(input, level, input_cut, output_cut) == expected);
-      // The last byte delivered fills the buffer to the brim: the stream is complete all the same.
-      EXPECT_TRUE(Compress(input, level, kWhole, Always(expected.size())) == expected);
-    }
-  }
 }
 
 // The lengths of the blocks that the closing rules make of a sequence of tokens.

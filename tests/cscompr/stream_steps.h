@@ -117,11 +117,54 @@ class Stream {
   Result result_;
 };
 
+// The library's own calls as a stream. The option is that of a first call.
+inline Stream Compression(const Bytes& data, std::int32_t option, Cut input_cut = kWhole,
+                          Cut output_cut = kWhole) {
+  Bytes offered = data;
+  offered.resize(data.size() + 5,
+                 'x');  // more than belongs to the stream, which has to stay unread
+  const auto call = [option, size = static_cast<std::int32_t>(data.size())](const Buffers& b,
+                                                                            bool first) {
+    Outcome o;
+    o.code = CsCompr(size, b.input, b.input_length, b.output, b.output_length,
+                     first ? option : option & ~kCsFirstCall, &o.bytes_read, &o.bytes_written);
+    return o;
+  };
+  return {Way::kCompress, offered, call, std::move(input_cut), std::move(output_cut)};
+}
+
+inline Stream Restoration(const Bytes& stream, Cut input_cut = kWhole, Cut output_cut = kWhole) {
+  const auto call = [](const Buffers& b, bool first) {
+    Outcome o;
+    o.code = CsDecompr(b.input, b.input_length, b.output, b.output_length, first ? kCsFirstCall : 0,
+                       &o.bytes_read, &o.bytes_written);
+    return o;
+  };
+  return {Way::kRestore, stream, call, std::move(input_cut), std::move(output_cut)};
+}
+
+inline Bytes Compress(const Bytes& data, std::int32_t option, Cut input_cut = kWhole,
+                      Cut output_cut = kWhole) {
+  Stream stream = Compression(data, option, std::move(input_cut), std::move(output_cut));
+  EXPECT_EQ(stream.Run().code, kCsEndOfStream);
+  EXPECT_EQ(stream.result().read, data.size());
+  return stream.result().bytes;
+}
+
+inline Result Restore(const Bytes& stream, Cut input_cut = kWhole, Cut output_cut = kWhole) {
+  return Restoration(stream, std::move(input_cut), std::move(output_cut)).Run();
+}
+
+constexpr std::int32_t kFirstLzc = kCsFirstCall | kCsLzc;
+constexpr std::int32_t kFirstLzh = kCsFirstCall | kCsLzh;
+constexpr std::int32_t FirstLzh(int level) { return kFirstLzh | level << kCsLevelShift; }
+
 // The cuts that tests of every codec go through: of the input, and of the output.
 inline std::vector<std::pair<Cut, Cut>> AllCuts() {
-  return {{Always(1), Always(1)},       {Always(1), Always(700)},      {Always(700), Always(1)},
-          {Always(261), Always(300)},   {Always(16384), Always(4096)}, {UpTo(40, 1), UpTo(40, 2)},
-          {UpTo(5000, 3), UpTo(70, 4)}, {UpTo(70, 5), UpTo(32768, 6)}};
+  return {{Always(1), Always(1)},          {Always(1), Always(700)},
+          {Always(700), Always(1)},        {Always(261), Always(300)},
+          {Always(16384), Always(4096)},   {UpTo(40, 1), UpTo(40, 2, 1)},
+          {UpTo(5000, 3), UpTo(70, 4, 1)}, {UpTo(70, 5), UpTo(32768, 6, 1)}};
 }
 
 inline Bytes Joined(Bytes front, const Bytes& back) {
@@ -138,12 +181,15 @@ inline Bytes Behind(const Bytes& bytes, std::size_t start) {
 }
 
 inline Bytes Header(std::size_t length, unsigned algorithm, unsigned parameter) {
-  Bytes header;
-  for (unsigned i = 0; i < 4; ++i)
-    header.push_back(static_cast<std::uint8_t>(length >> (8 * i)));
-  header.insert(header.end(), {static_cast<std::uint8_t>(algorithm), 0x1F, 0x9D,
-                               static_cast<std::uint8_t>(parameter)});
-  return header;
+  const auto byte = [](std::size_t value) { return static_cast<std::uint8_t>(value); };
+  return {byte(length),
+          byte(length >> 8),
+          byte(length >> 16),
+          byte(length >> 24),
+          byte(algorithm),
+          0x1F,
+          0x9D,
+          byte(parameter)};
 }
 
 inline Bytes Noise(std::size_t length, unsigned symbols = 256) {

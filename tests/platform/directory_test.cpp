@@ -44,6 +44,7 @@ class Directory : public FolderTest {
 };
 
 TEST_F(Directory, NamesComeInByteOrder) {
+  if (!kHasLinksAndModes) GTEST_SKIP() << "these are no names there";
   const Names expected = {" ",   "#",  ".a", "0", "A", "B",        "a",   "a ",
                           "a.b", "aa", "ab", "b", "~", "\xC3\xA4", "\xFF"};
   for (const std::string& name : expected)

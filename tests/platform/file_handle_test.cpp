@@ -158,6 +158,7 @@ TEST_F(FileHandle, AMoveLeavesOneOwner) {
 }
 
 TEST_F(FileHandle, StatusIsOfTheOpenFileWhateverBecomesOfItsName) {
+  if (!kHasLinksAndModes) GTEST_SKIP() << "an open file keeps its name there";
   ASSERT_TRUE(file_.Open(MakeFile("abc"), kOpenExisting));
   const FileStatus named = *QueryStatus(Name("file"));
   std::filesystem::rename(Path("file"), Path("renamed"));
@@ -231,6 +232,7 @@ class ExtractedFile : public FileHandle {
 };
 
 TEST_F(ExtractedFile, IsItsOwnersAloneAndFollowsNoSymbolicLink) {
+  if (!kHasLinksAndModes) GTEST_SKIP() << "no permissions there";
   const Tree targets = {{"victim", FileNode("victim", 0640)}, {"folder", DirectoryNode()}};
   Make(targets);
   Make({{"open", FileNode("old and longer", 0777)},
@@ -250,6 +252,7 @@ TEST_F(ExtractedFile, IsItsOwnersAloneAndFollowsNoSymbolicLink) {
 }
 
 TEST_F(ExtractedFile, RefusesWhatIsNoRegularFileAndLeavesIt) {
+  if (!kHasLinksAndModes) GTEST_SKIP() << "no links and pipes there";
   Make({{"fifo", FifoNode()}, {"folder/file", FileNode("1")}, {"closed", FileNode("old", 0466)}});
   std::filesystem::create_hard_link(Path("closed"), Path("closed too"));
   const Tree before = Below("");

@@ -53,13 +53,6 @@ TEST(PathRules, StoredNamesAreRelative) {
   ExpectUnderBothRules(cases, [](auto rules, auto name) { return StoredName(rules, name, false); });
 }
 
-TEST(PathRules, AbsoluteNamesAreStoredAsGivenButForSeparators) {
-  const NamePair cases[] = {{"/a/b", "/a/b", "/a/b"}, {"C:\\a\\b", "C:\\a\\b", "C:/a/b"},
-                            {"//a", "//a", "//a"},    {"a//", "a", "a"},
-                            {"//", "/", "/"},         {"\\\\s\\", "\\\\s\\", "//s"}};
-  ExpectUnderBothRules(cases, [](auto rules, auto name) { return StoredName(rules, name, true); });
-}
-
 TEST(PathRules, TargetDirectoryGoesInFrontOfRelativeNames) {
   const char* const cases[][4] = {{"", "x:a", "x:a", "x:a"},
                                   {"out", "a", "out/a", "out/a"},
@@ -89,31 +82,6 @@ TEST(PathRules, ParentComponentsAreFoundAtEveryPlace) {
   ExpectUnderBothRules(cases, HasParentComponent);
 }
 
-TEST(PathRules, AbsolutePathsNeedNoCurrentDirectory) {
-  const Judged cases[] = {{"/", true, true},      {"/a", true, true},   {"//a", true, true},
-                          {"\\a", false, true},   {"C:", false, true},  {"C:/a", false, true},
-                          {"C:\\a", false, true}, {"a", false, false},  {"./a", false, false},
-                          {"", false, false},     {":a", false, false}, {"ab:c", false, false}};
-  ExpectUnderBothRules(cases, IsAbsolutePath);
-}
-
-TEST(PathRules, OnlyDrivesAndTheRootAreNotRelative) {
-  for (const char* name : {"a", "/a", "//", "\\", ":", "ab:", "ab:c", "..", "\xC3\xA4:"}) {
-    EXPECT_TRUE(IsRelative(name)) << name;
-  }
-  for (const char* name : {"", "/", "C:", "C:a", "::", "1:/a"}) {
-    EXPECT_FALSE(IsRelative(name)) << name;
-  }
-}
-
-TEST(PathRules, LastComponentsEndAtTheSystemsSeparators) {
-  const NamePair cases[] = {
-      {"", "", ""},         {"a", "a", "a"},       {"a/b", "b", "b"},       {"/", "", ""},
-      {"a/", "", ""},       {"a\\b", "a\\b", "b"}, {"a/b\\c", "b\\c", "c"}, {"a\\b/c", "c", "c"},
-      {"C:a", "C:a", "C:a"}};
-  ExpectUnderBothRules(cases, LastComponent);
-}
-
 TEST(PathRules, NormalisedNamesAreOneSpelling) {
   const NamePair cases[] = {{"./a//b/./c///", "a/b/c", "a/b/c"},
                             {"a\\.\\b", "a\\.\\b", "a/b"},
@@ -128,14 +96,6 @@ TEST(PathRules, NormalisedNamesAreOneSpelling) {
   ExpectUnderBothRules(cases, NormalisedName);
   for (const auto& [name, once, windows] : cases)
     EXPECT_EQ(NormalisedName(kPosix, once), once) << "normalised twice: " << name;
-}
-
-TEST(PathRules, JoinedPathsHaveOneSlashBetween) {
-  const char* const cases[][3] = {{"a", "b", "a/b"}, {"a/", "b", "a/b"}, {"a", "/b", "a/b"},
-                                  {"", "b", "b"},    {"a", "", "a"},     {"", "", ""},
-                                  {"/", "b", "/b"},  {"", "/b", "/b"}};
-  for (const auto& [front, back, joined] : cases)
-    EXPECT_EQ(JoinPath(front, back), joined) << front << ' ' << back;
 }
 
 TEST(PathRules, PatternsMatchWholeNamesAndAPointInFrontByAPointOnly) {
@@ -242,14 +202,6 @@ TEST(NameRules, WindowsTakesWhatOnlyLooksLikeIt) {
   }
 }
 
-TEST(NameRules, AShortcutIsKnownByItsEnding) {
-  const Judged cases[] = {{"a.lnk", true, true},       {"A.LNK", false, true},
-                          {"d/a.Lnk", false, true},    {"lnk", false, false},
-                          {"a.lnk.txt", false, false}, {".lnk", true, true},
-                          {"a.lnk/b", false, false}};
-  ExpectUnderBothRules(cases, IsShortcutName);
-}
-
 TEST(LongNames, AreAbsoluteWithBackslashesAndNothingLeftToResolve) {
   const std::pair<const wchar_t*, const wchar_t*> cases[] = {
       {L"", L""},
@@ -281,13 +233,6 @@ TEST(LongNames, AreAbsoluteWithBackslashesAndNothingLeftToResolve) {
   }
   EXPECT_EQ(LongNameForm(L"a", L"C:\\"), LR"(\\?\C:\a)");
   EXPECT_EQ(LongNameForm(L"../a", LR"(\\server\share\work)"), LR"(\\?\UNC\server\share\a)");
-}
-
-TEST(LongNames, MayBeOfAnyLength) {
-  std::wstring path = L"C:";
-  for (int i = 0; i < 500; ++i)
-    path += L"/component";
-  EXPECT_EQ(LongNameForm(path, L"D:\\").size(), path.size() + 4);
 }
 
 }  // namespace

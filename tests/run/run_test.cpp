@@ -149,13 +149,6 @@ TEST_F(ListFiles, LinesThatBreakTheFormatAreRefused) {
   ExpectRefused(ReadNameFile, "#" + std::string(70'000, 'c') + std::string(1, '\0'));
 }
 
-TEST_F(ListFiles, FilesThatCannotBeOpenedAreReported) {
-  for (const auto& file : {Name("missing"), Name("")}) {
-    EXPECT_THROW(ReadNameFile(file), COpenExcept);
-    EXPECT_THROW(ReadRenameFile(file), COpenExcept);
-  }
-}
-
 class ArchiveList : public FolderTest {
  protected:
   ArchiveList() : before_(std::filesystem::current_path()) {

@@ -6,13 +6,13 @@ add_subdirectory(/usr/src/googletest/googletest ${CMAKE_BINARY_DIR}/googletest E
 
 set(platform ${PROJECT_SOURCE_DIR}/tests/platform)
 add_executable(windows_contract EXCLUDE_FROM_ALL
-  contract_main_win32.cpp only_windows_test_win32.cpp ${PROJECT_SOURCE_DIR}/tests/support/tree.cpp
+  only_windows_test_win32.cpp ${PROJECT_SOURCE_DIR}/tests/support/tree.cpp
   ${platform}/name_rules_test.cpp
   ${platform}/windows_records_test.cpp ${platform}/file_handle_test.cpp
   ${platform}/file_services_test.cpp ${platform}/buffered_file_test.cpp
   ${platform}/directory_test.cpp)
 target_include_directories(windows_contract PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-target_link_libraries(windows_contract PRIVATE platform codepage moldex_compile_options gtest)
+target_link_libraries(windows_contract PRIVATE platform codepage moldex_compile_options gtest_main)
 
 add_executable(run_in EXCLUDE_FROM_ALL run_in_win32.cpp)
 target_link_libraries(run_in PRIVATE moldex_compile_options ole32 uuid)
