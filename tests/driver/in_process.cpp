@@ -22,22 +22,4 @@ RunResult RunInProcess(const std::filesystem::path& folder, const std::string& l
   return result;
 }
 
-std::vector<int> DamageTest::Try(const std::string& name, const std::string& archive,
-                                 const std::vector<std::string>& lines) const {
-  Remove("out");
-  Make({{"out", DirectoryNode()}});
-  Write(name, archive);
-  std::vector<int> statuses;
-  for (const std::string& line : lines) {
-    const RunResult run = RunInProcess(folder_.Path(), line);
-    EXPECT_TRUE(run.out.starts_with("MOLDEX")) << run.out;
-    statuses.push_back(run.status);
-  }
-  Tree tree = Below("");
-  EXPECT_EQ(tree["beside"].content, "untouched");
-  std::erase_if(tree, [](const auto& item) { return item.first.starts_with("out"); });
-  EXPECT_EQ(tree.size(), 2U);
-  return statuses;
-}
-
 }  // namespace moldex::test

@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <functional>
 #include <string>
-#include <vector>
 
 #include "run/options.h"
 #include "support/folder_test.h"
@@ -18,17 +17,6 @@ namespace moldex::test {
 // command line does not set.
 RunResult RunInProcess(const std::filesystem::path& folder, const std::string& line,
                        const std::function<void(CCmdLineOptions&)>& prepare = {});
-
-// A sweep of damage: with a file beside the target that has to stay as it is.
-class DamageTest : public FolderTest {
- protected:
-  DamageTest() { Write("beside", "untouched"); }
-
-  // Runs the lines on this archive, which extract into a new "out": each has something to say, and
-  // nothing beside "out" changes. Their statuses.
-  std::vector<int> Try(const std::string& name, const std::string& archive,
-                       const std::vector<std::string>& lines) const;
-};
 
 }  // namespace moldex::test
 
