@@ -44,12 +44,6 @@ class Latin1Names : public testing::Test {
     EXPECT_TRUE(failed == 0 || written == 0);
     return failed == 0 ? output.substr(0, output.find('\0')) : "failed";
   }
-  static std::string ToUtf8(const std::string& local, std::int32_t size) {
-    return Converted(false, local, size);
-  }
-  static std::string ToLocal(const std::string& utf8, std::int32_t size) {
-    return Converted(true, utf8, size);
-  }
 };
 
 TEST_F(Latin1Names, EveryByteGoesToUtf8AndBack) {
@@ -60,25 +54,26 @@ TEST_F(Latin1Names, EveryByteGoesToUtf8AndBack) {
     if (byte >= 0x80) {
       utf8 = {static_cast<char>(0xC0 | byte >> 6), static_cast<char>(0x80 | (byte & 0x3F))};
     }
-    EXPECT_EQ(ToUtf8(local, 10), utf8) << byte;
-    EXPECT_EQ(ToLocal(utf8, 10), local) << byte;
+    EXPECT_EQ(Converted(false, local, 10), utf8) << byte;
+    EXPECT_EQ(Converted(true, utf8, 10), local) << byte;
     all += local;
   }
-  EXPECT_EQ(ToLocal(ToUtf8(all, 1000), 1000), all);
+  EXPECT_EQ(Converted(true, Converted(false, all, 1000), 1000), all);
 }
 
 TEST_F(Latin1Names, CharactersThatTheCodePageLacksAreRefused) {
   for (const char* utf8 : {"\xC4\x80", "\xE2\x82\xAC", "\xF0\x9F\x98\x80", "a\xCC\x88"}) {
-    EXPECT_EQ(ToLocal(utf8, 50), "failed") << utf8;
-    EXPECT_EQ(ToLocal(std::string("abc") + utf8 + "def", 50), "failed") << utf8;
+    EXPECT_EQ(Converted(true, utf8, 50), "failed") << utf8;
+    EXPECT_EQ(Converted(true, std::string("abc") + utf8 + "def", 50), "failed") << utf8;
   }
 }
 
 TEST_F(Latin1Names, OutputIsCutBetweenCharacters) {
   const char* const cut[] = {"", "a", "a", "a\xC3\xA4", "a\xC3\xA4", "a\xC3\xA4\xC3\xB6"};
   for (std::int32_t size = 1; size <= 6; ++size) {
-    EXPECT_EQ(ToUtf8("a\xE4\xF6", size), cut[size - 1]) << size;
-    EXPECT_EQ(ToLocal("a\xC3\xA4\xC3\xB6", size), size > 3 ? "a\xE4\xF6" : "failed") << size;
+    EXPECT_EQ(Converted(false, "a\xE4\xF6", size), cut[size - 1]) << size;
+    EXPECT_EQ(Converted(true, "a\xC3\xA4\xC3\xB6", size), size > 3 ? "a\xE4\xF6" : "failed")
+        << size;
   }
 }
 

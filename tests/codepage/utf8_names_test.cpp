@@ -41,19 +41,18 @@ TEST(Utf8, PrefixesEndWhereTheSystemsConverterStops) {
   iconv_close(converter);
 }
 
-// A buffer of `size` bytes with a guard behind it.
-class Output {
- public:
-  explicit Output(std::int32_t size) : bytes_(static_cast<std::size_t>(size) + 1, '#') {}
-  char* Data() { return bytes_.data(); }
-  std::string Text() const {
-    EXPECT_EQ(bytes_.back(), '#') << "written behind the end";
-    return bytes_.data();
-  }
-
- private:
-  std::vector<char> bytes_;
-};
+// A conversion into so many bytes: the text, which its length was said to be, and whether it
+// failed.
+std::pair<std::string, bool> Converted(bool to_local, const std::string& name, std::int32_t size) {
+  std::vector<char> output(static_cast<std::size_t>(size), '#');
+  std::int32_t written = -1;
+  int failed = 0;
+  if (to_local) failed = ConvertUtf8ToLocal(output.data(), size, &written, name.c_str());
+  if (!to_local) ConvertLocalToUtf8(output.data(), size, &written, name.c_str());
+  const std::string text = output.data();
+  EXPECT_EQ(text.size(), static_cast<std::size_t>(written));
+  return {text, failed != 0};
+}
 
 TEST(Utf8Names, EveryOutputSizeCutsBetweenCharacters) {
   const std::string name =
@@ -65,30 +64,17 @@ TEST(Utf8Names, EveryOutputSizeCutsBetweenCharacters) {
     for (const std::size_t end : ends) {
       if (end < static_cast<std::size_t>(size)) fits = end;
     }
-    std::int32_t written = -1;
-    Output to_utf8(size);
-    ConvertLocalToUtf8(to_utf8.Data(), size, &written, name.c_str());
-    EXPECT_EQ(to_utf8.Text(), name.substr(0, fits)) << size;
-    EXPECT_EQ(written, static_cast<std::int32_t>(fits)) << size;
-    Output to_local(size);
-    const bool failed = ConvertUtf8ToLocal(to_local.Data(), size, &written, name.c_str()) != 0;
-    EXPECT_EQ(failed, fits < name.size()) << size;
-    EXPECT_EQ(to_local.Text(), failed ? "" : name) << size;
-    EXPECT_EQ(written, static_cast<std::int32_t>(failed ? 0 : fits)) << size;
+    EXPECT_EQ(Converted(false, name, size), std::pair(name.substr(0, fits), false)) << size;
+    const bool whole = fits == name.size();
+    EXPECT_EQ(Converted(true, name, size), std::pair(whole ? name : "", !whole)) << size;
   }
 }
 
 TEST(Utf8Names, InvalidNamesAreCutOneWayAndRefusedTheOther) {
   for (const char* bad : {"\x80", "\xC3", "\xC0\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xFF"}) {
     const std::string name = "ok" + std::string(bad) + "rest";
-    Output output(50);
-    std::int32_t written = -1;
-    ConvertLocalToUtf8(output.Data(), 50, &written, name.c_str());
-    EXPECT_EQ(output.Text(), "ok") << testing::PrintToString(name);
-    EXPECT_EQ(written, 2);
-    EXPECT_NE(ConvertUtf8ToLocal(output.Data(), 50, &written, name.c_str()), 0);
-    EXPECT_EQ(output.Text(), "");
-    EXPECT_EQ(written, 0);
+    EXPECT_EQ(Converted(false, name, 50), std::pair(std::string("ok"), false));
+    EXPECT_EQ(Converted(true, name, 50), std::pair(std::string(), true));
   }
 }
 

@@ -95,30 +95,18 @@ Bytes Stream(std::uint32_t id, const std::u16string& name, std::size_t size) {
 // In pieces of every length, so that heads and names arrive in every state.
 TEST(BackupFilter, NothingOfAStreamThatWouldDoMoreThanRestoreAFileIsGivenOut) {
   const Bytes good = Stream(4, u":name:$DATA", 9);
-  const std::tuple<std::uint32_t, std::u16string, bool> cases[] = {
-      {1, u"", true},
-      {2, u"", true},
-      {3, u"", true},
-      {9, u"", true},
-      {4, u":a", true},
-      {4, u":a:$DATA", true},
-      {5, u"", false},
-      {6, u"", false},
-      {7, u"", false},
-      {8, u"", false},
-      {10, u"", false},
-      {0, u"", false},
-      {0x10001, u"", false},
-      {1, u":a", false},
-      {4, u"", false},
-      {4, u"a", false},
-      {4, u":", false},
-      {4, u":a\\b", false},
-      {4, u":../b", false},
-      {4, u"::$DATA", false},
-      {4, u":a:$INDEX_ALLOCATION", false},
-      {4, u":a:b:$DATA", false},
-      {4, u":" + std::u16string(256, 'n'), false}};
+  std::vector<std::tuple<std::uint32_t, std::u16string, bool>> cases;
+  for (const std::uint32_t id : {1, 2, 3, 9})
+    cases.emplace_back(id, u"", true);
+  for (const char16_t* name : {u":a", u":a:$DATA"})
+    cases.emplace_back(4, name, true);
+  for (const std::uint32_t id : {0, 4, 5, 6, 7, 8, 10, 0x10001})
+    cases.emplace_back(id, u"", false);
+  for (const char16_t* name :
+       {u"a", u":", u":a\\b", u":../b", u"::$DATA", u":a:$INDEX_ALLOCATION", u":a:b:$DATA"})
+    cases.emplace_back(4, name, false);
+  cases.emplace_back(1, u":a", false);
+  cases.emplace_back(4, u":" + std::u16string(256, 'n'), false);
   for (const auto& [id, name, passes] : cases) {
     Bytes bytes = good;
     for (const std::uint8_t byte : Stream(id, name, 11))

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "program/program_test.h"
@@ -24,10 +25,10 @@ namespace {
 constexpr std::size_t kPieceBytes = 32 * 1024;
 constexpr std::chrono::milliseconds kPause{20};
 
-// One end of a named pipe, served piece by piece in a thread of its own while it lives.
+// A named pipe whose other end a thread serves, piece by piece, while this lives.
 class SlowPipe {
  public:
-  explicit SlowPipe(std::filesystem::path path, int flags) : path_(std::move(path)) {
+  SlowPipe(std::filesystem::path path, int flags) : path_(std::move(path)) {
     (void)mkfifo(path_.c_str(), 0600);
     end_ = open(path_.c_str(), flags | O_NONBLOCK | O_CLOEXEC);
     EXPECT_GE(end_, 0);
@@ -38,36 +39,32 @@ class SlowPipe {
 
   void Feed(const std::string& bytes) {
     thread_ = std::thread([this, bytes] {
-      std::size_t at = 0;
-      while (at < bytes.size() && !stopped_) {
+      for (std::size_t at = 0; at < bytes.size() && !stopped_;) {
         const std::size_t piece = std::min(kPieceBytes, bytes.size() - at);
         at += static_cast<std::size_t>(std::max<ssize_t>(write(end_, &bytes[at], piece), 0));
         std::this_thread::sleep_for(kPause);
       }
-      (void)close(end_);
     });
   }
 
   void Drain() {
     thread_ = std::thread([this] {
       std::vector<char> piece(kPieceBytes);
-      ssize_t count = 0;
-      do {
-        const bool last = stopped_;
-        count = std::max<ssize_t>(read(end_, piece.data(), piece.size()), 0);
+      for (bool last = false, more = true; more;) {
+        last = stopped_;
+        const ssize_t count = std::max<ssize_t>(read(end_, piece.data(), piece.size()), 0);
         drained_.append(piece.data(), static_cast<std::size_t>(count));
-        if (last && count == 0) break;
+        more = !last || count > 0;
         if (!last) std::this_thread::sleep_for(kPause);
-      } while (true);
-      (void)close(end_);
+      }
     });
   }
 
-  // Behind the run. Returns what was drained.
+  // After the run. Returns what was drained.
   const std::string& Stop() {
     stopped_ = true;
     if (thread_.joinable()) thread_.join();
-    (void)unlink(path_.c_str());
+    (void)close(std::exchange(end_, -1));
     return drained_;
   }
 
@@ -177,23 +174,18 @@ TEST_F(StatusLine, IsNotPartOfAListingThatGoesToAFile) {
   EXPECT_EQ(lines, listing);
 }
 
-TEST_F(StatusLine, GivesWayToV) {
-  const TerminalRun run = RunFed({80, "out", {}}, {"-dvf", "p"}, LongArchive("x"));
-  EXPECT_EQ(run.bytes, "");
+TEST_F(StatusLine, GivesWayToVAndComesWithAllOutputInAFile) {
+  const std::string archive = LongArchive("x");
+  const TerminalRun verbose = RunFed({80, "out", {}}, {"-dvf", "p"}, archive);
+  EXPECT_EQ(verbose.bytes, "");
   EXPECT_EQ(Text("out"), Processing("p") + "d xa\nd xb\nd xc\nd xd\n" + Tested(4));
-}
-
-TEST_F(StatusLine, IsWrittenToTerminalsOnly) {
-  SlowPipe pipe(Path("p"), O_RDWR);
-  pipe.Feed(LongArchive("x"));
-  ExpectRun("-df p", Processing("p") + Tested(4), 0);  // which holds that there is no error output
-}
-
-TEST_F(StatusLine, ComesWithAllOutputInAFile) {
-  const TerminalRun run = RunFed({}, {"-e", "-df", "p"}, LongArchive("x"));
-  ExpectShown(run, "MB/s  xc");
-  EXPECT_EQ(ScreenOf(run.bytes, 80), Lines());
+  const TerminalRun redirected = RunFed({}, {"-e", "-df", "p"}, archive);
+  ExpectShown(redirected, "MB/s  xc");
+  EXPECT_EQ(ScreenOf(redirected.bytes, 80), Lines());
   EXPECT_EQ(Text("moldex_output"), Processing("p") + Tested(4));
+  SlowPipe pipe(Path("p"), O_RDWR);
+  pipe.Feed(archive);
+  ExpectRun("-df p", Processing("p") + Tested(4), 0);  // no terminal: nothing on standard error
 }
 
 TEST_F(StatusLine, KnowsHowMuchCreatingWillRead) {
