@@ -47,6 +47,7 @@ inline Result ZlibInflate(const Bytes& stream, std::size_t room, int window_bits
   z.avail_out = static_cast<uInt>(room);
   result.code = inflate(&z, Z_FINISH);
   result.bytes.resize(z.total_out);
+  result.read = z.total_in;
   inflateEnd(&z);
   return result;
 }

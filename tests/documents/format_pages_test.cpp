@@ -204,17 +204,5 @@ TEST_F(ArchivePage, AReaderMadeFromItReadsWhatTheProgramWrites) {
   ExpectBothExtract("a.qel", tree);
 }
 
-// Long enough for every width, and for a table that is cleared.
-TEST_F(ArchivePage, AReaderMadeFromItReadsLzc) {
-  const std::string content = Numbers(50000) + Noise(100000, 3) + std::string(100000, 'x');
-  QelEntry entry = FileEntry("f", content);
-  entry.blocks.clear();
-  const std::string stream = Compress(content, kCsLzc);
-  for (std::size_t at = 0; at < stream.size(); at += 10007)
-    entry.blocks.push_back({at + 10007 < stream.size() ? "DA" : "ED", stream.substr(at, 10007)});
-  Write("lzc.qel", BuildArchive({entry}));
-  ExpectBothExtract("lzc.qel", {{"f", FileNode(content, 0644, kTime)}});
-}
-
 }  // namespace
 }  // namespace moldex::test

@@ -1,54 +1,11 @@
 """Extracts an archive: read_archive.py ARCHIVE FOLDER
 
 Written from docs/archive-format.md and docs/compressed-stream.md alone, to show that they are
-enough; it shares nothing with the program but these pages. RFC 1951 is left to zlib."""
+enough; it shares nothing with the program but these pages. RFC 1951 is left to zlib, and LZC out."""
 import os
 import struct
 import sys
 import zlib
-
-
-def lzh_decoder(_length, _parameter):
-    decoder = zlib.decompressobj(-14)
-    return lambda payload: (decoder.decompress(payload), decoder.eof)
-
-
-class LzcDecoder:
-    def __init__(self, length, parameter):
-        self.left, self.block_mode, self.largest = length, parameter & 0x80, parameter & 0x1F
-        self.data, self.at, self.begun = b"", 0, False
-        self.restart()
-
-    def restart(self):
-        self.strings = [bytes([byte]) for byte in range(256)] + [b""] * bool(self.block_mode)
-        self.width, self.previous, self.count = 9, None, 0
-
-    def __call__(self, payload):
-        self.data += payload
-        restored = bytearray()
-        while self.left and self.at + self.width <= 8 * len(self.data):
-            three = int.from_bytes(self.data[self.at // 8:self.at // 8 + 3], "little")
-            code = three >> self.at % 8 & (1 << self.width) - 1
-            self.at += self.width
-            self.count += 1
-            if code == 256 and self.block_mode and self.begun:
-                self.at += -self.count % 8 * self.width
-                self.restart()
-                continue
-            string = self.string_of(code)[:self.left]
-            restored += string
-            self.left -= len(string)
-            if len(self.strings) == 1 << self.width and self.width < self.largest:
-                self.at += -self.count % 8 * self.width
-                self.width, self.count = self.width + 1, 0
-        return restored, not self.left
-
-    def string_of(self, code):
-        if self.previous is not None and len(self.strings) < 1 << self.largest:
-            source = self.previous if code == len(self.strings) else self.strings[code]
-            self.strings.append(self.previous + source[:1])
-        self.previous, self.begun = self.strings[code], True
-        return self.previous
 
 
 def restore(payloads):
@@ -58,14 +15,12 @@ def restore(payloads):
         if stream is None:
             if content and payload == b"\0":
                 continue
-            length, kind, magic, parameter = struct.unpack_from("<IB2sB", payload)
-            assert magic == b"\x1f\x9d", "stream magic"
-            decoder = {1: LzcDecoder, 2: lzh_decoder}[kind & 0x0F]
-            stream, payload = decoder(length, parameter), payload[8:]
+            length, kind, magic = struct.unpack_from("<IB2s", payload)
+            assert magic == b"\x1f\x9d" and kind & 0x0F == 2, "stream header"
+            stream, payload = zlib.decompressobj(-14), payload[8:]
             first_length = length if first_length is None else first_length
-        restored, ended = stream(payload)
-        content += restored
-        stream = None if ended else stream
+        content += stream.decompress(payload)
+        stream = None if stream.eof else stream
     assert stream is None, "a stream without an end"
     return bytes(content), first_length
 

@@ -170,9 +170,12 @@ TEST_F(RecordedTar, StandsInAListOfArchives) {
 TEST_F(RecordedTar, WhatIsNoArchiveIsInvalid) {
   std::string wrong_sum = Recorded("one");
   wrong_sum[0] = 'y';
+  QelEntry strange = DirectoryEntry("s");
+  strange.type = "XX";
   for (const std::string& bytes :
-       {std::string(10240, '\0'), "VUK 1.00" + std::string(600, 'x'), wrong_sum,
-        Recorded("one").substr(0, 511), "\x1F\x8B\x08" + std::string(600, 'z')}) {
+       {std::string(10240, '\0'), std::string("VUK 2.01"), std::string("VUK_2.00"),
+        std::string("vuk 2.00"), BuildArchive({strange}), "VUK 1.00" + std::string(600, 'x'),
+        wrong_sum, Recorded("one").substr(0, 511), "\x1F\x8B\x08" + std::string(600, 'z')}) {
     Write("a.tar", bytes);
     for (const char* command : {"-tf", "-df", "-xf"})
       ExpectRun(command + std::string(" a.tar"), "MOLDEX: invalid archive a.tar\n", 40);

@@ -160,13 +160,6 @@ TEST_F(NameLists, BrokenListsAreRefused) {
   }
 }
 
-TEST_F(NameLists, SelectFromArchivesByteForByte) {
-  ExpectRun("-cf a.qel d x.txt y.txt", "", 0);
-  Write("list", "d/sub\nX.TXT\n");
-  ExpectRun("-dvf a.qel y.txt -A list",
-            Processing("a.qel") + "d d/sub\nd d/sub/c\nd y.txt\n" + Tested(3), 0);
-}
-
 TEST_F(NameLists, AnExistingNameIsNoPattern) {
   if (OnWindows()) GTEST_SKIP() << "no file can have such a name there";
   Make({{"d/*", FileNode("star")}, {"wha?", FileNode("1")}, {"what", FileNode("2")}});

@@ -68,16 +68,6 @@ TEST_F(OptionLists, ListedNamesExcludeWhatIsBelowThemToo) {
   }
 }
 
-TEST_F(OptionLists, OnlyListedNamesAreRenamed) {
-  const auto parsed = WithList("-T", "./a//b/ ./new//name/\nspace d | e f\n/abs x\n");
-  const std::pair<const char*, const char*> cases[] = {
-      {"a/b", "new/name"}, {"./a/b", "new/name"}, {"a/b/", "new/name"},
-      {"space d", "e f"},  {"/abs", "x"},         {"a", "a"},
-      {"a/b/c", "a/b/c"},  {"./z//y", "./z//y"},  {"new/name", "new/name"}};
-  for (const auto& [name, renamed] : cases)
-    EXPECT_EQ(parsed->options.Renamed(name), renamed) << name;
-}
-
 using Pairs = RenameMap;
 
 class ListFiles : public FolderTest {
