@@ -1,7 +1,5 @@
 // What the words of the command line mean where running the program does not show it: options, list
 // files line by line, and the archives that the value of -f comes to.
-#include <memory>
-
 #include "report/except.h"
 #include "run/archive_list.h"
 #include "run/list_files.h"
@@ -45,26 +43,19 @@ TEST(Options, PermissionsAreReadAsOctalDigitsUpToTheFirstOther) {
   EXPECT_EQ(missing.options.permission_text, nullptr);
 }
 
-class OptionLists : public FolderTest {
- protected:
-  // A command line with the option and a list of this content, which has been read.
-  std::unique_ptr<Parsed> WithList(const std::string& option, const std::string& content) const {
-    Write("list", content);
-    auto parsed = std::make_unique<Parsed>(Words{"-c", "x", option, Name("list")});
-    parsed->options.ReadNameLists();
-    return parsed;
-  }
-};
+using OptionLists = FolderTest;
 
 TEST_F(OptionLists, ListedNamesExcludeWhatIsBelowThemToo) {
-  const auto parsed = WithList("-X", "zz\n./a//b/\n/abs\nc*\n..\n.\n");
+  Write("list", "zz\n./a//b/\n/abs\nc*\n..\n.\n");
+  Parsed parsed(Words{"-c", "x", "-X", Name("list")});
+  parsed.options.ReadNameLists();
   for (const char* name : {"zz", "a/b", "./a/b", "a//b", "a/b/", "a/b/c/d", "/abs", "//abs/x", "c*",
                            "../x", "zz/.x"}) {
-    EXPECT_TRUE(parsed->options.IsExcluded(name)) << name;
+    EXPECT_TRUE(parsed.options.IsExcluded(name)) << name;
   }
   for (const char* name :
        {"a", "b", "a/bc", "a/c", "x/a/b", "abs", "/a/b", "cc", "z", "zzz", "", "/", "A/b", "..x"}) {
-    EXPECT_FALSE(parsed->options.IsExcluded(name)) << name;
+    EXPECT_FALSE(parsed.options.IsExcluded(name)) << name;
   }
 }
 
