@@ -33,7 +33,7 @@ class Latin1Names : public testing::Test {
     ASSERT_FALSE(LocalIsUtf8());
   }
 
-  // What a conversion writes into so many bytes; "failed" when it says so, with nothing written.
+  // The output of a conversion into so many bytes; "failed" when it says so and writes nothing.
   static std::string Converted(bool to_local, const std::string& name, std::int32_t size) {
     std::string output(static_cast<std::size_t>(size), '#');
     std::int32_t written = -1;

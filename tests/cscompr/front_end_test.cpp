@@ -1,5 +1,5 @@
-// The library as its callers see it: options, headers, result codes and counters; and what holds
-// for every codec, however the calls are cut.
+// The library as its callers see it: options, headers, result codes and counters; and the rules of
+// every codec, however the calls are cut.
 #include <array>
 #include <cstdint>
 
@@ -111,7 +111,7 @@ class CodecSweep : public ::testing::TestWithParam<std::int32_t> {
   static Bytes Packed(const Bytes& data) { return Compress(data, GetParam()); }
 };
 
-// A first piece of the given length, and all the rest behind it.
+// A first piece of the given length, then all the rest.
 Cut Once(std::size_t length) {
   return [length, first = true]() mutable { return std::exchange(first, false) ? length : 5000; };
 }
@@ -153,7 +153,7 @@ TEST_P(CodecSweep, StopsAndResumesAtEveryByte) {
   }
 }
 
-// The room behind the promised length is there to be overwritten, never to be delivered.
+// The space after the promised length may be overwritten, but is never delivered.
 TEST_P(CodecSweep, DeliversNoMoreThanWasPromised) {
   const Bytes data = Joined(Text(500), Runs(400));
   Bytes stream = Packed(data);

@@ -25,7 +25,7 @@ Bytes LzcHeader(std::size_t length, unsigned parameter) { return Header(length, 
 
 Bytes Mixed() { return Joined(Joined(Text(60000), Noise(50000)), Runs(60000)); }
 
-// Words whose place is the table's last one, so that all but one of them stand behind it.
+// Words whose place is the table's last one, so that all but one of them stand after it.
 Bytes LastPlaces() {
   std::vector<Bytes> words;
   for (std::uint32_t number = 0; number < 26 * 26 * 26 * 26; ++number) {
@@ -79,18 +79,18 @@ class Tools : public ::testing::Test {
 
 TEST_F(Tools, ReadWhatWeWrite) {
   for (const auto& [name, data] : Samples()) {
-    const Bytes file = Behind(Compress(data), 5);  // begins 1F 9D 8D
+    const Bytes file = From(Compress(data), 5);  // begins 1F 9D 8D
     EXPECT_EQ(Run("gzip -dc", file), data) << name;
     EXPECT_EQ(Run("compress -d -c", file), data) << name;
   }
 }
 
 TEST_F(Tools, WriteWhatWeRead) {
-  // What it writes with 9 bits it cannot read itself.
+  // With 9 bits it writes files that it cannot read itself.
   for (const std::string bits : {"10", "12", "13", "14"}) {
     for (const auto& [name, data] : Samples()) {
       const Bytes file = Run("compress -f -c -b " + bits, data);
-      const Bytes stream = Joined(LzcHeader(data.size(), file.at(2)), Behind(file, 3));
+      const Bytes stream = Joined(LzcHeader(data.size(), file.at(2)), From(file, 3));
       EXPECT_EQ(Restore(stream), (Result{kCsEndOfStream, data})) << bits << name;
     }
   }
@@ -99,7 +99,7 @@ TEST_F(Tools, WriteWhatWeRead) {
 TEST_F(Tools, WriteTheSameBytesWhileNothingIsCleared) {
   for (const auto& sample : {Text(9000), Noise(9000), Bytes(500000), Text(1)}) {
     const Bytes file = Run("compress -f -c -b 13", sample);
-    EXPECT_EQ(Compress(sample), Joined(LzcHeader(sample.size(), 0x8D), Behind(file, 3)));
+    EXPECT_EQ(Compress(sample), Joined(LzcHeader(sample.size(), 0x8D), From(file, 3)));
   }
 }
 
@@ -161,7 +161,7 @@ TEST_F(Tools, ReadClearCodesAsWeDo) {
 }
 
 TEST(Lzc, WithoutBlockModeCode256IsTheFirstString) {
-  // The width grows behind 257 codes, so the last group of 9 bits holds one code and seven to skip.
+  // The width grows after 257 codes, so the last group of 9 bits holds one code and seven to skip.
   std::vector<unsigned> codes(257, 'x');
   codes[0] = 'a';
   codes[1] = 256;

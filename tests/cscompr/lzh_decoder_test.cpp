@@ -70,7 +70,7 @@ TEST(LzhDecoderTest, PiecesOfAnySizeGiveTheSame) {
   }
 }
 
-// What no encoder writes: the files of streams/, whose names say what is in them.
+// A stream that no encoder writes, from the folder streams/. Its name says what is in it.
 Bytes Recorded(const std::string& name) {
   const std::string bytes =
       moldex::test::ReadFile(std::string(CSCOMPR_STREAMS "/") + name + ".bin");

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t kBlockTokens = 16383;
 
-// Few matches, but long ones: blocks of this end early.
+// Few matches, but long ones: their blocks end early.
 Bytes LongMatches(std::size_t size) {
   std::mt19937 random(4);
   const Bytes phrase = Noise(200, 256);
@@ -73,7 +73,7 @@ class LzhEncoder : public ::testing::Test {
   void Check(const Bytes& input, int level) {
     SCOPED_TRACE("level " + std::to_string(level) + ", size " + std::to_string(input.size()));
     const Bytes stream = Compress(input, level);
-    const Bytes deflated = Behind(stream, kCsHeaderBytes);
+    const Bytes deflated = From(stream, kCsHeaderBytes);
     checksum_ = crc32(checksum_, deflated.data(), static_cast<uInt>(deflated.size()));
     const Result inflated = ZlibInflate(stream, input.size() + 1, -14);
     ASSERT_EQ(inflated, (Result{Z_STREAM_END, input}));

@@ -51,7 +51,7 @@ inline const Cut kWhole = Always(std::size_t{1} << 20);
 
 enum class Way { kCompress, kRestore };
 
-// One stream on its way. Its first call offers what a header needs: room for it or its bytes.
+// One stream on its way. Its first call offers the space for a header, or its bytes.
 class Stream {
  public:
   Stream(Way way, Bytes input, Call call, Cut input_cut = kWhole, Cut output_cut = kWhole)
@@ -176,7 +176,7 @@ inline Bytes Front(const Bytes& bytes, std::size_t length) {
   return {bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length)};
 }
 
-inline Bytes Behind(const Bytes& bytes, std::size_t start) {
+inline Bytes From(const Bytes& bytes, std::size_t start) {
   return {bytes.begin() + static_cast<std::ptrdiff_t>(start), bytes.end()};
 }
 

@@ -36,7 +36,7 @@ inline Bytes ZlibDeflate(const Bytes& data, const ZlibSettings& settings) {
   return stream;
 }
 
-// What zlib makes of the stream behind its 8-byte header; code Z_STREAM_END when it ends well.
+// The stream after its 8-byte header, inflated by zlib; code Z_STREAM_END when it ends well.
 inline Result ZlibInflate(const Bytes& stream, std::size_t room, int window_bits) {
   z_stream z{};
   EXPECT_EQ(inflateInit2(&z, window_bits), Z_OK);

@@ -25,7 +25,7 @@ std::string Page(const std::string& name) {
 }
 
 // The bytes of the code block whose first line is "```hex " and the title: hexadecimal digits, and
-// comments behind ";".
+// comments after ";".
 std::string Example(const std::string& page, const std::string& title) {
   std::istringstream lines(Page(page));
   std::string line;
@@ -83,7 +83,7 @@ TEST(StreamPage, TheLibraryWritesItsExamples) {
 
 class ArchivePage : public ProgramTest {
  protected:
-  // What the program makes of an archive, and what the reader does.
+  // The trees that the program and the reader extract.
   std::pair<Tree, Tree> BothExtract(const std::string& archive) const {
     EXPECT_EQ(Run("-df " + archive).status, 0);
     EXPECT_EQ(Run("-xf " + archive + " -R by-program").status, 0);
@@ -154,12 +154,12 @@ TEST_F(ArchivePage, WhatItCallsOddIsRead) {
          SetU16(bytes, kEntryAt + kUserDataLengthAt, 4);
          bytes.insert(kBlockAt, "DAED");
        }},
-      {"no zero byte behind the name",
+      {"no zero byte after the name",
        [](auto& bytes) {
          SetU16(bytes, kEntryAt + kNameLengthAt, 1);
          bytes.erase(kNameAt + 1, 1);
        }},
-      {"more behind the name",
+      {"more after the name",
        [](auto& bytes) {
          SetU16(bytes, kEntryAt + kNameLengthAt, 4);
          bytes.insert(kBlockAt, "xy");
@@ -167,12 +167,12 @@ TEST_F(ArchivePage, WhatItCallsOddIsRead) {
       {"version of the stream", [](auto& bytes) { SetByte(bytes, kStreamAt + 4, 0xF2); }},
       {"level of the stream", [](auto& bytes) { SetByte(bytes, kStreamAt + 7, 200); }},
       {"longer by the stream's header", [](auto& bytes) { SetU32(bytes, kStreamAt, 9); }},
-      {"no zero byte behind the stream",
+      {"no zero byte after the stream",
        [](auto& bytes) {
          SetU32(bytes, kBlockAt + kPayloadLengthAt, 12);
          bytes.erase(kStreamAt + 12, 1);
        }},
-      {"more behind the stream",
+      {"more after the stream",
        [](auto& bytes) {
          SetU32(bytes, kBlockAt + kPayloadLengthAt, 15);
          bytes.insert(kStreamAt + 13, "xy");

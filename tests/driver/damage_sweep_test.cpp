@@ -37,7 +37,7 @@ class DamageTest : public FolderTest {
 
 constexpr char kText[] = "some text, some more text";
 
-// What the parameter says: whether the archive is one in long-name mode, with a backup stream.
+// With the parameter true, the archive is one in long-name mode, with a backup stream.
 class DamageSweep : public DamageTest, public ::testing::WithParamInterface<bool> {
  protected:
   DamageSweep() {
@@ -80,7 +80,7 @@ class DamageSweep : public DamageTest, public ::testing::WithParamInterface<bool
     EXPECT_TRUE(TryAll(archive) != 0 || IsUncovered(offset) || ContentsAreRight());
   }
 
-  // A field of `width` bytes at `offset`, set to its limits and to more than is left behind it.
+  // A field of `width` bytes at `offset`, set to its limits and to more bytes than follow it.
   void SweepField(std::size_t offset, std::size_t width) const {
     const std::uint32_t largest = width == 2 ? 0xFFFF : 0xFFFFFFFF;
     const auto left = static_cast<std::uint32_t>(good_.size() - offset - width);

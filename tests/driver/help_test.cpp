@@ -194,7 +194,7 @@ TEST(Help, BashCompletesWhatFits) {
       {"-x -l", "-l,-lower"},
       {"-m -", "-V,-backup,-e,-f,-g,-n"},
       {"-f -x -x -fl", "-flat"},
-      // What is taken once is offered once; words that begin with its letter stay.
+      // An option that counts once is offered once; words that begin with its letter stay.
       {"-mf a.qel -", "-V,-backup,-e,-g,-n"},
       {"-f a.qel -xv", "-xvg"},
       {"-c -A n -C d -T n -X n -p 644 -", "-P,-V,-backup,-e,-f,-i,-n,-r,-v"},
@@ -228,7 +228,7 @@ TEST(Help, BashCompletesWhatFits) {
   EXPECT_EQ(Shell(script), expected);
 }
 
-// There is no PowerShell in Debian: the script is not run here. What can be told from its text is
+// There is no PowerShell in Debian: the script is not run here. Its text shows
 // that strings and brackets end, that nothing compares without case by mistake ("-eq" takes -a for
 // -A), and that it needs no encoding.
 TEST(Help, PowerShellScriptIsWellFormed) {

@@ -98,7 +98,7 @@ TEST_F(LongNameCreation, BackupStreamsCarryExtendedAttributes) {
   EXPECT_EQ(ReadFile(out), "content");
 }
 
-// What looks like backup streams must not be taken apart when it is read again.
+// A file that looks like backup streams must not be taken apart when it is read again.
 TEST_F(LongNameCreation, FilesThatAreBackupStreamsComeBackWhole) {
   const std::string small = BackupStream(3, "security") + BackupStream(1, "content");
   const std::pair<std::string, bool> cases[] = {{small, true},

@@ -1,5 +1,5 @@
-// What is left of an archive when writing it fails: by faults beside each other, and by the limits
-// of a real system.
+// The rest of an archive when writing it fails: by several faults at once, and by the limits of a
+// real system.
 #include <sys/resource.h>
 
 #include "faults/system_faults.h"

@@ -159,7 +159,7 @@ class FaultSweep : public FolderTest, public ::testing::WithParamInterface<Scena
     EXPECT_EQ(run.out.find("could not cut back"), std::string::npos) << run.out;
   }
 
-  // What was there before is as it was; what is there now besides is whole.
+  // Former files are as they were, and new ones are whole.
   void ExpectNothingSpoiled(const FaultyRun& run, Tree after) const {
     switch (GetParam().leaves) {
       case Leaves::kNewArchive:

@@ -25,7 +25,7 @@ bool HasEnded(pid_t child) {
   return info.si_pid == child;
 }
 
-// Whether the process has a handler of its own, as the program does from its first lines on.
+// True when the process has a handler of its own, as the program does from its first lines on.
 bool Catches(pid_t child, int signal) {
   std::ifstream status("/proc/" + std::to_string(child) + "/status");
   std::string line;

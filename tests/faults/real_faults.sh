@@ -39,9 +39,9 @@ expect 4 "$no_room" "$program" -cf small/a.qel d
 whole small/a.qel 3
 cp small/a.qel before
 expect 4 "error writing to small/a.qel (error 4). $no_room" "$program" -af small/a.qel d/c
-cmp before small/a.qel || fail "an append without room changed the archive"
+cmp before small/a.qel || fail "an append without space changed the archive"
 expect 4 "$no_room" "$program" -mf all.qel,small/a.qel
-cmp before small/a.qel || fail "a merge without room changed its target"
+cmp before small/a.qel || fail "a merge without space changed its target"
 rm small/a.qel
 expect 4 "error writing to small/out/d/c (error 4). $no_room" "$program" -xf all.qel -R small/out
 ! grep -q 'file(s) extracted' log || fail "says that files were extracted"

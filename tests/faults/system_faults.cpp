@@ -23,7 +23,7 @@ std::vector<FaultPlan> armed;
 CallCounts* calls_made = nullptr;  // in memory that parent and child share
 bool running = false;
 
-// What this call has to do, if anything.
+// The fault that this call has to make, or null.
 const FaultPlan* Due(Call call) {
   if (!running) return nullptr;
   const int number = ++(*calls_made)[static_cast<std::size_t>(call)];
@@ -55,7 +55,7 @@ std::size_t ShortenedBy(const FaultPlan& plan, std::size_t count) {
   return count > 1 ? count - 1 : count;
 }
 
-// A call that moves bytes, with what stands behind their count.
+// A call that moves bytes, with the arguments that follow their count.
 template <typename Real, typename Bytes, typename... More>
 ssize_t Move(Call call, Real real, int descriptor, Bytes* bytes, std::size_t count, More... more) {
   const FaultPlan* plan = Due(call);

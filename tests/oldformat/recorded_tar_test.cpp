@@ -1,5 +1,5 @@
-// Archives of old formats that no writer at hand makes, odd and hostile ones, and what is none: the
-// files of archives/, which README.md there describes.
+// Archives of old formats that no writer at hand makes, odd and hostile ones, and files that are no
+// archives. README.md in the folder archives/ describes them.
 #include "program/program_test.h"
 
 namespace moldex::test {

@@ -1,5 +1,5 @@
-// What every backend of CFileHandle promises, of files that come out of an archive, too: what may
-// already stand under their name, and who may see them.
+// The promises of every backend of CFileHandle, also about files that come out of an archive: which
+// files may already have their name, and who may see them.
 #include "platform/file_handle.h"
 
 #include <string_view>
@@ -28,7 +28,7 @@ class FileHandle : public FolderTest {
     return file_.WriteAll({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()}).ok();
   }
 
-  // What a read of `count` bytes gave; "failed" when it failed.
+  // The bytes of a read of `count` bytes; "failed" when it failed.
   static std::string Read(CFileHandle& file, std::size_t count) {
     std::vector<std::uint8_t> buffer(count);
     const auto read = file.Read(buffer);
@@ -143,7 +143,7 @@ TEST_F(FileHandle, PositionsBeyondFourGibibytesAreGivenModulo2To32) {
   EXPECT_EQ(Read(file_, 5), "end");
   file_.SetPosition(0);
   EXPECT_TRUE(file_.SeekToEnd());
-  EXPECT_FALSE(file_.Skip(0, -1)) << "there would be room for it";
+  EXPECT_FALSE(file_.Skip(0, -1)) << "the file is long enough for it";
   EXPECT_EQ(file_.GetPosition(), kGiB + 3);
 }
 
@@ -202,7 +202,7 @@ TEST_F(FileHandle, DatesAreKeptThroughTheEndOfWriting) {
   }
 }
 
-// Of the nine bits Windows keeps one: whether the file may be written to.
+// Windows keeps one of the nine bits: whether the file may be written to.
 TEST_F(FileHandle, PermissionsAreNineBits) {
   const std::string path = MakeFile("1");
   const unsigned kept = kHasLinksAndModes ? 0777 : 0200;

@@ -1,4 +1,4 @@
-// What every backend promises of files and directories by name.
+// The promises of every backend about files and directories by name.
 #include "platform/file_services.h"
 
 #include "report/system_error.h"

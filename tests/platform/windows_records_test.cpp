@@ -1,5 +1,5 @@
-// What Windows keeps of files, as bytes and bits: attributes and modes, symbolic links, security
-// descriptors. Pure functions, tested alike on every system.
+// Windows records as bytes and bits: attributes and modes, symbolic links, security descriptors.
+// Pure functions, tested alike on every system.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -156,13 +156,13 @@ TEST(SecurityDescriptor, EveryFieldThatLeadsSomewhereIsJudged) {
       {0, 2, "revision"},
       {3, 0, "absolute"},
       {4, 19, "owner in the head"},
-      {4, 200, "owner behind the end"},
+      {4, 200, "owner after the end"},
       {4, 22, "owner askew"},
       {7, 0x80, "owner far away"},
       {20, 9, "owner's revision"},
       {21, 16, "owner's parts"},
       {8, 81, "group askew"},
-      {16, 84, "list behind the end"},
+      {16, 84, "list after the end"},
       {54, 33, "list's size"},
       {54, 7, "list smaller than its head"},
       {56, 2, "list's count"},

@@ -32,7 +32,7 @@ TEST_F(CommandLine, RefusesWrongWordsAndThenWrongCombinations) {
       {"-p 9 -q", "no octal value specified for p-option", 27},
       {"-c -C d -P -q", "unknown command option q", 20},
       {"-c", "no files given for archiving", 29},
-      {"-c -p 644z", "no files given for archiving", 29},  // junk behind octal digits is fine,
+      {"-c -p 644z", "no files given for archiving", 29},  // junk after octal digits is fine,
       {"-c -p", "no files given for archiving", 29},       // and so is no value at all
       {"-xc", "no files given for archiving", 29},         // the last command letter counts
       {"-x", "no archives specified for extracting", 29},
@@ -123,7 +123,7 @@ TEST_F(NameLists, ChooseAndRenameWhatIsArchived) {
   for (const auto& [arguments, names] : cases)
     ExpectCreation(arguments, names);
   ExpectCreation("-i d/sub/c -T deep", {"c", "s", "y"}, Inaccessible("d/sub/gone"), 44);
-  // Names from a list are no patterns, and behind the operands.
+  // Names from a list are no patterns, and come after the operands.
   ExpectCreation("-i x.txt -A list", {"x.txt", "d/sub", "d/sub/c", "y.txt"}, Inaccessible("*.txt"),
                  44);
   ExpectCreation("-i ?.none x.txt", {"x.txt"}, Inaccessible("?.none"), 44);

@@ -140,7 +140,7 @@ TEST_F(Extract, LowersAndFlattensNamesBeforeChoosing) {
            FileEntry("Dir/a:z", "3")});
   ExpectRun("-xf a.qel -R low -lower", Processing("a.qel") + Extracted(4), 0);
   EXPECT_TRUE(Exists("low/dir/read.me") && Exists("low/dir/sub/x"));
-  // What a directory stood in front of becomes no drive, which -R would not precede.
+  // A letter and a colon after a directory do not become a drive, which -R would not precede.
   ExpectRun("-xf a.qel -R flat -flat", Processing("a.qel") + Extracted(4), 0);
   EXPECT_EQ(Listing("flat"), OnWindows() ? "Dir/ READ.ME=1 X=2 z=3" : "Dir/ READ.ME=1 X=2 a:z=3");
   ExpectRun("-xf a.qel -R flat -flat a:z", Processing("a.qel") + Extracted(1), 0);

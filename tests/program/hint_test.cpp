@@ -1,4 +1,4 @@
-// What to do about a failure: said to somebody at a terminal, and to nobody else.
+// Hints at a way out of a failure: for a person at a terminal, and for nobody else.
 #include <string>
 
 #include "program/program_test.h"

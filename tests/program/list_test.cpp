@@ -1,5 +1,5 @@
 // Listing: the line of an entry, and which entries are chosen; and the checks before a run: which
-// files are missing, and whether there is room.
+// files are missing, and whether there is space.
 #include "program/program_test.h"
 
 namespace moldex::test {
@@ -70,7 +70,7 @@ TEST_F(List, ChoosesEntriesByExactNameOrLastMatchedDirectory) {
       {"d/", ""},
       {"d/x", "d/x"},
       {"d/e da/z", "d/e d/e/y da/z"},
-      // Once d/e matched too, it alone widens the choice: d/z, behind it, is below d only.
+      // Once d/e matched too, it alone widens the choice: d/z, after it, is below d only.
       {"d d/e", "d d/x d/e d/e/y"},
       {"a.txt", ""},
       {"A.TXT", "A.TXT"},
@@ -128,7 +128,7 @@ class Space : public ProgramTest {
     return entry;
   }
 
-  // The report behind the listing of a.qel, with the status that the run ended with.
+  // The report after the listing of a.qel, with the status that the run ended with.
   std::string Report(const std::string& options, int status) {
     const RunResult result = Run("-tsf a.qel " + options);
     EXPECT_EQ(result.status, status) << result.out;

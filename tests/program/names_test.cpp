@@ -15,8 +15,7 @@ std::string LongName(std::size_t length) {
   return name;
 }
 
-// What becomes of an entry's name below "out": the file that it is written to, or why it is left
-// out.
+// The file below "out" that an entry is written to, or the reason why it is left out.
 constexpr char kClimbs[] = "name leaves the target directory (use -P to allow it): ";
 constexpr char kNotAllowed[] = "name is not allowed on this system: ";
 
@@ -48,13 +47,13 @@ std::vector<NameCase> NameCases() {
   for (const char* climbs : {"..\\outside", "a\\..\\..\\outside", "a/..\\..\\outside",
                              "..\\../outside", "ab:../outside"})
     cases.push_back({climbs, climbs, kClimbs});
-  // What Windows would take for something else, control characters among them.
+  // Names that Windows would take for something else, control characters among them.
   for (const char* odd : {"...", "x..", "m/Foo::Bar.3", "CON", "a/nul.txt", "a.", "a /b", "a?b*c",
                           "a\x01\x1B[2J\x7F", "a\nb\tc"})
     cases.push_back({odd, odd, kNotAllowed});
   for (const char* directory : {".", "x/", "a/."})
     cases.push_back({directory, kNotAllowed, kNotAllowed});
-  // What only looks like it, and UTF-8 of all lengths.
+  // Names that only look like these, and UTF-8 of all lengths.
   for (const char* same :
        {"..x", "a/..b/x", "sp\xC3\xA4\xC3\x9F/\xE6\x97\xA5\xE6\x9C\xAC", "\xF0\x9F\x98\x80"})
     cases.push_back({same, same, same});
@@ -71,7 +70,7 @@ TEST_F(Names, ExtractionPutsEveryNameBelowItsTargetOrLeavesItOut) {
     Remove("base");
     Make(outside);
     Make({{"base/in/a.qel",
-           FileNode(BuildArchive({FileEntry(name, "1"), FileEntry("behind", "2")}))}});
+           FileNode(BuildArchive({FileEntry(name, "1"), FileEntry("after", "2")}))}});
     const RunResult result = RunProgram(Path("base/in"), {"-xf", "a.qel", "-R", "out"});
     const int code = becomes == kClimbs ? 55 : 59;
     EXPECT_EQ(result.status, left_out ? code : 0) << result.out;
@@ -80,7 +79,7 @@ TEST_F(Names, ExtractionPutsEveryNameBelowItsTargetOrLeavesItOut) {
     std::set<std::string> files;
     for (const auto& [path, node] : Below("base/in/out"))
       if (node.kind == Kind::kFile) files.insert(path);
-    EXPECT_EQ(files, (std::set<std::string>{"behind", left_out ? "behind" : becomes}));
+    EXPECT_EQ(files, (std::set<std::string>{"after", left_out ? "after" : becomes}));
     Tree all = Below(".");
     EXPECT_EQ(all["outside"], outside.at("outside"));
     EXPECT_EQ(all["base/outside"], outside.at("base/outside"));

@@ -1,4 +1,4 @@
-// What every test of the whole program starts from: a private folder, and runs in it.
+// The base of all tests of the whole program: a private folder, and runs in it.
 #ifndef MOLDEX_TESTS_PROGRAM_PROGRAM_TEST_H_
 #define MOLDEX_TESTS_PROGRAM_PROGRAM_TEST_H_
 
@@ -16,7 +16,7 @@ namespace moldex::test {
 
 class ProgramTest : public FolderTest {
  protected:
-  // Of a text that the program wrote.
+  // A text that the program wrote.
   std::string Text(const std::string& name) const { return WithLineFeeds(Bytes(name)); }
 
   // Runs the program and holds what is true of every run: it ends by itself, and its messages go
@@ -73,7 +73,7 @@ class ProgramTest : public FolderTest {
     Write("a.qel", BuildArchive(entries, header));
   }
 
-  // Extracts a.qel into "out"; the program says this behind the line that names the archive.
+  // Extracts a.qel into "out"; the program prints this after the line that names the archive.
   void ExpectExtraction(const std::string& out, int status = 0, User user = User::kSame) const;
 };
 

@@ -1,4 +1,4 @@
-// What the program says about itself and its runs: usage, version, statistics, the two files it
+// The program's words about itself and its runs: usage, version, statistics, the two files it
 // writes in special cases, and archives that are not its own.
 #include <regex.h>
 
@@ -17,7 +17,7 @@ const char kBanner[] =
     "compiled on [A-Z][a-z][a-z] [ 0-9][0-9] [0-9]{4}, [0-9]{2}:[0-9]{2}:[0-9]{2}\n";
 const char kRelease[] = "running MOLDEX in release [^\n]+\n";
 
-// Whether an extended regular expression matches the whole text.
+// True when an extended regular expression matches the whole text.
 bool Matches(const std::string& text, const std::string& pattern) {
   regex_t compiled{};
   EXPECT_EQ(regcomp(&compiled, ("^" + pattern + "$").c_str(), REG_EXTENDED | REG_NOSUB), 0);

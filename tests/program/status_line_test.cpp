@@ -1,5 +1,5 @@
 // The line that shows at a terminal how far long work has got: it is there, it is cut to the
-// terminal, and behind the run nothing is left of it. Nobody but a terminal ever sees it.
+// terminal, and nothing of it is left after the run. Nobody but a terminal ever sees it.
 //
 // The work is made long by a named pipe that is read or written slowly.
 #include <fcntl.h>
@@ -165,7 +165,7 @@ TEST_F(StatusLine, IsNotPartOfAListingThatGoesToAFile) {
   EXPECT_EQ(Bytes("listing"), listing);
   ExpectShown(run, "MB/s  xc");
   EXPECT_EQ(ScreenOf(run.bytes, 80), Lines());
-  // On the same screen it makes room for every line.
+  // On the same screen it gives way to every line.
   const TerminalRun mixed = RunFed({80, {}, {}}, {"-tf", "p"}, archive);
   ExpectShown(mixed, "MB/s  xc");
   std::string lines;
@@ -209,7 +209,7 @@ TEST_F(StatusLine, KnowsHowMuchCreatingWillRead) {
   EXPECT_EQ(pipe.Stop(), Bytes("a.qel"));
   ExpectShown(run, " MB of 2.1 MB, ");
   ExpectShown(run, " %, ");
-  // What could not be looked up is said once, by the creation itself.
+  // A name that cannot be looked up is reported once, by the creation itself.
   EXPECT_EQ(ScreenOf(run.bytes, 80),
             (Lines{"MOLDEX: inaccessible file no", "hint: no: No such file or directory"}));
 }

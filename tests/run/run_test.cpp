@@ -1,5 +1,5 @@
-// What the words of the command line mean where running the program does not show it: options, list
-// files line by line, and the archives that the value of -f comes to.
+// The meaning of command-line words where a run of the program does not show it: options, list
+// files line by line, and the archives that the value of -f names.
 #include "report/except.h"
 #include "run/archive_list.h"
 #include "run/list_files.h"

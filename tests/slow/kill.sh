@@ -16,7 +16,7 @@ kills=0
 killed() {
   { timeout -s KILL "0.$(printf %02d $((RANDOM % 30)))1" "$program" "$@" >log || kills=$((kills + 1)); } 2>/dev/null
 }
-# good ARCHIVE: every entry in front of where -d finds the end of the good part is whole.
+# good ARCHIVE: every entry before the end of the good part, as -d reports it, is whole.
 good() {
   if ! "$program" -df "$1" >log; then
     end=$(sed -n 's/.*ends at byte \([0-9]*\),.*/\1/p' log)

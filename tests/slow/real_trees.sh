@@ -25,7 +25,7 @@ round_trip() {
   inventory out >got
   diff want got >differences || { head differences; return 1; }
   diff -r "$tree" out >differences 2>&1 || true
-  # What diff cannot follow either is no difference.
+  # A link that diff cannot follow either is no difference.
   ! grep -v 'No such file\|recursive directory loop\|Too many levels' differences
 }
 

@@ -1,4 +1,4 @@
-// What a test with files starts from: a private folder, and what is in it by name.
+// The base of tests with files: a private folder, and access to its files by name.
 #ifndef MOLDEX_TESTS_SUPPORT_FOLDER_TEST_H_
 #define MOLDEX_TESTS_SUPPORT_FOLDER_TEST_H_
 
@@ -23,8 +23,8 @@ class FolderTest : public ::testing::Test {
   }
   void Make(const Tree& tree) const { MakeTree(folder_.Path(), tree); }
   Tree Below(const std::string& name) const { return Exists(name) ? ReadTree(Path(name)) : Tree(); }
-  // What is below in one line, without modes and times: files with what they hold ("d/x=1"), and
-  // directories that hold nothing ("e/").
+  // The tree below in one line, without modes and times: files with their content ("d/x=1"), and
+  // empty directories ("e/").
   std::string Listing(const std::string& name) const {
     const Tree tree = Below(name);
     std::string line;

@@ -97,7 +97,7 @@ std::string TakeStream(std::string_view& input) {
           "stream header");
   std::string content(U32At(input, 0), '\0');
   const std::string_view data = input.substr(kStreamHeaderBytes);
-  char past_the_end = 0;  // zlib wants room to have no room to write to
+  char past_the_end = 0;  // zlib wants an address for an empty buffer, too
   z_stream stream{};
   stream.next_in = const_cast<Bytef*>(ZBytes(data));
   stream.avail_in = static_cast<uInt>(data.size());
@@ -108,7 +108,7 @@ std::string TakeStream(std::string_view& input) {
   (void)inflateEnd(&stream);
   Require(code == Z_STREAM_END && stream.avail_out == 0, "stream data");
   input.remove_prefix(kStreamHeaderBytes + data.size() - stream.avail_in);
-  Require(input.starts_with('\0'), "no zero byte behind the stream");
+  Require(input.starts_with('\0'), "no zero byte after the stream");
   input.remove_prefix(1);
   return content;
 }

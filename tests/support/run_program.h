@@ -36,7 +36,7 @@ using Words = std::vector<std::string>;
 
 // The words of a command line without quoting.
 Words SplitAtBlanks(std::string_view line);
-// What main gets of the words, which have to stay: with a null pointer at the end.
+// The arguments of main, with a null pointer at the end. They point into the words.
 std::vector<char*> ArgumentsOf(Words& words);
 
 // `meanwhile` is called with the process's number while the program runs.
@@ -44,7 +44,7 @@ RunResult RunProgram(const std::filesystem::path& folder, const Words& arguments
                      User user = User::kSame, unsigned time_limit_seconds = 60,
                      const std::function<void(pid_t)>& meanwhile = {});
 
-// How a new process becomes the program. Made before the fork: behind it no memory must be asked
+// How a new process becomes the program. Made before the fork: after it no memory must be asked
 // for, in case another thread was just doing so.
 class Launch {
  public:

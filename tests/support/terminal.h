@@ -28,7 +28,7 @@ struct Terminal {
 TerminalRun RunAt(const Terminal& terminal, const std::filesystem::path& folder,
                   const Words& arguments);
 
-// The lines of a screen behind the bytes that a terminal got, without blanks at their ends and
+// The lines of a screen after the bytes that a terminal got, without blanks at their ends and
 // empty lines at the end. A line that is too long goes on in the next.
 std::vector<std::string> ScreenOf(const std::string& bytes, std::size_t columns);
 

@@ -11,8 +11,8 @@
 
 namespace moldex::test {
 
-// Of the system that the test itself runs on. Where there are none, links and pipes are not made,
-// and of permissions only that to write is set.
+// True on a system with links and permissions; the test's own system counts. On others MakeTree
+// makes no links and pipes, and sets only the permission to write.
 inline constexpr bool kHasLinksAndModes = std::filesystem::path::preferred_separator == '/';
 
 enum class Kind { kFile, kDirectory, kSymlink, kFifo, kOther };

@@ -1,4 +1,4 @@
-// What only the Windows side of the seam does.
+// Calls that only the Windows side of the seam has.
 #include <windows.h>
 
 #include <cerrno>

@@ -67,7 +67,7 @@ int RunAndInterrupt(const char* file, const std::string& line) {
   });
 }
 
-// What a process has given away, those that it starts do not have either.
+// Processes that this one starts lack the privilege, too.
 bool GiveAway(const char* privilege) {
   HANDLE token = nullptr;
   TOKEN_PRIVILEGES removed{};

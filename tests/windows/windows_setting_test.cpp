@@ -18,7 +18,7 @@ class Setting : public Windows {
     EXPECT_EQ(result.err, "");
     return result;
   }
-  // Of a terminal that it finds on standard input, Wine makes a console.
+  // Wine makes a console of a terminal on standard input.
   RunResult RunInConsole(const std::string& how, const std::string& arguments) const {
     const std::string line =
         std::getenv("MOLDEX_PROGRAM") + (" " + how + " ") + Beside("moldex.exe") + " " + arguments;
@@ -172,7 +172,7 @@ TEST_F(Setting, DatesAreTheSameInEveryTimeZone) {
   }
 }
 
-// Of a system that is out of room, as far as a file can be had that no program may make longer.
+// A full disk, as far as a file that no program may make longer stands for one.
 TEST_F(Setting, WhatCannotBeWrittenInFullEndsTheRun) {
   Write("big", Numbers(200'000));
   ExpectRun("-cf big.qel big", "", 0);
@@ -188,7 +188,7 @@ TEST_F(Setting, WhatCannotBeWrittenInFullEndsTheRun) {
   std::signal(SIGXFSZ, former);
 }
 
-// Stored names end at 260 bytes; what stands in front of them does not.
+// Stored names end at 260 bytes; the path before them does not.
 TEST_F(Setting, PathsOver260CharactersGoInAndComeOut) {
   const std::string part(60, 'p');
   const std::string deep = "d/" + part + "/" + part + "/" + part;

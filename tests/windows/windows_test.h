@@ -1,4 +1,4 @@
-// What tests of moldex.exe start from that only Windows has anything to say about.
+// The base of tests of moldex.exe that apply to Windows alone.
 #ifndef MOLDEX_TESTS_WINDOWS_WINDOWS_TEST_H_
 #define MOLDEX_TESTS_WINDOWS_WINDOWS_TEST_H_
 
