@@ -1,17 +1,13 @@
 #include "support/run_program.h"
 
-#include <grp.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <stdexcept>
-#include <string_view>
-#include <utility>
 
 #include "support/target.h"
 
@@ -47,48 +43,22 @@ void GiveToNobody(const std::filesystem::path& folder) {
   }
 }
 
-bool BecomeNobody() {
-  return setgroups(0, nullptr) == 0 && setgid(kNobodyId) == 0 && setuid(kNobodyId) == 0;
-}
-
-Words CommandLine(const Words& arguments) {
-  const char* named = std::getenv("MOLDEX_PROGRAM");
-  Words words = SplitAtBlanks(named != nullptr ? named : MOLDEX_PROGRAM);
-  words.insert(words.end(), arguments.begin(), arguments.end());
-  return words;
-}
-
-Words Environment() {
-  Words variables = {"TZ=UTC"};
-  for (const char* sanitizer : {"ASAN_OPTIONS", "UBSAN_OPTIONS"}) {
-    if (std::getenv(sanitizer) == nullptr)
-      variables.push_back(std::string(sanitizer) + "=abort_on_error=1");
-  }
-  for (char** variable = environ; *variable != nullptr; ++variable) {
-    if (!std::string_view(*variable).starts_with("TZ=")) variables.emplace_back(*variable);
-  }
-  return variables;
-}
-
 }  // namespace
 
-Launch::Launch(std::filesystem::path folder, const Words& arguments, bool as_nobody,
-               unsigned time_limit_seconds)
-    : folder_(std::move(folder)),
-      words_(CommandLine(arguments)),
-      environment_(Environment()),
-      argv_(ArgumentsOf(words_)),
-      envp_(ArgumentsOf(environment_)),
-      as_nobody_(as_nobody),
-      time_limit_seconds_(time_limit_seconds) {}
-
-void Launch::Become() const {
-  if (chdir(folder_.c_str()) != 0 || (as_nobody_ && !BecomeNobody())) return;
-  // Whoever runs the tests in the background may have these ignored.
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE})
-    (void)std::signal(signal, SIG_DFL);
-  (void)alarm(time_limit_seconds_);  // outlives the call
-  (void)execvpe(argv_[0], argv_.data(), envp_.data());
+Words LaunchWords(const std::filesystem::path& folder, const Words& arguments, bool as_nobody) {
+  Words words = {"env", "-C", folder.string(), "--default-signal=INT,TERM,HUP,PIPE", "TZ=UTC"};
+  for (const std::string sanitizer : {"ASAN_OPTIONS", "UBSAN_OPTIONS"}) {
+    if (std::getenv(sanitizer.c_str()) == nullptr) words.push_back(sanitizer + "=abort_on_error=1");
+  }
+  if (as_nobody) {
+    const std::string id = std::to_string(kNobodyId);
+    words.insert(words.end(), {"setpriv", "--reuid=" + id, "--regid=" + id, "--clear-groups"});
+  }
+  const char* named = std::getenv("MOLDEX_PROGRAM");
+  for (const std::string& word : SplitAtBlanks(named != nullptr ? named : MOLDEX_PROGRAM))
+    words.push_back(word);
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  return words;
 }
 
 Words SplitAtBlanks(std::string_view line) {
@@ -114,7 +84,9 @@ std::vector<char*> ArgumentsOf(Words& words) {
 RunResult RunProgram(const std::filesystem::path& folder, const Words& arguments, User user,
                      unsigned time_limit_seconds, const std::function<void(pid_t)>& meanwhile) {
   const bool as_nobody = user == User::kNobody && geteuid() == 0;
-  const Launch launch(folder, arguments, as_nobody, time_limit_seconds);
+  Words words = LaunchWords(folder, arguments, as_nobody);
+  const std::vector<char*> argv =
+      ArgumentsOf(words);  // memory must not be asked for after the fork
   if (as_nobody) GiveToNobody(folder);
   const File out = NewCapture();
   const File err = NewCapture();
@@ -124,9 +96,8 @@ RunResult RunProgram(const std::filesystem::path& folder, const Words& arguments
   if (child == 0) {
     (void)dup2(fileno(out.get()), STDOUT_FILENO);
     (void)dup2(fileno(err.get()), STDERR_FILENO);
-    launch.Become();
-    constexpr std::string_view kFailure = "the program under test could not be started\n";
-    (void)!write(STDERR_FILENO, kFailure.data(), kFailure.size());
+    (void)alarm(time_limit_seconds);  // outlives the call
+    (void)execvp(argv[0], argv.data());
     _exit(127);
   }
   if (meanwhile) meanwhile(child);

@@ -44,25 +44,10 @@ RunResult RunProgram(const std::filesystem::path& folder, const Words& arguments
                      User user = User::kSame, unsigned time_limit_seconds = 60,
                      const std::function<void(pid_t)>& meanwhile = {});
 
-// How a new process becomes the program. Made before the fork: after it no memory must be asked
-// for, in case another thread was just doing so.
-class Launch {
- public:
-  Launch(std::filesystem::path folder, const Words& arguments, bool as_nobody,
-         unsigned time_limit_seconds);
-
-  // In the new process. Comes back only when the program could not be started.
-  void Become() const;
-
- private:
-  std::filesystem::path folder_;
-  Words words_;
-  Words environment_;
-  std::vector<char*> argv_;
-  std::vector<char*> envp_;
-  bool as_nobody_;
-  unsigned time_limit_seconds_;
-};
+// The words that a new process executes to become the program: env, with the folder, UTC and the
+// signals as they are by default, in case whoever runs the tests ignores some, before the program.
+Words LaunchWords(const std::filesystem::path& folder, const Words& arguments,
+                  bool as_nobody = false);
 
 }  // namespace moldex::test
 

@@ -34,13 +34,15 @@ TerminalRun RunAt(const Terminal& terminal, const std::filesystem::path& folder,
   const auto start = std::chrono::steady_clock::now();
   const winsize size{24, terminal.columns, 0, 0};
   const std::filesystem::path output = folder / terminal.output_file;
-  const Launch launch(folder, arguments, false, kTimeLimitSeconds);
+  Words words = LaunchWords(folder, arguments);
+  const std::vector<char*> argv = ArgumentsOf(words);
   int keyboard = -1;
   const pid_t child = forkpty(&keyboard, nullptr, nullptr, &size);
   if (child < 0) throw std::runtime_error("forkpty");
   if (child == 0) {
     if (!terminal.output_file.empty()) SendOutputTo(output);
-    launch.Become();
+    (void)alarm(kTimeLimitSeconds);
+    (void)execvp(argv[0], argv.data());
     _exit(127);
   }
   TerminalRun run;
