@@ -140,8 +140,8 @@ TEST_F(Reporting, ShowsControlCharactersOfNamesAsOctalEscapes) {
       {"csi\xC2\x9B", "csi\\302\\233"},
       {"\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80", "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"},
       {"a\xE2\x80\xAE"
-       "b\xE2\x81\xA6",
-       "a\\342\\200\\256b\\342\\201\\246"},
+       "b\xE2\x81\xA6\xE2\x81\xA9",
+       "a\\342\\200\\256b\\342\\201\\246\\342\\201\\251"},
       {"back\\slash", "back\\slash"}};
   const auto on_terminal = [&](const Words& words) {
     std::string bytes = RunAt({}, folder_.Path(), words).bytes;
