@@ -59,6 +59,11 @@ for wrong in "-naf /dev/stdout d" "-f /dev/stdout d"; do
   whole both.qel 4
 done
 
+# No entry is written over the file that has the program's output.
+echo text >taken
+expect 0 "" "$program" -cf taken.qel taken
+expect 60 "" bash -c "'$program' -xf taken.qel >taken"
+
 # Standard descriptors that are closed at the start: no file is taken for one of them.
 for descriptor in 0 1 2; do
   result=$([ $descriptor -eq 1 ] && echo 4 || echo 0)
