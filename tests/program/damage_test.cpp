@@ -78,6 +78,7 @@ TEST_F(Damaged, ArchivesAreReportedAlikeByEveryCommand) {
     const std::string text = Processing("a.qel") + "MOLDEX: " + damage.message + "\n";
     const std::string end = "MOLDEX: the good part of a.qel ends at byte 44, behind d\n";
     ExpectRun("-df a.qel", text + (damage.ends ? end : ""), damage.status);
+    Remove("out");
     ExpectRun("-xf a.qel -R out", text, damage.status);
     EXPECT_EQ(Run("-tf a.qel").status, damage.list_status);
   }

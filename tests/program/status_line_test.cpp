@@ -44,6 +44,7 @@ class SlowPipe {
         at += static_cast<std::size_t>(std::max<ssize_t>(write(end_, &bytes[at], piece), 0));
         std::this_thread::sleep_for(kPause);
       }
+      (void)close(std::exchange(end_, -1));  // the end of the file for the reader
     });
   }
 
@@ -64,7 +65,7 @@ class SlowPipe {
   const std::string& Stop() {
     stopped_ = true;
     if (thread_.joinable()) thread_.join();
-    (void)close(std::exchange(end_, -1));
+    if (end_ >= 0) (void)close(std::exchange(end_, -1));
     return drained_;
   }
 
