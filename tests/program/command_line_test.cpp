@@ -115,7 +115,7 @@ TEST_F(NameLists, ChooseAndRenameWhatIsArchived) {
       {"d x.txt y.txt -T new",
        {"other", "d/a", "else/where", "d/sub", "d/sub/c", "new name.txt", "y.txt"}},
       {"-T both", {"1", "2"}},
-      {"y.* -T both", {"2", "1"}},
+      {"y.* y.txt -T both", {"2", "2", "1"}},
       {"*.txt", {"x.txt", "y.txt"}},
       {"d/?", {"d/a", "d/b"}},
       {"d/s*", {"d/sub", "d/sub/c"}},

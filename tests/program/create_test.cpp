@@ -87,8 +87,8 @@ TEST_F(Create, ReplacesPermissionBitsWithP) {
   ExpectRun("-cf a.qel -p 644 d", "", 0);
   EXPECT_EQ(Entries("a.qel").at(0).mode, 0x41A4U);
   EXPECT_EQ(Entries("a.qel").at(1).mode, 0x81A4U);
-  ExpectRun("-cf b.qel -p 750junk d", "", 0);
-  EXPECT_EQ(Entries("b.qel").at(1).mode, 0100750U);
+  ExpectRun("-cf b.qel -p 7750junk d", "", 0);
+  EXPECT_EQ(Entries("b.qel").at(1).mode, 0107750U);
 }
 
 TEST_F(Create, LeavesOutWhatCannotBeReadOrWouldBlock) {
