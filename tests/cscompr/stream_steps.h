@@ -201,19 +201,25 @@ inline Bytes Noise(std::size_t length, unsigned symbols = 256) {
 }
 
 // Words of a small vocabulary, the frequent ones far more often.
+// One call of the generator a statement: compilers order several as they like.
 inline Bytes Text(std::size_t length) {
   std::mt19937 random(1);
+  const auto below = [&random](std::size_t limit) { return random() % limit; };
   std::vector<std::string> words(1000);
   for (auto& word : words) {
-    for (auto letters = 1 + random() % 9; letters > 0; --letters) {
-      word += static_cast<char>('a' + std::min(random() % 26, random() % 26));
+    for (auto letters = 1 + below(9); letters > 0; --letters) {
+      const auto one = below(26);
+      const auto other = below(26);
+      word += static_cast<char>('a' + std::min(one, other));
     }
   }
   Bytes bytes;
   while (bytes.size() < length) {
-    const auto& word = words[random() % (1 + random() % (1 + random() % words.size()))];
+    const auto most = 1 + below(words.size());
+    const auto more = 1 + below(most);
+    const auto& word = words[below(more)];
     bytes.insert(bytes.end(), word.begin(), word.end());
-    bytes.push_back(random() % 12 == 0 ? '\n' : ' ');
+    bytes.push_back(below(12) == 0 ? '\n' : ' ');
   }
   bytes.resize(length);
   return bytes;
@@ -224,8 +230,9 @@ inline Bytes Runs(std::size_t length) {
   std::mt19937 random(3);
   Bytes bytes;
   while (bytes.size() < length) {
-    bytes.insert(bytes.end(), random() % (random() % 4 == 0 ? 700 : 20),
-                 static_cast<std::uint8_t>(random() % 3));
+    const unsigned longest = random() % 4 == 0 ? 700 : 20;
+    const auto count = random() % longest;
+    bytes.insert(bytes.end(), count, static_cast<std::uint8_t>(random() % 3));
   }
   bytes.resize(length);
   return bytes;
