@@ -1,4 +1,4 @@
-// Letters, digits and blanks of ASCII, whatever the locale says. Other bytes are none of these and
+// ASCII letters, digits and blanks, independent of the locale. Other bytes are none of these and
 // stay as they are.
 #ifndef MOLDEX_BASE_ASCII_H_
 #define MOLDEX_BASE_ASCII_H_

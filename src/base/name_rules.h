@@ -1,5 +1,5 @@
-// The names that a system takes as they are. Any other name would not fail but mean something else:
-// a device, a stream of another file, or the name without its last dots and blanks.
+// The names that a system takes as they are. Windows does not refuse other names but takes them for
+// something else: a device, a stream of another file, or the name without its last dots and blanks.
 #ifndef MOLDEX_BASE_NAME_RULES_H_
 #define MOLDEX_BASE_NAME_RULES_H_
 

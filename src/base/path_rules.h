@@ -1,6 +1,6 @@
-// Names as text: what separates, what is absolute, what may be stored and what may be written.
+// Names as text: separators, absolute paths, the name that is stored and the path that is written.
 //
-// Pure functions with the rules of a system as an argument, so that the names of both systems are
+// Pure functions that take the rules of a system as an argument, so that both systems' names are
 // judged alike on both. Nothing here asks a file system. Names are in the local code page.
 #ifndef MOLDEX_BASE_PATH_RULES_H_
 #define MOLDEX_BASE_PATH_RULES_H_
@@ -33,11 +33,12 @@ struct PathRules {
 inline constexpr PathRules PathRules::kPosix{};
 inline constexpr PathRules PathRules::kWindows{true, nullptr, UpperAscii};
 
-// Whether a character of one byte is a separator. The first byte of a name may be asked for.
+// Whether a character of one byte is a separator. `c` may also be the first byte of any character,
+// but not the second: that one can look like a separator.
 bool IsSeparator(const PathRules& rules, char c);
 
 // Position of the first of several ASCII characters, or npos. The second byte of a character counts
-// as none of them. A character begins at `from`.
+// as none of them. `from` is the start of a character.
 std::size_t FirstOf(const PathRules& rules, std::string_view text, std::string_view wanted,
                     std::size_t from = 0);
 
@@ -53,8 +54,8 @@ std::string_view LastComponent(const PathRules& rules, std::string_view path);
 // Every separator as "/".
 std::string WithSlashes(const PathRules& rules, std::string_view path);
 
-// Whether a target directory is put before the name: it is neither empty, nor "/", nor has it ":"
-// as its second character. ("/a" is relative in this sense, and lands below the target directory.)
+// Whether a target directory is put before the name: it is not empty, not "/", and its second
+// character is not ":". ("/a" is relative in this sense, and lands below the target directory.)
 bool IsRelative(std::string_view name);
 
 // Whether a name begins like a path that Windows passes on without parsing it: "\\?\" or "\\.\",
@@ -75,17 +76,17 @@ bool LinkLeaves(const PathRules& rules, std::string_view name, std::string_view 
 // `directory` and `name` with one "/" between them. If one is empty, the other one alone.
 std::string JoinPath(std::string_view directory, std::string_view name);
 
-// The name that an entry of this disk name gets in an archive: "/" as separator, no separator at
-// the end, and, unless absolute names are kept, no "/" in front and, on Windows, none of "\\?\",
-// "\\.\", "\\?\UNC\"; nor a drive. May be empty ("/" itself).
+// The name that an entry of this disk name gets in an archive. Its separator is "/", and none is at
+// its end. Unless absolute names are kept, it has no "/" at the start and, on Windows, no drive and
+// no "\\?\", "\\.\" or "\\?\UNC\". May be empty (for "/" itself).
 std::string StoredName(const PathRules& rules, std::string_view disk_name, bool keep_absolute);
 
 // The part of an entry's name that follows a target directory: the whole name, but on Windows a
 // relative name loses everything up to its first ":".
 std::string_view NameBelowTarget(const PathRules& rules, std::string_view name);
 
-// The path that an entry is written to: NameBelowTarget below `target_directory` when that is not
-// empty and the name is relative; otherwise the name as it is.
+// The path that an entry is written to: NameBelowTarget in `target_directory` if that is not empty
+// and the name is relative; otherwise the name unchanged.
 std::string TargetName(const PathRules& rules, std::string_view target_directory,
                        std::string_view name);
 
@@ -93,7 +94,7 @@ std::string TargetName(const PathRules& rules, std::string_view target_directory
 // no repeated or trailing separators.
 std::string NormalisedName(const PathRules& rules, std::string_view name);
 
-// NormalisedName in the form in which all spellings of it are equal, with "/" as separator.
+// NormalisedName in a form that is equal for all its spellings, with "/" as separator.
 std::string ComparableName(const PathRules& rules, std::string_view name);
 
 // The text with the letters "A" to "Z" in lower case, second bytes of a character left alone.
@@ -105,8 +106,8 @@ bool NamesADirectory(const PathRules& rules, std::string_view name);
 // Whether a name holds "*" or "?".
 bool HasWildcard(std::string_view name);
 
-// Whether a whole name matches: "*" stands for any string, "?" for one character. A "." that
-// begins the name is matched by a "." only. On Windows case does not count, and "*.*" is "*".
+// Whether a whole name matches: "*" stands for any string, "?" for one character. A "." that begins
+// the name is matched by a "." only. On Windows case is ignored, and "*.*" means "*".
 bool MatchesPattern(const PathRules& rules, std::string_view pattern, std::string_view name);
 
 }  // namespace moldex

@@ -1,4 +1,5 @@
-// UTF-8 as RFC 3629 has it: the shortest forms of the code points up to U+10FFFF but surrogates.
+// UTF-8 as RFC 3629 defines it: the shortest forms of all code points up to U+10FFFF except
+// surrogates.
 #ifndef MOLDEX_BASE_UTF8_H_
 #define MOLDEX_BASE_UTF8_H_
 
@@ -7,10 +8,10 @@
 
 namespace moldex {
 
-// Bytes of the sequence that a byte begins, 1 to 4. 0 for a byte that begins none.
+// Length in bytes of the sequence that `lead` begins: 1 to 4, or 0 if it begins none.
 std::size_t Utf8Length(unsigned char lead);
 
-// A lead byte with as many continuation bytes as it asks for.
+// A lead byte and as many continuation bytes as it calls for.
 struct Utf8Sequence {
   std::size_t bytes = 0;  // 0 when the text does not begin with a sequence
   char32_t code = 0;      // may be one that is not allowed; see IsValid
@@ -18,7 +19,7 @@ struct Utf8Sequence {
   bool IsValid() const;
 };
 
-// The sequence at the start of a text, which is not empty.
+// The sequence at the start of a text that is not empty.
 Utf8Sequence FirstUtf8Sequence(std::string_view text);
 
 // Length of the longest prefix that is valid UTF-8.

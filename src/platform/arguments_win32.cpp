@@ -35,8 +35,8 @@ std::vector<std::wstring> WideWords() {
 
 }  // namespace
 
-// The words that `main` gets went through a conversion that replaces a character without a form by
-// one that looks like it. That may make the name of another file.
+// The words that `main` gets were converted: a character without a form in the code page was
+// replaced by a similar one. Such a word may be the name of another file.
 Arguments LocalArguments(int /*count*/, char** /*words*/) {
   static std::vector<std::string> local;
   static std::vector<char*> pointers;

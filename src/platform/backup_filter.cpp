@@ -25,7 +25,7 @@ bool RestoresAFile(std::uint32_t id) {
   }
 }
 
-// A name with a separator, or of another type of stream, could lead elsewhere.
+// A name with a separator, or with another type of stream, could lead elsewhere.
 bool IsStreamName(std::span<const std::uint8_t> bytes) {
   std::u16string text;
   for (std::size_t at = 0; at + 1 < bytes.size(); at += 2)

@@ -1,5 +1,5 @@
-// The backup streams that may reach a system that does what they say. Windows would make hard links
-// and symbolic links of others, at places that the archive alone has chosen.
+// Decides which backup streams may reach a system that carries out what they say. Windows would
+// turn others into hard links and symbolic links, at places that the archive alone has chosen.
 #ifndef MOLDEX_PLATFORM_BACKUP_FILTER_H_
 #define MOLDEX_PLATFORM_BACKUP_FILTER_H_
 
@@ -13,13 +13,13 @@
 namespace moldex {
 
 // Checks a backup stream that arrives in pieces of any size. It hands on the part that was checked,
-// and never a part of a head or of a name. It holds one piece in memory.
+// and heads and names only as a whole. It holds one piece in memory.
 class CBackupFilter : private IBackupSink {
  public:
-  // The bytes that follow those handed on before, valid until the next call. Empty, and from then
-  // on without bytes, when the stream holds anything but a file's bytes, extended attributes,
-  // security, named streams and sparse blocks, or when a stream's name is neither ":name" nor
-  // ":name:$DATA".
+  // Returns the bytes that follow those returned before, valid until the next call. Empty,
+  // then and in every later call, when the stream holds anything but a file's bytes,
+  // extended attributes, security, named streams and sparse blocks, or when a stream's name is
+  // neither ":name" nor ":name:$DATA".
   std::optional<std::span<const std::uint8_t>> Feed(std::span<const std::uint8_t> bytes);
 
   // Whether everything fed so far is whole streams.

@@ -1,6 +1,7 @@
-// Backup streams on a system without them: the same layout, made of what a file has here. Its bytes
-// are the data stream, its extended attributes of the user's name space the extended attributes.
-// Security descriptors and named streams have no place here and are passed over.
+// Backup streams on a system that has none. The layout is the same, made from what a file has here:
+// its bytes become the data stream, and its extended attributes in the user's name space become the
+// extended attributes. Security descriptors and named streams have no place here and are passed
+// over.
 #include <sys/xattr.h>
 #include <unistd.h>
 

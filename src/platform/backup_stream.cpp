@@ -104,7 +104,7 @@ std::size_t CBackupStreamParser::UnjudgedBytes() const {
   return kStreamIdBytes + head_.name_bytes - static_cast<std::size_t>(name_left_);
 }
 
-// Takes the next part, and says how long it is: of a head, of a name, or of a stream.
+// Takes the next part of a head, a name or a stream, and returns its length.
 std::size_t CBackupStreamParser::TakePart(std::span<const std::uint8_t> bytes, IBackupSink& sink) {
   if (AtStreamEnd() || !head_bytes_.empty()) return TakeHead(bytes, sink);
   std::uint64_t& left = name_left_ > 0 ? name_left_ : stream_left_;

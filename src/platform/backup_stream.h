@@ -60,7 +60,7 @@ struct ExtendedAttributeView {
 };
 
 // Takes the first record off the contents of a stream. Empty when no whole record is left. A record
-// that overlaps the next one is the last: so no byte is read twice.
+// that overlaps the next one is the last, so that no byte is read twice.
 std::optional<ExtendedAttributeView> TakeExtendedAttribute(std::span<const std::uint8_t>* records);
 
 // Receives the parts that a parser finds in a backup stream. A false answer stops the parser.
@@ -88,7 +88,8 @@ class CBackupStreamParser {
   // Whether everything fed so far is whole streams.
   bool AtStreamEnd() const { return head_bytes_.empty() && name_left_ == 0 && stream_left_ == 0; }
 
-  // How many of the last bytes fed are a head, or a head and a name, that has not arrived whole.
+  // The number of bytes at the end that belong to a head, or to a head and a name, that is not
+  // complete yet.
   std::size_t UnjudgedBytes() const;
 
  private:

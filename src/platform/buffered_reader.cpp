@@ -9,8 +9,8 @@
 namespace moldex {
 namespace {
 
-// After a skip little is read: the next header, most likely, with another skip after it. Every read
-// without a skip before it doubles the amount.
+// After a skip only a little is read, because another header and another skip are likely to follow.
+// Every read without a skip before it doubles the amount.
 constexpr std::size_t kSmallRead = 512;
 constexpr std::size_t kLargeRead = CBufferedReader::kCapacity;
 

@@ -11,7 +11,7 @@
 
 namespace moldex {
 
-// How a skip ended that did not fail.
+// The outcome of a skip that did not fail.
 enum class SkipResult { kMoved, kBeyondEnd };
 
 class CBufferedReader {
@@ -23,20 +23,21 @@ class CBufferedReader {
   // moves its position. `progress`, if any, learns how far the file was read.
   explicit CBufferedReader(CFileHandle& file, CProgress* progress = nullptr);
 
-  // The next `count` bytes (at most kCapacity), consumed. Fewer at the end of the file, or when a
-  // read failed, which Failed tells. Valid until the next call. Throws CInterruptExcept.
+  // Consumes and returns the next `count` bytes (at most kCapacity). Returns fewer at the end of
+  // the file and after a failed read; Failed tells which. The bytes are valid until the next call.
+  // Throws CInterruptExcept.
   std::span<const std::uint8_t> Take(std::size_t count);
 
   // The same without consuming them.
   std::span<const std::uint8_t> Peek(std::size_t count);
 
-  // Moves forward. kBeyondEnd when the file ends before that place; the position is undefined then,
-  // and after a failure. Throws CInterruptExcept.
+  // Moves forward. Returns kBeyondEnd when the file ends before that place. The position is
+  // undefined then, and after a failure. Throws CInterruptExcept.
   Result<SkipResult> Skip(std::uint64_t distance);
 
   // Whether a read failed. Its error was remembered then.
   bool Failed() const { return failed_; }
-  // Where in the file the next byte stands.
+  // The position in the file of the next byte.
   std::uint64_t Position() const { return position_ - Held(); }
 
  private:

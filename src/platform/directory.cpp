@@ -6,7 +6,7 @@
 
 namespace moldex {
 
-// Frees more than is needed now: giving names up one by one would move the rest each time.
+// Frees more than is needed now, because giving up names one by one would move the rest each time.
 void CNameMemory::MakeSpaceFor(const CSortedDirectory& reader) {
   const std::size_t portion = bytes_ / 8;
   for (CSortedDirectory* directory : directories_) {
@@ -59,7 +59,8 @@ void CSortedDirectory::Keep(const char* name) {
     DropLargest();
 }
 
-// Leaves the largest names for the next batch: several at once, as dropping goes over all names.
+// Leaves the largest names for the next batch. Drops several at once, because dropping goes over
+// all names.
 void CSortedDirectory::DropLargest() {
   constexpr std::size_t kPart = 8;
   first_left_out_ = names_.DropLargest(std::max<std::size_t>(names_.Count() / kPart, 1));
@@ -67,7 +68,7 @@ void CSortedDirectory::DropLargest() {
   UpdateHeldBytes();
 }
 
-// The largest names go, as they are needed last.
+// The largest names are given up, because they are needed last.
 void CSortedDirectory::GiveUp(std::size_t wanted_bytes) {
   if (names_.IsEmpty()) return;
   const std::size_t wanted_count = names_.Count() * wanted_bytes / held_bytes_ + 1;

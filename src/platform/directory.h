@@ -14,7 +14,7 @@
 
 namespace moldex {
 
-// Why the names of a directory did not come, or not all of them.
+// The reason why some or all names of a directory are missing.
 struct DirectoryFailure {
   enum class Step { kOpen, kRead };
   Step step = Step::kOpen;
@@ -26,15 +26,16 @@ using DirectoryResult = Result<void, DirectoryFailure>;
 // empty path means the current directory. A missing directory fails at kOpen; a failure at kRead
 // comes after some names. The error is remembered for messages. A character of a name that has no
 // form in the local code page becomes "?": no object is found under that name. With an identity,
-// another directory under the path fails at kOpen, as far as the system can tell.
+// the call fails at kOpen when the path leads to another directory, as far as the system can tell.
 DirectoryResult VisitDirectory(const std::string& path,
                                const std::function<void(const char*)>& visit,
                                const std::optional<FileIdentity>& identity = std::nullopt);
 
 class CSortedDirectory;
 
-// Memory for the names of nested directories. The directory that is being read may have all of it:
-// the others give their names up, the outermost first, and are read again when their turn comes.
+// Memory for the names of nested directories. The directory that is being read may have all of it.
+// The others then give up their names, the outermost first, and are read again when their turn
+// comes.
 class CNameMemory {
  public:
   explicit CNameMemory(std::size_t bytes) : bytes_(bytes) {}
@@ -57,7 +58,7 @@ class CNameMemory {
 
 // Hands out a directory's names in byte order, in bounded memory: when the names do not fit, the
 // smallest ones are kept, and the directory is read again for the rest. No file is open between two
-// calls, and names that appear or go in the meantime do no harm.
+// calls, and names that appear or disappear in the meantime do no harm.
 class CSortedDirectory {
  public:
   // `path` is empty for the current directory. `memory` outlives the directory. VisitDirectory
@@ -71,7 +72,7 @@ class CSortedDirectory {
   // Only names for which `accept` holds are handed out.
   void SetFilter(std::function<bool(const char*)> accept) { accept_ = std::move(accept); }
 
-  // The next name; empty at the end, and after a failure, which Outcome tells.
+  // The next name; empty at the end and after a failure. Outcome tells which.
   std::optional<std::string> Next();
   const DirectoryResult& Outcome() const { return outcome_; }
 

@@ -29,7 +29,7 @@ enum OpenFlags : unsigned {
   kOpenExtracted = 0x80   // with kOpenCreate: a file that comes out of an archive; see Open
 };
 
-// The fate of a piece of a backup stream.
+// The outcome of writing a piece of a backup stream.
 enum class BackupPiece {
   kRestored,
   kRefused  // it would do more than restore a file (backup_filter.h); nothing of it was written
@@ -45,13 +45,13 @@ class CFileHandle {
   // Closes. All that was written stays on disk.
   ~CFileHandle();
 
-  // Opens a file, and closes what was open before, also when it fails. Directories are refused. A
-  // file that does not exist is made with kOpenCreate and is a failure without.
+  // Opens a file. A file that was open before is closed, even if this call fails. Directories are
+  // refused. With kOpenCreate a missing file is made; without, the call fails.
   //
   // With kOpenReadWrite a regular file is locked until Close: opening it that way again fails, but
-  // others may read it. A file system without locks is used without. With kOpenCreate as well, a
-  // file is emptied only after it was locked, and anything but a regular file is opened for writing
-  // alone; a named pipe then waits for its reader.
+  // others may read it. On a file system without locks the file is used unlocked. With kOpenCreate
+  // as well, a file is emptied only after it was locked, and anything but a regular file is opened
+  // for writing alone; a named pipe then waits for its reader.
   //
   // kOpenExtracted makes a file that nobody else can reach through the name while its data arrive:
   // only its owner can read it until SetPermissions. A symbolic link of that name is replaced
@@ -63,12 +63,12 @@ class CFileHandle {
   // Fails when the system reports that earlier writes were lost; the file is closed all the same.
   // Closing twice does nothing.
   Result<void> Close();
-  // Closes, and deletes the file, whose name is `path`. Where the system allows it, the name goes
+  // Closes the file and deletes it; `path` is its name. Where the system allows it, the name goes
   // first, so that nobody else begins to write into the file in between.
   Result<void> Delete(const std::string& path);
-  // Ends the writes to a file that is to get a date or permissions. Fails as Close does. A system
-  // that keeps these by the file's name closes it here. After it only SetDate, SetPermissions,
-  // SetAttributes and, at the end, Close may follow.
+  // Ends the writes to a file that is to get a date or permissions. Fails as Close does. On a
+  // system that keeps these by the file's name the file is closed here. After this call only
+  // SetDate, SetPermissions, SetAttributes and, at the end, Close may follow.
   Result<void> EndWriting();
 
   // Reads as much as fits, and returns how many bytes that were: fewer only at the end of the file.
@@ -124,8 +124,8 @@ class CFileHandle {
 
   std::intptr_t handle_ = kInvalid;
   bool may_wait_ = false;  // transfers may have to wait for somebody else, as with a pipe
-  // Where a skip has moved to. A system that can read from there without moving first learns of it
-  // only when something else than a read follows.
+  // The position that skips have moved to. A system that can read from a given position learns of
+  // it only when something other than a read follows.
   std::optional<std::uint64_t> read_position_;
   std::string name_;  // from Open to Close, where the system needs it
   std::unique_ptr<BackupContext> backup_;

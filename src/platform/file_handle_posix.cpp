@@ -23,8 +23,8 @@ namespace {
 
 int Descriptor(std::intptr_t handle) { return static_cast<int>(handle); }
 
-// Waits for whoever is at the other end: of a named pipe, also for somebody to open it. A request
-// to end the run throws CInterruptExcept; while another failure is cleaned up after, it fails.
+// Waits for the other end, and for a named pipe also until somebody opens it. A request to end the
+// run throws CInterruptExcept; during the cleanup after another failure it makes the call fail.
 Result<void> AwaitTransfer(int descriptor, short events) {
   if (AwaitReady(descriptor, events)) return {};
   ThrowIfInterrupted();
@@ -112,7 +112,7 @@ Result<std::size_t> CFileHandle::ReadSome(std::span<std::uint8_t> buffer) {
   return TransferResult(count);
 }
 
-// Moves the system's position to where skips have moved to.
+// Moves the system's position to the one that skips have reached.
 Result<void> CFileHandle::MoveToSkipped() {
   if (!read_position_) return {};
   const auto position = static_cast<off_t>(*read_position_);

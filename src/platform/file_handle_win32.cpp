@@ -36,8 +36,8 @@ DWORD PieceOf(std::size_t bytes) {
   return static_cast<DWORD>(std::min(bytes, std::size_t{1} << 30));
 }
 
-// The date of an open file as the runtime library has it. The library goes through local time in a
-// way of its own, which it undoes when it sets a date.
+// The date of an open file as the runtime library has it. The library converts it through local
+// time in its own way, and undoes that when it sets a date.
 std::optional<std::int64_t> RuntimeSeconds(HANDLE file) {
   HANDLE copy = nullptr;
   if (DuplicateHandle(GetCurrentProcess(), file, GetCurrentProcess(), &copy, 0, FALSE,

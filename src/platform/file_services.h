@@ -1,7 +1,7 @@
 // Files and directories by name: the calls of the operating system that need no open file.
 //
 // A call that fails returns the system's error and remembers it for messages (platform/result.h). A
-// name that nothing stands under is a failure unless the call says otherwise. Names are the
+// name under which nothing exists is a failure unless the call says otherwise. Names are the
 // system's own, in the local code page.
 #ifndef MOLDEX_PLATFORM_FILE_SERVICES_H_
 #define MOLDEX_PLATFORM_FILE_SERVICES_H_
@@ -25,20 +25,20 @@ Result<FileStatus> QueryStatus(const std::string& path);
 // Status of the name itself: a symbolic link is reported as one.
 Result<FileStatus> QueryLinkStatus(const std::string& path);
 
-// The same for a name in the directory of this identity. Fails also where the path leads into
-// another directory by now, as far as the system can tell.
+// The same for a name in the directory with this identity. Also fails when the path now leads to
+// another directory, as far as the system can tell.
 Result<FileStatus> QueryLinkStatusIn(const FileIdentity& directory, const std::string& path);
 
 enum class StandardStream { kOutput, kError };
 
-// Status of the file that a standard stream is. Empty when the stream is closed or the null device,
-// and where the system cannot tell one device or pipe from others. Remembers no error.
+// Status of the file that a standard stream is. Empty when the stream is closed or is the null
+// device, and where the system cannot tell one device or pipe from another. Remembers no error.
 std::optional<FileStatus> StandardStreamStatus(StandardStream stream);
 
 enum class Existence { kExists, kMissing };
 
-// Whether something stands under a name. That nothing does is an answer, not a failure; the call
-// fails when the system does not say.
+// Whether an object of this name exists. Its absence is an answer, not a failure; the call fails
+// when the system does not say.
 Result<Existence> TestExistence(const std::string& path);
 
 // Creates one directory. Succeeds also when a directory of that name, or a link to one, exists.
@@ -72,12 +72,12 @@ Result<void> SetPermissionsAt(const std::string& path, std::uint32_t bits);
 Result<void> SetAttributesAt(const std::string& path, std::uint32_t attributes, bool executable);
 
 // Gives a directory that came out of an archive the permissions of its entry's mode. In long-name
-// mode the mode was made from attributes, which do not tell who may search: whoever may read may
-// search then.
+// mode the mode was made from attributes, which say nothing about the right to search. Everybody
+// who may read may search then.
 Result<void> SetDirectoryModeAt(const std::string& path, std::uint32_t mode, bool long_names);
 
-// Makes a directory hidden, or one of the system, where its entry's mode says so and the system
-// knows such directories.
+// Marks a directory as hidden, or as a system directory, where its entry's mode says so and the
+// system knows such directories.
 Result<void> AddDirectoryAttributesAt(const std::string& path, std::uint32_t mode);
 
 Result<std::string> CurrentDirectory();

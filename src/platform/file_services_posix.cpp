@@ -200,7 +200,7 @@ Result<void> ChangeDirectory(const std::string& path) {
   return RetriedCall([&] { return chdir(path.c_str()); });
 }
 
-// Looking "." up takes the right that entering takes.
+// Looking up "." needs the same right as entering.
 Result<void> CanEnterDirectory(const std::string& path) {
   const std::string self = path.empty() ? path : path + "/.";
   struct stat record {};

@@ -1,4 +1,4 @@
-// Requests from outside to end the run: Ctrl-C, and what else asks a program to end.
+// Requests from outside to end the run: Ctrl-C and the other ways to ask a program to end.
 //
 // Long work calls ThrowIfInterrupted between two pieces. The failure that it throws ends the run
 // like any other: an archive that is being written is left whole.
@@ -11,16 +11,17 @@ namespace moldex {
 
 namespace interrupt {
 
-// Throws CInterruptExcept, once in a run: the cleaning up after it is not interrupted again.
+// Throws CInterruptExcept, but only once in a run, so that the cleanup is not interrupted again.
 void Throw();
 
-// Throws nothing from now on, so that cleaning up after another failure is not interrupted either.
+// From now on Throw does nothing, so that the cleanup after another failure is not interrupted.
 void Mute();
 
 }  // namespace interrupt
 
-// From now on such requests are noted instead of ending the process at once. Output that nobody
-// reads any more counts as one. A file that grows past the user's limit is an ordinary error.
+// From now on such requests are noted instead of ending the process at once. Writing output that
+// nobody reads any more counts as one. A file that grows past the user's limit is an ordinary
+// error.
 void CatchInterrupts();
 
 inline void ThrowIfInterrupted() {

@@ -20,7 +20,7 @@ UINT LocalCodePage() {
   return code_page;
 }
 
-// For callers that look at either.
+// Sets both kinds of error, because some callers look at the one and some at the other.
 void SetNoForm() {
   SetLastError(ERROR_NO_UNICODE_TRANSLATION);
   errno = EILSEQ;

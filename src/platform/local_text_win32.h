@@ -1,7 +1,7 @@
 // Shared by the Win32 sources of this module only: the one place where text in the local code page
 // becomes the wide text of the system's calls, and comes back.
 //
-// Nothing is converted to what only looks like it: another character would be another file.
+// No character is converted to one that only looks like it, because that would name another file.
 #ifndef MOLDEX_PLATFORM_LOCAL_TEXT_WIN32_H_
 #define MOLDEX_PLATFORM_LOCAL_TEXT_WIN32_H_
 

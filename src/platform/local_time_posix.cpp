@@ -2,7 +2,7 @@
 
 namespace moldex {
 
-// Nobody here has set a clock for file times alone.
+// This system has no other clock setting for file times.
 std::optional<std::tm> LocalTime(const TimePoint& time, bool /*is_file_time*/) {
   const std::time_t seconds = time.seconds;
   std::tm calendar{};

@@ -43,12 +43,13 @@ int OpenForWritingAlone(const char* path, bool is_pipe) {
   return descriptor;
 }
 
-// Whether nobody else has locked the file. Any other failure means that there are no locks there.
+// Whether nobody else has locked the file. Any other failure means that the file system has no
+// locks, and the file is used unlocked.
 bool Lock(int descriptor) {
   return flock(descriptor, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
-// Whoever had the file locked may have deleted it right before.
+// Whether `path` still names the file: a run that had it locked may have deleted it just before.
 bool IsNamed(const struct stat& record, const char* path) {
   struct stat named {};
   return stat(path, &named) == 0 && named.st_dev == record.st_dev && named.st_ino == record.st_ino;
@@ -67,7 +68,8 @@ bool IsSpecial(const struct stat& record) {
 }  // namespace
 
 int OpenLocked(const char* path, bool create) {
-  // On a file system that numbers a file differently each time, its name never seems to be its own.
+  // Ends the loop on a file system that numbers a file differently each time: there the path never
+  // seems to name the file.
   constexpr int kAttempts = 3;
   for (int attempt = 1;; ++attempt) {
     struct stat record {};

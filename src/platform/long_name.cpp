@@ -24,8 +24,8 @@ bool HasDevicePrefix(std::wstring_view path) {
 
 bool IsRelative(std::wstring_view path) { return path.size() < 2 || path[1] != L':'; }
 
-// The components of `path` one after the other, each with a separator in front, below the first
-// `fixed` of which ".." does not climb.
+// The components of `path` one after another, each with a separator before it. ".." does not climb
+// above the first `fixed` components.
 std::wstring Resolved(std::wstring_view path, std::size_t fixed) {
   std::wstring result;
   std::size_t depth = 0;

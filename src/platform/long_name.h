@@ -9,7 +9,7 @@
 
 namespace moldex {
 
-// Whether this run is in long-name mode. Off at start. Systems without such a form take no notice.
+// Whether this run is in long-name mode. Off at start. Systems without such a form ignore it.
 void SetLongNameMode(bool on);
 bool LongNameMode();
 

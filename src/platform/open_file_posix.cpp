@@ -40,7 +40,7 @@ Result<bool> MayWait(int descriptor) {
   return !is_regular;
 }
 
-// Turns what stood under the name into an empty file that only its owner can reach.
+// Turns the file of that name into an empty file that only its owner can reach.
 bool MakePrivate(int descriptor) {
   struct stat record {};
   if (fstat(descriptor, &record) != 0) {
@@ -61,8 +61,9 @@ bool MakePrivate(int descriptor) {
 // How an extracted file treats a file that has its name.
 enum class Former { kEmptied, kReplaced, kKept };
 
-// A read-only file is kept, whatever the user may do. A file of somebody else's is replaced, since
-// its owner may have it open; one with other names is, because these keep its bytes.
+// A read-only file is kept, whatever the user may do. Another user's file is replaced, since its
+// owner may have it open. A file with several names is replaced, since the other names keep its
+// bytes.
 Former Judge(int descriptor) {
   struct stat record {};
   if (fstat(descriptor, &record) != 0 || !S_ISREG(record.st_mode)) return Former::kEmptied;
@@ -70,7 +71,7 @@ Former Judge(int descriptor) {
   return record.st_nlink > 1 || record.st_uid != geteuid() ? Former::kReplaced : Former::kEmptied;
 }
 
-// Opens what stands under the name, unless it has to give way to a new file.
+// Opens the file of that name, unless it has to give way to a new file.
 int OpenFormerFile(const char* path, bool* replace) {
   const int descriptor = OpenRetrying(path, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0);
   *replace = descriptor < 0 && errno == ELOOP;  // a symbolic link

@@ -33,7 +33,7 @@ bool CallDeleteFile(const std::string& path);
 bool CallCreateSymbolicLink(const std::string& path, const std::string& target, DWORD flags);
 bool CallGetDiskFreeSpace(const std::string& path, ULARGE_INTEGER* free_bytes);
 
-// Begins to list a directory; an empty path is the current one.
+// Begins to list a directory; an empty path means the current one.
 HANDLE CallFindFirstFileIn(const std::string& directory, WIN32_FIND_DATAW* data);
 // The data of an object in the directory that it is in. Links are not followed, and the short name
 // is empty.

@@ -21,7 +21,7 @@ class [[nodiscard]] Result {
   explicit operator bool() const { return value_.has_value(); }
   bool ok() const { return value_.has_value(); }
 
-  // Only of a result that is `ok`.
+  // Only for a result that is `ok`.
   T& operator*() { return *value_; }
   const T& operator*() const { return *value_; }
   T* operator->() { return &*value_; }
@@ -31,7 +31,7 @@ class [[nodiscard]] Result {
   // For a caller that does not ask why there is no value.
   const std::optional<T>& AsOptional() const { return value_; }
 
-  // Only of a result that is not `ok`.
+  // Only for a result that is not `ok`.
   const Error& error() const { return error_; }
 
   // A failure equals no value.
@@ -42,7 +42,7 @@ class [[nodiscard]] Result {
   Error error_{};
 };
 
-// A call without a value.
+// The result of a call that returns no value.
 template <typename Error>
 class [[nodiscard]] Result<void, Error> {
  public:
@@ -52,7 +52,7 @@ class [[nodiscard]] Result<void, Error> {
   explicit operator bool() const { return ok_; }
   bool ok() const { return ok_; }
 
-  // Only of a result that is not `ok`.
+  // Only for a result that is not `ok`.
   const Error& error() const { return error_; }
 
  private:

@@ -22,7 +22,7 @@ bool IsIdentifier(Bytes bytes) {
   return bytes.size() >= 8 + std::size_t{4} * bytes[1];
 }
 
-// The kinds of entry that everybody has: type, flags, size, what is allowed (4), an identifier.
+// The kinds of entry with a common layout: type, flags, size, what is allowed (4), an identifier.
 bool IsPlainKind(std::uint8_t type) { return type <= 3; }
 
 bool IsAccessControlList(Bytes bytes) {

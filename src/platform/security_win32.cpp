@@ -32,7 +32,7 @@ bool EnablePrivilege(HANDLE token, const char* name) {
   wanted.PrivilegeCount = 1;
   wanted.Privileges[0].Attributes = SE_PRIVILEGE_ENABLED;
   if (LookupPrivilegeValueA(nullptr, name, &wanted.Privileges[0].Luid) == FALSE) return false;
-  // The call succeeds also when it leaves out what the process does not hold.
+  // The call also succeeds when it leaves out privileges that the process does not hold.
   return AdjustTokenPrivileges(token, FALSE, &wanted, 0, nullptr, nullptr) != FALSE &&
          GetLastError() != ERROR_NOT_ALL_ASSIGNED;
 }
@@ -45,7 +45,7 @@ class CAbsoluteDescriptor {
       SetLastError(ERROR_INVALID_SECURITY_DESCR);
       return FailureNow(kConversionFailed);
     }
-    // The system wants to be able to write, and the bytes where a structure may stand.
+    // The system wants the bytes writable, and aligned for a structure.
     std::vector<std::uint8_t> relative(descriptor.begin(), descriptor.end());
     (void)Convert(relative.data());  // fails for lack of space, and tells how much each part needs
     for (Part* part : {&dacl_, &sacl_, &owner_, &group_}) {
@@ -57,7 +57,7 @@ class CAbsoluteDescriptor {
   }
 
   SecurityResult ApplyTo(const std::string& path) {
-    auto wide = SystemPath(path);  // the system wants to be able to write into it
+    auto wide = SystemPath(path);  // the system wants it writable
     if (!wide) return FailureNow(kSettingFailed);
     const DWORD result =
         SetNamedSecurityInfoW(wide->data(), SE_FILE_OBJECT,

@@ -14,10 +14,10 @@ struct Shortcut {
   std::string target;  // full path with "/" as separator; set with kTarget
 };
 
-// Finds the object that the shortcut `path` points to. kNoTarget when it does not exist, and when
-// the file is a shortcut by its name alone. Opens no window and searches for nothing. A character
-// without a form in the local code page becomes "?" in the target, so that no object is found
-// there.
+// Finds the object that the shortcut `path` points to. kNoTarget when that object does not exist,
+// and when the file is a shortcut by its name alone. Opens no window and searches for nothing. A
+// character without a form in the local code page becomes "?" in the target, so that no object is
+// found there.
 Shortcut ResolveShortcut(const std::string& path);
 
 }  // namespace moldex

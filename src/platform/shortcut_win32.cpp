@@ -71,7 +71,8 @@ std::wstring TargetOf(const wchar_t* path) {
 
 }  // namespace
 
-// The shell resolves a path that starts at the root of a drive; to it "a.lnk" is no file.
+// The shell resolves only a path that starts at the root of a drive; it does not find "a.lnk"
+// alone.
 Shortcut ResolveShortcut(const std::string& path) {
   Shortcut none{ShortcutKind::kNoTarget, {}};
   const auto wide = ToWide(path);

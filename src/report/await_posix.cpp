@@ -9,9 +9,8 @@
 
 namespace moldex {
 
-// A signal that comes right before the system begins to wait would be noted and then waited
-// through. So signals are held back from the look at the status on, and let through only while
-// waiting.
+// A signal that arrives just before the system begins to wait would be noted, and the wait would go
+// on. So signals are blocked before the status is read, and let through only during the wait.
 bool AwaitReady(int descriptor, short events) {
   pollfd wait{descriptor, events, 0};
   if (poll(&wait, 1, 0) != 0) return true;

@@ -5,8 +5,8 @@
 namespace moldex {
 
 // Waits until a transfer through the descriptor would not block, or would fail. `events` is POLLIN
-// or POLLOUT; POLLOUT promises space for PIPE_BUF bytes. False when the run is asked to end before
-// that, also when it was already.
+// or POLLOUT; POLLOUT promises space for PIPE_BUF bytes. False when the run is asked to end first,
+// or was asked before the call.
 bool AwaitReady(int descriptor, short events);
 
 }  // namespace moldex

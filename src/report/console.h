@@ -7,14 +7,14 @@
 
 namespace moldex {
 
-// Makes sure that no file that the program opens is taken for standard input, output or error. Any
-// of these that was closed at the start is opened on a device: input at its end, and output that
-// fails when something is written to it. To be called before anything else is opened.
+// Makes sure that no file that the program opens is taken for standard input, output or error: each
+// of these that was closed at the start is opened on a device. Its input is at the end, and writing
+// output to it fails. Call this before anything else is opened.
 void FillStandardDescriptors();
 
-// While it lives, a console takes text in the code page that the program's names are in. Its own is
-// put back at the end. Does nothing where standard output is no console, or where consoles have no
-// code page.
+// While it lives, the console takes text in the code page of the program's names. The destructor
+// restores the console's own code page. Has no effect where standard output is no console, or where
+// consoles have no code page.
 class CConsoleCodePage {
  public:
   CConsoleCodePage();
@@ -29,8 +29,8 @@ class CConsoleCodePage {
 // Whether standard output is a terminal.
 bool OutputIsTerminal();
 
-// Whether terminals here also obey the control characters above 0x7F, which are letters in the code
-// pages of other systems.
+// Whether terminals on this system also obey the control characters above 0x7F. These are letters
+// in the code pages of other systems.
 bool TerminalHasHighControls();
 
 // Whether standard error is a terminal.
@@ -39,16 +39,16 @@ bool ErrorIsTerminal();
 // Whether that terminal obeys escape sequences (ECMA-48).
 bool ErrorObeysEscapes();
 
-// Whether standard output may arrive on the screen that standard error is on: it is a terminal or
+// Whether standard output may appear on the screen that shows standard error: it is a terminal or
 // goes to another program.
 bool OutputMayReachScreen();
 
 // Columns of the terminal that standard error is. 0 while nothing should be written to it: another
 // program is in the foreground, or the terminal takes nothing, as after Ctrl-S. 80 where the
-// terminal does not say.
+// terminal does not report its width.
 std::size_t ErrorColumns();
 
-// Writes to the terminal that standard error is, at once. Nobody learns of a failure.
+// Writes at once to the terminal that standard error is. A failure is not reported.
 void WriteToErrorTerminal(std::string_view text);
 
 // The first character of a text in the code page of names.
@@ -57,7 +57,7 @@ struct CodePageCharacter {
   char32_t code = 0;      // as Unicode numbers it; the byte itself where a character is a byte
 };
 
-// The text is not empty.
+// `text` must not be empty.
 CodePageCharacter FirstInCodePage(std::string_view text);
 
 }  // namespace moldex

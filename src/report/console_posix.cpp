@@ -23,15 +23,17 @@ struct StandIn {
   int flags;
 };
 
-// Standard output is opened for reading, so that writing to it fails. On the full device an archive
-// named /dev/stdout fails, too, which opens the device anew and would be lost on the null device.
+// Standard output is opened for reading only, so that writing to it fails. It gets the full device
+// because an archive may be named /dev/stdout. That name opens the device anew, and the null device
+// would swallow the archive.
 constexpr StandIn kStandIns[][2] = {{{"/dev/null", O_RDWR}, {"/", O_RDONLY}},
                                     {{"/dev/full", O_RDONLY}, {"/dev/null", O_RDONLY}},
                                     {{"/dev/null", O_RDWR}, {"/", O_RDONLY}}};
 
 }  // namespace
 
-// A file gets the lowest descriptor that is free: with those below it filled, the one looked at.
+// A file gets the lowest free descriptor. All descriptors below the one in question are in use by
+// then, so it gets that one.
 void FillStandardDescriptors() {
   for (int descriptor = 0; descriptor <= STDERR_FILENO; ++descriptor) {
     for (const StandIn& stand_in : kStandIns[descriptor]) {
@@ -73,7 +75,7 @@ std::size_t ErrorColumns() {
   return known ? size.ws_col : kUsualColumns;
 }
 
-// A signal that comes while the terminal takes nothing asks the run to end: not to be waited for.
+// Does not wait: a signal that arrives while the terminal takes nothing asks the run to end.
 void WriteToErrorTerminal(std::string_view text) {
   while (!text.empty()) {
     const ssize_t count = write(STDERR_FILENO, text.data(), text.size());

@@ -25,15 +25,15 @@ bool HasDoubleBytes() {
 
 }  // namespace
 
-// Files are known by handles here, and none is given a standard handle's place.
+// Files are known by handles on this system, and no file gets the place of a standard handle.
 void FillStandardDescriptors() {}
 
-// More than a line: a console shows no character of which it gets one half after the other.
+// More than a line, because a console does not show a character whose bytes arrive in two writes.
 constexpr std::size_t kBufferBytes = 65536;
 
-// In text mode the runtime library converts output to a console. It takes it for text in the code
-// page of the user's locale, which is not the process's. A console does not need that mode: it
-// begins a line at every line feed.
+// In text mode the runtime library converts output to a console. The library assumes the code page
+// of the user's locale, which is not the process's. A console does not need that mode: it begins a
+// line at every line feed.
 CConsoleCodePage::CConsoleCodePage() {
   if (!OutputIsTerminal()) return;
   (void)_setmode(_fileno(stdout), _O_BINARY);

@@ -57,8 +57,8 @@ class COpenExcept : public CExcept {
   explicit COpenExcept(const std::string& name);
 };
 
-// An extracted file that cannot be opened for writing; a kind of its own because a list of archives
-// goes on after one that cannot be opened, but not after this.
+// An extracted file that cannot be opened for writing. It has a type of its own because the run
+// goes on after an archive that cannot be opened, but not after this.
 class COpenForWritingExcept : public CExcept {
  public:
   explicit COpenForWritingExcept(const std::string& name);
@@ -105,8 +105,8 @@ class CChgDirExcept : public CExcept {
   explicit CChgDirExcept(const std::string& name);
 };
 
-// Nothing throws it: a name whose status cannot be read is reported as an inaccessible or missing
-// file before an entry is made of it.
+// Never thrown: a name whose status cannot be read is reported as an inaccessible or missing file
+// before an entry is made of it.
 class CStatExcept : public CExcept {
  public:
   explicit CStatExcept(const std::string& name);
@@ -117,8 +117,8 @@ class CAccessExcept : public CExcept {
   explicit CAccessExcept(const std::string& name);
 };
 
-// Nothing throws it: the space report fails with number 38 where the system cannot tell the free
-// space, and missing space is a line of the report itself.
+// Never thrown: the space report fails with number 38 where the system cannot tell the free space,
+// and missing space is a line of the report itself.
 class CDiskSpaceExcept : public CExcept {
  public:
   explicit CDiskSpaceExcept(const std::string& path);

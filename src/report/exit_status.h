@@ -1,5 +1,5 @@
-// The status that the process ends with. It starts at 0 and the last writer wins; every failure
-// that carries a code writes it when it is made, also when it is survived later.
+// The status that the process ends with. It starts at 0, and the last writer wins. Every failure
+// that carries a code sets the status when the failure is made, even if the program survives it.
 #ifndef MOLDEX_REPORT_EXIT_STATUS_H_
 #define MOLDEX_REPORT_EXIT_STATUS_H_
 
@@ -8,7 +8,8 @@ namespace moldex {
 void SetExitStatus(int status);
 int ExitStatus();
 
-// Puts the exit status back at its end, for whoever survives failures that are none of the run's.
+// Restores the exit status when it goes out of scope, for code that survives failures which do not
+// concern the run.
 class CExitStatusGuard {
  public:
   CExitStatusGuard() : status_(ExitStatus()) {}

@@ -1,5 +1,6 @@
-// Hints: advice besides the messages for somebody at a terminal, such as what to do next.
-// Lines "hint: ..." on standard error, and only where that is a terminal; never part of the text.
+// Hints: advice for somebody at a terminal, such as what to do next. A hint is a line "hint: ..."
+// on standard error, and is written only when that is a terminal. Hints are not part of the
+// program's text.
 #ifndef MOLDEX_REPORT_HINTS_H_
 #define MOLDEX_REPORT_HINTS_H_
 
@@ -7,7 +8,7 @@
 
 namespace moldex {
 
-// Whether somebody may read hints: not where the messages go to the file of -e.
+// Whether somebody may read hints. Not so when the text goes to the file of -e, or nowhere.
 bool HintsAreWanted();
 
 // Writes a hint now, after the message that it belongs to.

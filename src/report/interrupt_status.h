@@ -1,4 +1,4 @@
-// The wish that the run ends, for whoever waits. Whoever works asks platform/interrupt.h.
+// The request to end the run, for code that waits. Code that works calls platform/interrupt.h.
 #ifndef MOLDEX_REPORT_INTERRUPT_STATUS_H_
 #define MOLDEX_REPORT_INTERRUPT_STATUS_H_
 
@@ -6,7 +6,7 @@
 
 namespace moldex::interrupt {
 
-// Exit status of the run that is asked to end; 0 while none is. A signal handler or another thread
+// The exit status of a run that is asked to end; 0 otherwise. A signal handler or another thread
 // sets it.
 inline std::atomic<int> status = 0;
 static_assert(std::atomic<int>::is_always_lock_free);

@@ -1,4 +1,4 @@
-// Output of messages, and of the named log files that a run may keep beside it.
+// Output of messages, and of the named log files that a run may keep besides.
 #ifndef MOLDEX_REPORT_LOG_MANAGER_H_
 #define MOLDEX_REPORT_LOG_MANAGER_H_
 

@@ -19,8 +19,8 @@ void SendTextToError();
 void DropText();
 
 // From now on text goes to a file of this name, which is made or emptied. Standard output becomes
-// that file, too, unless it has to stay as it is. False when the file cannot be opened. The pointer
-// `name` is kept.
+// that file, too, unless it has to stay as it is. False when the file cannot be opened. `name` is
+// kept as a pointer.
 bool SendTextToFile(const char* name, bool keep_standard_output);
 
 // Whether text may arrive on the screen that standard error is on.
@@ -40,8 +40,8 @@ void WriteEscapedForTerminal(std::string_view text);
 // Ends a line of a listing. A terminal gets it at once, anything else when the buffer is full.
 void EndLine();
 
-// Hands the buffered text to the system. Waits for its reader until the run is asked to end. Text
-// that would have to wait then is given up, with all that follows.
+// Hands the buffered text to the system. Waits for the reader until the run is asked to end. After
+// that, text that would have to wait is given up, and so is everything after it.
 void FlushOutput();
 
 enum class TextPlace { kStandardOutput, kStandardError, kFile, kNowhere };

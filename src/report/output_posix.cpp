@@ -1,5 +1,5 @@
-// Standard output without the runtime library's streams, which wait for the reader of a pipe
-// whatever signals come.
+// Writes standard output without the runtime library's streams, which go on waiting for the reader
+// of a pipe whatever signals arrive.
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>

@@ -44,7 +44,7 @@ void SendTextToError() { SendTextTo(stderr, TextPlace::kStandardError, "standard
 
 void DropText() { outcome.place = TextPlace::kNowhere; }
 
-// freopen closes standard output before it opens the file: whoever calls has tried the file.
+// freopen closes standard output before it opens the file, so the caller has to try the file first.
 bool SendTextToFile(const char* name, bool keep_standard_output) {
   std::FILE* file =
       keep_standard_output ? std::fopen(name, "w+") : std::freopen(name, "w+", stdout);

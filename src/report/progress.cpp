@@ -49,7 +49,7 @@ void CProgress::BeginWork(std::uint64_t total, Unit unit) {
   next_draw_ = std::max(next_draw_, start_ + kInterval);  // a rate needs some time
 }
 
-// After a part whose size nobody knew, the next one begins where that one got to.
+// After a part of unknown size, the next one begins where that one ended.
 void CProgress::NextPart(std::uint64_t size) {
   const std::uint64_t end = part_start_ + std::exchange(part_size_, size);
   part_start_ = std::max(end, done_);
@@ -69,7 +69,7 @@ void CProgress::DrawIfDue() {
   if (columns < 2) return;
   try {
     line_->Draw(Text(now, columns), columns);
-  } catch (const std::bad_alloc&) {  // no line then: the work may well go on
+  } catch (const std::bad_alloc&) {  // without a line the work may well go on
   }
 }
 

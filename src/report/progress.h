@@ -3,8 +3,8 @@
 //     21 %, 412.3 MB of 1.9 GB, 83.1 MB/s  docs/readme.txt
 //
 // A status line shows it when the work has lasted a while without any output, and is renewed a few
-// times a second. Whoever works reports to the object; while nothing is shown, a report costs a
-// look at a flag. Otherwise a report may ask for the time, and now and then draws.
+// times a second. Code that works reports to the object. While nothing is shown, a report costs one
+// test of a flag; otherwise it may read the clock and now and then draw.
 #ifndef MOLDEX_REPORT_PROGRESS_H_
 #define MOLDEX_REPORT_PROGRESS_H_
 
@@ -25,17 +25,17 @@ class CProgress {
   // Whether a line may appear, so that it is worth finding out what to report.
   bool IsShown() const { return line_.has_value(); }
 
-  // From now on Advance counts what there is to do in all, until SetTotal. The time that this takes
-  // is not that of the work.
+  // From now on, and until SetTotal, Advance counts the work that there is to do. The time that
+  // this takes is not part of the work's time.
   void BeginCounting() { counting_ = IsShown(); }
 
-  // How much there is to do in all; 0 when nobody knows.
+  // The amount of work in all; 0 when it is unknown.
   void SetTotal(std::uint64_t total, Unit unit = Unit::kBytes) {
     if (IsShown()) BeginWork(total, unit);
   }
 
-  // Work that goes through one part of the total after another: the next part begins. `size` is 0
-  // when nobody knows it.
+  // For work that goes through the total in parts: the next part begins. `size` is 0 when it is
+  // unknown.
   void BeginPart(std::uint64_t size) {
     if (IsShown()) NextPart(size);
   }
@@ -53,12 +53,12 @@ class CProgress {
     DrawIfDue();
   }
 
-  // The work has got to this place in its part. Going back in the part makes nothing undone.
+  // The work has reached this position in its part. A position before the last one undoes nothing.
   void AdvanceTo(std::uint64_t position) {
     if (IsShown()) MoveTo(position);
   }
 
-  // The work goes on without getting further: draws when it is time to.
+  // The work goes on without an advance. Draws if the time for it has come.
   void Update() {
     if (IsShown()) DrawIfDue();
   }

@@ -14,7 +14,7 @@ struct Character {
   std::size_t columns = 1;
 };
 
-// No character of two bytes is wider than one column, and no character is wider than two.
+// A character of two bytes is never wider than one column, and no character is wider than two.
 Character FirstInUtf8(std::string_view text) {
   const Utf8Sequence sequence = FirstUtf8Sequence(text);
   if (sequence.bytes == 0) return {text.substr(0, 1), static_cast<unsigned char>(text[0])};
@@ -22,7 +22,7 @@ Character FirstInUtf8(std::string_view text) {
           sequence.bytes < 3 ? std::size_t{1} : std::size_t{2}};
 }
 
-// In a code page of characters of one and of two bytes the columns are as many as the bytes.
+// In a code page of one- and two-byte characters, a character has as many columns as bytes.
 Character FirstCharacter(std::string_view text) {
   const auto first = static_cast<unsigned char>(text[0]);
   if (first < 0x80) return {text.substr(0, 1), first};
@@ -31,7 +31,8 @@ Character FirstCharacter(std::string_view text) {
   return {text.substr(0, local.bytes), local.code, local.bytes};
 }
 
-// Characters that change the direction of what follows: a name could look like another.
+// Characters that change the direction of the text after them. With them a name could look like
+// another one.
 bool ChangesDirection(char32_t code) {
   return (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
 }
@@ -52,7 +53,7 @@ Character TakeCharacter(std::string_view* text) {
 }  // namespace
 
 bool HasControls(std::string_view text) {
-  // Most lines are of characters that no code page doubts.
+  // Most lines consist of characters that are the same in every code page.
   const auto is_plain = [](char c) { return c >= 0x20 && c < 0x7F; };
   text.remove_prefix(static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), is_plain) -
                                               text.begin()));

@@ -1,7 +1,7 @@
-// Text for a terminal: in whole characters, without any that the terminal would obey.
+// Text for a terminal, in whole characters and without any that the terminal would obey.
 //
-// Knows UTF-8 and code pages of single and double bytes, whichever the system says that names are
-// in.
+// It knows UTF-8 and code pages of one- and two-byte characters, whichever the system uses for
+// names.
 #ifndef MOLDEX_REPORT_SCREEN_TEXT_H_
 #define MOLDEX_REPORT_SCREEN_TEXT_H_
 
@@ -23,7 +23,7 @@ struct ScreenText {
   std::size_t columns = 0;  // as many as it takes, or a few more
 };
 
-// As much of the text's beginning as fits into so many columns of a screen.
+// As much of the beginning of the text as fits into `columns` columns of a screen.
 ScreenText CutToColumns(std::string_view text, std::size_t columns);
 
 }  // namespace moldex

@@ -32,9 +32,9 @@ void CStatusLine::Erase() {
   eraser_.clear();
 }
 
-// The text that takes the line off a screen of so many columns. A terminal that has become narrower
-// has either moved the line's rest into further lines, with the cursor still in the first, or cut
-// it off. Blanks for all of it would leave blank lines there.
+// The text that erases the line from a screen of `columns` columns. A terminal that has become
+// narrower has either wrapped the rest of the line, with the cursor still in the first row, or cut
+// it off. Blanks for the whole line would leave blank rows there.
 std::string_view CStatusLine::EraserFor(std::size_t columns) const {
   constexpr std::string_view kEraseToEnd = "\r\x1B[J";
   const bool fits = eraser_.size() <= columns + 1;  // two of its characters are no blanks

@@ -1,7 +1,7 @@
-// A line on the terminal that standard error is, which is never part of what the program says.
+// A line on the terminal that standard error is. It is not part of the program's text.
 //
-// It is cut to the terminal's width, drawn over the one before, and gone before anything else is
-// written there and when its object goes. The cursor stands at its start.
+// It is cut to the terminal's width and drawn over the previous line. It is erased before anything
+// else is written there, and when its object is destroyed. The cursor stays at its start.
 #ifndef MOLDEX_REPORT_STATUS_LINE_H_
 #define MOLDEX_REPORT_STATUS_LINE_H_
 
@@ -26,11 +26,11 @@ class CStatusLine {
   // Whether something else was written since the last call.
   bool TakeInterruption() { return std::exchange(interrupted_, false); }
 
-  // Takes the line off the screen before text of the program is written that may arrive there.
+  // Erases the line before the program writes text that may appear on the same screen.
   static void MakeWayForText() {
     if (shown_ != nullptr && shown_->text_shares_screen_) shown_->Erase();
   }
-  // The same before something else is written to the terminal where the line stands.
+  // Erases the line before anything else is written to its terminal.
   static void MakeWayOnTerminal() {
     if (shown_ != nullptr) shown_->Erase();
   }

@@ -1,7 +1,7 @@
 // The operating system's error for its last failed call.
 //
-// Platform code remembers the error right after a call failed. Messages that are made later show
-// it, whatever the runtime library did in between. At the start there is none.
+// Platform code remembers the error right after a call fails. Messages that are made later show it,
+// whatever the runtime library has done in between. At the start there is no error.
 #ifndef MOLDEX_REPORT_SYSTEM_ERROR_H_
 #define MOLDEX_REPORT_SYSTEM_ERROR_H_
 
@@ -24,10 +24,11 @@ const SystemError& RememberErrno(int errno_value);
 
 const SystemError& LastSystemError();
 
-// Goes back to an earlier error, after the failure of a call was made up for.
+// Restores an earlier error, once the failure of a later call has been made up for.
 void RestoreSystemError(const SystemError& error);
 
-// While it lives, calls may fail without a trace: for calls whose failure is an answer.
+// Restores the remembered error when it goes out of scope, for calls whose failure is an ordinary
+// answer.
 class CSystemErrorGuard {
  public:
   CSystemErrorGuard() : error_(LastSystemError()) {}

@@ -92,8 +92,8 @@ const SystemError& LastSystemError() { return last_error; }
 
 void RestoreSystemError(const SystemError& error) { last_error = error; }
 
-// Standard output turns a line feed into the system's line break. It would do so with the second
-// half of one, too, so the sentence gets line breaks as every text in the program has them.
+// Standard output turns every line feed into the system's line break, even the line feed at the end
+// of such a line break. So the sentence gets plain line feeds, like all text in the program.
 std::string SystemErrorText(const SystemError& error) {
   if (error.code == 0) return {};
   char* memory = nullptr;

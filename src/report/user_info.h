@@ -13,7 +13,7 @@ class CUserInfo {
   virtual void SetText(const std::string& /*text*/) {}
   // A slot for printable objects that are filled in steps; none needs it so far.
   virtual void Complete() {}
-  // Writes the object's text to standard output.
+  // Writes the object's text (output.h).
   virtual void Print() = 0;
   virtual ~CUserInfo() = default;
 };
