@@ -18,7 +18,7 @@ class CSink : public moldex::IEntrySink {
   explicit CSink(bool to_disk) : to_disk_(to_disk) {}
 
   void MakeFile(const CDirEntry& /*entry*/) override {
-    // What is open is locked.
+    // The open file is locked.
     (void)file_.Close();
     moldex::fuzz::Require(!to_disk_ || file_.Open(place_.Path(), moldex::kOpenReadWrite));
   }

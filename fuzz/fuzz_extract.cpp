@@ -12,13 +12,14 @@
 namespace moldex::fuzz {
 namespace {
 
-// The target, what a link in it leads to already, and what an absolute name stands for.
+// The target, the place that a link in it already leads to, and the place that an absolute name
+// stands for.
 bool MayChange(const std::string& name) {
   return name.starts_with("out/") || name.starts_with("linked/") || name.substr(1, 1) == ":";
 }
 
-// As far as the permissions of directories let anybody see, and but for what went through a link
-// that a later entry may have replaced.
+// Checks that every entry exists, as far as the permissions of directories allow that, and except
+// for entries written through a link that a later entry may have replaced.
 void RequireAll(const std::vector<MadeEntry>& entries) {
   for (const MadeEntry& entry : entries) {
     const std::string name = NormalisedName(PathRules::kPosix, entry.name.c_str());

@@ -20,8 +20,8 @@ std::vector<std::string> Components(const PathRules& rules, const std::string& p
   return components;
 }
 
-// Where a link leads: its directory, then its target. A ".." may come at the target's beginning
-// only, as what stands in front of it may be a link, too.
+// Where a link leads: its directory, then its target. A ".." is allowed only at the target's
+// beginning, because a component before it may be a link, too.
 bool StaysBelow(const PathRules& rules, const std::string& written, const std::string& target) {
   if (!target.empty() && (IsSeparator(rules, target[0]) || target.find(':') == 1)) return false;
   std::size_t depth = Components(rules, written).size() - 1;

@@ -22,7 +22,7 @@ void TryName(const PathRules& rules, const std::string& name) {
   Require(stored.empty() || stored[0] != '/');
   Require(!moldex::IsAbsolutePath(rules, stored));
   Require(moldex::LinkLeaves(rules, "a/b", "../../" + name));
-  // What is allowed and does not climb stays below the target.
+  // A name that is allowed and does not climb stays below the target.
   const std::string path = moldex::TargetName(rules, "target", name);
   if (moldex::IsRelative(name) && !moldex::HasParentComponent(rules, name) &&
       moldex::IsAllowedName(rules, path)) {

@@ -30,7 +30,7 @@ void ReadLists(const std::string& path) {
   try {
     moldex::ReadNameFile(path);
   } catch (const moldex::CExcept&) {
-    // What breaks the rules of one list may be fine for the other.
+    // A line that breaks the rules of one list may be fine for the other.
   }
   moldex::ReadRenameFile(path);
 }
@@ -48,7 +48,7 @@ void moldex::fuzz::TryInput(ByteSpan input) {
       ReadLists(moldex::fuzz::MemoryFile(bytes).Path());
     }
   } catch (const moldex::CExcept&) {
-    // Refused, as most of what comes along is.
+    // Refused, as most inputs are.
   }
   moldex::CRunContext::Destroy();
 }

@@ -15,7 +15,7 @@
 namespace moldex::fuzz {
 namespace {
 
-// Takes standard output for it.
+// Redirects standard output to a file for this.
 std::string ReportOf(CSpaceInfo& info, const PrivateFolder& folder) {
   Require(SendTextToFile("report", false));
   info.Print();

@@ -24,7 +24,7 @@ std::vector<std::uint8_t> WithChecksums(std::vector<std::uint8_t> bytes) {
   return bytes;
 }
 
-// The number of entries in front of the end or of what cannot be read.
+// The number of entries before the end or before something that cannot be read.
 unsigned ReadThrough(moldex::COldArchive& archive, moldex::CLogMan& log, bool with_data) {
   unsigned count = 0;
   try {

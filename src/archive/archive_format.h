@@ -36,9 +36,9 @@ enum class ArchiveFormat { kOther, kVersion2, kVersion2LongNames };
 // The bytes that FormatOf needs: the header and, if anything follows, the start of an entry.
 inline constexpr std::size_t kArchiveStartBytes = kArchiveHeaderBytes + kEntryHeaderBytes;
 
-// The format of an archive that begins with these bytes, of which there are fewer than
-// kArchiveStartBytes only where the file is shorter. A file that goes on after the header with
-// something that cannot begin an entry is of another format.
+// The format of an archive that begins with these bytes. They are fewer than kArchiveStartBytes
+// only if the file is shorter. A file has another format if something that cannot begin an entry
+// follows its header.
 ArchiveFormat FormatOf(std::span<const std::uint8_t> start);
 
 std::array<std::uint8_t, kArchiveHeaderBytes> ArchiveHeader(bool long_names);
@@ -50,7 +50,7 @@ inline EntryType TypeAt(std::span<const std::uint8_t> bytes) {
 
 inline bool IsLastBlock(const EntryType& type) { return type[0] == 'E' && type[1] == 'D'; }
 
-// Byte by byte: an archive is read by these, and comparing arrays calls a function.
+// Compares byte by byte: reading an archive does this often, and comparing arrays calls a function.
 inline bool IsBlockType(const EntryType& type) {
   return IsLastBlock(type) || (type[0] == 'D' && type[1] == 'A');
 }

@@ -51,12 +51,13 @@ CDirEntry* CArchiveReader::NextEntry() {
   return type ? ReadEntry(*type) : nullptr;
 }
 
-// Passes over what was not read of the entry's data.
+// Passes over the rest of the entry's data.
 void CArchiveReader::LeaveEntry() {
   while (DataFollows())
     SkipBlock(IsLastBlock(*ReadType()));
   if (data_wait_) return;
-  // Noted only when the next entry is asked for: until then the caller may find fault with this.
+  // Noted only when the next entry is asked for, because the caller may find fault with this one
+  // until then.
   whole_bytes_ = reader_->Position();
   whole_name_ = entry_->GetName();
 }

@@ -23,7 +23,7 @@
 
 namespace moldex {
 
-// A block whose length no writer can have written: where the next one begins is unknown.
+// A block whose length no writer can have written. The start of the next block is unknown then.
 class CBlockLengthExcept : public CExcept {
  public:
   explicit CBlockLengthExcept(const std::string& message)
@@ -38,8 +38,8 @@ class CArchiveReader : public IEntrySource {
   CArchiveReader(const CArchiveReader&) = delete;
   CArchiveReader& operator=(const CArchiveReader&) = delete;
 
-  // Whether this is a version-2 archive: its header is, and what follows, if anything does, may
-  // begin an entry. Reads once. The run is in long-name mode then if this archive is.
+  // Whether this is a version-2 archive: it has the header of one, and anything after the header
+  // may begin an entry. Reads only once. Sets the run's long-name mode to that of the archive.
   bool CheckHeader();
 
   // Null also for an archive that is no version-2 archive.
@@ -51,12 +51,12 @@ class CArchiveReader : public IEntrySource {
   const std::string& name() const override { return archive_name_; }
   const FileIdentity& identity() const override { return identity_; }
 
-  // The next block of the current entry. Throws CExcept for a block that is none, and for one that
-  // is empty or too long, before it is read.
+  // The next block of the current entry. Throws CExcept for bytes that are no block, and for a
+  // block that is empty or too long, before its payload is read.
   DataBlock GetEntryData();
 
-  // Where the last entry ends that the caller has gone on from, and its name: nothing was found
-  // wrong with it. Before the first, the end of the archive's header and nothing.
+  // The end of the last entry that the caller went on from, and the name of that entry: nothing was
+  // found wrong up to there. Before the first entry, the end of the archive's header and no name.
   std::uint64_t whole_bytes() const { return whole_bytes_; }
   const std::string& whole_name() const { return whole_name_; }
 

@@ -91,7 +91,7 @@ std::vector<std::string> CArchiveWriter::KeepWholeEntries(const std::string& pat
   const std::uint64_t size_bytes = status ? status->size_bytes : whole_bytes_;
   while (!entry_ends_.empty() && entry_ends_.back() > size_bytes)
     entry_ends_.pop_back();
-  // Somebody else has made the archive shorter than it was: it is not emptied for that.
+  // Somebody else has made the archive shorter than it was. That is no reason to empty it.
   if (entry_ends_.empty() && former_.size_bytes > 0) status.reset();
   whole_bytes_ = entry_ends_.empty() ? former_.size_bytes : entry_ends_.back();
   const std::string complaint = CutBack(file_, status, whole_bytes_, archive_name_);
@@ -100,7 +100,7 @@ std::vector<std::string> CArchiveWriter::KeepWholeEntries(const std::string& pat
 }
 
 bool CArchiveWriter::Delete(const std::string& path) {
-  // An archive that is open again is locked, so that nobody else begins to write into it.
+  // Opening the archive again locks it, so that nobody else begins to write into it.
   return ReopenArchive(file_, path, former_.identity) && file_.Delete(path).ok();
 }
 

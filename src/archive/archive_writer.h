@@ -30,7 +30,7 @@ class CArchiveWriter {
   // An entry's header, name and user data; the lengths in the header are set from the latter two.
   void WriteEntry(EntryHeader header, const std::string& utf8_name,
                   std::span<const std::uint8_t> user_data);
-  // Where the next entry's header will stand, as far as 32 bits can tell.
+  // The position of the next entry's header, as far as 32 bits can hold it.
   std::uint32_t Position() const { return static_cast<std::uint32_t>(position_); }
   // Rewrites the size of an entry whose header stands at `header_position`, and the four bytes
   // after it with zeros. Throws CSetFilePointerExcept, leaving the archive as it is, when the
@@ -38,7 +38,7 @@ class CArchiveWriter {
   void PatchEntrySize(std::uint32_t header_position, std::uint32_t size_bytes);
   // Bytes of an entry's data section, in one piece.
   void Write(std::span<const std::uint8_t> bytes);
-  // Says that everything of the entry was given to Write.
+  // To be called after everything of the entry was given to Write.
   void EndEntry();
   // Writes out what is buffered and closes the archive.
   void Finish();
@@ -46,15 +46,17 @@ class CArchiveWriter {
   // Cuts the archive back to the length that it had when it was opened, a new one to nothing.
   // Changes nothing unless it is a regular file.
   void CutBackToFormer();
-  // After a failure: cuts the archive back to the end of its last whole entry and closes it.
-  // `path` opens the archive again when closing it was what failed. Returns lines that say what of
-  // this failed, too; throws nothing of its own. Cuts nothing unless it is a regular file.
+  // After a failure: cuts the archive back to the end of its last whole entry and closes it. If
+  // closing the archive was what failed, it is opened again by its name, `path`. Returns a line for
+  // each part of this that failed, too; throws nothing of its own. Cuts nothing unless it is a
+  // regular file.
   std::vector<std::string> KeepWholeEntries(const std::string& path);
-  // Deletes the archive, whose name `path` is, also after it was closed. False when something else
-  // has the name by now, and when the system refuses.
+  // Deletes the archive, whose name is `path`, even if it was closed. False when something else has
+  // the name by now, and when the system refuses.
   bool Delete(const std::string& path);
 
-  // Where the last whole entry ends, and whether there is one. Known after KeepWholeEntries.
+  // The end of the last whole entry, and whether there is such an entry. Known after
+  // KeepWholeEntries.
   std::uint64_t whole_bytes() const { return whole_bytes_; }
   bool HoldsEntries() const { return whole_bytes_ > kArchiveHeaderBytes; }
 

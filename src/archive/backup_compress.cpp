@@ -29,7 +29,7 @@ void CBackupCompress::Compress(CArchiveWriter& archive) {
   archive.PatchEntrySize(entry_->header_position(), static_cast<std::uint32_t>(total_bytes_));
 }
 
-// The stream is longer than its file, and 32 bits have to hold its length.
+// The stream is longer than its file, but its length has to fit in 32 bits.
 void CBackupCompress::CheckLength() const {
   if (std::max(total_bytes_, entry_->header().size_bytes()) <= kLongestStream) return;
   throw CExcept("MOLDEX: too long to be stored with its attributes: " + entry_->GetName(),
@@ -47,9 +47,9 @@ std::size_t CBackupCompress::ReadPiece() {
   return *count;
 }
 
-// Makes a stream of the piece in the input buffer, and returns the length of the piece that stands
-// there afterwards. Only when there is none was this the entry's last stream, which its last block
-// has to say: so the next piece is read as soon as the library has taken this one.
+// Makes a stream of the piece in the input buffer, and returns the length of the piece that is
+// there afterwards. The last block of the entry has to say that it is the last, so the next piece
+// is read as soon as the library has taken this one: if there is none, this stream was the last.
 std::size_t CBackupCompress::CompressPiece(CArchiveWriter& archive, std::size_t length) {
   CStreamWriter stream(archive, buffers_, static_cast<std::int32_t>(length));
   std::span<const std::uint8_t> piece(buffers_.input.data(), length);

@@ -1,4 +1,4 @@
-// How much a creation is going to read, for whoever waits for it.
+// The number of bytes that a creation is going to read, for its progress.
 #ifndef MOLDEX_ARCHIVE_BYTE_COUNT_H_
 #define MOLDEX_ARCHIVE_BYTE_COUNT_H_
 
@@ -11,7 +11,7 @@
 namespace moldex {
 
 // The sizes of all files that the options name, in one more walk over their names that opens none
-// of them. A name that cannot be looked up counts nothing and is not reported. A shortcut counts as
+// of them. A name that cannot be looked up counts as 0 and is not reported. A shortcut counts as
 // itself, and `archive`, the archive's own file, not at all. 0 when a directory cannot be read to
 // its end, or there is no memory for the walk. Reports to `progress` how far it is. Throws
 // CInterruptExcept.

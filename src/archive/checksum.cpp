@@ -36,7 +36,7 @@ constexpr std::array<Table, kSlices> MakeTables() {
 constexpr auto kTables = MakeTables();
 static_assert(kTables[0][1] == 0x77073096 && kTables[0][3] == 0x990951BA);
 
-// What four bytes contribute when `following` more bytes of the slice stand behind them.
+// The contribution of four bytes that are followed by `kFollowing` more bytes of the slice.
 template <std::size_t kFollowing>
 std::uint32_t Contribution(std::uint32_t word) {
   return kTables[kFollowing + 3][word & 0xFF] ^ kTables[kFollowing + 2][(word >> 8) & 0xFF] ^

@@ -8,8 +8,8 @@
 // PCLMULQDQ Instruction", Intel, 2009). Several blocks are folded side by side, because the
 // processor starts a multiplication before the last one has ended.
 //
-// What is left in the end is one block and fewer than 16 bytes, which go through the tables: that
-// costs less than the reduction by two more chains of multiplications.
+// One block and fewer than 16 bytes are left in the end. They go through the tables, which costs
+// less than the reduction by two more chains of multiplications.
 #include <immintrin.h>
 
 #include <array>
@@ -33,10 +33,10 @@ constexpr std::uint32_t PowerOfX(unsigned power) {
   return remainder;
 }
 
-// What moves a block over `kBytes`. The block's low half holds its upper 64 powers, and in each
-// half bit 63 stands for the lowest. The product of two such halves has 127 bits, bit 126 the
-// lowest, but is taken as a block, whose lowest is bit 127: it comes out multiplied by x. Hence one
-// power less.
+// The factor that moves a block over `kBytes`. The block's low half holds its upper 64 powers, and
+// in each half bit 63 stands for the lowest. The product of two such halves has 127 bits, bit 126
+// the lowest, but is taken as a block, whose lowest is bit 127: it comes out multiplied by x. Hence
+// one power less.
 template <std::size_t kBytes>
 struct Shift {
   static constexpr unsigned kBits = 8 * kBytes;
@@ -55,7 +55,7 @@ template <std::size_t kBytes>
                        _mm_clmulepi64_si128(block, shift, 0x11));
 }
 
-// The checksum of a block and the bytes behind it.
+// The checksum of a block and the bytes after it.
 [[gnu::target("pclmul")]] inline std::uint32_t Finish(__m128i block, const std::uint8_t* next,
                                                       std::size_t left) {
   for (; left >= kBlock; left -= kBlock, next += kBlock) {

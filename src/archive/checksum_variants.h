@@ -1,6 +1,6 @@
-// The ways there are to compute the checksum. The portable one serves any machine; the others need
-// instructions that not every processor has, and are listed apart so that the program chooses among
-// them once and the tests run every one that this machine can.
+// The ways to compute the checksum. The portable one runs on any machine. The others need
+// instructions that not every processor has; they are listed apart, so that the program chooses
+// among them once, and the tests run every one that this machine can.
 #ifndef MOLDEX_ARCHIVE_CHECKSUM_VARIANTS_H_
 #define MOLDEX_ARCHIVE_CHECKSUM_VARIANTS_H_
 
@@ -19,7 +19,8 @@ struct ChecksumVariant {
 
 std::uint32_t UpdateChecksumPortably(std::uint32_t checksum, std::span<const std::uint8_t> bytes);
 
-// Those of the processor family that the program is built for, fastest first; none for most.
+// The variants for the processor family that the program is built for, fastest first. Most families
+// have none.
 std::span<const ChecksumVariant> ChecksumVariantsOfCpu();
 
 }  // namespace moldex

@@ -1,4 +1,4 @@
-// How the contents of an entry become the data blocks of an archive.
+// Turns the contents of an entry into the data blocks of an archive.
 #ifndef MOLDEX_ARCHIVE_COMPRESS_STRATEGY_H_
 #define MOLDEX_ARCHIVE_COMPRESS_STRATEGY_H_
 
@@ -10,7 +10,7 @@ namespace moldex {
 class CArchiveWriter;
 class CDirEntry;
 
-// The buffers that serve every entry of a run, so that nothing is allocated for one.
+// The buffers that serve every entry of a run, so that no entry allocates any.
 struct CompressionBuffers {
   static constexpr std::size_t kPieceBytes = 65536;
   static constexpr std::size_t kBlockHeaderRoom = 6;
@@ -25,8 +25,8 @@ class ICompressStrategy {
   virtual ~ICompressStrategy() = default;
   // Writes the data blocks and the checksum of the entry that was set.
   virtual void Compress(CArchiveWriter& archive) = 0;
-  // The entry whose data are next; it stays the caller's. May read its file, and set the size that
-  // its header is to have. Throws CReadExcept.
+  // Sets the entry whose data are next; it stays the caller's. May read its file, and set the size
+  // for its header. Throws CReadExcept.
   virtual void SetEntry(CDirEntry* entry) = 0;
 };
 

@@ -28,7 +28,8 @@ class CContainer {
   // CInvalExcept for anything but a version-2 archive; nothing of the file is changed until
   // something is written.
   CContainer(CRunContext& context, const std::string& archive_name, std::uint32_t mode);
-  // Closes. Bytes that the writer got and that neither Finish nor KeepWholeEntries wrote are lost.
+  // Closes the archive. Bytes given to the writer are lost unless Finish or KeepWholeEntries has
+  // written them.
   ~CContainer() = default;
   CContainer(const CContainer&) = delete;
   CContainer& operator=(const CContainer&) = delete;
@@ -38,9 +39,9 @@ class CContainer {
   const FileIdentity& identity() const { return status_.identity; }
   bool IsRegularFile() const { return status_.kind == FileKind::kRegular; }
 
-  // In mode kRead alone.
+  // Only in mode kRead.
   CArchiveReader& reader() { return *reader_; }
-  // In the other modes alone.
+  // Only in the other modes.
   CArchiveWriter& writer() { return *writer_; }
 
  private:

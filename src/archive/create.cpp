@@ -25,7 +25,7 @@ CCreate::CCreate(CRunContext& context)
 CCreate::~CCreate() = default;
 
 void CCreate::Execute() {
-  // Before an archive of that name is lost to a run that cannot succeed.
+  // Checked first, so that no existing archive is lost to a run that cannot succeed.
   const char* directory = options_.change_directory;
   if (directory != nullptr && !CanEnterDirectory(directory)) throw CChgDirExcept(directory);
   OpenArchive();
@@ -54,7 +54,7 @@ void CCreate::WriteArchive() {
   FinishArchive();
 }
 
-// For somebody who sees the progress alone: it takes a second walk over all names.
+// Only when progress is shown, because this takes a second walk over all names.
 void CCreate::CountTotal() {
   CProgress& progress = context_.progress();
   if (!progress.IsShown()) return;
@@ -65,7 +65,7 @@ void CCreate::CountTotal() {
 void CCreate::OpenArchive() {
   const char* value = options_.archive_value;
   if (value != nullptr && std::strlen(value) > CRunContext::kLongestArchiveName) {
-    RememberErrno(ENAMETOOLONG);  // rather than a file under part of the name
+    RememberErrno(ENAMETOOLONG);  // rather than making a file under part of the name
     throw COpenExcept(value);
   }
   try {
@@ -98,15 +98,15 @@ void CCreate::FinishArchive() {
     context_.log().PrintMessage(line);
 }
 
-// After a failure. Returns lines about what of the repair failed, too.
+// Repairs the archive after a failure. Returns a line for each part of the repair that failed, too.
 std::vector<std::string> CCreate::CleanUp() {
   std::vector<std::string> lines = archive_->writer().KeepWholeEntries(context_.archive_path());
   if (lines.empty() && !appending_ && !archive_->writer().HoldsEntries()) return DeleteArchive();
   return lines;
 }
 
-// Deletes what was written and nothing else: the name may be a link, and a device or a pipe stays.
-// Returns the line that says so when this fails.
+// Deletes the file that was written and nothing else: the name may be a link, and a device or a
+// pipe stays. Returns a line that reports a failure to do so.
 std::vector<std::string> CCreate::DeleteArchive() {
   if (!archive_->IsRegularFile()) return {};
   const std::string& path = context_.archive_path();
@@ -117,7 +117,7 @@ std::vector<std::string> CCreate::DeleteArchive() {
                              context_.archive_name())};
 }
 
-// Tells whoever interrupted the run what CleanUp has left.
+// Tells the user who interrupted the run what CleanUp has left.
 void CCreate::HintAtRest() const {
   const std::string& name = context_.archive_name();
   if (!archive_->IsRegularFile()) {

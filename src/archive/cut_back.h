@@ -11,14 +11,14 @@
 
 namespace moldex {
 
-// The status of an archive that is to be cut back, which is opened again when it was closed: that
-// may have been what failed. Empty when it cannot be opened, or when something else has its name
-// by now.
+// The status of an archive that is to be cut back. A closed archive is opened again, because
+// closing it may have been what failed. Empty when it cannot be opened, or when something else has
+// its name by now.
 std::optional<FileStatus> ReopenArchive(CFileHandle& file, const std::string& path,
                                         const FileIdentity& identity);
 
 // Cuts the open file back to `size_bytes` and closes it; `status` is what ReopenArchive returned.
-// Returns the line that says so when this fails, with the system's error; empty on success.
+// Returns a line that reports a failure, with the system's error; empty on success.
 std::string CutBack(CFileHandle& file, const std::optional<FileStatus>& status,
                     std::uint64_t size_bytes, const std::string& archive_name);
 

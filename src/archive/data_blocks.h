@@ -1,5 +1,4 @@
-// Compressed streams cut into the data blocks of an archive: what every strategy does with the
-// pieces that it reads.
+// Cuts compressed streams into the data blocks of an archive, for all strategies.
 #ifndef MOLDEX_ARCHIVE_DATA_BLOCKS_H_
 #define MOLDEX_ARCHIVE_DATA_BLOCKS_H_
 
@@ -11,7 +10,8 @@
 
 namespace moldex {
 
-// One compressed stream. Compress a piece, write the block that came of it, until Complete.
+// One compressed stream. Until Complete, call Compress for a piece and then WriteBlock for its
+// output.
 class CStreamWriter {
  public:
   // `length_bytes` is that of the whole stream.
@@ -22,13 +22,13 @@ class CStreamWriter {
   // the library fails, or makes no headway.
   std::optional<std::size_t> Compress(std::span<const std::uint8_t> piece);
 
-  // The output buffer was full: what was not taken of the piece comes again.
+  // Whether the output buffer was full, so that the rest of the piece has to be passed again.
   bool WantsSamePiece() const;
   bool Complete() const;
 
-  // Writes what the last call produced, if anything; `last_stream` tells that the entry ends with
-  // this stream. False when the stream is complete without output to mark its end with. Throws
-  // CWriteExcept.
+  // Writes what the last call produced, if anything. `last_stream` says that the entry ends with
+  // this stream. False when the stream is complete but has no output left to mark its end with.
+  // Throws CWriteExcept.
   bool WriteBlock(bool last_stream);
 
  private:
@@ -39,7 +39,7 @@ class CStreamWriter {
   std::size_t produced_bytes_ = 0;
 };
 
-// The checksum behind an entry's last block. Throws CWriteExcept.
+// Writes the checksum that follows an entry's last block. Throws CWriteExcept.
 void WriteChecksum(CArchiveWriter& archive, std::uint32_t checksum);
 
 }  // namespace moldex

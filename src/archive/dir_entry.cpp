@@ -42,7 +42,7 @@ bool CDirEntry::OpenForReading(bool keep_links) {
   if (!file_.Open(disk_name_, keep_links ? kOpenNoLink : kOpenExisting)) return false;
   const auto status = file_.Status();
   if (!status || status->kind != FileKind::kRegular) return false;
-  // Somebody has put something else there since the walk found it, perhaps a link.
+  // Somebody has put something else under the name since the walk found it, perhaps a link.
   if (keep_links && status->identity.Excludes(status_.identity)) {
     RememberErrno(ELOOP);
     return false;
@@ -51,7 +51,7 @@ bool CDirEntry::OpenForReading(bool keep_links) {
   return status_.size_bytes != 0 || IsEmpty();
 }
 
-// Some files of the system have bytes although their size is 0. A file that was written to only now
+// Some files of the system have bytes although their size is 0. A file that was written to just now
 // has its new size.
 bool CDirEntry::IsEmpty() {
   std::array<std::uint8_t, 1> byte{};

@@ -55,8 +55,8 @@ class CDirEntry {
 
   // --- Into an archive.
 
-  // Looks the object up for the last time, opens it where it has data, and fills the header. False
-  // when it cannot be read.
+  // Looks the object up a last time, opens it if it has data, and fills the header. False when it
+  // cannot be read.
   virtual bool Prepare(const EntrySettings& settings) = 0;
 
   // The size in the header: of the data as they are stored.
@@ -75,7 +75,7 @@ class CDirEntry {
   void Print(CLogMan& log) const;
 
   virtual bool IsDirectory() const { return false; }
-  // Whether blocks have to follow this entry, which comes out of an archive.
+  // Whether blocks have to follow this entry. Only for an entry that comes out of an archive.
   virtual bool NeedsData() const { return header_.size_bytes() != 0; }
   // Whether it cannot be extracted because its bytes are not in the archive.
   virtual bool LacksData() const { return false; }
@@ -88,7 +88,7 @@ class CDirEntry {
   const EntryHeader& header() const { return header_; }
   std::span<const std::uint8_t> user_data() const { return user_data_; }
   CFileHandle& file() { return file_; }
-  // Where in the archive the header was written.
+  // The position in the archive at which the header was written.
   std::uint32_t header_position() const { return header_position_; }
 
  protected:
@@ -100,8 +100,9 @@ class CDirEntry {
   void SetUserData(std::span<const std::uint8_t> bytes) {
     user_data_.assign(bytes.begin(), bytes.end());
   }
-  // Opens the file for reading and takes its status from there. False also for one that has bytes
-  // and says that it has none, and where links are kept and the name has got another object.
+  // Opens the file for reading and takes its status from there. False also for a file that has
+  // bytes although its size is 0, and, where links are kept, when another object has the name by
+  // now.
   bool OpenForReading(bool keep_links);
 
  private:

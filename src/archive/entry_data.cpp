@@ -67,14 +67,14 @@ bool CEntryData::ReadBlock() {
   return false;
 }
 
-// A stream ends with a zero byte that says nothing. Where the blocks are cut right before it, the
-// stream is complete already when it arrives. It cannot be taken for the next stream, whose first
-// block holds its header at least.
+// A stream ends with a zero byte that carries no data. If the blocks are cut right before that
+// byte, the stream is already complete when it arrives. It cannot be taken for the next stream,
+// whose first block holds its header at least.
 bool CEntryData::IsCutOffEndMark(std::span<const std::uint8_t> payload) const {
   return in_data_ && last_code_ == kCsEndOfStream && payload.size() == 1 && payload[0] == 0;
 }
 
-// The header of the first stream tells for an entry that is longer than a piece.
+// The header of the first stream decides, for an entry that is longer than a piece.
 void CEntryData::DecideByStream(std::span<const std::uint8_t> payload) {
   if (payload.size() < sizeof(std::uint32_t)) return;  // the library refuses it
   const bool short_stream = GetU32(payload.data()) <= kLongestBackupPiece;
@@ -95,7 +95,7 @@ std::span<const std::uint8_t> CEntryData::Decompress() {
   if (last_code_ <= 0 || stuck) throw CDecompExcept(entry_->GetName(), last_code_);
   payload_ = payload_.subspan(static_cast<std::size_t>(taken));
   const auto bytes = space.first(static_cast<std::size_t>(given));
-  progress_.Update();  // a small archive may hold much
+  progress_.Update();  // a small archive may hold many bytes
   if (bytes.size() > size_bytes_ - done_bytes_) FailDataLength(entry_->GetName());
   done_bytes_ += bytes.size();
   checksum_ = UpdateChecksum(checksum_, bytes);

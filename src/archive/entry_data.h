@@ -16,7 +16,7 @@ namespace moldex {
 class CArchiveReader;
 class CDirEntry;
 
-// Throws the CExcept for an entry whose data are not as long as it says.
+// Throws CExcept for an entry whose data do not have the length that it announces.
 [[noreturn]] void FailDataLength(const std::string& entry_name);
 
 // Reads the blocks of one entry after another from a reader, which outlives it. Throws

@@ -50,7 +50,7 @@ EntryHeader DecodeEntryHeader(std::span<const std::uint8_t, kEntryHeaderBytes> f
 }
 
 bool IsEntryType(const std::uint8_t* bytes) {
-  // "SV" begins an entry that this version knows of but cannot build.
+  // "SV" begins an entry that this version recognises but cannot build.
   constexpr EntryType kTypes[] = {kTypeFile, kTypeDirectory, kTypeShortcut, kTypeLink, {'S', 'V'}};
   const EntryType type = {static_cast<char>(bytes[0]), static_cast<char>(bytes[1])};
   return std::find(std::begin(kTypes), std::end(kTypes), type) != std::end(kTypes);

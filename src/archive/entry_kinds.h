@@ -33,7 +33,7 @@ class CLink : public CDirEntry {
   using CDirEntry::CDirEntry;
 
   bool Prepare(const EntrySettings& settings) override;
-  // Nothing for a symbolic link, which is made once all other entries are written.
+  // Makes nothing for a symbolic link, because links are made once all other entries are written.
   void Create(IEntrySink& sink) const override;
 
   // A link may be stored without data whatever its size says: only the archive tells.

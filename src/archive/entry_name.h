@@ -21,8 +21,8 @@ std::string NameFromUtf8(std::span<const std::uint8_t> stored);
 // The local form of UTF-8 of any length, without terminating zero. Throws CConversionExcept.
 std::string TextFromUtf8(std::span<const std::uint8_t> utf8);
 
-// The name that commands get for one that was read: with small ASCII letters, or without its
-// directories, where the options ask for that.
+// The name that commands get for a stored name: in small ASCII letters, or without its directories,
+// where the options ask for that.
 std::string DeliveredName(std::string name, bool lower, bool flat);
 
 }  // namespace moldex

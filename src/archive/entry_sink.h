@@ -1,5 +1,5 @@
-// Where an entry goes that comes out of an archive: CDirEntry::Extract tells it what to make, and
-// then hands it the entry's data.
+// The destination of an entry that comes out of an archive. CDirEntry::Extract tells it what to
+// make and then passes it the entry's data.
 #ifndef MOLDEX_ARCHIVE_ENTRY_SINK_H_
 #define MOLDEX_ARCHIVE_ENTRY_SINK_H_
 
@@ -10,12 +10,12 @@ namespace moldex {
 class IEntrySink {
  public:
   virtual ~IEntrySink() = default;
-  // Makes the object for an entry, which outlives the work on it. A symbolic link makes none here.
+  // Makes the object for an entry, which outlives the work on it. A symbolic link is not made here.
   virtual void MakeFile(const CDirEntry& entry) = 0;
   virtual void MakeDirectory(const CDirEntry& entry) = 0;
   // Takes the entry's data, in pieces that are not empty.
   virtual void Write(const DataPiece& piece) = 0;
-  // Says that everything of the entry was given to Write.
+  // Called after everything of the entry was given to Write.
   virtual void EndData() = 0;
 };
 

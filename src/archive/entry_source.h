@@ -23,7 +23,7 @@ struct DataPiece {
   bool is_backup_stream = false;  // of the file (backup_stream.h), rather than its bytes
 };
 
-// Why no option can make extraction restore an entry.
+// The reason why no option can make extraction restore an entry.
 struct LeftOut {
   std::string message;
   int code;  // an error code (error_codes.h)
@@ -33,12 +33,12 @@ class IEntrySource {
  public:
   virtual ~IEntrySource() = default;
 
-  // The first entry, then one after another, whatever was read of the one before; null at the end.
-  // An entry stays the source's and is valid until the next call.
+  // The first entry, and then each next one, however much was read of the one before; null at the
+  // end. An entry stays the source's and is valid until the next call.
   virtual CDirEntry* NextEntry() = 0;
 
-  // The next piece of the entry's data, decompressed; empty after the last, when the data have
-  // proved as long as the entry says. Valid until the next call.
+  // The next piece of the entry's data, decompressed; empty after the last, once the data have
+  // proved to be as long as the entry says. Valid until the next call.
   virtual DataPiece NextPiece() = 0;
 
   // After the last piece: checks what the archive keeps to prove the data, such as a checksum.

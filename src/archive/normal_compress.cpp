@@ -47,8 +47,8 @@ void CNormalCompress::Compress(CArchiveWriter& archive) {
   WriteChecksum(archive, checksum_);
 }
 
-// The head and the file that was read ahead: as compressed streams of at most a piece, which tell a
-// reader what a long entry is.
+// Writes the stream head and the file that was read ahead, as compressed streams of at most a
+// piece. These short streams tell a reader that a long entry is a backup stream.
 void CNormalCompress::CompressAsBackupStream(CArchiveWriter& archive) {
   std::array<std::uint8_t, kStreamIdBytes> head{};
   EncodeStreamHead({kStreamData, 0, ready_.size(), 0}, head);

@@ -18,7 +18,7 @@ bool IsLinkWithoutTarget(const std::string& name) {
   return link && link->kind == FileKind::kSymbolicLink;
 }
 
-// Whether this is a directory where a walk only starts, without a name to be stored under.
+// Whether a walk only starts at this directory, which then has no name to be stored under.
 bool IsStart(const std::string& name, const FileStatus& status) {
   if (status.kind != FileKind::kDirectory) return false;
   const PathRules rules = SystemPathRules();
@@ -41,7 +41,7 @@ std::string WithoutTrailingSeparators(std::string_view name) {
 
 void CTreeWalk::WalkNames() {
   for (const std::string& name : options_.file_names) {
-    // A file may be called like a pattern; it is meant then.
+    // A file may have a name that looks like a pattern. The name then means that file.
     if (HasWildcard(name) && TestExistence(name) != Existence::kExists) {
       WalkPattern(name);
     } else {
@@ -83,8 +83,8 @@ void CTreeWalk::WalkPattern(std::string_view pattern) {
   visitor_.OnInaccessible(text, could_read ? "no name matches" : nullptr);
 }
 
-// Whether a name is to be looked at: not when it is excluded, and a name of the -T file not again
-// after the operands.
+// Whether a name is to be looked at. An excluded one is not, and a name of the -T file is not
+// looked at again after the operands.
 bool CTreeWalk::IsMeant(const std::string& name) {
   if (options_.IsExcluded(name)) return false;
   const auto* renaming = options_.FindRenaming(name);
@@ -93,8 +93,8 @@ bool CTreeWalk::IsMeant(const std::string& name) {
   return is_new || !only_new_renamings_;
 }
 
-// Where links are kept, whoever puts one in the place of a directory meanwhile must not lead the
-// walk elsewhere.
+// Where links are kept, a link that replaces a directory in the meantime must not lead the walk
+// elsewhere.
 Result<FileStatus> CTreeWalk::Look(const std::string& name, const Level* level) const {
   if (options_.resolve_links) return QueryStatus(name);
   return level != nullptr ? QueryLinkStatusIn(level->identity, name) : QueryLinkStatus(name);

@@ -1,4 +1,4 @@
-// Finds what the names on the command line stand for: objects, and everything below directories.
+// Finds the objects that the names on the command line stand for, and everything below directories.
 //
 // Symbolic links are followed, unless they are to be kept as links. Directories are walked in byte
 // order of their names, depth first, without recursion and in bounded memory, so that the same tree
@@ -25,8 +25,8 @@ class ITreeVisitor {
   // A directory, a regular file, or a link that is kept. For a directory the answer says whether to
   // walk it, and `is_start` whether it is ".", ".." or the root: walked, but no object of its own.
   virtual bool OnObject(const std::string& name, const FileStatus& status, bool is_start) = 0;
-  // Something that cannot be read, or is neither file nor directory. `why` is null where the
-  // remembered error of the system tells.
+  // Something that cannot be read, or is neither file nor directory. `why` is null when the
+  // system's remembered error gives the reason.
   virtual void OnInaccessible(const std::string& name, const char* why) = 0;
   // A symbolic link whose target is missing, or is a directory that is being walked.
   virtual void OnLinkWithoutTarget(const std::string& name) = 0;
@@ -40,9 +40,9 @@ class CTreeWalk {
   CTreeWalk(ITreeVisitor& visitor, const CCmdLineOptions& options)
       : visitor_(visitor), options_(options), memory_(kNamesBudget) {}
 
-  // Visits what the operands and the names of the -A file stand for, in order, and then, where the
-  // options mean them, names of the -T file that were not visited until then. An excluded name is
-  // not even looked at. Throws CInterruptExcept, and what the visitor throws.
+  // Visits what the operands and the names of the -A file stand for, in order, and then, if the
+  // options ask for that, the names of the -T file that were not visited before. An excluded name
+  // is not even looked at. Throws CInterruptExcept, and what the visitor throws.
   void WalkNames();
 
  private:

@@ -40,7 +40,7 @@ Converted ConvertThroughSystem(Direction direction, std::string_view input,
   const iconv_t converter = Converter(direction);
   if (converter == reinterpret_cast<iconv_t>(-1)) return {};  // NOLINT: as iconv_open reports it
   iconv(converter, nullptr, nullptr, nullptr, nullptr);       // back to the initial state
-  std::string source(input);                                  // iconv wants to be able to write
+  std::string source(input);                                  // iconv wants it writable
   char* in = source.data();
   std::size_t in_left = source.size();
   char* out = output.data();

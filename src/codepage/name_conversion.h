@@ -12,8 +12,8 @@ namespace moldex {
 
 // Converts a zero-terminated local name. Writes at most `output_size` - 1 bytes, never half a
 // character, and always a terminating zero, which `*written`, unless null, does not count. The
-// output ends at the first character that cannot be converted: a caller that must know converts
-// back and compares.
+// output ends at the first character that cannot be converted. A caller that must know whether that
+// happened converts back and compares.
 void ConvertLocalToUtf8(char* output, std::int32_t output_size, std::int32_t* written,
                         const char* input);
 

@@ -39,8 +39,8 @@ void CopyRest(CFileHandle& source, const std::string& source_name, std::uint64_t
   if (!target.Close()) throw CWriteExcept(target_name);
 }
 
-// Cuts the target back to what it was, also when it was closed already: that may have been what
-// failed. Returns the line that says so when this fails, too.
+// Cuts the target back to what it was, even if it is closed already, because closing it may have
+// been what failed. Returns a line that reports a failure of this; empty on success.
 std::string RestoreTarget(CFileHandle& target, const std::string& name, const FileStatus& former) {
   if (former.kind != FileKind::kRegular) return {};
   interrupt::Mute();

@@ -7,8 +7,8 @@
 
 namespace moldex {
 
-// Looks whether everything is there that a creation would take: the operands and the names of the
-// -A file, less those of the -X file, each as it is given, without patterns and without descending
+// Checks whether everything exists that a creation would take: the operands and the names of the -A
+// file, less those of the -X file, each as it is given, without patterns and without descending
 // into directories. The missing ones are listed in "files.log" in the current directory, which is
 // made anew by every scan. The exit status stays as it is.
 class CScan : public CCommand {

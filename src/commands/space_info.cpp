@@ -56,7 +56,7 @@ CSpaceInfo::CSpaceInfo(const CCmdLineOptions& options)
 
 bool CSpaceInfo::AddEntry(const std::string& name, double size_bytes) {
   const std::string path = names_.OutputPath(target_directory_, name);
-  const CSystemErrorGuard guard;  // that there is no such file is no failure
+  const CSystemErrorGuard guard;  // a missing file is no failure
   const auto existing = QueryStatus(path);
   const double needed_bytes =
       size_bytes - (existing ? static_cast<double>(existing->size_bytes) : 0);

@@ -30,7 +30,8 @@ namespace {
 constexpr char kOutOfMemory[] = "MOLDEX: can not allocate new memory";
 constexpr char kUnexpected[] = "MOLDEX: unexpected exception thrown";
 
-// Ends the run for a failure that no handler can get: there may be no memory even to throw one.
+// Ends the run after a failure that no handler can receive: there may not even be memory to throw
+// it.
 [[noreturn]] void EndWithoutHandler() {
   const char* text = kOutOfMemory;
   int status = kErrorOutOfMemory;
@@ -73,7 +74,7 @@ void PrintUnnumbered(CRunContext& context, CExcept& failure) {
 }
 
 void RunProgram(CRunContext& context, int argument_count, char** arguments) {
-  // Made before anything can fail: saying so must not need memory.
+  // Made before anything can fail, because reporting a lack of memory must not need memory.
   const std::string out_of_memory = kOutOfMemory;
   try {
     if (!StackSuffices() || !MemorySuffices()) throw std::bad_alloc();
@@ -100,8 +101,8 @@ void RunProgram(CRunContext& context, int argument_count, char** arguments) {
   }
 }
 
-// A listing that nobody could read in full is no success, whoever is left to be told. Who asked the
-// run to end, or reads no more, need not be.
+// A run whose text could not be written in full is no success, even if nobody is left to be told. A
+// user who asked the run to end, or who reads no more, need not be told.
 void JudgeText() {
   if (OutcomeOfText().state == TextState::kWritten) return;
   const int asked_to_end = interrupt::status;

@@ -20,7 +20,7 @@ std::vector<std::string> Archives(const CCmdLineOptions& options) {
       options.archive_value != nullptr ? options.archive_value : kDefaultArchive;
   if (IsOneOf(options.command_code, kEntryWriters)) return {value};
   std::vector<std::string> archives = ExpandArchiveList(value, options.ignore_case);
-  // Of a command line without a command, which is wrong, any name may be meant for the archive's.
+  // A command line without a command is wrong. Any name in it may be meant as the archive's.
   if (options.command_code == kNoCommand) {
     archives.insert(archives.end(), options.file_names.begin(), options.file_names.end());
   }
@@ -31,7 +31,7 @@ std::vector<std::string> Archives(const CCmdLineOptions& options) {
 bool IsArchive(const CCmdLineOptions& options, const std::optional<FileStatus>& file) {
   const int command = options.command_code;
   if (!file || command == kCommandScan) return false;
-  // What is printed does no harm to a terminal or a pipe that an archive comes from.
+  // Text does no harm to a terminal or a pipe that an archive is read from.
   const bool reads_only = !IsOneOf(command, kEntryWriters | SetOf(kCommandMerge));
   if (reads_only && file->kind != FileKind::kRegular) return false;
   const CSystemErrorGuard guard;

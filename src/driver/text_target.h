@@ -1,6 +1,6 @@
-// Where the text of a run goes: to standard output; with -e to "moldex_output"; and to standard
-// error where an archive of the run is the file that it would go to, whatever that is called. Where
-// standard error is that archive, too, it goes nowhere.
+// Decides where the text of a run goes: to standard output; with -e to "moldex_output"; and to
+// standard error if an archive of the run is the file that the text would go to, whatever that file
+// is called. If standard error is that archive, too, the text goes nowhere.
 #ifndef MOLDEX_DRIVER_TEXT_TARGET_H_
 #define MOLDEX_DRIVER_TEXT_TARGET_H_
 

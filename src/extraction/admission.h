@@ -9,7 +9,7 @@
 
 namespace moldex {
 
-// Why an entry is left out; the run goes on with the next one.
+// The reason why an entry is left out. The run goes on with the next entry.
 enum class Refusal {
   kNone,
   kNoLinkTarget,  // a symbolic link without target, a shortcut without its bytes

@@ -13,7 +13,7 @@
 namespace moldex {
 namespace {
 
-// Takes an entry whose data are only to be proved.
+// Accepts the data of an entry that is only verified.
 class CNoOutput : public IEntrySink {
  public:
   void MakeFile(const CDirEntry& /*entry*/) override {}
@@ -35,7 +35,7 @@ CArchiveExtraction::CArchiveExtraction(CRunContext& context, IEntrySource& sourc
              absolute_paths},
       writer_(place),
       total_count_(total_count) {
-  // The archive's name may have come to mean another file since the run looked it up.
+  // Since the run looked up the archive's name, the name may have come to mean another file.
   context_.files_in_use().Add(source.identity());
 }
 

@@ -24,10 +24,10 @@ class CArchiveExtraction {
   // Goes through the archive once, and again for what extraction has to put off. Writes the
   // selected entries to disk, or with the command verify proves that their data are whole. Reports
   // entries that have to be left out, and an archive that lacks some of the selected names. Throws
-  // what the source throws, and what an entry cannot be written for.
+  // what the source throws, and any failure to write an entry.
   void ProcessEntries(CEntrySelection& selection);
 
-  // For a run that was interrupted: hints at what an extraction has done, and has not.
+  // Hints, after an interruption, at what an extraction has done and has not done.
   void HintAtRest() const;
 
  private:

@@ -35,7 +35,8 @@ class CDeferredEntries {
 
  private:
   bool MakeLink(const CLink& link) const;
-  // Visits the selected directories and symbolic links, and why they are left out.
+  // Calls `visit` for the selected directories and symbolic links, with the reason why each is left
+  // out, if any.
   template <typename Visit>
   void ForEach(Visit visit);
 

@@ -12,9 +12,9 @@
 
 namespace moldex {
 
-// A directory's turn comes after those below it, because it may be closed to its owner then. An
-// archive has a directory before what is in it, so those that wait are nested in one another, and
-// memory does not grow with the archive.
+// A directory gets its permissions after the directories below it, because they may close it even
+// to its owner. An archive has a directory before its contents. So the directories that wait are
+// nested in one another, and memory does not grow with the archive.
 class CDirectoryModes {
  public:
   // Without `set_permissions` only attributes that a system keeps besides them are applied.

@@ -43,7 +43,8 @@ void CEntryWriter::EndData() {
   is_complete_ = true;
 }
 
-// A security descriptor travels as an entry's user data; those of a symbolic link are its target.
+// A security descriptor is stored as an entry's user data. The user data of a symbolic link are its
+// target instead.
 void CEntryWriter::RestoreSecurity(const CDirEntry& entry) const {
   if (entry.user_data().empty() || entry.AsSymbolicLink() != nullptr) return;
   if (place_.names().IsTargetDirectory(entry.GetName())) return;
@@ -73,7 +74,7 @@ void CEntryWriter::ApplyTimeAndPermissions(const CDirEntry& entry) {
   }
 }
 
-// An archive in long-name mode keeps the date of the last write alone, and attributes instead of
+// An archive in long-name mode keeps only the date of the last write, and attributes instead of
 // permissions.
 void CEntryWriter::ApplyTimeAndAttributes(const CDirEntry& entry) {
   const EntryHeader& header = entry.header();

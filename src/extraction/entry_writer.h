@@ -37,7 +37,7 @@ class CEntryWriter : public IEntrySink {
   // CSetFileAttrExcept.
   void ApplyAttributes(const CDirEntry& entry);
 
-  // For a run that ends while data are written: hints at how much of the file is there.
+  // Hints at how much of the file is there, for a run that ends while data are written.
   void HintAtPart(const CDirEntry& entry) const;
 
  private:

@@ -9,8 +9,8 @@ std::string COutputNames::TargetDirectory() const {
   return directory != nullptr ? directory : "";
 }
 
-// A name that -flat has cut after a directory must not begin with a drive: no target directory is
-// put before one.
+// A name that -flat has cut after a directory must not begin with a drive, because no target
+// directory would be put before it.
 std::string COutputNames::WithoutDrive(const std::string& entry_name) const {
   const bool looks_absolute = !entry_name.empty() && !IsRelative(entry_name);
   return options_.flat && looks_absolute ? "./" + entry_name : entry_name;

@@ -14,9 +14,9 @@ class COutputNames {
   // `options` outlive this object.
   explicit COutputNames(const CCmdLineOptions& options) : options_(options) {}
 
-  // The part of an entry's name that its path on disk ends with: what is left of it below the
-  // directory of -R, and without -R all of it. A name that -flat has shortened never begins with a
-  // drive. This is the name that rules about entries judge.
+  // The part of an entry's name that its path on disk ends with: the part that follows the
+  // directory of -R, or the whole name without -R. A name that -flat has shortened never begins
+  // with a drive. This is the name that rules about entries judge.
   std::string WrittenName(const std::string& entry_name) const;
 
   // The path that an entry of this name is written to: below the directory of -R where one is given

@@ -11,10 +11,10 @@
 
 namespace moldex {
 
-// Extracts files and directories; reports links, devices and what else it leaves out, which makes
-// the run end with status 40. Verification writes nothing, reads everything and leaves nothing out:
-// such archives have checksums of their headers only. A failure ends the work on this archive, is
-// printed and makes the run end with status 40.
+// Extracts files and directories; reports links, devices and everything else that it leaves out,
+// which makes the run end with status 40. Verification writes nothing, reads everything and leaves
+// nothing out: such archives have checksums of their headers only. A failure ends the work on this
+// archive, is printed and makes the run end with status 40.
 class CExtractOld : public CCommand {
  public:
   // `place` outlives the command.

@@ -23,7 +23,7 @@ class COldArchive : public IEntrySource {
   // the local code page is reported and passed over. Throws what CTarReader does.
   CDirEntry* NextEntry() override;
   DataPiece NextPiece() override { return {reader_.Data()}; }
-  // Such archives keep nothing that would prove the data.
+  // Does nothing: such archives keep nothing that could prove the data.
   void CheckEnd() override {}
   // Links, devices and the like; names that lead out of the target directory; and files that are
   // named like directories.

@@ -12,9 +12,9 @@
 namespace moldex {
 
 // Opens the archive and has the work done on it, with the names of the command line as selection;
-// names of an -A file select nothing here. A failure, that of an archive in no known format
-// included, is printed and makes the run end with status 40, but the run goes on. Only an
-// interruption leaves this function.
+// names of an -A file select nothing here. A failure, also that of an archive in no known format,
+// is printed and makes the run end with status 40, but the run goes on. Throws only
+// CInterruptExcept.
 void WithOldArchive(CRunContext& context, const std::string& name,
                     const std::function<void(COldArchive&, CEntrySelection&)>& work);
 

@@ -66,15 +66,15 @@ bool IsZeroBlock(TarBlock block);
 // there are programs that wrote the latter. A block of zeros has no checksum.
 bool IsTarHeader(TarBlock block);
 
-// Empty when a size cannot be what it says. Permissions and times that cannot be read count as none
-// given: 0644, and 1970.
+// Empty when a size is not possible. Permissions and times that cannot be read become 0644 and
+// 1970.
 std::optional<TarHeader> ParseTarHeader(TarBlock block);
 
 // Whether a block of parts of a sparse file is followed by another one.
 bool MorePartsFollow(TarBlock parts);
 
-// A number field; empty for text that is no number, and for what no 64 bits can hold. A field of
-// blanks is 0.
+// A number field. Empty for text that is no number, and for a number that does not fit 64 bits. A
+// field of blanks is 0.
 std::optional<std::int64_t> TarNumber(std::span<const std::uint8_t> field);
 
 }  // namespace moldex

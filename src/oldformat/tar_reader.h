@@ -31,7 +31,7 @@ class CTarReader {
   // cannot be told from a file that was lost.)
   bool IsTar();
 
-  // The next entry, whatever was read of the data of the one before; empty at the end. Its name
+  // The next entry, however much was read of the data of the one before; empty at the end. Its name
   // and kind come from all its headers together.
   std::optional<TarHeader> Next();
 

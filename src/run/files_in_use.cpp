@@ -8,7 +8,7 @@
 namespace moldex {
 
 void CFilesInUse::Add(const std::string& path) {
-  const CSystemErrorGuard guard;  // that there is no such file is no failure
+  const CSystemErrorGuard guard;  // a missing file is no failure
   const auto status = QueryStatus(path);
   if (status) Add(status->identity);
   const PathRules rules = SystemPathRules();

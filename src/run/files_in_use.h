@@ -11,11 +11,11 @@
 
 namespace moldex {
 
-// Known by what they are, whatever they are called.
+// Files are known by their identity, whatever their names.
 class CFilesInUse {
  public:
-  // The file that the name leads to, and the links in the name: whoever replaced one of them would
-  // lead it elsewhere. Nothing when there is none.
+  // Adds the file that the name leads to, and the links in the name, because replacing one of them
+  // would make the name lead elsewhere. Adds nothing when there is no such file.
   void Add(const std::string& path);
   void Add(const FileIdentity& identity) { identities_.insert(KeyOf(identity)); }
 

@@ -15,22 +15,22 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-// Far more than two names of the longest kind; a line beyond it is no list.
+// Far more than two names of the greatest length need. A longer line is no list.
 constexpr std::size_t kLongestLine = 64 * 1024;
 
 [[noreturn]] void FailFormat(const std::string& file) {
   throw CExcept("MOLDEX: wrong format in file " + file, kErrorListFormat, true);
 }
 
-// Whether a line says nothing so far but would go on for ever: of blanks and comments nothing is
-// kept.
+// Whether the line does not grow by this character. Nothing is kept of leading blanks, of comments,
+// and of blanks after the longest line, so these may go on for ever.
 bool IsIgnored(std::string_view line, char c) {
   const bool is_blank = kBlanks.find(c) != std::string_view::npos;
   if (line.empty()) return is_blank;
   return line[0] == '#' || (is_blank && line.size() == kLongestLine);
 }
 
-// One line, without its line end and the blanks that it begins with; false at the end of the file.
+// Reads one line, without its line end and its leading blanks. False at the end of the file.
 bool ReadLine(CBufferedReader& reader, const std::string& file, std::string* line) {
   line->clear();
   for (bool any = false;; any = true) {
@@ -47,7 +47,7 @@ bool ReadLine(CBufferedReader& reader, const std::string& file, std::string* lin
   }
 }
 
-// Calls `take` for every line that says something, without the blanks around it.
+// Calls `take` for every line that holds an entry, without the blanks around it.
 void ForEachLine(const std::string& file, const std::function<void(std::string_view)>& take) {
   CFileHandle handle;
   if (!handle.Open(file, kOpenExisting)) throw COpenExcept(file);

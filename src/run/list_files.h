@@ -23,7 +23,8 @@ using RenameMap = std::map<std::string, std::string, NameOrder>;
 std::vector<std::string> ReadNameFile(const std::string& file);
 
 // Pairs of old and new name (-T), separated by the first "|" of the line or, where there is none,
-// by its first white space. Both names normalised; neither may be nothing then, as "." is.
+// by its first white space. Both names are normalised. Neither may be empty after that, as "."
+// would be.
 RenameMap ReadRenameFile(const std::string& file);
 
 }  // namespace moldex

@@ -1,4 +1,4 @@
-// Which command goes with which options: the rules of CCmdLineOptions::CheckOptions, in the order
+// The rules on which options go with which command, for CCmdLineOptions::CheckOptions, in the order
 // in which they are tried.
 #include "report/except.h"
 #include "run/archive_list.h"

@@ -20,7 +20,7 @@ enum class Spelling {
   kLetter  // a letter that may also stand in a group of such: "-cvf"
 };
 
-// What the next word of the command line is to the option.
+// The kind of argument that the next word of the command line is.
 enum class Argument { kNone, kArchive, kDirectory, kFile, kMode };
 
 struct Option {
@@ -28,7 +28,7 @@ struct Option {
   std::string_view commands;  // the letters of the commands that it goes with
   std::string_view text;
 
-  // What it sets: one of these three, or nothing.
+  // The field that the option sets: one of these three, or none.
   bool CCmdLineOptions::*flag = nullptr;
   const char* CCmdLineOptions::*value = nullptr;
   CommandCode command = kNoCommand;
@@ -38,19 +38,19 @@ struct Option {
   Argument argument = Argument::kNone;
 };
 
-// The letters of all commands, those first that one needs first.
+// The letters of all commands, in the order in which a user first needs them.
 inline constexpr std::string_view kEveryCommand = "catdxml";
 
-// In the order of the alphabet, each small letter in front of its capital.
+// In alphabetical order, each small letter before its capital.
 std::span<const Option> Options();
 
 // The option of this name, or null.
 const Option* FindOption(std::string_view name);
 
-// The option that this letter is in a group, or null.
+// The option that this letter stands for in a group, or null.
 const Option* FindLetter(char letter);
 
-// How the argument is called in texts; empty when there is none.
+// The name of the argument in texts; empty when there is no argument.
 std::string_view ArgumentName(Argument argument);
 
 // The commands that an option of the table goes with; none for a name that is not in the table.

@@ -18,7 +18,7 @@ namespace {
 
 std::unique_ptr<CCmdLineOptions> instance;
 
-// Reads octal digits as "%o" does: blanks and a sign in front, anything behind.
+// Reads octal digits as "%o" does: blanks and a sign may come before them, and anything after them.
 std::optional<std::uint32_t> ReadOctal(const char* text) {
   char* end = nullptr;
   const unsigned long value = std::strtoul(text, &end, 8);
@@ -39,7 +39,7 @@ class CCmdLineOptions::Parser {
       TakeArgument();
   }
 
-  // Goes on after the argument that is wrong, past further ones: to know the archive.
+  // Continues after the argument that is wrong, and past further ones, to find the archive's name.
   void RunOn() {
     const CExitStatusGuard guard;
     const std::string notes = options_.notes_;
@@ -47,7 +47,7 @@ class CCmdLineOptions::Parser {
     while (next_ < count_) {
       try {
         TakeArgument();
-      } catch (const CExcept&) {  // the first failure is the one that is reported
+      } catch (const CExcept&) {  // only the first failure is reported
       }
     }
     options_.notes_ = notes;
@@ -87,7 +87,8 @@ class CCmdLineOptions::Parser {
     if (options_.*target != nullptr) {
       throw CExcept("MOLDEX: " + name + ": use option only once", kErrorOptionTwice, true);
     }
-    // An empty directory for -R is a variable that was not set; it would not protect anything.
+    // An empty directory for -R comes from a variable that was not set. It would not protect
+    // anything.
     const bool empty_target =
         target == &CCmdLineOptions::target_directory && value != nullptr && value[0] == '\0';
     if (value == nullptr || value[0] == '-' || empty_target) {
@@ -121,7 +122,7 @@ class CCmdLineOptions::Parser {
                       true);
       }
       Take(*option);
-      // What stands behind the f in its group is not looked at.
+      // Letters after `f` in its group are ignored.
       if (option->argument != Argument::kNone) return;
     }
   }

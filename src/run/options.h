@@ -1,8 +1,8 @@
 // The command line as the program understands it.
 //
 // One record for the whole run, filled by Parse and, for the name lists, by ReadNameLists;
-// CheckOptions then enforces what goes with what. Text options point into the argument vector,
-// which outlives the record.
+// CheckOptions then enforces the rules on combinations. Text options point into the argument
+// vector, which outlives the record.
 #ifndef MOLDEX_RUN_OPTIONS_H_
 #define MOLDEX_RUN_OPTIONS_H_
 
@@ -21,9 +21,9 @@ class CCmdLineOptions {
   static CCmdLineOptions& GetInstance();
   static void Destroy();
 
-  // Reads the arguments from index 1 on, left to right. Throws CExcept for the first that is wrong,
-  // after taking from the others what it can: where text goes depends on the archive. So what there
-  // is to say of ignored options waits for PrintNotes.
+  // Reads the arguments from index 1 on, left to right. Throws CExcept for the first one that is
+  // wrong, but takes what it can from the others before that, because the archive decides where
+  // text goes. For the same reason, notes on ignored options wait for PrintNotes.
   void Parse(int argument_count, char** arguments);
   void PrintNotes();
 
@@ -34,7 +34,8 @@ class CCmdLineOptions {
   // Throws CExcept for the first rule that the combination of command and options breaks.
   void CheckOptions();
 
-  // The operands and the names of the -A file: what -x, -t and -d select, what -l looks for.
+  // The operands and the names of the -A file: -x, -t and -d select these names, and -l looks for
+  // them.
   std::vector<std::string> NameList() const;
 
   // Whether the -X file names this object, or a directory above it.
@@ -44,7 +45,8 @@ class CCmdLineOptions {
   std::string Renamed(const std::string& name) const;
   // The pair of old and new name in `rename_map`; null when the -T file does not list the object.
   const RenameMap::value_type* FindRenaming(const std::string& name) const;
-  // Whether the names of the -T file are meant beside the operands: without a list of names.
+  // Whether the names of the -T file are stored in addition to the operands: only create does that,
+  // and only without a list of names.
   bool StoresRenamedNames() const {
     return command_code == kCommandCreate && include_file == nullptr;
   }

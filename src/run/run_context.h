@@ -1,5 +1,6 @@
-// What one run of the program knows: the options, the log manager, the statistics, the archive and
-// what could not be read. There is one per process, from the entry point's first line to its last.
+// The state of one run of the program: the options, the log manager, the progress, the statistics,
+// the archive, and whether files could not be read. There is one per process, from the entry
+// point's first line to its last.
 #ifndef MOLDEX_RUN_RUN_CONTEXT_H_
 #define MOLDEX_RUN_RUN_CONTEXT_H_
 
@@ -14,7 +15,7 @@
 
 namespace moldex {
 
-// Where -e sends all text, in the current directory.
+// The file in the current directory that -e sends all text to.
 inline constexpr char kRedirectFile[] = "moldex_output";
 
 class CRunContext {
@@ -34,7 +35,7 @@ class CRunContext {
   CStatistics& statistics() { return statistics_; }
   CSoughtNames& sought_names() { return sought_names_; }
 
-  // Takes the archive's name from the options, and with it the place where the run started.
+  // Takes the archive's name from the options, and remembers the directory where the run started.
   void FixArchiveName();
   const std::string& archive_name() const { return archive_name_; }
   // The archive's full path with "/" as separator.
@@ -43,8 +44,8 @@ class CRunContext {
   // The archives that a reading command works on.
   std::vector<std::string> ArchiveList() const;
 
-  // What no entry may be extracted over: the archives of such a list, the list file, what messages
-  // go to. FindFilesInUse looks them up; an archive that is open may be added to them.
+  // Looks up the files that no entry may be extracted over: the archives of such a list, the list
+  // file, and the files that messages go to. An archive that is open may be added to them.
   void FindFilesInUse(const std::vector<std::string>& archives);
   CFilesInUse& files_in_use() { return files_in_use_; }
 
@@ -52,15 +53,15 @@ class CRunContext {
   void set_command_code(int code) { command_code_ = code; }
 
   // Notes a file that create or append leaves out because it cannot be read: a message, or with -e
-  // a line in "moldex.log" in the directory where the run started. Throws COpenExcept when that
-  // log cannot be opened, or is the archive. A hint says `why`, or where that is null the system's
-  // remembered error.
+  // a line in "moldex.log" in the directory where the run started. Throws COpenExcept when that log
+  // cannot be opened, or is the archive. A hint gives the reason: `why`, or the system's remembered
+  // error when that is null.
   void ReportInaccessibleFile(const std::string& name, const char* why);
   bool files_inaccessible() const { return files_inaccessible_; }
 
-  // Long-name mode: that of the archive at hand, or the one that the options ask for until an
-  // archive is read or appended to. The module that calls the system holds it: paths take another
-  // form then.
+  // Long-name mode: the mode of the current archive, or, until an archive is read or appended to,
+  // the mode that the options ask for. It is stored in platform/, because it changes the form of
+  // paths.
   bool long_names() const;
   void SetLongNames(bool on);
 

@@ -1,4 +1,4 @@
-// Which names of the command line, and of the list of -A, no entry of an archive had so far.
+// The names of the command line, and of the list of -A, that no entry of an archive has had so far.
 #ifndef MOLDEX_RUN_SOUGHT_NAMES_H_
 #define MOLDEX_RUN_SOUGHT_NAMES_H_
 
@@ -10,11 +10,11 @@ namespace moldex {
 
 class CSoughtNames {
  public:
-  // An archive is looked through for these names. Remembers them only where hints are wanted.
+  // Adds names that an archive is searched for. Does nothing unless hints are wanted.
   void LookFor(const std::vector<std::string>& names);
   void Found(const std::string& name);
 
-  // Keeps hints that tell what was found in none of the archives, if anything.
+  // Keeps hints about the names that were found in none of the archives, if any.
   void HintAtMissing() const;
 
  private:

@@ -1,4 +1,4 @@
-// What -n reports after a run.
+// The figures that -n reports after a run.
 #ifndef MOLDEX_RUN_STATISTICS_H_
 #define MOLDEX_RUN_STATISTICS_H_
 
