@@ -9,7 +9,7 @@ TEXT = """# Performance
 
 `scripts/bench --report` writes this page, and anyone can run it again. The last section is written by
 hand, in bench/tried.md. Absolute figures hold only for this machine; ratios hold for others, too,
-more or less. All works were measured in one run, in turn, on one core. The tables show the medians
+more or less. Everything was measured in one run, in turn, on one core. The tables show the medians
 of {rounds} rounds.
 
 ## Machine
@@ -22,9 +22,9 @@ and {entries_mb:.0f} MB.
 
 ## Beside the peers
 
-Each ratio is the own figure divided by the peer's. A ratio of speeds (MB/s) is good when it is large,
-a ratio of times (s) when it is small. Codecs are measured in processor time, with input and output
-in pieces of 64 KiB; programs are measured in {clock} time. zlib compresses with the encoder's window
+Each ratio is the program's figure divided by the peer's. A ratio of speeds (MB/s) is good when it is
+large, a ratio of times (s) when it is small. Codecs are measured in processor time, with input and
+output in pieces of 64 KiB; programs are measured in {clock} time. zlib compresses with the encoder's window
 and matcher parameters: once with its own default for the rest, which is a finer hash, and once with
 the encoder's hash, so that it takes exactly the encoder's decisions. libdeflate compresses with a
 window of 32 KB and a matcher of its own.
