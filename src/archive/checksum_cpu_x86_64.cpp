@@ -91,7 +91,7 @@ template <std::size_t kBytes>
 
 bool HasBlocks() { return __builtin_cpu_supports("pclmul") != 0; }
 
-// The same with four blocks to a register.
+// The same with four blocks in each register.
 [[gnu::target("pclmul,avx512f,vpclmulqdq")]] inline __m512i LoadWide(const std::uint8_t* from) {
   return _mm512_loadu_si512(from);
 }

@@ -24,7 +24,7 @@ class ICompressStrategy;
 class IEntrySink;
 class IEntrySource;
 
-// How objects become entries.
+// The settings that decide how objects become entries.
 struct EntrySettings {
   bool keep_links = false;                   // links are stored as themselves
   bool long_names = false;                   // the mode of the archive

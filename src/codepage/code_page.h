@@ -10,7 +10,7 @@ namespace moldex {
 
 enum class Direction { kToUtf8, kToLocal };
 
-// How far a conversion got.
+// The extent of a conversion.
 struct Converted {
   bool complete = false;  // the whole input was converted
   std::size_t bytes = 0;  // written to the output

@@ -4,8 +4,8 @@
 //
 // The lowest `count` bits of `bits` are valid. The bits above them are either zeros or the ones
 // that follow in the input at `next`. So a fill can OR in a byte that is there in part already, and
-// needs neither a branch nor a mask. Trim() clears them; whoever keeps a reader from one call to
-// the next does that first.
+// needs neither a branch nor a mask. Trim() clears them. Code that keeps a reader from one call to
+// the next calls it first.
 #ifndef MOLDEX_CSCOMPR_BIT_READER_H_
 #define MOLDEX_CSCOMPR_BIT_READER_H_
 

@@ -72,7 +72,7 @@ class IBackupSink {
   virtual bool OnName(std::span<const std::uint8_t> /*part*/) { return true; }
   // The next bytes of the file, from its start or from the last position on.
   virtual bool OnData(std::span<const std::uint8_t> bytes) = 0;
-  // Where the next data belong.
+  // The position that the next data belong to.
   virtual bool OnPosition(std::uint64_t position) = 0;
   // A whole extended attribute stream.
   virtual bool OnExtendedAttributes(std::span<const std::uint8_t> bytes) = 0;

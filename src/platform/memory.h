@@ -1,4 +1,4 @@
-// How much memory the system leaves to the program.
+// The memory that the system leaves to the program.
 #ifndef MOLDEX_PLATFORM_MEMORY_H_
 #define MOLDEX_PLATFORM_MEMORY_H_
 

@@ -8,8 +8,8 @@
 namespace moldex {
 
 // Makes sure that no file that the program opens is taken for standard input, output or error: each
-// of these that was closed at the start is opened on a device. Its input is at the end, and writing
-// output to it fails. Call this before anything else is opened.
+// of these that was closed at the start is opened on a device, where input is at its end and output
+// fails. Call this before anything else is opened.
 void FillStandardDescriptors();
 
 // While it lives, the console takes text in the code page of the program's names. The destructor

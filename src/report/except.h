@@ -33,7 +33,7 @@ class CExcept : public CUserInfo {
   int code() const { return code_; }
 
  protected:
-  // How a failure's message ends.
+  // The end of a failure's message.
   enum class Ending { kNothing, kCode, kCodeAndSystemText };
 
   CExcept(const std::string& message, int code, Ending ending);

@@ -1,4 +1,4 @@
-// How far long work has got, for somebody at a terminal:
+// Shows the progress of long work to somebody at a terminal:
 //
 //     21 %, 412.3 MB of 1.9 GB, 83.1 MB/s  docs/readme.txt
 //

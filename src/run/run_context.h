@@ -44,8 +44,8 @@ class CRunContext {
   // The archives that a reading command works on.
   std::vector<std::string> ArchiveList() const;
 
-  // Looks up the files that no entry may be extracted over: the archives of such a list, the list
-  // file, and the files that messages go to. An archive that is open may be added to them.
+  // Looks up the files that no entry may be extracted over: these archives, the list file, and
+  // the files that messages go to. An archive that is open may be added to them.
   void FindFilesInUse(const std::vector<std::string>& archives);
   CFilesInUse& files_in_use() { return files_in_use_; }
 

@@ -62,7 +62,7 @@ template <bool kTableIsFull>
 bool LzcEncoder::EncodeRun(Cursor& cursor, const std::uint8_t* stop) {
   using Table = LzcStringTable;
   constexpr std::uint32_t kMostCodes = 1024;
-  // By how many bytes a key gets longer when its seven bytes are replaced by their code.
+  // The bytes that a key has space for again when its seven bytes are replaced by their code.
   constexpr std::ptrdiff_t kAhead = Table::kShort - Table::kCodeBytes;
   std::array<std::uint16_t, kMostCodes> codes;
   // Counts the codes, and while the table fills, the next free one with them.

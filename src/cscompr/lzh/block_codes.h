@@ -15,7 +15,7 @@
 
 namespace cscompr {
 
-// How often each symbol occurs in a block, its end of block included.
+// The number of times each symbol occurs in a block, its end of block included.
 struct BlockFrequencies {
   std::array<std::uint32_t, kLiteralLengthCodes> literal_lengths{};
   std::array<std::uint32_t, kDistanceCodes> distances{};

@@ -41,7 +41,7 @@ struct FoundMatch {
   std::uint32_t position = 0;
 };
 
-// How many bytes of `a` and `b` agree; `difference` is the XOR of their first 8 bytes.
+// The number of bytes in which `a` and `b` agree; `difference` is the XOR of their first 8 bytes.
 inline std::uint32_t MatchLength(const std::uint8_t* a, const std::uint8_t* b,
                                  std::uint64_t difference, std::uint32_t max_length) {
   std::uint32_t length = 0;
