@@ -1,4 +1,6 @@
-// Turns the contents of an entry into the data blocks of an archive.
+// Turns the contents of an entry into the data blocks of an archive: CNormalCompress from the bytes
+// of a file, CBackupCompress from its backup stream. CCreate makes one strategy for all entries of
+// a run.
 #ifndef MOLDEX_ARCHIVE_COMPRESS_STRATEGY_H_
 #define MOLDEX_ARCHIVE_COMPRESS_STRATEGY_H_
 

@@ -1,4 +1,5 @@
-// Cuts compressed streams into the data blocks of an archive, for all strategies.
+// Compresses pieces by the library and cuts its output into the data blocks of an archive, for all
+// strategies. Reads no files: the strategies pass the pieces.
 #ifndef MOLDEX_ARCHIVE_DATA_BLOCKS_H_
 #define MOLDEX_ARCHIVE_DATA_BLOCKS_H_
 

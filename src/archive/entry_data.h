@@ -1,4 +1,6 @@
-// The data of one entry of an archive, decompressed piece by piece.
+// The data of one entry of an archive, decompressed piece by piece, and checked against the entry's
+// size and checksum. Tells whether the data are a backup stream or the bytes of a file, but leaves
+// their use to the caller. Only CArchiveReader uses it.
 #ifndef MOLDEX_ARCHIVE_ENTRY_DATA_H_
 #define MOLDEX_ARCHIVE_ENTRY_DATA_H_
 

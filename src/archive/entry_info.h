@@ -1,4 +1,4 @@
-// One line of a listing.
+// One line of a listing (-t), made of an entry's header and name. CDirEntry::Print prints it.
 #ifndef MOLDEX_ARCHIVE_ENTRY_INFO_H_
 #define MOLDEX_ARCHIVE_ENTRY_INFO_H_
 

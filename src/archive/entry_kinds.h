@@ -1,4 +1,5 @@
-// The kinds of entry: a regular file, a directory, a link.
+// The kinds of entry: a regular file, a directory, a link. Each knows how to fill its header from
+// the object on disk, and what a sink has to make when the entry comes out of an archive.
 #ifndef MOLDEX_ARCHIVE_ENTRY_KINDS_H_
 #define MOLDEX_ARCHIVE_ENTRY_KINDS_H_
 

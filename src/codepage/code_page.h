@@ -1,4 +1,5 @@
-// The system's converter between the local code page and UTF-8.
+// The system's converter between the local code page and UTF-8: iconv, or the calls of Windows.
+// Only name_conversion.h uses it; other modules convert names through that.
 #ifndef MOLDEX_CODEPAGE_CODE_PAGE_H_
 #define MOLDEX_CODEPAGE_CODE_PAGE_H_
 

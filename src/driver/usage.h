@@ -1,4 +1,5 @@
-// The text that the program prints when it is called without arguments.
+// The text that the program prints when it is called without arguments. Its lines on options come
+// from the option table (run/option_table.h).
 #ifndef MOLDEX_DRIVER_USAGE_H_
 #define MOLDEX_DRIVER_USAGE_H_
 

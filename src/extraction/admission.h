@@ -1,4 +1,6 @@
-// Decides whether extraction may write an entry to the place that its name says.
+// Decides whether extraction may write an entry to the place that its name says. The same rules
+// hold for all archive formats and systems. They look at the name, the target of a link and the
+// files in use, and write nothing.
 #ifndef MOLDEX_EXTRACTION_ADMISSION_H_
 #define MOLDEX_EXTRACTION_ADMISSION_H_
 
@@ -27,6 +29,7 @@ struct AdmissionRules {
   bool absolute_paths;  // names and links may lead out of the target directory
 };
 
+// The reason to leave an entry out; kNone if it may be written. Reports nothing.
 Refusal RefusalOf(const CDirEntry& entry, const AdmissionRules& rules);
 
 // Reports the refusal, which sets the exit status. `refusal` is not kNone.

@@ -1,4 +1,5 @@
-// Extracts or verifies one archive, whatever its format.
+// Extracts or verifies one archive, whatever its format: goes through an entry source, selects
+// entries, has admission.h judge them, and passes their data to an entry writer.
 #ifndef MOLDEX_EXTRACTION_ARCHIVE_EXTRACTION_H_
 #define MOLDEX_EXTRACTION_ARCHIVE_EXTRACTION_H_
 

@@ -1,4 +1,5 @@
-// Selects the entries of an archive that the command line asks for.
+// Selects the entries of an archive that the command line asks for, by name alone, for extraction,
+// verification and listing.
 #ifndef MOLDEX_EXTRACTION_ENTRY_SELECTION_H_
 #define MOLDEX_EXTRACTION_ENTRY_SELECTION_H_
 

@@ -1,4 +1,5 @@
-// Lists one archive, whatever its format.
+// Lists one archive, whatever its format: goes through an entry source and prints the lines of the
+// selected entries.
 #ifndef MOLDEX_EXTRACTION_LISTING_H_
 #define MOLDEX_EXTRACTION_LISTING_H_
 

@@ -1,4 +1,5 @@
-// Reads a file front to back through one buffer, with cheap skips.
+// Reads a file front to back through one buffer, with cheap skips. It cannot go back. The readers
+// of .QEL archives, tar archives and list files use it.
 #ifndef MOLDEX_PLATFORM_BUFFERED_READER_H_
 #define MOLDEX_PLATFORM_BUFFERED_READER_H_
 

@@ -1,4 +1,5 @@
-// Collects small writes to a file into large ones.
+// Collects small writes to a file into large ones. Its destructor writes nothing: bytes after the
+// last Flush are lost. The writer of archives uses it.
 #ifndef MOLDEX_PLATFORM_BUFFERED_WRITER_H_
 #define MOLDEX_PLATFORM_BUFFERED_WRITER_H_
 
@@ -16,7 +17,8 @@ class CBufferedWriter {
   // Flush and Write.
   explicit CBufferedWriter(CFileHandle& file);
 
-  // Both fail when the system does not take all bytes. The bytes in the buffer are lost then.
+  // Write and Flush fail when the system does not take all bytes. The bytes in the buffer are lost
+  // then.
   Result<void> Write(std::span<const std::uint8_t> bytes);
   Result<void> Flush();
   // Forgets the bytes that the system was not given yet.

@@ -1,4 +1,5 @@
-// The names in one directory.
+// The names in one directory: in the system's order, or sorted in bounded memory. They are names
+// alone; file_services.h asks for the status of each object.
 #ifndef MOLDEX_PLATFORM_DIRECTORY_H_
 #define MOLDEX_PLATFORM_DIRECTORY_H_
 

@@ -1,4 +1,5 @@
-// The numbers that messages end with and that become the exit status.
+// The numbers that messages end with and that become the exit status. The manual lists them for
+// users; FailureKind (last_failure.h) has the failures without a number.
 #ifndef MOLDEX_REPORT_ERROR_CODES_H_
 #define MOLDEX_REPORT_ERROR_CODES_H_
 

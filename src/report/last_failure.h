@@ -1,4 +1,5 @@
-// The failure that was printed last, for a hint about it at the end of the run.
+// The failure that was printed last. At the end of the run driver/hint.h looks it up for a hint on
+// the next step. There is one per process.
 #ifndef MOLDEX_REPORT_LAST_FAILURE_H_
 #define MOLDEX_REPORT_LAST_FAILURE_H_
 

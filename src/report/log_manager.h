@@ -1,4 +1,5 @@
-// Output of messages, and of the named log files that a run may keep besides.
+// Prints messages, as lines of the program's text (output.h), and keeps the log files of a run,
+// files.log and moldex.log, which are no part of that text.
 #ifndef MOLDEX_REPORT_LOG_MANAGER_H_
 #define MOLDEX_REPORT_LOG_MANAGER_H_
 

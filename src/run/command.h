@@ -1,4 +1,5 @@
-// One command of the program: create, extract, list and so on.
+// The interface of the program's commands (create, extract, list and so on), and the numbers that
+// stand for them. driver/run.h makes one command for each run and executes it once.
 #ifndef MOLDEX_RUN_COMMAND_H_
 #define MOLDEX_RUN_COMMAND_H_
 

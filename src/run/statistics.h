@@ -1,4 +1,5 @@
-// The figures that -n reports after a run.
+// The figures that -n reports after a run: the time that it took, and the number of files
+// processed.
 #ifndef MOLDEX_RUN_STATISTICS_H_
 #define MOLDEX_RUN_STATISTICS_H_
 
