@@ -40,9 +40,11 @@ std::size_t DevicePrefixLength(const PathRules& rules, std::string_view slashed)
   return std::min<std::size_t>(slashed.size(), 4);
 }
 
-// Bytes of the first character: those of a sequence of UTF-8, or one.
+// Bytes of the first character: one, and after a lead byte of UTF-8 all that continue it.
 std::size_t CharacterLength(std::string_view text) {
-  return std::max<std::size_t>(FirstUtf8Sequence(text).bytes, 1);
+  if (static_cast<unsigned char>(text[0]) < 0xC0) return 1;
+  const auto end = std::find_if_not(text.begin() + 1, text.end(), ContinuesUtf8);
+  return static_cast<std::size_t>(end - text.begin());
 }
 
 // The classic two-pointer match: on a mismatch, let the last "*" take one character more.

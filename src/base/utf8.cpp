@@ -31,9 +31,8 @@ Utf8Sequence FirstUtf8Sequence(std::string_view text) {
   if (length == 0 || text.size() < length) return {};
   char32_t code = lead & (0x7Fu >> length);
   for (const char c : text.substr(1, length - 1)) {
-    const auto byte = static_cast<unsigned char>(c);
-    if ((byte & 0xC0) != 0x80) return {};
-    code = code << 6 | (byte & 0x3F);
+    if (!ContinuesUtf8(c)) return {};
+    code = code << 6 | (static_cast<unsigned char>(c) & 0x3F);
   }
   return {length, code};
 }

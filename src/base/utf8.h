@@ -11,6 +11,8 @@ namespace moldex {
 // Length in bytes of the sequence that `lead` begins: 1 to 4, or 0 if it begins none.
 std::size_t Utf8Length(unsigned char lead);
 
+constexpr bool ContinuesUtf8(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
+
 // A lead byte and as many continuation bytes as it calls for.
 struct Utf8Sequence {
   std::size_t bytes = 0;  // 0 when the text does not begin with a sequence

@@ -103,7 +103,7 @@ TEST(PathRules, PatternsMatchWholeNamesAndAPointInFrontByAPointOnly) {
   const char kMatches[] =
       ": *: a?c:abc a*c:abcbc *ab*ab:abab a*b*c*d:axbxcxbcd [a]:[a] a\\*:a\\b .*:.a .?:.a .*:. "
       "*.a:b.a "
-      "..*:..a a?:a\xC3\xB6";
+      "..*:..a a?:a\xC3\xB6 a?:a\xE2\x82";
   const char kOthers[] =
       "?: a*c:abcb *.qel:aqel *.qel:a.qel.b *ab*ab:ab *?*?*:a abc:ab *:.a ?a:.a *a:.a *:. .*:a "
       "?.a:..a "
