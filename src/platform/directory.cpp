@@ -71,8 +71,10 @@ void CSortedDirectory::DropLargest() {
 // The largest names are given up, because they are needed last.
 void CSortedDirectory::GiveUp(std::size_t wanted_bytes) {
   if (names_.IsEmpty()) return;
-  const std::size_t wanted_count = names_.Count() * wanted_bytes / held_bytes_ + 1;
+  const std::size_t average_bytes = held_bytes_ / names_.Count();
+  const std::size_t wanted_count = wanted_bytes / average_bytes + 1;
   (void)names_.DropLargest(std::min(wanted_count, names_.Count()));
+  names_.FreeUnused();
   complete_ = false;
   UpdateHeldBytes();
 }

@@ -19,7 +19,7 @@ void CNameArena::Sort() {
   });
 }
 
-// The memory goes back once the dropped names take half of it, and with the last name.
+// Memory is freed once the dropped names take half of it, and with the last name.
 void CNameArena::DropSmallest() {
   Mark(offsets_.back());
   offsets_.pop_back();
@@ -27,6 +27,7 @@ void CNameArena::DropSmallest() {
     *this = {};
   } else if (dropped_bytes_ > bytes_.size() / 2) {
     Compact();
+    FreeUnused();
   }
 }
 
@@ -43,6 +44,11 @@ std::string CNameArena::DropLargest(std::size_t count) {
   offsets_.erase(offsets_.begin(), end);
   Compact();
   return smallest;
+}
+
+void CNameArena::FreeUnused() {
+  bytes_.shrink_to_fit();
+  offsets_.shrink_to_fit();
 }
 
 void CNameArena::Mark(std::uint32_t offset) {

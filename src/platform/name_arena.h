@@ -15,7 +15,7 @@ class CNameArena {
  public:
   bool IsEmpty() const { return offsets_.empty(); }
   std::size_t Count() const { return offsets_.size(); }
-  // Bytes that the names take, with dropped ones whose memory was not given back yet.
+  // Bytes that the names take, with dropped ones that still take memory.
   std::size_t HeldBytes() const { return bytes_.size() + offsets_.size() * sizeof(offsets_[0]); }
 
   // `name` is not empty.
@@ -28,6 +28,9 @@ class CNameArena {
 
   // Drops the `count` largest names, and returns the smallest of them. Sorted names stay sorted.
   std::string DropLargest(std::size_t count);
+
+  // Frees the memory that DropLargest keeps for further names.
+  void FreeUnused();
 
  private:
   const char* At(std::uint32_t offset) const { return bytes_.data() + offset; }
