@@ -17,7 +17,7 @@ if(WIN32)
     add_custom_command(OUTPUT ${man_page_html} DEPENDS ${share}/moldex.1
       COMMAND ${MOLDEX_MANDOC} -T html ${share}/moldex.1 > ${man_page_html})
     add_custom_target(man_page_html ALL DEPENDS ${man_page_html})
-    install(FILES ${man_page_html} DESTINATION .)
+    install(FILES ${man_page_html} DESTINATION . OPTIONAL)
   endif()
 else()
   set(pages share/doc/moldex)
