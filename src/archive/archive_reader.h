@@ -48,8 +48,9 @@ class CArchiveReader : public IEntrySource {
   // Throws CExcept for a wrong checksum, and for data that the entry's size does not announce.
   void CheckEnd() override;
   void Rewind() override;
-  const std::string& name() const override { return archive_name_; }
   const FileIdentity& identity() const override { return identity_; }
+
+  const std::string& name() const { return archive_name_; }
 
   // The next block of the current entry. Throws CExcept for bytes that are no block, and for a
   // block that is empty or too long, before its payload is read.

@@ -7,6 +7,8 @@
 #include <array>
 #include <cstdint>
 
+#include "archive/archive_format.h"
+
 namespace moldex {
 
 class CArchiveWriter;
@@ -14,12 +16,10 @@ class CDirEntry;
 
 // The buffers that serve every entry of a run, so that no entry allocates any.
 struct CompressionBuffers {
-  static constexpr std::size_t kPieceBytes = 65536;
-  static constexpr std::size_t kBlockHeaderRoom = 6;
-
-  // A block's header stands directly in front of its payload, so that both leave in one write.
-  std::array<std::uint8_t, kBlockHeaderRoom + kPieceBytes> output;
-  std::array<std::uint8_t, kPieceBytes> input;
+  // A block: its header directly before its payload, so that both leave in one write.
+  std::array<std::uint8_t, kBlockHeaderBytes + kLargestPayload> output;
+  // A piece of the file.
+  std::array<std::uint8_t, kLargestPayload> input;
 };
 
 class ICompressStrategy {

@@ -34,7 +34,6 @@ class CContainer {
   CContainer(const CContainer&) = delete;
   CContainer& operator=(const CContainer&) = delete;
 
-  const std::string& name() const { return name_; }
   // The identity of the archive's file, so that it is not put into itself.
   const FileIdentity& identity() const { return status_.identity; }
   bool IsRegularFile() const { return status_.kind == FileKind::kRegular; }

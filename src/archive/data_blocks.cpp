@@ -9,9 +9,6 @@
 
 namespace moldex {
 
-static_assert(CompressionBuffers::kBlockHeaderRoom == kBlockHeaderBytes);
-static_assert(CompressionBuffers::kPieceBytes == kLargestPayload);
-
 std::optional<std::size_t> CStreamWriter::Compress(std::span<const std::uint8_t> piece) {
   const std::int32_t option = kCsLzh | (code_ == 0 ? kCsFirstCall : 0);
   std::int32_t taken = 0;

@@ -16,13 +16,12 @@
 namespace moldex {
 
 CDirEntry::CDirEntry(std::string disk_name, const FileStatus& status)
-    : disk_name_(disk_name), archive_name_(std::move(disk_name)), status_(status) {}
+    : disk_name_(std::move(disk_name)), status_(status) {}
 
 void CDirEntry::Fill(const EntryHeader& header, std::string name,
                      std::span<const std::uint8_t> user_data) {
   header_ = header;
   disk_name_ = std::move(name);
-  archive_name_ = disk_name_;
   user_data_.assign(user_data.begin(), user_data.end());
 }
 

@@ -35,7 +35,7 @@ class CDirEntry {
  public:
   // An entry for a source to fill.
   CDirEntry() = default;
-  // An entry for the object `disk_name`, stored under that name until SetArchiveName.
+  // An entry for the object `disk_name`.
   CDirEntry(std::string disk_name, const FileStatus& status);
   virtual ~CDirEntry() = default;
   CDirEntry(const CDirEntry&) = delete;
@@ -65,9 +65,6 @@ class CDirEntry {
   // Writes header, name and user data, and the data through the strategy. `utf8_name` is the
   // archive name in UTF-8. Throws CWriteExcept, CReadExcept, CCompExcept.
   void WriteTo(CArchiveWriter& archive, const std::string& utf8_name, ICompressStrategy& strategy);
-
-  void SetArchiveName(std::string name) { archive_name_ = std::move(name); }
-  const std::string& archive_name() const { return archive_name_; }
 
   // --- Both.
 
@@ -110,7 +107,6 @@ class CDirEntry {
   void FillFromAttributes();
 
   std::string disk_name_;
-  std::string archive_name_;
   FileStatus status_;
   EntryHeader header_;
   std::vector<std::uint8_t> user_data_;

@@ -91,7 +91,6 @@ bool CEntryAdder::AddEntry(const std::string& name, const FileStatus& status,
     KeepHint("names with \"..\" in them were stored; extraction refuses them unless -P is given");
   }
   context_.progress().SetCurrentName(name);
-  entry->SetArchiveName(archive_name);
   if (options_.verbose) context_.log().PrintMessage("a " + archive_name);
   entry->WriteTo(archive_.writer(), utf8_name, strategy_);
   if (options_.statistics) context_.statistics().CountFile();

@@ -51,7 +51,6 @@ class IEntrySource {
   // twice. The archive has to be a regular file.
   virtual void Rewind() = 0;
 
-  virtual const std::string& name() const = 0;
   virtual const FileIdentity& identity() const = 0;
 };
 

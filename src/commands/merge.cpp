@@ -71,12 +71,11 @@ void CMerge::Execute() {
   if (!source.Skip(kArchiveHeaderBytes, 0)) {
     throw CExcept("MOLDEX: can't move file pointer in " + source_name);
   }
-  context_.progress().SetTotal(status.size_bytes -
-                               kArchiveHeaderBytes);  // the target is not gone through
+  const std::uint64_t entry_bytes = status.size_bytes - kArchiveHeaderBytes;
+  context_.progress().SetTotal(entry_bytes);
   context_.progress().SetCurrentName(source_name);
   try {
-    CopyRest(source, source_name, status.size_bytes - kArchiveHeaderBytes, target, target_name,
-             context_.progress());
+    CopyRest(source, source_name, entry_bytes, target, target_name, context_.progress());
   } catch (CExcept& failure) {
     const std::string line = RestoreTarget(target, target_name, former);
     if (!line.empty()) failure.AddLine(line);

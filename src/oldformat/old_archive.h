@@ -29,7 +29,6 @@ class COldArchive : public IEntrySource {
   // named like directories.
   std::optional<LeftOut> WhyLeftOut() const override;
   void Rewind() override;
-  const std::string& name() const override { return reader_.archive_name(); }
   const FileIdentity& identity() const override { return reader_.identity(); }
 
  private:

@@ -42,7 +42,6 @@ class CTarReader {
   // Goes back to the start.
   void Rewind();
 
-  const std::string& archive_name() const { return archive_name_; }
   const FileIdentity& identity() const { return identity_; }
 
  private:
