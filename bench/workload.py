@@ -83,7 +83,7 @@ def make_given_tree(tree, paths, budget):
         copied, _, left_out = copy_some(path, regular_files(path), tree, budget)
         budget -= copied
         if left_out:
-            print(f"reduced: {left_out} files of {path} left out, unreadable or for want of room")
+            print(f"reduced: {left_out} files of {path} left out, unreadable or for lack of space")
 
 
 def make_tree(tree, paths, quick):
@@ -94,7 +94,7 @@ def make_tree(tree, paths, quick):
     else:
         fitting = min(1.0, budget / sum(group[4] for group in OWN_FILES))
         if fitting < 1:
-            print(f"reduced: the tree to {fitting:.0%} for want of room")
+            print(f"reduced: the tree to {fitting:.0%} for lack of space")
         make_own_tree(tree, min(fitting, 1 / 400) if quick else fitting)
     files = regular_files(tree)
     if not files:
@@ -135,7 +135,7 @@ def make_entries(folder, quick):
     wanted, length = (200, 1000) if quick else (100_000, 10_000)
     count = min(wanted, int(free_bytes(folder) / 2 / (ENTRY_COPIES * length)))
     if count < wanted:
-        print(f"reduced: the archive to list to {count} entries for want of room")
+        print(f"reduced: the archive to list to {count} entries for lack of space")
     noise = random.Random(1)
     for number in range(count):
         inner = os.path.join(folder, f"folder-{number // 1000:03}")
