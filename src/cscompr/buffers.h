@@ -16,6 +16,12 @@ struct Buffers {
   std::int32_t output_length = 0;
 };
 
+// Whether a pointer is null although its length is not 0.
+inline bool HasNullBuffer(const Buffers& buffers) {
+  return (buffers.input == nullptr && buffers.input_length > 0) ||
+         (buffers.output == nullptr && buffers.output_length > 0);
+}
+
 // A CsResult, and how many bytes of the buffers were used.
 struct Outcome {
   std::int32_t code = 0;

@@ -4,6 +4,8 @@
 #include <cstdint>
 
 #include "cscompr/cscompr.h"
+#include "cscompr/stream_decoder.h"
+#include "cscompr/stream_encoder.h"
 #include "cscompr/stream_steps.h"
 
 namespace cscompr::test {
@@ -185,16 +187,29 @@ TEST_P(CodecSweep, CompressionEndsOnce) {
             (Answer{IsLzh() ? kCsEndOfStream : kCsBadState, 0, 0}));
 }
 
-TEST_P(CodecSweep, KeepsOneStreamOfEachDirectionApart) {
-  const Bytes alone = Packed(Text(30000));
-  Stream compression = Compression(Text(30000), GetParam(), UpTo(500, 1), UpTo(500, 2, 1));
-  Stream restoration = Restoration(alone, UpTo(300, 3), UpTo(300, 4, 1));
+// The streams of the whole library, and those of objects.
+TEST_P(CodecSweep, KeepsStreamsApart) {
+  const Bytes data = Text(30000);
+  const Bytes alone = Packed(data);
+  StreamEncoder encoder;
+  StreamDecoder decoder;
+  const auto compress = [&](const Buffers& b, bool first) {
+    return encoder.Compress(30000, b, first ? GetParam() : 0);
+  };
+  const auto restore = [&](const Buffers& b, bool first) { return decoder.Decompress(b, first); };
+  Stream streams[] = {Compression(data, GetParam(), UpTo(500, 1), UpTo(500, 2, 1)),
+                      Restoration(alone, UpTo(300, 3), UpTo(300, 4, 1)),
+                      {Way::kCompress, data, compress, UpTo(500, 5), UpTo(500, 6, 1)},
+                      {Way::kRestore, alone, restore, UpTo(300, 7), UpTo(300, 8, 1)}};
   for (bool more = true; more;) {
-    const bool compressing = compression.result().code != kCsEndOfStream && compression.Step();
-    more = (restoration.result().code != kCsEndOfStream && restoration.Step()) || compressing;
+    more = false;
+    for (Stream& stream : streams)
+      more = (stream.result().code != kCsEndOfStream && stream.Step()) || more;
   }
-  EXPECT_EQ(compression.result().bytes, alone);
-  EXPECT_EQ(restoration.result().bytes, Text(30000));
+  for (const std::size_t i : {0U, 2U}) {
+    EXPECT_EQ(streams[i].result().bytes, alone);
+    EXPECT_EQ(streams[i + 1].result().bytes, data);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Codecs, CodecSweep,
