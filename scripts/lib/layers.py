@@ -6,16 +6,16 @@ import os
 import re
 import sys
 
-ORDER = ["base", "cscompr", "codepage", "report", "platform", "run", "archive", "extraction",
-         "oldformat", "commands", "driver"]
+ORDER = ["base", "parallel", "cscompr", "codepage", "report", "platform", "run", "archive",
+         "extraction", "oldformat", "commands", "driver"]
 MAY_INCLUDE = {module: set(ORDER[:i]) for i, module in enumerate(ORDER)}
-MAY_INCLUDE.update(cscompr=set(), codepage={"base"}, report={"base"}, platform={"base", "report"},
-                   run={"base", "report", "platform"})
+MAY_INCLUDE.update(parallel={"base"}, cscompr=set(), codepage={"base"}, report={"base"},
+                   platform={"base", "report"}, run={"base", "report", "platform"})
 
 SYSTEM_FILE = re.compile(r"_(posix|win32)\.(cpp|h)$")
 SYSTEM_HEADER = re.compile(
-    r"#\s*include\s+<(windows\.h|unistd\.h|fcntl\.h|dirent\.h|sys/.*|io\.h|direct\.h|shlobj\.h|"
-    r"iconv\.h|langinfo\.h)>")
+    r"#\s*include\s+<(windows\.h|unistd\.h|fcntl\.h|dirent\.h|sched\.h|sys/.*|io\.h|direct\.h|"
+    r"shlobj\.h|iconv\.h|langinfo\.h)>")
 
 
 def includes(path):

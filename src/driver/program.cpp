@@ -77,7 +77,7 @@ void RunProgram(CRunContext& context, int argument_count, char** arguments) {
   // Made before anything can fail, because reporting a lack of memory must not need memory.
   const std::string out_of_memory = kOutOfMemory;
   try {
-    if (!StackSuffices() || !MemorySuffices()) throw std::bad_alloc();
+    if (!StackSuffices() || !MemorySuffices(kCommandBytes)) throw std::bad_alloc();
     const Arguments local = LocalArguments(argument_count, arguments);
     Dispatch(context, local.count, local.words);
   } catch (CDecompExcept& failure) {

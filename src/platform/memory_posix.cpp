@@ -12,9 +12,6 @@
 namespace moldex {
 namespace {
 
-// Commands allocate up to about 1,000 KiB, names aside, most of it for coders and their buffers.
-constexpr std::size_t kNeededMemoryBytes = std::size_t{1280} * 1024;
-
 // Commands need about 20 KiB, and system libraries some more now and then.
 constexpr rlim_t kNeededStackBytes = 32 * 1024;
 
@@ -31,11 +28,11 @@ rlim_t UsedStackBytes() {
 
 // Asks the system itself: malloc may keep what it was given, and hand out memory in other ways
 // after so large a block.
-bool MemorySuffices() {
+bool MemorySuffices(std::size_t bytes) {
   void* const block =
-      mmap(nullptr, kNeededMemoryBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+      mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (block == MAP_FAILED) return false;
-  munmap(block, kNeededMemoryBytes);
+  munmap(block, bytes);
   return true;
 }
 

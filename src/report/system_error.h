@@ -1,7 +1,8 @@
 // The operating system's error for its last failed call.
 //
 // Platform code remembers the error right after a call fails. Messages that are made later show it,
-// whatever the runtime library has done in between. At the start there is no error.
+// whatever the runtime library has done in between. Each thread remembers its own; at the start
+// there is none.
 #ifndef MOLDEX_REPORT_SYSTEM_ERROR_H_
 #define MOLDEX_REPORT_SYSTEM_ERROR_H_
 

@@ -6,7 +6,7 @@
 namespace moldex {
 namespace {
 
-SystemError last_error;
+thread_local SystemError last_error;
 
 }  // namespace
 

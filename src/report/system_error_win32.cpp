@@ -8,7 +8,7 @@
 namespace moldex {
 namespace {
 
-SystemError last_error;
+thread_local SystemError last_error;
 
 struct ErrorPair {
   DWORD code;

@@ -76,6 +76,7 @@ class CCmdLineOptions {
   const char* archive_value = nullptr;     // -f
   std::uint32_t permission_value = 0;      // -p, read as octal
   int command_code = kNoCommand;
+  unsigned workers = 0;  // threads that work; 0: by the processors. No word sets it
 
   int argument_count = 0;
   char** arguments = nullptr;

@@ -1,0 +1,42 @@
+// A failure that is noticed on a worker, or ahead of its turn.
+//
+// A CExcept sets the exit status and takes the system's error into its message when it is made, so
+// it may be made only on the first thread, and only when its turn has come. Until then this object
+// stands for it. Code that may run on a worker throws it by FailLater.
+#ifndef MOLDEX_REPORT_DEFERRED_FAILURE_H_
+#define MOLDEX_REPORT_DEFERRED_FAILURE_H_
+
+#include <functional>
+#include <utility>
+
+#include "report/system_error.h"
+
+namespace moldex {
+
+class CDeferredFailure {
+ public:
+  // `raise` throws the failure itself. Keeps the error that this thread remembers.
+  explicit CDeferredFailure(std::function<void()> raise)
+      : error_(LastSystemError()), raise_(std::move(raise)) {}
+
+  // Throws the failure, with the error that belongs to it. For the first thread.
+  void Raise() const {
+    RestoreSystemError(error_);
+    raise_();
+  }
+
+ private:
+  SystemError error_;
+  std::function<void()> raise_;
+};
+
+// Throws a CDeferredFailure that raises a Failure made of these arguments, of which it keeps
+// copies.
+template <typename Failure, typename... Arguments>
+[[noreturn]] void FailLater(Arguments... arguments) {
+  throw CDeferredFailure([arguments...] { throw Failure(arguments...); });
+}
+
+}  // namespace moldex
+
+#endif  // MOLDEX_REPORT_DEFERRED_FAILURE_H_
