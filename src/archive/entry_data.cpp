@@ -95,7 +95,7 @@ std::span<const std::uint8_t> CEntryData::Decompress() {
   if (last_code_ <= 0 || stuck) throw CDecompExcept(entry_->GetName(), last_code_);
   payload_ = payload_.subspan(static_cast<std::size_t>(taken));
   const auto bytes = space.first(static_cast<std::size_t>(given));
-  progress_.Update();  // a small archive may hold many bytes
+  progress_.CountUnpacked(static_cast<std::uint64_t>(taken), bytes.size());
   if (bytes.size() > size_bytes_ - done_bytes_) FailDataLength(entry_->GetName());
   done_bytes_ += bytes.size();
   checksum_ = UpdateChecksum(checksum_, bytes);

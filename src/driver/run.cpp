@@ -1,5 +1,6 @@
 #include "driver/run.h"
 
+#include <cstdint>
 #include <ctime>
 #include <memory>
 #include <string>
@@ -15,6 +16,8 @@
 #include "platform/security.h"
 #include "report/except.h"
 #include "report/exit_status.h"
+#include "report/output.h"
+#include "report/system_error.h"
 
 namespace moldex {
 namespace {
@@ -36,6 +39,26 @@ std::unique_ptr<CCommand> MakeCommand(CRunContext& context) {
     default:
       throw CExcept("MOLDEX: no valid command given", kErrorNoCommand, false);
   }
+}
+
+// The size of the archive that create or append writes, and 0 where that is no file. A new archive
+// replaces what is there before the run.
+std::uint64_t SizeOfArchive(const CRunContext& context) {
+  if (!IsOneOf(context.command_code(), kEntryWriters)) return 0;
+  const CSystemErrorGuard guard;
+  const auto status = QueryStatus(context.archive_path());
+  return status && status->kind == FileKind::kRegular ? status->size_bytes : 0;
+}
+
+// Executes the command and shows its progress.
+void Execute(CRunContext& context) {
+  CShownProgress progress(context.progress(), !context.options().verbose);
+  const bool appends = context.command_code() == kCommandAppend;
+  const std::uint64_t former_size = appends ? SizeOfArchive(context) : 0;
+  MakeCommand(context)->Execute();
+  FlushOutput();
+  const std::uint64_t size = SizeOfArchive(context);
+  progress.LeaveFigures(size > former_size ? size - former_size : 0);
 }
 
 // The end of a command that had to leave inaccessible files out of the archive.
@@ -66,8 +89,7 @@ void Run(CRunContext& context) {
     if (!acquired) throw CAddPrivilegeExcept(acquired.error().what);
   }
   context.set_command_code(options.command_code);
-  const CShownProgress progress(context.progress(), !options.verbose);
-  MakeCommand(context)->Execute();
+  Execute(context);
   context.sought_names().HintAtMissing();
   if (IsOneOf(context.command_code(), kEntryWriters) && context.files_inaccessible()) {
     ReportLeftOutFiles(context);

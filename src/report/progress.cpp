@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <new>
 #include <utility>
@@ -25,6 +26,28 @@ std::string ByteCount(double value) {
     value /= 1000;
   std::array<char, 64> text{};
   std::snprintf(text.data(), text.size(), unit == 0 ? "%.0f %s" : "%.1f %s", value, kUnits[unit]);
+  return text.data();
+}
+
+std::string Duration(double seconds) {
+  constexpr double kMinute = 60;
+  std::array<char, 64> text{};
+  if (seconds < kMinute) {
+    std::snprintf(text.data(), text.size(), "%.1f s", seconds);
+  } else {
+    const double minutes = std::floor(seconds / kMinute);
+    std::snprintf(text.data(), text.size(), "%.0f min %d s", minutes,
+                  static_cast<int>(seconds - minutes * kMinute));
+  }
+  return text.data();
+}
+
+// " (42.8 %)": the size of compressed data in relation to what they hold.
+std::string Ratio(std::uint64_t packed, std::uint64_t unpacked) {
+  if (unpacked == 0) return {};
+  std::array<char, 64> text{};
+  std::snprintf(text.data(), text.size(), " (%.1f %%)",
+                100 * static_cast<double>(packed) / static_cast<double>(unpacked));
   return text.data();
 }
 
@@ -69,6 +92,7 @@ void CProgress::DrawIfDue() {
   if (columns < 2) return;
   try {
     line_->Draw(Text(now, columns), columns);
+    drawn_ |= !counting_;
   } catch (const std::bad_alloc&) {  // without a line the work may well go on
   }
 }
@@ -85,7 +109,34 @@ std::string CProgress::Text(Clock::time_point now, std::size_t columns) const {
   if (has_total) text += " of " + Amount(total_);
   if (unit_ == Unit::kNames) return text + " names  " + name_;
   const double seconds = std::chrono::duration<double>(now - start_).count();
-  return text + ", " + ByteCount(static_cast<double>(done_) / seconds) + "/s  " + name_;
+  return text + ", " + Rate(seconds) + "  " + name_;
+}
+
+void CProgress::Leave(std::uint64_t written) {
+  const std::size_t columns = ErrorColumns();
+  if (!drawn_ || columns < 2) return;
+  try {
+    line_->Leave(Summary(Clock::now(), written), columns);
+  } catch (const std::bad_alloc&) {  // the work succeeded all the same
+  }
+}
+
+std::string CProgress::Summary(Clock::time_point now, std::uint64_t written) const {
+  const double seconds = std::chrono::duration<double>(now - start_).count();
+  std::string text = "  ";
+  if (unit_ == Unit::kNames) return text + Amount(done_) + " names, " + Duration(seconds);
+  if (written > 0) {
+    text += Amount(done_) + " packed into " + Amount(written) + Ratio(written, done_);
+  } else if (unpacked_ > 0) {
+    text += Amount(packed_) + " unpacked to " + Amount(unpacked_) + Ratio(packed_, unpacked_);
+  } else {
+    text += Amount(done_);
+  }
+  return text + ", " + Duration(seconds) + ", " + Rate(seconds);
+}
+
+std::string CProgress::Rate(double seconds) const {
+  return ByteCount(static_cast<double>(done_) / seconds) + "/s";
 }
 
 std::string CProgress::Amount(std::uint64_t value) const {

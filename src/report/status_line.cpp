@@ -24,6 +24,12 @@ void CStatusLine::Draw(const std::string& text, std::size_t columns) {
   eraser_ = std::move(eraser);
 }
 
+void CStatusLine::Leave(const std::string& text, std::size_t columns) {
+  Draw(text, columns);
+  WriteToErrorTerminal("\n");
+  eraser_.clear();
+}
+
 void CStatusLine::Erase() {
   interrupted_ = true;
   if (eraser_.empty()) return;

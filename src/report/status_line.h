@@ -1,7 +1,8 @@
 // A line on the terminal that standard error is. It is not part of the program's text.
 //
 // It is cut to the terminal's width and drawn over the previous line. It is erased before anything
-// else is written there, and when its object is destroyed. The cursor stays at its start.
+// else is written there, and when its object is destroyed, unless it was left there. The cursor
+// stays at its start.
 #ifndef MOLDEX_REPORT_STATUS_LINE_H_
 #define MOLDEX_REPORT_STATUS_LINE_H_
 
@@ -22,6 +23,9 @@ class CStatusLine {
 
   // Control characters are shown as escapes. `columns` is the terminal's width, at least 2.
   void Draw(const std::string& text, std::size_t columns);
+
+  // Draws the line for the last time and moves the cursor to the next one.
+  void Leave(const std::string& text, std::size_t columns);
 
   // Whether something else was written since the last call.
   bool TakeInterruption() { return std::exchange(interrupted_, false); }
