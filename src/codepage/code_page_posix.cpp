@@ -1,19 +1,21 @@
 #include <iconv.h>
 #include <langinfo.h>
 
-#include <cstring>
+#include <algorithm>
+#include <iterator>
 #include <string>
+#include <string_view>
 
 #include "codepage/code_page.h"
 
 namespace moldex {
 namespace {
 
-// "C" and "POSIX" name ASCII as their character set, but the names on disk are UTF-8 as everywhere
-// else on the system.
-bool IsUtf8Codeset(const char* codeset) {
-  return std::strcmp(codeset, "UTF-8") == 0 || std::strcmp(codeset, "ANSI_X3.4-1968") == 0 ||
-         std::strcmp(codeset, "US-ASCII") == 0;
+// The character set of "C" and "POSIX" is ASCII, which each C library names in its own way. But the
+// names on disk are UTF-8 as everywhere else on the system.
+bool IsUtf8Codeset(std::string_view codeset) {
+  constexpr std::string_view kUtf8OrAscii[] = {"UTF-8", "ANSI_X3.4-1968", "US-ASCII", "ASCII"};
+  return std::ranges::find(kUtf8OrAscii, codeset) != std::end(kUtf8OrAscii);
 }
 
 iconv_t OpenConverter(Direction direction) {
