@@ -1,9 +1,11 @@
 #include "driver/program.h"
 
+#include <algorithm>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <iterator>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -110,6 +112,26 @@ void JudgeText() {
   if (asked_to_end == 0) PrintTextFailure();
 }
 
+// Words that other programs take for a wish for help. Here they are unknown options, or no command,
+// and the run fails with that status and message.
+constexpr std::string_view kHelpWords[] = {"-h", "-help", "--help", "help", "-?", "/?"};
+constexpr std::string_view kVersionWord = "--version";
+
+// Whether the run failed because of such a word, with nothing else on the command line. Its user
+// then gets the usage or the version, too, on standard error.
+bool ShowHelp(CRunContext& context, int argument_count, char** arguments) {
+  const int status = ExitStatus();
+  const bool failed = status == kErrorUnknownOption || status == kErrorNoCommand;
+  if (!failed || argument_count != 2) return false;
+  const std::string word = LowerAscii(arguments[1]);
+  const bool wants_usage = std::ranges::find(kHelpWords, word) != std::end(kHelpWords);
+  if (!wants_usage && word != kVersionWord) return false;
+  SendTextPastArchives(context.options());
+  WriteOutput((wants_usage ? iaxxusage() : std::string()) + VersionText());
+  FlushOutput();
+  return true;
+}
+
 }  // namespace
 
 int Main(int argument_count, char** arguments) {
@@ -123,7 +145,7 @@ int Main(int argument_count, char** arguments) {
   RunProgram(context, argument_count, arguments);
   FlushOutput();
   JudgeText();
-  PrintHints(context.command_code());
+  if (!ShowHelp(context, argument_count, arguments)) PrintHints(context.command_code());
   const int status = ExitStatus();
   CRunContext::Destroy();
   return status;

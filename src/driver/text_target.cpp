@@ -42,20 +42,12 @@ bool IsArchive(const CCmdLineOptions& options, const std::optional<FileStatus>& 
   });
 }
 
-void SendTextPast(const CCmdLineOptions& options) {
-  if (IsArchive(options, StandardStreamStatus(StandardStream::kError))) {
-    DropText();
-  } else {
-    SendTextToError();
-  }
-}
-
 // Tries the file without emptying it: it may be the archive.
 void RedirectOutput(const CCmdLineOptions& options, bool archive_is_output) {
   std::FILE* file = std::fopen(kRedirectFile, "a+");
   if (file != nullptr) std::fclose(file);
   if (file != nullptr && IsArchive(options, QueryStatus(kRedirectFile).AsOptional())) {
-    SendTextPast(options);
+    SendTextPastArchives(options);
   } else if (file == nullptr || !SendTextToFile(kRedirectFile, archive_is_output)) {
     std::fputs("MOLDEX: could not redirect stdout to file moldex_output\n", stderr);
   }
@@ -63,9 +55,17 @@ void RedirectOutput(const CCmdLineOptions& options, bool archive_is_output) {
 
 }  // namespace
 
+void SendTextPastArchives(const CCmdLineOptions& options) {
+  if (IsArchive(options, StandardStreamStatus(StandardStream::kError))) {
+    DropText();
+  } else {
+    SendTextToError();
+  }
+}
+
 bool KeepTextOutOfArchives(CCmdLineOptions& options) {
   const bool archive_is_output = IsArchive(options, StandardStreamStatus(StandardStream::kOutput));
-  if (archive_is_output) SendTextPast(options);
+  if (archive_is_output) SendTextPastArchives(options);
   options.PrintNotes();
   return archive_is_output;
 }

@@ -17,6 +17,9 @@ bool KeepTextOutOfArchives(CCmdLineOptions& options);
 // went without it.
 void DirectText(CCmdLineOptions& options);
 
+// From now on the text goes to standard error; nowhere if that is an archive of the run.
+void SendTextPastArchives(const CCmdLineOptions& options);
+
 }  // namespace moldex
 
 #endif  // MOLDEX_DRIVER_TEXT_TARGET_H_

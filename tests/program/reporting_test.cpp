@@ -52,6 +52,27 @@ TEST_F(Reporting, PrintsTheBannerForTheVersionWordInAnyCase) {
   EXPECT_EQ(Run("-e -version").status, 20);
 }
 
+TEST_F(Reporting, HelpsOnStandardErrorAfterTheFailureOfAHelpWord) {
+  const std::string version = "\nThis is moldex, release ";
+  const std::string usage = Run("").out;
+  const std::tuple<Words, int, std::string> cases[] = {
+      {{"-h"}, 21, usage},           {{"-help"}, 20, usage},  {{"--help"}, 20, usage},
+      {{"--HELP"}, 20, usage},       {{"-?"}, 20, usage},     {{"help"}, 21, usage},
+      {{"--version"}, 20, version},  {{"-h", "-v"}, 21, ""},  {{"--help", "x"}, 20, ""},
+      {{"--version", "-x"}, 20, ""}, {{"-tf", "help"}, 6, ""}};
+  for (const auto& [words, status, begin] : cases) {
+    const RunResult result = RunProgram(folder_.Path(), words);
+    EXPECT_EQ(result.status, status) << words[0];
+    EXPECT_TRUE(result.out.starts_with("MOLDEX: ")) << result.out;
+    EXPECT_EQ(WithLineFeeds(result.err).substr(0, begin.size()), begin) << words[0];
+    EXPECT_EQ(result.err.empty(), begin.empty()) << result.err;
+  }
+  if (OnWindows()) return;
+  // At a terminal the usage takes the place of hints.
+  EXPECT_EQ(RunAt({80, "out", {}}, folder_.Path(), {"--help"}).bytes.find("hint: "),
+            std::string::npos);
+}
+
 TEST_F(Reporting, CountsProcessedFilesWithNUnlessTheRunFails) {
   Make({{"d/x", FileNode("1")}, {"d/y", FileNode("")}});
   const std::string processing = "MOLDEX: processing archive a.qel\\.\\.\\.\n";
