@@ -24,6 +24,11 @@ if(MOLDEX_SANITIZE)
   target_link_options(moldex_compile_options INTERFACE -fsanitize=address,undefined)
 endif()
 
+if(MOLDEX_SANITIZE_THREADS)
+  target_compile_options(moldex_compile_options INTERFACE -O1 -g1 -fno-omit-frame-pointer -fsanitize=thread)
+  target_link_options(moldex_compile_options INTERFACE -fsanitize=thread)
+endif()
+
 if(MOLDEX_FUZZ)
   target_compile_options(moldex_compile_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
