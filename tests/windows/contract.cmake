@@ -1,8 +1,6 @@
 # Tests that run on Windows themselves, under Wine: included by the cross build alone, and built on
-# demand (target windows_tests). GoogleTest comes as sources, since Debian has no build of it for
-# this system.
-set(INSTALL_GTEST OFF)
-add_subdirectory(/usr/src/googletest/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+# demand (target windows_tests).
+include(${PROJECT_SOURCE_DIR}/tests/googletest.cmake)
 
 set(platform ${PROJECT_SOURCE_DIR}/tests/platform)
 add_executable(windows_contract EXCLUDE_FROM_ALL
@@ -12,7 +10,7 @@ add_executable(windows_contract EXCLUDE_FROM_ALL
   ${platform}/file_services_test.cpp ${platform}/buffered_file_test.cpp
   ${platform}/directory_test.cpp)
 target_include_directories(windows_contract PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-target_link_libraries(windows_contract PRIVATE platform codepage moldex_compile_options gtest_main)
+target_link_libraries(windows_contract PRIVATE platform codepage moldex_compile_options GTest::gtest_main)
 
 add_executable(run_in EXCLUDE_FROM_ALL run_in_win32.cpp)
 target_link_libraries(run_in PRIVATE moldex_compile_options ole32 uuid)
