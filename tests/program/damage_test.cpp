@@ -39,6 +39,22 @@ const Damage kDamages[] = {
     {[](auto& b) { SetU16(b, kEntryAt + kNameLengthAt, 262); },
      "name too long in archive a.qel, behind d (error 56). ", 56, 56, true},
     {[](auto& b) { b[kNameAt] = '\xFF'; }, "could not convert from UTF8 string", 47, 47},
+    // Of several faults the first that is checked.
+    {[](auto& b) {
+       b.replace(kEntryAt, 2, "XX");
+       SetU16(b, kEntryAt + kNameLengthAt, 262);
+     },
+     "name too long in archive a.qel, behind d (error 56). ", 56, 56, true},
+    {[](auto& b) {
+       b.replace(kEntryAt, 2, "SV");
+       b[kNameAt] = '\xFF';
+     },
+     "could not convert from UTF8 string", 47, 47},
+    {[](auto& b) {
+       b.replace(kBlockAt, 2, "XX");
+       SetU32(b, kLengthAt, 0);
+     },
+     "error in GetEntryData(); unknown block type (error 100). ", 100, 5, true},
     {[](auto& b) { SetU32(b, kEntryAt + kSizeLowAt, 8); }, kOtherLength, 57},
     {[](auto& b) { SetU32(b, kEntryAt + kSizeLowAt, 10); }, kOtherLength, 57},
     {[](auto& b) { SetU32(b, kEntryAt + kSizeHighAt, 1); }, kOtherLength, 57},
