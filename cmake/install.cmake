@@ -37,6 +37,8 @@ foreach(page README CHANGELOG CONTRIBUTING SECURITY)
 endforeach()
 file(GLOB docs CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/*.md ${PROJECT_SOURCE_DIR}/docs/*.svg)
 install(FILES ${docs} DESTINATION ${pages}/docs)
+install(PROGRAMS ${PROJECT_SOURCE_DIR}/docs/examples/pack_in_parts.sh
+  DESTINATION ${pages}/docs/examples)
 
 # The library for other programs: archive, header, cscompr.pc for pkg-config, find_package(cscompr) for
 # CMake, an example. The installed folder may be moved, unless CMAKE_INSTALL_LIBDIR or
@@ -69,4 +71,5 @@ install(FILES ${CMAKE_BINARY_DIR}/cscompr-config.cmake
   DESTINATION ${cscompr_package_dir} COMPONENT library)
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE
   DESTINATION ${library_doc} RENAME copyright COMPONENT library)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/examples DESTINATION ${library_doc} COMPONENT library)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/examples DESTINATION ${library_doc} COMPONENT library
+  PATTERN *.sh EXCLUDE)

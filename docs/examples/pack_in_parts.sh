@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# Packs a directory with several processes at the same time and joins their archives:
+#   pack_in_parts.sh ARCHIVE DIRECTORY PROCESSES [OPTION...]
+# The archive is byte for byte that of `moldex -cf ARCHIVE OPTION... -C DIRECTORY .`. If a part fails,
+# nothing is joined, and ARCHIVE stays as it was. MOLDEX names another program than the moldex of PATH.
+set -euo pipefail
+if [ $# -lt 3 ] || [ "$3" -lt 1 ]; then
+  sed -n '2,5s/^# //p' "$0" >&2
+  exit 2
+fi
+moldex=$(command -v "${MOLDEX:-moldex}")
+moldex=$(realpath "$moldex") archive=$(realpath "$1") directory=$(realpath "$2") processes=$3
+options=("${@:4}")
+case $archive in
+  "$directory"/*) echo "$0: $1 must not be below $2: the parts would be packed, too" >&2; exit 2 ;;
+esac
+
+# The names in the order in which one run would pack them, and their sizes.
+cd "$directory"
+mapfile -d '' names < <(find . -mindepth 1 -maxdepth 1 -print0 | LC_ALL=C sort -z)
+if [ ${#names[@]} -eq 0 ]; then exec "$moldex" -cf "$archive" "${options[@]}" .; fi
+sizes=() total=0
+for name in "${names[@]}"; do
+  read -r size _ < <(du -sk -- "$name")
+  sizes+=("$((size + 1))") total=$((total + size + 1))
+done
+
+# The parts lie beside the archive, so that the joined one only needs a new name.
+parts=$(mktemp -d "$archive.parts-XXXXXX")
+jobs=()
+trap 'kill "${jobs[@]}" 2>/dev/null || true; wait; rm -rf "$parts"' EXIT
+first=0 reached=0
+for ((i = 0; i < ${#names[@]}; ++i)); do
+  reached=$((reached + sizes[i]))
+  # A part ends where its share of the bytes is reached, and at the last name.
+  if ((reached * processes >= total * (${#jobs[@]} + 1))); then
+    "$moldex" -cf "$parts/${#jobs[@]}.qel" "${options[@]}" "${names[@]:first:i + 1 - first}" &
+    jobs+=($!) first=$((i + 1))
+  fi
+done
+status=0
+for job in "${jobs[@]}"; do
+  wait "$job" || status=$?
+done
+count=${#jobs[@]} jobs=()
+[ "$status" -eq 0 ] || exit "$status"
+
+# The archive of the first part grows by the others, in order.
+cd "$parts"
+for ((part = 1; part < count; ++part)); do
+  "$moldex" -mf "$part.qel 0.qel"
+  rm "$part.qel"
+done
+mv 0.qel "$archive"
