@@ -32,6 +32,26 @@ ROUND = [
     ("lzc-decompress/compress", "compress -dc same.Z", []),
 ]
 
+# The same on every core that there is.
+ALL_CORES = [
+    ("create/moldex", "{moldex} -cf a.qel tree", ["a.qel"]),
+    ("create/zip", "zip -2qr z.zip tree", ["z.zip"]),
+    ("create/pigz", "sh -c 'tar cf - tree | pigz -2 >z.tgz'", ["z.tgz"]),
+    ("extract/moldex", "{moldex} -xf a.qel -R out", ["out"]),
+    ("extract/bsdtar", "bsdtar -xf z.zip -C out", ["out/"]),
+    ("extract/cp", "cp -r tree out", ["out"]),
+    ("verify/moldex", "{moldex} -df a.qel", ["out"]),
+    ("verify/unzip", "unzip -tq z.zip", []),
+]
+# On one core, on two, and so on up to all: how the time falls.
+SCALED = [
+    ("create", "{moldex} -cf a.qel tree", ["a.qel"]),
+    ("create from small files", "{moldex} -cf s.qel small", ["s.qel"]),
+    ("create from one large file", "{moldex} -cf l.qel large", ["l.qel"]),
+    ("verify", "{moldex} -df a.qel", []),
+    ("extract", "{moldex} -xf a.qel -R out", ["out"]),
+]
+
 # The commands whose peak memory is measured, in this order: on the tree and, where that makes sense, on
 # many entries.
 PEAKS = [
@@ -68,9 +88,19 @@ class Runner:
         elif os.path.exists(path):
             os.remove(path)
 
+    def make_way(self, stale):
+        """Removes files, and makes empty folders of names that end with a slash."""
+        for path in stale:
+            self.remove(path.rstrip("/"))
+            if path.endswith("/"):
+                os.makedirs(self.path(path))
+
+    def words(self, line):
+        return shlex.split(line.format(**self.programs))
+
     def run(self, line, wrapper=()):
         """Wall time and processor time in seconds; None when the command fails."""
-        words = [*wrapper, *shlex.split(line.format(**self.programs))]
+        words = [*wrapper, *self.words(line)]
         try:
             with open(self.path("stderr"), "wb") as errors:
                 start = time.perf_counter()
@@ -114,21 +144,58 @@ def prepare_peers(runner):
             same.write(COMPRESS_HEADER + own.read()[HEADER_BYTES:])
 
 
-def measure_rounds(runner, rounds):
+def medians(times, rounds):
+    return {name: [statistics.median(clock) for clock in zip(*taken)]
+            for name, taken in times.items() if len(taken) == rounds}
+
+
+def measure_rounds(runner, rounds, commands):
     """The medians of wall time and processor time in seconds, by command."""
     times = {}
     for number in range(rounds):
         print(f"round {number + 1} of {rounds}", file=sys.stderr)
-        for name, line, stale in ROUND:
-            for path in stale:
-                runner.remove(path.rstrip("/"))
-                if path.endswith("/"):
-                    os.makedirs(runner.path(path))
+        for name, line, stale in commands:
+            runner.make_way(stale)
             taken = runner.run(line)
             if taken:
                 times.setdefault(name, []).append(taken)
-    return {name: [statistics.median(clock) for clock in zip(*taken)]
-            for name, taken in times.items() if len(taken) == rounds}
+    return medians(times, rounds)
+
+
+def measure_scaling(runner, rounds, cores):
+    """The same by "COMMAND/N", on the first N of these cores, for every N."""
+    times = {}
+    for number in range(rounds):
+        print(f"cores, round {number + 1} of {rounds}", file=sys.stderr)
+        for name, line, stale in SCALED:
+            for count in range(1, len(cores) + 1):
+                os.sched_setaffinity(0, cores[:count])
+                runner.make_way(stale)
+                taken = runner.run(line)
+                if taken:
+                    times.setdefault(f"{name}/{count}", []).append(taken)
+    os.sched_setaffinity(0, cores)
+    return medians(times, rounds)
+
+
+def measure_side_by_side(runner, rounds, cores):
+    """How many times as much as one core all of them do in the same time, when each creates an archive
+    for itself: the limit of what threads can give."""
+    line = runner.words("{moldex} -cf /dev/null tree")
+    ratios = []
+    for _ in range(rounds):
+        taken = []
+        for used in (cores[:1], cores):
+            start = time.perf_counter()
+            runs = [subprocess.Popen(["taskset", "-c", str(core), *line], cwd=runner.folder,
+                                     stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                    for core in used]
+            if any([run.wait() != 0 for run in runs]):
+                runner.failures.append("runs side by side failed")
+                return None
+            taken.append(time.perf_counter() - start)
+        ratios.append(len(cores) * taken[0] / taken[1])
+    return statistics.median(ratios)
 
 
 def measure_codecs(program, samples, rounds, least_seconds):

@@ -3,7 +3,7 @@ import os
 import platform
 import subprocess
 
-PEERS = ["zlib1g", "libdeflate0", "libisal2", "ncompress", "zip", "unzip", "libarchive-tools",
+PEERS = ["zlib1g", "libdeflate0", "libisal2", "ncompress", "zip", "pigz", "unzip", "libarchive-tools",
          "7zip", "libbenchmark-dev"]
 
 

@@ -9,8 +9,8 @@ TEXT = """# Performance
 
 `scripts/bench --report` writes this page, and anyone can run it again. The last section is written by
 hand, in bench/tried.md. Absolute figures hold only for this machine; ratios hold for others, too,
-more or less. Everything was measured in one run, in turn, on one core. The tables show the medians
-of {rounds} rounds.
+more or less. Everything was measured in one run, in turn: on one core, but for the rows that say
+"all cores". The tables show the medians of {rounds} rounds.
 
 ## Machine
 
@@ -33,6 +33,13 @@ window of 32 KB and a matcher of its own.
 
 ![How many times as fast as the peer](performance.svg)
 
+## How the time falls with the cores
+
+{scaling}
+
+{limit} The large file has {large_mb:.0f} MB; there are {small} small files of 100 bytes.
+[architecture.md](architecture.md) shows what runs on which thread.
+
 ## Codecs by file
 
 MB/s, and in brackets how many times as fast as zlib.
@@ -51,7 +58,7 @@ MB/s, and in brackets how many times as fast as zlib.
 
 {tried}"""
 
-ALIGNED = {"moldex", "peer", "ratio", "must", "aim", "KB", "MB/s"}
+ALIGNED = {"moldex", "peer", "ratio", "must", "aim", "KB", "KB, all cores", "MB/s"}
 
 
 def markdown(headings, lines):
@@ -129,9 +136,12 @@ def write(figures, docs, folder):
         entries=figures["entries"]["files"], entries_mb=figures["entries"]["bytes"] / 1e6,
         table=markdown(["work", "moldex", "peer", "unit", "ratio", "must", "aim", "verdict",
                         "peer's name"], rows.judge(figures)[0]),
-        codecs=codec_table(figures), limits=limit_table(figures),
-        peaks=markdown(["command", "KB"],
-                       [[name, str(peak)] for name, peak in figures["peaks"].items()]))
+        scaling=markdown(rows.scaling_headings(figures), rows.scaling_lines(figures)),
+        limit=rows.limit_text(figures), large_mb=figures["large"] / 1e6,
+        small=figures["small"]["files"], codecs=codec_table(figures), limits=limit_table(figures),
+        peaks=markdown(["command", "KB", "KB, all cores"],
+                       [[name, str(peak), str(figures["peaks_on_all"].get(name, ""))]
+                        for name, peak in figures["peaks"].items()]))
     with open(os.path.join(docs, "performance.md"), "w", encoding="utf-8") as file:
         file.write(text)
     draw_chart(figures, os.path.join(docs, "performance.svg"), folder)

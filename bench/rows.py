@@ -56,7 +56,19 @@ ROWS = [
     Row("list", TIME, "list/moldex", "list/unzip", "unzip -l", 0.5, 0.2),
     Row("list", TIME, "list/moldex", "list/bsdtar", "bsdtar -tvf"),
     Row("list", TIME, "list/moldex", "list/7zz", "7zz l"),
+    Row("create, all cores", TIME, "all/create/moldex", "all/create/zip", "zip -2", 0.40, 0.34),
+    Row("create, all cores", TIME, "all/create/moldex", "all/create/pigz", "tar and pigz -2", 0.75),
+    Row("create, all cores", TIME, "all/create/moldex", "create/moldex", "itself on one core"),
+    Row("create, small files, all cores", TIME, "create from small files/all",
+        "create from small files/1", "itself on one core", 1.0, 0.8),
+    Row("create, one large file, all cores", TIME, "create from one large file/all",
+        "create from one large file/1", "itself on one core", 0.69, 0.61),
+    Row("extract, all cores", TIME, "all/extract/moldex", "all/extract/bsdtar", "bsdtar -xf", 0.34),
+    Row("extract, all cores", TIME, "all/extract/moldex", "all/extract/cp", "cp -r", 0, 1.25),
+    Row("verify, all cores", TIME, "all/verify/moldex", "all/verify/unzip", "unzip -t", 0.17, 0.15),
     Row("peak memory", MEMORY, "peak", must=8192, aim=4096),
+    Row("peak memory, all cores", MEMORY, "all/peak", beside="less 4 MiB for each core but one",
+        must=8192),
 ]
 LIMITS = ["limit/memcpy", "limit/read", "limit/write"]
 
@@ -75,8 +87,18 @@ def flat(figures):
     joined = sum(figures["samples"].values())
     for name, taken in figures["seconds"].items():
         values[name] = joined / taken[clock] if name.startswith("lzc-") else taken[clock]
+    for name, taken in figures["on_all"].items():
+        values[f"all/{name}"] = taken[0]  # of several cores only the wall's time tells anything
+    for name, taken in figures["scaling"].items():
+        work, count = name.rsplit("/", 1)
+        values[name] = taken[0]
+        if int(count) == figures["cores"] > 1:
+            values[f"{work}/all"] = taken[0]
     if all(name in figures["peaks"] for name in figures["commands"]):
         values["peak"] = max(figures["peaks"].values())
+    if all(name in figures["peaks_on_all"] for name in figures["commands"]):
+        further = 4096 * (figures["cores"] - 1)
+        values["all/peak"] = max(1, max(figures["peaks_on_all"].values()) - further)
     return {name: value for name, value in values.items() if value}
 
 
@@ -92,12 +114,17 @@ def verdict_of(row, ratio):
     return "met" if row.must else ""
 
 
+def rows_of(figures):
+    """Several cores cannot be judged where there is one."""
+    return [row for row in ROWS if figures["cores"] > 1 or not row.work.endswith("all cores")]
+
+
 def judge(figures):
     """The table's lines, each a tuple of texts, and the rows that failed. Nothing but a missing
     figure fails what was measured in a hurry, on little data."""
     values = flat(figures)
     lines, failed = [], []
-    for row in ROWS:
+    for row in rows_of(figures):
         bounds = [f"{bound:.2f}" if bound and row.unit != MEMORY else f"{bound:g}" if bound else ""
                   for bound in (row.must, row.aim)]
         own, peer = values.get(row.own), values.get(row.peer)
@@ -122,17 +149,45 @@ def judge(figures):
 HEADINGS = ("work", "moldex", "peer", "unit", "ratio", "must", "aim", "", "peer's name")
 
 
-def text_table(lines):
-    widths = [max(len(line[i]) for line in [HEADINGS, *lines]) for i in range(len(HEADINGS))]
-    numbers = {1, 2, 4, 5, 6}
+def text_table(lines, headings=HEADINGS):
+    widths = [max(len(line[i]) for line in [headings, *lines]) for i in range(len(headings))]
+    numbers = {1, 2, 4, 5, 6} if headings is HEADINGS else set(range(1, len(headings)))
     return "\n".join("  ".join(cell.rjust(width) if i in numbers else cell.ljust(width)
                                for i, (cell, width) in enumerate(zip(line, widths))).rstrip()
-                     for line in [HEADINGS, *lines])
+                     for line in [headings, *lines])
+
+
+def scaling_headings(figures):
+    return ("work", *(f"{count} core{'s' if count > 1 else ''}, s"
+                      for count in range(1, figures["cores"] + 1)), "times as fast")
+
+
+def scaling_lines(figures):
+    """How the time falls from one core to all."""
+    times = {name: taken[0] for name, taken in figures["scaling"].items()}
+    lines = []
+    for work in dict.fromkeys(name.rsplit("/", 1)[0] for name in times):
+        taken = [times.get(f"{work}/{count}") for count in range(1, figures["cores"] + 1)]
+        if all(taken):
+            lines.append((work, *(f"{one:.3f}" for one in taken), f"{taken[0] / taken[-1]:.2f}"))
+    return lines
+
+
+def limit_text(figures):
+    """How close create comes to what the machine can give."""
+    values, limit = flat(figures), figures["side_by_side"]
+    if figures["cores"] == 1:
+        return "There is one core, so nothing shows what several give."
+    if not limit or not {"create/1", "create/all"} <= values.keys():
+        return "runs side by side: not measured"
+    reached = values["create/1"] / values["create/all"]
+    return (f"One create on each core, side by side, does {limit:.2f} times the work of one core; one "
+            f"create on all cores {reached:.2f} times, {reached / limit:.0%} of that.")
 
 
 def speedups(figures):
     """For the chart: how many times as fast as the peer, with must and aim turned the same way."""
-    for line, row in zip(judge(figures)[0], ROWS):
+    for line, row in zip(judge(figures)[0], rows_of(figures)):
         if row.unit == MEMORY or not line[4]:
             continue
         own, peer = flat(figures)[row.own], flat(figures)[row.peer]

@@ -1,4 +1,5 @@
-"""Makes the data to measure on: a tree of files, samples of it for the codecs, and 100,000 small files.
+"""Makes the data to measure on: a tree of files, samples of it for the codecs, one large file of its
+files, 100,000 files, and as many tiny ones.
 
 All of it is in one folder on tmpfs, so that no disk is timed. Files that do not fit are left out, which
 is reported."""
@@ -147,3 +148,30 @@ def make_entries(folder, quick):
         else:
             os.link(first, os.path.join(inner, f"file-{number % 1000:04}.bin"))
     return {"files": count, "bytes": count * length}
+
+
+def make_small_files(folder, quick):
+    """Makes files of 100 bytes, which have little to compress and much to open."""
+    count = 200 if quick else 100_000
+    for number in range(count):
+        inner = os.path.join(folder, f"{number // 1000:03}")
+        if number % 1000 == 0:
+            os.makedirs(inner)
+        with open(os.path.join(inner, f"{number:06}"), "wb") as file:
+            file.write((b"a small file, number %06d. " % number * 4)[:100])
+    return {"files": count, "bytes": 100 * count}
+
+
+def make_large_file(tree, path, quick):
+    """Joins files of the tree, over and over, to one of 200 MB."""
+    wanted = 2 * MB if quick else 200 * MB
+    files = regular_files(tree)
+    random.Random(2).shuffle(files)
+    with open(path, "wb") as large:
+        while large.tell() < wanted:
+            for name, _ in files:
+                with open(name, "rb") as file:
+                    large.write(file.read(wanted - large.tell()))
+            if large.tell() == 0:
+                sys.exit("scripts/bench: only empty files to measure on")
+    return wanted

@@ -63,5 +63,5 @@ need_build_packages() { need_packages g++ cmake ninja-build; }
 need_bench_libraries() { need_packages libbenchmark-dev zlib1g-dev libdeflate-dev libisal-dev; }
 need_bench_packages() {
   need_bench_libraries
-  need_packages python3 ncompress zip unzip libarchive-tools 7zip gnuplot-nox time
+  need_packages python3 ncompress zip unzip pigz libarchive-tools 7zip gnuplot-nox time
 }

@@ -26,7 +26,11 @@ def ahead(figures):
     """The same figures of a machine on which this project is a thousand times as fast."""
     fast = copy.deepcopy(figures)
     fast["quick"] = False
-    fast["peaks"] = {name: 3000 for name in fast["peaks"]}
+    for group in ("peaks", "peaks_on_all"):
+        fast[group] = {name: 3000 for name in fast[group]}
+    fast["on_all"] = {name: [clock / 1e6 for clock in seconds] if name.endswith("/moldex") else seconds
+                      for name, seconds in fast["on_all"].items()}
+    fast["scaling"] = {name: [1, 1] if name.endswith("/1") else [1e-3, 1e-3] for name in fast["scaling"]}
     for name, rates in fast["rates"].items():
         if name.endswith(("/CsCompr", "/CsDecompr", "/archive")):
             fast["rates"][name] = {sample: rate * 1000 for sample, rate in rates.items()}
@@ -60,13 +64,16 @@ class Smoke(unittest.TestCase):
         self.assertNotIn("failed", self.output)
 
     def test_fails_whatever_figure_is_missing(self):
-        named = {name for row in rows.ROWS for name in (row.own, row.peer, row.plus)}
-        for name in (named | set(rows.LIMITS)) - {"", "peak"}:
+        named = {name for row in rows.rows_of(self.figures) for name in (row.own, row.peer, row.plus)}
+        for name in (named | set(rows.LIMITS)) - {"", "peak", "all/peak"}:
             figures = ahead(self.figures)
             self.assertEqual(rows.judge(figures)[1], [])
-            figures["rates"].pop(name, figures["seconds"].pop(name, None))
+            for group in ("rates", "seconds", "scaling"):
+                figures[group].pop(name.replace("/all", f"/{figures['cores']}"), None)
+            figures["on_all"].pop(name.removeprefix("all/"), None) if name.startswith("all/") else None
             self.assertTrue(rows.judge(figures)[1], name)
-        for kind in ("peaks", "samples"):
+        on_several = ("peaks_on_all",) if self.figures["cores"] > 1 else ()
+        for kind in ("peaks", "samples", *on_several):
             for name in self.figures[kind]:
                 figures = ahead(self.figures)
                 figures[kind].pop(name)
@@ -81,8 +88,13 @@ class Smoke(unittest.TestCase):
                     for key, value in list(items):
                         values[key] = value * factor
         slow["peaks"]["list"] = 8193
+        slow["peaks_on_all"]["list"] = 8193 + 4096 * (slow["cores"] - 1)
+        for name, values in slow["on_all"].items():
+            slow["on_all"][name] = [value * (1e15 if name.endswith("/moldex") else 1) for value in values]
+        for name in slow["scaling"]:
+            slow["scaling"][name] = [1, 1] if name.endswith("/1") else [100, 100]
         lines, failed = rows.judge(slow)
-        self.assertEqual(failed, [row for row in rows.ROWS if row.must])
+        self.assertEqual(failed, [row for row in rows.rows_of(slow) if row.must])
         self.assertEqual(sum(line[7] == "MISSED" for line in lines), len(failed))
         status, output = self.judged(slow)
         self.assertEqual(status, 1)
@@ -102,7 +114,7 @@ class Smoke(unittest.TestCase):
         status, output = bench("--quick", "--build", self.folder, "--figures", self.kept + "2",
                                os.path.join(ROOT, "docs"))
         self.assertEqual(status, 1, output)
-        for row in rows.ROWS:
+        for row in rows.rows_of(self.figures):
             self.assertIn(f"missed or not measured: {row.work} {row.beside}".rstrip(), output)
 
 
