@@ -20,6 +20,9 @@ class BitWriter {
   void MoveTo(std::uint8_t* next) { next_ = next; }
   [[nodiscard]] std::uint8_t* Next() const { return next_; }
 
+  // The number of bits that are added but not stored.
+  [[nodiscard]] unsigned HeldBits() const { return bit_count_; }
+
   // Adds the `count` lowest bits of `value`; the others must be 0.
   void Add(std::uint64_t value, unsigned count) {
     bits_ |= value << bit_count_;

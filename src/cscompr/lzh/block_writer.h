@@ -1,28 +1,22 @@
-// Collects the tokens of a block and writes the block. Decides where the block ends, builds its
-// codes, and sends it in these or in the fixed ones, whichever takes fewer bytes. Knows nothing of
-// windows and matches.
+// Writes blocks: builds the codes of one and sends it in these or in the fixed ones, whichever
+// takes fewer bytes. Knows nothing of windows and matches.
 #ifndef MOLDEX_CSCOMPR_LZH_BLOCK_WRITER_H_
 #define MOLDEX_CSCOMPR_LZH_BLOCK_WRITER_H_
 
-#include <array>
 #include <cstddef>
-#include <cstdint>
+#include <span>
 
 #include "cscompr/bit_writer.h"
+#include "cscompr/lzh/block_border.h"
 #include "cscompr/lzh/token.h"
 
 namespace cscompr {
 
-// The tokens of the open block. The matcher adds them until `size` reaches `stop`, where the block
-// may end.
-struct LzhTokens {
-  static constexpr std::size_t kCapacity = 16383;
+// Sends a block of `tokens`, with `counts` their counts. Leaves less than a byte held in `output`.
+void WriteBlock(bool is_final, std::span<const LzhToken> tokens, const TokenCounts& counts,
+                BitWriter& output);
 
-  std::array<LzhToken, kCapacity> tokens{};
-  std::size_t size = 0;
-  std::size_t stop = 0;
-};
-
+// Collects the tokens of one block after the other and writes the blocks.
 class LzhBlockWriter {
  public:
   // The most bytes of one block. A match in fixed codes takes at most 30 bits, and no block is
@@ -32,6 +26,7 @@ class LzhBlockWriter {
   // `closes_early`: whether a block may end before it is full.
   void Reset(bool closes_early);
 
+  // The tokens of the open block. At their stop the block may end.
   [[nodiscard]] LzhTokens& Tokens() { return tokens_; }
 
   // Called when the tokens have reached their stop: whether the block ends here. Moves the stop on
@@ -42,15 +37,13 @@ class LzhBlockWriter {
   void Close(bool is_final, BitWriter& output);
 
  private:
-  void CountNewTokens();
-  [[nodiscard]] bool PaysToEndHere() const;
   void Open();
+  [[nodiscard]] std::span<const LzhToken> Added() const {
+    return std::span(tokens_.tokens).first(tokens_.size);
+  }
 
   LzhTokens tokens_;
-  std::size_t counted_ = 0;  // tokens that are in the counts below
-  std::array<std::uint32_t, kTokenRows> row_counts_{};
-  std::array<std::uint32_t, kDistanceRows> distance_counts_{};
-  bool closes_early_ = false;
+  LzhBlockBorder border_;
 };
 
 }  // namespace cscompr

@@ -16,15 +16,17 @@ constexpr std::array<LzhMatcher::Effort, 9> LzhMatcher::kEfforts = {{{4, 4, 16},
                                                                      {32, 258, 1024},
                                                                      {32, 258, 4096}}};
 
-void LzhMatcher::Reset(int level, std::uint32_t stream_length) {
+void LzhMatcher::ResetAt(int level, std::uint32_t stream_length, std::uint32_t origin,
+                         const LzhPlace& place) {
   effort_ = kEfforts[static_cast<std::size_t>(level) - 1];
   heads_.fill(0);
   if (IsDeep()) long_heads_.fill(0);
+  origin_ = origin;
   inserted_ = 0;
-  position_ = 0;
+  position_ = place.position - origin;
   end_ = 0;
-  remaining_ = stream_length;
-  pending_ = {};
+  remaining_ = stream_length - origin;
+  pending_ = {place.pending_length, place.pending_distance};
 }
 
 std::uint32_t LzhMatcher::Feed(std::span<const std::uint8_t> input) {
@@ -58,6 +60,7 @@ void LzhMatcher::Slide() {
       long_links_[i] = (entry & 0xFFFF) < kHalfWindow ? without_link : entry - kHalfWindow;
     }
   }
+  origin_ += kHalfWindow;
   inserted_ -= kHalfWindow;
   position_ -= kHalfWindow;
   end_ -= kHalfWindow;

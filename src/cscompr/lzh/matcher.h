@@ -12,14 +12,38 @@
 #include <cstdint>
 #include <span>
 
-#include "cscompr/lzh/block_writer.h"
+#include "cscompr/lzh/deflate_format.h"
+#include "cscompr/lzh/token.h"
 
 namespace cscompr {
 
+// Where a matcher stands between two decisions. Its future tokens depend on nothing else but the
+// bytes of the stream.
+struct LzhPlace {
+  std::uint32_t position = 0;        // of the next byte to decide, in the stream
+  std::uint32_t pending_length = 0;  // of the match at position - 1 that waits; 0: none
+  std::uint32_t pending_distance = 0;
+
+  bool operator==(const LzhPlace&) const = default;
+};
+
 class LzhMatcher {
  public:
+  static constexpr std::uint32_t kHalfWindow = 16384;
+  // Positions are decided when this many bytes from them on are known.
+  static constexpr std::uint32_t kMinLookahead = kMaxMatch + kMinMatch + 1;
+
   // `level` is 1 to 9; `stream_length` is what all calls of Feed together will bring.
-  void Reset(int level, std::uint32_t stream_length);
+  void Reset(int level, std::uint32_t stream_length) { ResetAt(level, stream_length, 0, {}); }
+
+  // Starts within a stream. Feed then takes the bytes from `origin` on, a multiple of kHalfWindow
+  // that is not after the place. Their strings are entered into the chains, but nothing is decided
+  // before the place.
+  void ResetAt(int level, std::uint32_t stream_length, std::uint32_t origin, const LzhPlace& place);
+
+  [[nodiscard]] LzhPlace Place() const {
+    return {origin_ + position_, pending_.length, pending_.distance};
+  }
 
   // Copies as much of `input` into the window as fits, and returns the number of bytes.
   std::uint32_t Feed(std::span<const std::uint8_t> input);
@@ -35,9 +59,7 @@ class LzhMatcher {
   Pause Run(LzhTokens& tokens);
 
  private:
-  static constexpr std::uint32_t kHalfWindow = 16384;
   static constexpr std::uint32_t kWindow = 2 * kHalfWindow;
-  static constexpr std::uint32_t kMinLookahead = kMaxMatch + kMinMatch + 1;
   static constexpr std::uint32_t kMaxDistance = kHalfWindow - kMinLookahead;
   static constexpr std::uint32_t kSlidePosition = kHalfWindow + kMaxDistance;
   static constexpr std::uint32_t kHashBatch = 32;  // strings that are hashed at a time
@@ -89,6 +111,7 @@ class LzhMatcher {
   std::uint32_t remaining_ = 0;  // bytes of the stream not yet in the window
   Match pending_{};              // at position_ - 1, unless a longer one replaces it
   Effort effort_{};
+  std::uint32_t origin_ = 0;  // of the window, in the stream
 };
 
 }  // namespace cscompr

@@ -11,6 +11,7 @@
 #define MOLDEX_CSCOMPR_LZH_TOKEN_H_
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include "cscompr/lzh/deflate_format.h"
@@ -59,6 +60,16 @@ constexpr std::uint32_t TokenRow(LzhToken token) { return token & 0x1FF; }
 constexpr std::uint32_t TokenDistanceSymbol(LzhToken token) { return (token >> 9) & 0x1F; }
 constexpr std::uint32_t TokenDistanceExtra(LzhToken token) { return token >> 14; }
 constexpr bool IsLiteralToken(LzhToken token) { return TokenDistanceSymbol(token) == kNoDistance; }
+
+// The tokens of a block, which is full with kCapacity of them. The matcher adds to them until
+// `size` reaches `stop`.
+struct LzhTokens {
+  static constexpr std::size_t kCapacity = 16383;
+
+  std::array<LzhToken, kCapacity> tokens{};
+  std::size_t size = 0;
+  std::size_t stop = 0;
+};
 
 }  // namespace cscompr
 
