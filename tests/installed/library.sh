@@ -32,7 +32,7 @@ $libdir/cmake/cscompr/cscompr-config-version.cmake $libdir/cmake/cscompr/cscompr
 $libdir/libcscompr.a $libdir/pkgconfig/cscompr.pc \
 share/doc/libcscompr-dev/copyright share/doc/libcscompr-dev/examples/CMakeLists.txt \
 share/doc/libcscompr-dev/examples/roundtrip.c " \
-  "$(cd moved && find . -type f | sed 's|^\./||' | LC_ALL=C sort | tr '\n' ' ')"
+  "$(cd moved && find . -type f ! -name changelog.gz | sed 's|^\./||' | LC_ALL=C sort | tr '\n' ' ')"
 header=moved/include/cscompr/cscompr.h
 examples=moved/share/doc/libcscompr-dev/examples
 

@@ -1,0 +1,44 @@
+#!/usr/bin/env bash
+# Tries the packages of a folder in bare Debians: clean_debian.sh FOLDER
+# In one it builds and tests the source package, and lintian finds nothing. In the other apt installs the
+# .debs; the program works, desktops know its archives, and file does as README.Debian says. Nothing
+# stays after the removal.
+set -euo pipefail
+. "$(dirname "$0")/packages.sh"
+. "$(dirname "$0")/chroot.sh"
+folder=$(realpath "$1")
+work=$(mktemp -d -p "${MOLDEX_LARGE_DIR:-/var/tmp}")
+trap 'rm -rf "$work"' EXIT
+chmod 755 "$work"
+cd "$work"
+
+make_chroot "$work/build"
+cp -a build install
+
+mkdir build/src install/debs
+cp "$folder"/*.dsc "$folder"/*.tar.* build/src
+in_chroot build sh -ec 'cd /src
+  { apt-get update -qq && apt-get build-dep -y -qq --no-install-recommends ./*.dsc; } >/var/log/install 2>&1
+  dpkg-source -x ./*.dsc unpacked && cd unpacked && dpkg-buildpackage -us -uc' >log 2>&1 ||
+  { tail -n 40 log build/var/log/install; exit 1; }
+install_in_chroot build lintian
+in_chroot build sh -c 'lintian --fail-on error,warning --allow-root /src/*.changes'
+echo "built in a bare Debian; its tests:" && grep 'PASSED' log
+
+cp build/src/*.deb install/debs
+install_in_chroot install file shared-mime-info libglib2.0-bin
+in_chroot install sh -ec 'cd /root
+  apt-get install -y -qq /debs/moldex_*.deb /debs/libcscompr-dev_*.deb
+  moldex -cf a.qel /usr/share/doc && moldex -xf a.qel -R out && diff -r /usr/share/doc out/usr/share/doc
+  gio info -a standard::content-type a.qel | grep -q application/x-moldex
+  sed -n "s/^ *for .*:  \(.*\)/\1/p" /usr/share/doc/moldex/README.Debian >ways
+  while read -r way; do
+    eval "$way" >said
+    file a.qel | cat - said | grep -q "MOLDEX archive, version 2.00"
+    rm -f ~/.magic && : >/etc/magic
+  done <ways
+  test "$(wc -l <ways)" -eq 3
+  apt-get purge -y -qq moldex libcscompr-dev && rm -r a.qel out
+  test -z "$(find / -xdev \( -name "*moldex*" -o -name "*cscompr*" \) -not -path "/debs/*")"' >log 2>&1 ||
+  { tail -n 40 log; exit 1; }
+echo "installed, used and removed in a bare Debian"
