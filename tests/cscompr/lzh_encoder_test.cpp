@@ -28,17 +28,6 @@ Bytes LongMatches(std::size_t size) {
   return bytes;
 }
 
-// No three bytes occur twice; `size` up to 16,384.
-Bytes NoMatches(std::size_t size) {
-  Bytes bytes;
-  for (unsigned i = 0; bytes.size() < size; ++i) {
-    bytes.push_back(static_cast<std::uint8_t>(i / 64));
-    bytes.push_back(static_cast<std::uint8_t>(128 + i % 64));
-  }
-  bytes.resize(size);
-  return bytes;
-}
-
 struct Corpus {
   const char* name;
   std::function<Bytes(std::size_t)> make;

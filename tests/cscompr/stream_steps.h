@@ -225,6 +225,17 @@ inline Bytes Text(std::size_t length) {
   return bytes;
 }
 
+// No three bytes occur twice; `size` up to 16,384.
+inline Bytes NoMatches(std::size_t size) {
+  Bytes bytes;
+  for (unsigned i = 0; bytes.size() < size; ++i) {
+    bytes.push_back(static_cast<std::uint8_t>(i / 64));
+    bytes.push_back(static_cast<std::uint8_t>(128 + i % 64));
+  }
+  bytes.resize(size);
+  return bytes;
+}
+
 // Runs of all lengths, with few different bytes.
 inline Bytes Runs(std::size_t length) {
   std::mt19937 random(3);
