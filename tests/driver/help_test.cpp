@@ -96,38 +96,32 @@ TEST(Help, ManPageHasTheOptionsOfTheTable) {
   EXPECT_NE(page.find(".Os \"moldex " MOLDEX_RELEASE "\"\n"), std::string::npos);
 }
 
+// The script that lists entries, as it stands in the completions of shells that have awk.
+std::string AwkScript(const std::string& completion) {
+  const std::size_t begin = completion.find("awk '\n");
+  return begin == std::string::npos
+             ? "none"
+             : completion.substr(begin, completion.find("\n'", begin) - begin);
+}
+
 TEST(Help, CompletionsHaveTheOptionsOfTheTable) {
-  const auto row = [](std::string_view name, std::string_view value) {
-    return "    [" + std::string(name) + "]='" + std::string(value) + "'\n";
-  };
   const char* const kinds[] = {"", "archive", "directory", "file", "mode"};
-  std::string argument;
-  std::string objects;
+  std::string table = "'\n";
   for (const Option& option : Options()) {
-    const std::string name = "-" + std::string(option.name);
-    const std::string kind = kinds[static_cast<int>(option.argument)];
-    argument += row(name, kind.empty() ? "none" : kind);
-    objects += "        [pscustomobject]@{ Name = '" + name +
-               "'; Group = " + (option.spelling == Spelling::kLetter ? "$true" : "$false") +
-               "; Argument = '" + kind + "'; Commands = '" + std::string(option.commands) +
-               "'; Text = '" + std::string(option.text) + "' }\n";
+    const char* spelling = option.spelling == Spelling::kWord ? "word" : "letter";
+    table += "-" + std::string(option.name) + "|" +
+             (option.command != kNoCommand ? "command" : spelling) + "|" +
+             kinds[static_cast<int>(option.argument)] + "|" + std::string(option.commands) + "|" +
+             std::string(option.text) + "\n";
   }
-  const std::string every(kEveryCommand);
-  const std::string all = every + Fitting(every, Spelling::kLetter);
-  std::string words = row("none", Fitting(every, Spelling::kWord));
-  std::string letters = row("all", all) + row("none", every);
-  for (const char& command : kEveryCommand) {
-    const std::string_view name(&command, 1);
-    words += row(name, Fitting(name, Spelling::kWord));
-    letters += row(name, Fitting(name, Spelling::kLetter));
+  table += "'";
+  for (const char* name : {"bash", "zsh", "fish", "ps1"}) {
+    const std::string script = Source(std::string("share/moldex.") + name);
+    EXPECT_NE(script.find(table), std::string::npos) << name << table;
+    if (name != std::string("ps1")) {
+      EXPECT_EQ(AwkScript(script), AwkScript(Source("share/moldex.bash"))) << name;
+    }
   }
-  const std::string tables = "  commands='" + every + "'\n  argument=(\n" + argument +
-                             "  )\n  words=(\n" + words + "  )\n  letters=(\n" + letters + "  )\n";
-  EXPECT_NE(Source("share/moldex.bash").find(tables), std::string::npos) << tables;
-  objects = "    $commands = '" + every + "'\n    $options = @(\n" + objects + "    )\n";
-  const std::string script = Source("share/moldex.ps1");
-  EXPECT_NE(script.find(objects), std::string::npos) << objects;
-  EXPECT_NE(script.find("'^[" + all + "]*$'"), std::string::npos);
 }
 
 TEST(Help, ManPageIsWithoutFaultAndReadable) {
@@ -172,15 +166,20 @@ TEST(Help, StatusesAreThoseOfTheCodeAndOfTheDocuments) {
   EXPECT_NE(Source("docs/manual.md").find(rows), std::string::npos) << rows;
 }
 
-TEST(Help, BashCompletesWhatFits) {
+TEST(Help, ShellsCompleteWhatFits) {
   const TempDir folder;
-  MakeTree(folder.Path(), {{"a.qel", FileNode("")},
-                           {"B.QEL", FileNode("")},
+  MakeTree(folder.Path(), {{"B.QEL", FileNode("")},
                            {"n.txt", FileNode("")},
                            {"d.qel", DirectoryNode()},
                            {"my dir", DirectoryNode()},
+                           {"my dir/it's", FileNode("")},
+                           {"my dir/sub", DirectoryNode()},
+                           {"my dir/sub/x:y", FileNode("")},
                            {"my dir/x y.qel", FileNode("")},
-                           {"my dir/z", FileNode("")}});
+                           {"only/below", FileNode("")}});
+  const std::string here =
+      "cd '" + folder.Path().string() + "' && PATH='" MOLDEX_FOLDER "':$PATH\n";
+  EXPECT_EQ(Shell(here + "moldex -cf a.qel 'my dir' n.txt only/below"), "");
   const std::pair<const char*, const char*> cases[] = {
       // Letters of groups: a command first, then what goes with it.
       {"-c", "-cf,-ci,-cr,-cv"},
@@ -194,38 +193,47 @@ TEST(Help, BashCompletesWhatFits) {
       {"-x -l", "-l,-lower"},
       {"-m -", "-V,-backup,-e,-f,-g,-n"},
       {"-f -x -x -fl", "-flat"},
-      // An option that counts once is offered once; words that begin with its letter stay.
+      // An option that was given is not offered again; words that begin with its letter stay.
       {"-mf a.qel -", "-V,-backup,-e,-g,-n"},
       {"-f a.qel -xv", "-xvg"},
+      {"-vxg -flat -e -", "-A,-P,-R,-V,-backup,-f,-h,-lower,-n"},
       {"-c -A n -C d -T n -X n -p 644 -", "-P,-V,-backup,-e,-f,-i,-n,-r,-v"},
       {"-x -R d -R", ""},
       // Values.
-      {"-xf ''", "B.QEL,a.qel,d.qel,my dir"},
+      {"-xf ", "B.QEL,a.qel,d.qel,my dir,only"},
       {"-cfv d", "d.qel"},
-      {"-tf 'my dir/'", "my dir/x y.qel"},
-      {"-c -C ''", "d.qel,my dir"},
-      {"-xf a.qel -R '\"my'", "my dir"},
-      {"-tf 'my\\ dir/'", "my dir/x y.qel"},
-      {"-tf '\"my dir\"/'", "my dir/x y.qel"},
-      {"-c -A ''", "B.QEL,a.qel,d.qel,my dir,n.txt"},
-      {"-c -p ''", ""},
-      {"-c -p -C ''", "B.QEL,a.qel,d.qel,my dir,n.txt"},
-      // Names.
+      {"-tf my\\ dir/", "my dir/sub,my dir/x y.qel"},
+      {"-c -C ", "d.qel,my dir,only"},
+      {"-xf a.qel -R m", "my dir"},
+      {"-c -A ", "B.QEL,a.qel,d.qel,my dir,n.txt,only"},
+      {"-c -p ", ""},
+      {"-c -p -C ", "B.QEL,a.qel,d.qel,my dir,n.txt,only"},
+      // Names on the disk, and names in the archive, from which only that of a directory is offered
+      // unless there is nothing else.
       {"-cf a.qel n", "n.txt"},
+      {"-xf a.qel ", "my dir,n.txt,only/below"},
+      {"-df a.qel -v o", "only/below"},
+      {"-t -f a.qel m", "my dir,my dir/it's,my dir/sub,my dir/x y.qel"},
+      {"-tf a.qel my\\ dir/s", "my dir/sub,my dir/sub/x:y"},
+      {"-tf a.qel -flat x", "x y.qel,x:y"},
+      {"-tgf A.QEL n", "n.txt"},
+      {"-xf n.txt ", ""},
+      {"-x ", ""},
   };
-  std::string script =
-      "cd '" + folder.Path().string() +
-      "' && . '" SHARE
-      "moldex.bash'\nexport LC_ALL=C\n"
-      "words() { COMP_WORDS=(moldex \"$@\"); COMP_CWORD=$#; COMPREPLY=(); _moldex\n"
-      "printf '%s\\n' \"${COMPREPLY[@]}\" | sort | paste -sd,; }\n";
+  const TempDir typed;
+  std::string lines;
   std::string expected;
   for (const auto& [line, completions] : cases) {
-    const std::string mark = std::string("  of ") + line + "\n";
-    script += std::string("words ") + line + "\ncat <<'END'\n" + mark + "END\n";
-    expected += std::string(completions) + "\n" + mark;
+    lines += std::string(line) + "\n";
+    expected += std::string(line) + "\t" + completions + "\n";
   }
-  EXPECT_EQ(Shell(script), expected);
+  WriteFile(typed.Path() / "lines", lines);
+  for (const std::string shell : {"bash", "zsh", "fish"}) {
+    const std::string complete = "'" MOLDEX_SOURCE_FOLDER "/tests/driver/complete.sh' " + shell;
+    EXPECT_EQ(Shell(here + complete + " '" SHARE "' <'" + typed.Path().string() + "/lines'"),
+              expected)
+        << shell;
+  }
 }
 
 // There is no PowerShell in Debian: the script is not run here. Its text shows
@@ -234,8 +242,9 @@ TEST(Help, BashCompletesWhatFits) {
 TEST(Help, PowerShellScriptIsWellFormed) {
   const std::string script = "\n" + Source("share/moldex.ps1");
   EXPECT_TRUE(std::regex_match(script, std::regex("[ -~\n]*")));
-  std::string brackets = std::regex_replace(
-      script, std::regex(R"re('[^'\n]*'|"[^"\n]*"|\n *#[^\n]*|[^\[\](){}'"])re"), "");
+  std::string brackets =
+      std::regex_replace(std::regex_replace(script, std::regex("@'\n[^']*\n'@"), ""),
+                         std::regex(R"re('[^'\n]*'|"[^"\n]*"|\n *#[^\n]*|[^\[\](){}'"])re"), "");
   for (std::size_t before = brackets.size() + 1; before > brackets.size();) {
     before = brackets.size();
     brackets = std::regex_replace(brackets, std::regex(R"(\[\]|\(\)|\{\})"), "");
