@@ -4,6 +4,8 @@ set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME program)
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
+set(MOLDEX_ZSH_FOLDER share/zsh/site-functions CACHE STRING "Where zsh looks for completions")
+
 # The program. On Windows everything lies in one folder; elsewhere each file lies where it is looked for.
 set(share ${PROJECT_SOURCE_DIR}/share)
 if(WIN32)
@@ -25,6 +27,8 @@ else()
   install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${pages} RENAME copyright)
   install(FILES ${share}/moldex.1 DESTINATION share/man/man1)
   install(FILES ${share}/moldex.bash DESTINATION share/bash-completion/completions RENAME moldex)
+  install(FILES ${share}/moldex.zsh DESTINATION ${MOLDEX_ZSH_FOLDER} RENAME _moldex)
+  install(FILES ${share}/moldex.fish DESTINATION share/fish/vendor_completions.d)
   # Desktops read share/mime. file(1) has no folder that packages may add to, so its file lies with
   # the program's own; docs/manual.md says how file finds it.
   install(FILES ${share}/moldex.ps1 ${share}/moldex.magic DESTINATION share/moldex)

@@ -164,8 +164,10 @@ function level(start,    i, at, slash, name, seen) {
     found[++total] = name
   }
 }
+/^MOLDEX: processing .*\r$/ { ends_in_cr = 1 }  # on Windows
 match($0, /^[-dl][-r][-w][-x][-h][-s][-a][-c]-- *[0-9]+ /) {
   whole = substr($0, RLENGTH + 22)
+  if (ends_in_cr) sub(/\r$/, "", whole)
   if (ENVIRON["MOLDEX_LOWER"]) whole = tolower(whole)
   names[++count] = whole
   entries[whole]
