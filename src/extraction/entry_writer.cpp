@@ -12,6 +12,7 @@ namespace moldex {
 
 void CEntryWriter::MakeFile(const CDirEntry& entry) {
   file_ = place_.MakeFile(entry.GetName());
+  bytes_.Begin();
   entry_ = &entry;
   is_backup_stream_ = false;
   is_complete_ = false;
@@ -23,7 +24,7 @@ void CEntryWriter::Write(const DataPiece& piece) {
   if (!file_.IsValid()) return;
   is_backup_stream_ = piece.is_backup_stream;
   const bool is_written =
-      is_backup_stream_ ? RestoreBackup(piece.bytes) : file_.WriteAll(piece.bytes).ok();
+      is_backup_stream_ ? RestoreBackup(piece.bytes) : bytes_.Write(piece.bytes).ok();
   if (!is_written) throw CWriteExcept(PathOf(*entry_));
 }
 
@@ -40,6 +41,7 @@ bool CEntryWriter::RestoreBackup(std::span<const std::uint8_t> bytes) {
 void CEntryWriter::EndData() {
   if (is_backup_stream_ && !file_.EndBackup()) FailDataLength(entry_->GetName());
   is_backup_stream_ = false;
+  if (!bytes_.Finish()) throw CWriteExcept(PathOf(*entry_));
   is_complete_ = true;
 }
 

@@ -11,13 +11,14 @@
 #include "archive/entry_sink.h"
 #include "extraction/output_place.h"
 #include "platform/file_handle.h"
+#include "platform/sparse_writer.h"
 
 namespace moldex {
 
 class CEntryWriter : public IEntrySink {
  public:
   // `place` outlives the writer.
-  explicit CEntryWriter(COutputPlace& place) : place_(place) {}
+  explicit CEntryWriter(COutputPlace& place) : place_(place), bytes_(file_) {}
 
   // Throw what COutputPlace throws.
   void MakeFile(const CDirEntry& entry) override;
@@ -26,7 +27,7 @@ class CEntryWriter : public IEntrySink {
   // The bytes written until then stay. The data of a directory, which only a strange archive has,
   // are dropped.
   void Write(const DataPiece& piece) override;
-  // Throws CExcept for a backup stream that was left incomplete.
+  // Throws CExcept for a backup stream that was left incomplete, and CWriteExcept.
   void EndData() override;
 
   // After EndData: gives the object the security descriptor that its archive keeps. A failure is
@@ -51,6 +52,7 @@ class CEntryWriter : public IEntrySink {
   COutputPlace& place_;
   const CDirEntry* entry_ = nullptr;  // the file that is being written
   CFileHandle file_;
+  CSparseWriter bytes_;  // into file_
   bool is_backup_stream_ = false;
   bool is_complete_ = false;  // its data are
 };

@@ -86,6 +86,10 @@ class CFileHandle {
   Result<void> Skip(std::int32_t low, std::int32_t high);
   Result<void> SeekToEnd();
 
+  // Says that a part of the file which is skipped and never written need take no space. A file
+  // system that cannot do that keeps zeros there, as it does everywhere without this call.
+  void AllowHoles();
+
   // The low 32 bits of the position. Throws CInvalidHandle and CGetFilePosExcept.
   std::uint32_t GetPosition();
   // Moves to a 32-bit position. Throws CInvalidHandle and CSetFilePointerExcept.

@@ -153,6 +153,9 @@ Result<void> CFileHandle::SeekToEnd() {
   return {};
 }
 
+// Every file may have holes.
+void CFileHandle::AllowHoles() {}
+
 std::uint32_t CFileHandle::GetPosition() {
   if (!IsValid()) throw CInvalidHandle();
   const off_t position = MoveToSkipped() ? lseek(Descriptor(handle_), 0, SEEK_CUR) : -1;

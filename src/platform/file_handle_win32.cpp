@@ -4,6 +4,7 @@
 #include <io.h>
 #include <sys/stat.h>
 #include <windows.h>
+#include <winioctl.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -149,6 +150,12 @@ Result<void> CFileHandle::Skip(std::int32_t low, std::int32_t high) {
 Result<void> CFileHandle::SeekToEnd() {
   if (!IsValid()) return RememberErrno(EBADF);
   return MovePointer(handle_, 0, FILE_END);
+}
+
+void CFileHandle::AllowHoles() {
+  DWORD unused = 0;
+  (void)DeviceIoControl(SystemHandle(handle_), FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &unused,
+                        nullptr);
 }
 
 std::uint32_t CFileHandle::GetPosition() {

@@ -5,6 +5,7 @@
 
 #include "platform/buffered_reader.h"
 #include "platform/buffered_writer.h"
+#include "platform/sparse_writer.h"
 #include "support/folder_test.h"
 #include "support/noise.h"
 
@@ -138,6 +139,31 @@ TEST_F(BufferedFile, WritesOfAnySizeArriveInOrder) {
     }
     ASSERT_TRUE(writer.Flush());
     EXPECT_TRUE(Bytes("file") == content) << seed;
+  }
+}
+
+// Data and zeros in turn, in runs around the size of a block, written in pieces of any size.
+TEST_F(BufferedFile, AFileWithHolesHasTheSameBytes) {
+  CFileHandle file;
+  CSparseWriter writer(file);
+  for (unsigned seed = 0; seed < 60; ++seed) {
+    std::mt19937 random(seed);
+    std::string content;
+    for (unsigned run = seed % 2; run < 12; ++run) {
+      const std::size_t length = random() % (3 * CSparseWriter::kBlockBytes);
+      content += run % 2 == 0 ? Noise(length, run) : std::string(length, '\0');
+    }
+    content.append(seed % 3 * CSparseWriter::kBlockBytes, '\0');
+    ASSERT_TRUE(file.Open(Name("file"), kOpenCreate));
+    writer.Begin();
+    for (std::size_t at = 0; at < content.size();) {
+      const std::string piece = content.substr(at, AnySize(random));
+      ASSERT_TRUE(writer.Write(AsBytes(piece)));
+      at += piece.size();
+    }
+    ASSERT_TRUE(writer.Finish());
+    ASSERT_TRUE(file.Close());
+    ASSERT_EQ(Bytes("file"), content) << seed;
   }
 }
 

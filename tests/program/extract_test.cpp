@@ -1,4 +1,5 @@
 // Extraction and verification: what comes back on disk, which entries, and what ends a run.
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -26,6 +27,25 @@ TEST_F(Extract, BringsATreeBack) {
   EXPECT_EQ(Below("out/d"), AsExtracted(Below("d")));
   ExpectExtraction(Extracted(9));  // over what is there
   EXPECT_EQ(Below("out/d"), AsExtracted(Below("d")));
+}
+
+TEST_F(Extract, LeavesHolesWhereAFileHoldsZeros) {
+  constexpr std::size_t kZeros = 3'000'000;
+  Archive({FileEntry("hole", std::string(kZeros, '\0')),
+           FileEntry("data", std::string(kZeros, '\0') + "x" + std::string(kZeros, '\0'))});
+  for (const std::size_t left : {0, 1}) {  // into new files, and over those that hold data
+    if (left != 0) Make({{"out/hole", FileNode(Numbers(100'000))}});
+    ExpectExtraction(Extracted(2));
+    EXPECT_TRUE(Bytes("out/hole") == std::string(kZeros, '\0'));
+    EXPECT_EQ(Bytes("out/data").size(), 2 * kZeros + 1);
+    EXPECT_EQ(Bytes("out/data").find_first_not_of('\0'), kZeros);
+    if (LeftOutOnWindows("the space that files take: Wine does not tell")) continue;
+    for (const char* name : {"out/hole", "out/data"}) {
+      struct stat status {};
+      EXPECT_EQ(stat(Path(name).c_str(), &status), 0);
+      EXPECT_LE(status.st_blocks, 64) << name;
+    }
+  }
 }
 
 TEST_F(Extract, FillsDirectoriesThatWillBeClosedAndClosesTheInnerOnesFirst) {
