@@ -5,30 +5,33 @@
 #ifndef MOLDEX_ARCHIVE_BACKUP_COMPRESS_H_
 #define MOLDEX_ARCHIVE_BACKUP_COMPRESS_H_
 
+#include <optional>
+#include <span>
+
 #include "archive/compress_strategy.h"
-#include "report/progress.h"
+#include "archive/data_blocks.h"
 
 namespace moldex {
 
 class CBackupCompress : public ICompressStrategy {
  public:
-  CBackupCompress(CompressionBuffers& buffers, CProgress& progress)
-      : buffers_(buffers), progress_(progress) {}
+  explicit CBackupCompress(CompressionBuffers& buffers) : buffers_(buffers) {}
 
-  // Throws CReadExcept when the system stops delivering, CCompExcept, CWriteExcept,
-  // CSetFilePointerExcept when the header is out of reach, and CExcept when the stream is longer
-  // than the size in the header can say.
-  void Compress(CArchiveWriter& archive) override;
-  void SetEntry(CDirEntry* entry) override { entry_ = entry; }
+  void SetEntry(CDirEntry* entry) override;
+  // Fails with CReadExcept when the system stops delivering, with CCompExcept, and with CExcept
+  // when the stream is longer than the size in the header can say.
+  bool Compress(CDataPiece& piece) override;
 
  private:
   void CheckLength() const;
-  std::size_t ReadPiece();
-  std::size_t CompressPiece(CArchiveWriter& archive, std::size_t length);
+  void ReadInput(CDataPiece& piece);
+  void Finish(CDataPiece& piece);
 
   CompressionBuffers& buffers_;
-  CProgress& progress_;
   CDirEntry* entry_ = nullptr;
+  bool is_begun_ = false;                // the first piece was read
+  std::optional<CStreamWriter> stream_;  // of the current piece
+  std::span<const std::uint8_t> input_;  // what the encoder has not taken yet
   std::uint32_t checksum_ = 0;
   std::uint64_t total_bytes_ = 0;
 };

@@ -1,36 +1,48 @@
-// Turns the contents of an entry into the data blocks of an archive: CNormalCompress from the bytes
-// of a file, CBackupCompress from its backup stream. CCreate makes one strategy for all entries of
-// a run.
+// Turns the contents of entries into the data blocks of an archive: CNormalCompress from the bytes
+// of a file, CBackupCompress from its backup stream. CCreate chooses one for all entries of a run.
+//
+// A strategy works on a worker, for one entry after the other. It knows neither the archive nor
+// the run: all it makes goes into pieces. Its failures are CDeferredFailure objects
+// (report/deferred_failure.h).
 #ifndef MOLDEX_ARCHIVE_COMPRESS_STRATEGY_H_
 #define MOLDEX_ARCHIVE_COMPRESS_STRATEGY_H_
 
 #include <array>
 #include <cstdint>
+#include <functional>
+#include <memory>
 
 #include "archive/archive_format.h"
+#include "cscompr/stream_encoder.h"
 
 namespace moldex {
 
-class CArchiveWriter;
+class CDataPiece;
 class CDirEntry;
 
-// The buffers that serve every entry of a run, so that no entry allocates any.
+// The encoder and the input buffer that a strategy needs. They serve many entries, so that no entry
+// allocates any.
 struct CompressionBuffers {
-  // A block: its header directly before its payload, so that both leave in one write.
-  std::array<std::uint8_t, kBlockHeaderBytes + kLargestPayload> output;
-  // A piece of the file.
-  std::array<std::uint8_t, kLargestPayload> input;
+  // Space in front of a file that is read whole, for the head of a stream.
+  static constexpr std::size_t kHeadSpace = 64;
+
+  std::array<std::uint8_t, kHeadSpace + kLargestPayload> input;
+  cscompr::StreamEncoder encoder;
 };
 
 class ICompressStrategy {
  public:
   virtual ~ICompressStrategy() = default;
-  // Writes the data blocks and the checksum of the entry that was set.
-  virtual void Compress(CArchiveWriter& archive) = 0;
   // Sets the entry whose data are next; it stays the caller's. May read its file, and set the size
-  // for its header. Throws CReadExcept.
+  // for its header. Fails with CReadExcept.
   virtual void SetEntry(CDirEntry* entry) = 0;
+  // Adds up to a block of the entry's data to a part of a piece that is not full, and after the
+  // last block the checksum. Returns whether more follow.
+  virtual bool Compress(CDataPiece& piece) = 0;
 };
+
+// The buffers outlive the strategy.
+using StrategyMaker = std::function<std::unique_ptr<ICompressStrategy>(CompressionBuffers&)>;
 
 }  // namespace moldex
 

@@ -6,7 +6,9 @@
 #include "archive/backup_compress.h"
 #include "archive/byte_count.h"
 #include "archive/entry_adder.h"
+#include "archive/entry_queue.h"
 #include "archive/normal_compress.h"
+#include "archive/workers.h"
 #include "platform/file_services.h"
 #include "report/except.h"
 #include "report/exit_status.h"
@@ -44,14 +46,27 @@ void CCreate::Execute() {
 }
 
 void CCreate::WriteArchive() {
+  context_.FindFilesInUse({});
   const char* directory = options_.change_directory;
   if (directory != nullptr && !ChangeDirectory(directory)) throw CChgDirExcept(directory);
-  const auto strategy = MakeStrategy();
   if (!appending_) archive_->writer().WriteHeader(context_.long_names());
   CountTotal();
-  CEntryAdder adder(context_, *archive_, *strategy);
-  CTreeWalk(adder, options_).WalkNames();
+  AddEntries();
   FinishArchive();
+}
+
+void CCreate::AddEntries() {
+  CEntryQueue queue(context_, archive_->writer(), Strategy(), WorkersFor(options_));
+  CEntryAdder adder(context_, archive_->identity(), queue);
+  try {
+    CTreeWalk(adder, options_).WalkNames();
+  } catch (const CInterruptExcept&) {
+    throw;
+  } catch (...) {
+    queue.CatchUp();
+    throw;
+  }
+  queue.Finish();
 }
 
 // Only when progress is shown, because this takes a second walk over all names.
@@ -79,10 +94,14 @@ void CCreate::OpenArchive() {
 }
 
 // Backup streams need the header positions and 64-bit times of long-name mode.
-std::unique_ptr<ICompressStrategy> CCreate::MakeStrategy() {
-  if (options_.backup && context_.long_names())
-    return std::make_unique<CBackupCompress>(buffers_, context_.progress());
-  return std::make_unique<CNormalCompress>(buffers_, context_.progress(), context_.long_names());
+StrategyMaker CCreate::Strategy() const {
+  const bool long_names = context_.long_names();
+  if (options_.backup && long_names) {
+    return [](CompressionBuffers& buffers) { return std::make_unique<CBackupCompress>(buffers); };
+  }
+  return [=](CompressionBuffers& buffers) {
+    return std::make_unique<CNormalCompress>(buffers, long_names);
+  };
 }
 
 // When objects had to be left out and -i does not allow that, a new archive is deleted, and one

@@ -26,7 +26,8 @@ class CCreate : public CCommand {
  private:
   void OpenArchive();
   void WriteArchive();
-  std::unique_ptr<ICompressStrategy> MakeStrategy();
+  void AddEntries();
+  StrategyMaker Strategy() const;
   void CountTotal();
   void FinishArchive();
   std::vector<std::string> CleanUp();
@@ -37,7 +38,6 @@ class CCreate : public CCommand {
   const CCmdLineOptions& options_;
   bool appending_;
   std::unique_ptr<CContainer> archive_;
-  CompressionBuffers buffers_;
 };
 
 }  // namespace moldex

@@ -1,5 +1,5 @@
-// Compresses pieces by the library and cuts its output into the data blocks of an archive, for all
-// strategies. Reads no files: the strategies pass the pieces.
+// Compresses the pieces of a stream and cuts the encoder's output into the data blocks of an
+// archive, for all strategies. Reads no files: the strategies pass the pieces.
 #ifndef MOLDEX_ARCHIVE_DATA_BLOCKS_H_
 #define MOLDEX_ARCHIVE_DATA_BLOCKS_H_
 
@@ -7,41 +7,37 @@
 #include <optional>
 #include <span>
 
-#include "archive/compress_strategy.h"
+#include "archive/data_piece.h"
+#include "cscompr/stream_encoder.h"
 
 namespace moldex {
 
-// One compressed stream. Until Complete, call Compress for a piece and then WriteBlock for its
-// output.
+// One compressed stream. Until Complete, call Compress for a piece of input and then WriteBlock for
+// its output, with the same data piece.
 class CStreamWriter {
  public:
-  // `length_bytes` is that of the whole stream.
-  CStreamWriter(CArchiveWriter& archive, CompressionBuffers& buffers, std::int32_t length_bytes)
-      : archive_(archive), buffers_(buffers), length_bytes_(length_bytes) {}
+  // `length_bytes` is that of the whole stream. The encoder is this stream's until it is complete.
+  CStreamWriter(cscompr::StreamEncoder& encoder, std::int32_t length_bytes)
+      : encoder_(&encoder), length_bytes_(length_bytes) {}
 
-  // Compresses from a piece into the output buffer; returns how much of it was taken. Empty when
-  // the library fails, or makes no headway.
-  std::optional<std::size_t> Compress(std::span<const std::uint8_t> piece);
+  // Compresses into the space of `to`, which is not full; returns how much of the input was taken.
+  // Empty when the encoder fails, or makes no headway.
+  std::optional<std::size_t> Compress(std::span<const std::uint8_t> input, CDataPiece& to);
 
-  // Whether the output buffer was full, so that the rest of the piece has to be passed again.
+  // Whether the output space was full, so that the rest of the input has to be passed again.
   bool WantsSamePiece() const;
   bool Complete() const;
 
-  // Writes what the last call produced, if anything. `last_stream` says that the entry ends with
-  // this stream. False when the stream is complete but has no output left to mark its end with.
-  // Throws CWriteExcept.
-  bool WriteBlock(bool last_stream);
+  // Adds what the last call produced, if anything. `last_stream` says that the entry ends with this
+  // stream. False when the stream is complete but has no output left to mark its end with.
+  bool WriteBlock(bool last_stream, CDataPiece& to);
 
  private:
-  CArchiveWriter& archive_;
-  CompressionBuffers& buffers_;
+  cscompr::StreamEncoder* encoder_;
   std::int32_t length_bytes_;
   std::int32_t code_ = 0;  // of the last call; 0 before the first
   std::size_t produced_bytes_ = 0;
 };
-
-// Writes the checksum that follows an entry's last block. Throws CWriteExcept.
-void WriteChecksum(CArchiveWriter& archive, std::uint32_t checksum);
 
 }  // namespace moldex
 

@@ -3,8 +3,6 @@
 #include <array>
 #include <cerrno>
 
-#include "archive/archive_writer.h"
-#include "archive/compress_strategy.h"
 #include "archive/entry_info.h"
 #include "archive/entry_sink.h"
 #include "archive/entry_source.h"
@@ -81,17 +79,6 @@ void CDirEntry::FillHeader(const EntryType& type, const EntrySettings& settings)
 void CDirEntry::FillFromAttributes() {
   header_.mode = ModeOfAttributes(status_.attributes, disk_name_) |
                  (status_.mode & (IsDirectory() ? 0 : kModeOwnerExecute));
-}
-
-void CDirEntry::WriteTo(CArchiveWriter& archive, const std::string& utf8_name,
-                        ICompressStrategy& strategy) {
-  const bool has_data = header_.size_bytes() != 0 && file_.IsValid();
-  if (has_data) strategy.SetEntry(this);
-  header_position_ = archive.Position();
-  archive.WriteEntry(header_, utf8_name, user_data_);
-  if (has_data) strategy.Compress(archive);
-  archive.EndEntry();
-  (void)file_.Close();
 }
 
 void CDirEntry::Print(CLogMan& log) const {

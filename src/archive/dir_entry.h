@@ -17,10 +17,8 @@
 
 namespace moldex {
 
-class CArchiveWriter;
 class CLink;
 class CLogMan;
-class ICompressStrategy;
 class IEntrySink;
 class IEntrySource;
 
@@ -56,15 +54,14 @@ class CDirEntry {
   // --- Into an archive.
 
   // Looks the object up a last time, opens it if it has data, and fills the header. False when it
-  // cannot be read.
+  // cannot be read; another call may follow then.
   virtual bool Prepare(const EntrySettings& settings) = 0;
+
+  // Whether data have to follow the header. Only for an entry that is prepared and open.
+  bool HasDataToStore() const { return header_.size_bytes() != 0 && file_.IsValid(); }
 
   // The size in the header: of the data as they are stored.
   void SetSize(std::uint64_t bytes) { header_.set_size_bytes(bytes); }
-
-  // Writes header, name and user data, and the data through the strategy. `utf8_name` is the
-  // archive name in UTF-8. Throws CWriteExcept, CReadExcept, CCompExcept.
-  void WriteTo(CArchiveWriter& archive, const std::string& utf8_name, ICompressStrategy& strategy);
 
   // --- Both.
 
@@ -85,8 +82,6 @@ class CDirEntry {
   const EntryHeader& header() const { return header_; }
   std::span<const std::uint8_t> user_data() const { return user_data_; }
   CFileHandle& file() { return file_; }
-  // The position in the archive at which the header was written.
-  std::uint32_t header_position() const { return header_position_; }
 
  protected:
   // Fills the header from the status, in long-name mode from the attributes; with the permissions
@@ -110,7 +105,6 @@ class CDirEntry {
   FileStatus status_;
   EntryHeader header_;
   std::vector<std::uint8_t> user_data_;
-  std::uint32_t header_position_ = 0;
   CFileHandle file_;
 };
 

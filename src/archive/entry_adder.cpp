@@ -6,7 +6,6 @@
 #include "platform/file_services.h"
 #include "platform/shortcut.h"
 #include "report/except.h"
-#include "report/hints.h"
 
 namespace moldex {
 namespace {
@@ -22,17 +21,17 @@ EntrySettings SettingsOf(CRunContext& context) {
 
 }  // namespace
 
-CEntryAdder::CEntryAdder(CRunContext& context, CContainer& archive, ICompressStrategy& strategy)
+CEntryAdder::CEntryAdder(CRunContext& context, const FileIdentity& archive, CEntryQueue& queue)
     : context_(context),
       options_(context.options()),
       settings_(SettingsOf(context)),
       archive_(archive),
-      strategy_(strategy) {}
+      queue_(queue) {}
 
 bool CEntryAdder::OnObject(const std::string& name, const FileStatus& status, bool is_start) {
   if (is_start) return true;
   // An archive never contains itself, whatever it is called here.
-  if (status.identity == archive_.identity()) return false;
+  if (status.identity == archive_) return false;
   const bool resolve = options_.resolve_links && status.kind == FileKind::kRegular &&
                        IsShortcutName(SystemPathRules(), name);
   if (!resolve) return AddEntry(name, status, name);
@@ -58,7 +57,7 @@ void CEntryAdder::AddShortcutTarget(const std::string& name, const FileStatus& s
   const std::string last(LastComponent(rules, shortcut.target));
   if (!target || last.empty() || IsShortcutName(rules, last)) {
     OnInaccessible(name, target ? "a shortcut that leads to no file" : nullptr);
-  } else if (target->identity != archive_.identity()) {
+  } else if (target->identity != archive_) {
     AddEntry(shortcut.target, *target, options_.absolute_paths ? shortcut.target : last);
   }
 }
@@ -71,9 +70,10 @@ std::string CEntryAdder::PrepareEntry(CDirEntry& entry, const std::string& archi
       OnInaccessible(name, "its name is too long");
       return {};
     }
-    if (entry.Prepare(settings_) && !utf8_name.empty()) return utf8_name;
+    if (Prepare(entry) && !utf8_name.empty()) return utf8_name;
     OnInaccessible(name, nullptr);
   } catch (CConversionExcept& failure) {  // of the name, or of a link's target
+    queue_.CatchUp();
     context_.log().PrintInfo(failure);
     OnInaccessible(name, "its name, or its target, has no form in UTF-8");
   }
@@ -84,29 +84,32 @@ bool CEntryAdder::AddEntry(const std::string& name, const FileStatus& status,
                            const std::string& stored_as) {
   const std::string archive_name =
       StoredName(SystemPathRules(), options_.Renamed(stored_as), options_.absolute_paths);
-  const auto entry = MakeEntry(name, status, settings_.keep_links);
-  const std::string utf8_name = PrepareEntry(*entry, archive_name);
+  // Text about the entries before it may be part of this object.
+  if (context_.files_in_use().Holds(status.identity)) queue_.Finish();
+  auto entry = MakeEntry(name, status, settings_.keep_links);
+  std::string utf8_name = PrepareEntry(*entry, archive_name);
   if (utf8_name.empty()) return false;
-  if (HasParentComponent(SystemPathRules(), archive_name)) {
-    KeepHint("names with \"..\" in them were stored; extraction refuses them unless -P is given");
-  }
-  context_.progress().SetCurrentName(name);
-  if (options_.verbose) context_.log().PrintMessage("a " + archive_name);
-  entry->WriteTo(archive_.writer(), utf8_name, strategy_);
-  if (options_.statistics) context_.statistics().CountFile();
+  queue_.Add({std::move(entry), archive_name, std::move(utf8_name)});
   return true;
 }
 
+bool CEntryAdder::Prepare(CDirEntry& entry) {
+  return entry.Prepare(settings_) || (queue_.FreeResources() && entry.Prepare(settings_));
+}
+
 void CEntryAdder::OnInaccessible(const std::string& name, const char* why) {
+  queue_.CatchUp();
   context_.ReportInaccessibleFile(name, why);
 }
 
 void CEntryAdder::OnLinkWithoutTarget(const std::string& name) {
+  queue_.CatchUp();
   CExcept failure("MOLDEX: no link target for " + name, kErrorNoLinkTarget, false);
   context_.log().PrintInfo(failure);
 }
 
 void CEntryAdder::OnCutOffDirectory() {
+  queue_.CatchUp();
   throw CExcept("MOLDEX: error in CCreate::ProcessDirectory");
 }
 

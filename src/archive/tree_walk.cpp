@@ -70,7 +70,7 @@ void CTreeWalk::WalkPattern(std::string_view pattern) {
   CSortedDirectory names(directory, memory_);
   names.SetFilter([=](const char* name) { return MatchesPattern(rules, last, name); });
   bool matched = false;
-  while (const auto name = names.Next()) {
+  while (const auto name = NextName(names)) {
     matched = true;
     VisitName(directory + *name);
     DrainLevels();
@@ -100,11 +100,20 @@ Result<FileStatus> CTreeWalk::Look(const std::string& name, const Level* level) 
   return level != nullptr ? QueryLinkStatusIn(level->identity, name) : QueryLinkStatus(name);
 }
 
+std::optional<std::string> CTreeWalk::NextName(CSortedDirectory& directory) {
+  auto name = directory.Next();
+  const DirectoryResult& outcome = directory.Outcome();
+  if (name || outcome || IsCutOff(outcome) || !visitor_.OnFailedCall()) return name;
+  directory.TryAgain();
+  return directory.Next();
+}
+
 // `level` is the directory that the walk has found the name in.
 void CTreeWalk::VisitName(const std::string& name, const Level* level) {
   ThrowIfInterrupted();
   if (!IsMeant(name)) return;
-  const auto status = Look(name, level);
+  auto status = Look(name, level);
+  if (!status && visitor_.OnFailedCall()) status = Look(name, level);
   if (!status) {
     if (IsLinkWithoutTarget(name)) {
       visitor_.OnLinkWithoutTarget(name);
@@ -124,7 +133,7 @@ void CTreeWalk::VisitName(const std::string& name, const Level* level) {
 void CTreeWalk::DrainLevels() {
   while (!levels_.empty()) {
     Level& level = levels_.back();
-    if (const auto name = level.names.Next()) {
+    if (const auto name = NextName(level.names)) {
       VisitName(JoinPath(level.path, *name), &level);
       continue;
     }

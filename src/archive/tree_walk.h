@@ -32,6 +32,9 @@ class ITreeVisitor {
   virtual void OnLinkWithoutTarget(const std::string& name) = 0;
   // A directory that could be opened and cannot be read to its end. The walk goes on after it.
   virtual void OnCutOffDirectory() = 0;
+  // A call of the system has failed. Whether the visitor has freed what the system was short of, so
+  // that it is worth trying again.
+  virtual bool OnFailedCall() { return false; }
 };
 
 class CTreeWalk {
@@ -65,6 +68,7 @@ class CTreeWalk {
   void WalkPattern(std::string_view pattern);
   void VisitName(const std::string& name, const Level* level = nullptr);
   Result<FileStatus> Look(const std::string& name, const Level* level) const;
+  std::optional<std::string> NextName(CSortedDirectory& directory);
   bool IsMeant(const std::string& name);
   void DrainLevels();
   bool IsBeingWalked(const FileIdentity& identity) const;

@@ -12,14 +12,21 @@ constexpr std::size_t kCapacity = 256 * 1024;
 CBufferedWriter::CBufferedWriter(CFileHandle& file) : file_(file), buffer_(kCapacity) {}
 
 Result<void> CBufferedWriter::Write(std::span<const std::uint8_t> bytes) {
-  if (bytes.size() > buffer_.size() - used_) {
+  while (bytes.size() > buffer_.size() - used_) {
+    const std::size_t count = buffer_.size() - used_;
+    Keep(bytes.first(count));
+    bytes = bytes.subspan(count);
     const auto flushed = Flush();
     if (!flushed) return flushed;
   }
-  if (bytes.size() > buffer_.size()) return file_.WriteAll(bytes);
+  Keep(bytes);
+  return {};
+}
+
+void CBufferedWriter::Keep(std::span<const std::uint8_t> bytes) {
+  if (bytes.empty()) return;
   std::memcpy(buffer_.data() + used_, bytes.data(), bytes.size());
   used_ += bytes.size();
-  return {};
 }
 
 Result<void> CBufferedWriter::Flush() {

@@ -1,5 +1,6 @@
-// Collects small writes to a file into large ones. Its destructor writes nothing: bytes after the
-// last Flush are lost. The writer of archives uses it.
+// Collects small writes to a file into large ones of equal size, however the bytes are cut into
+// calls. Its destructor writes nothing: bytes after the last Flush are lost. The writer of archives
+// uses it.
 #ifndef MOLDEX_PLATFORM_BUFFERED_WRITER_H_
 #define MOLDEX_PLATFORM_BUFFERED_WRITER_H_
 
@@ -26,6 +27,8 @@ class CBufferedWriter {
   std::size_t PendingBytes() const { return used_; }
 
  private:
+  void Keep(std::span<const std::uint8_t> bytes);
+
   CFileHandle& file_;
   std::vector<std::uint8_t> buffer_;
   std::size_t used_ = 0;

@@ -35,6 +35,12 @@ std::optional<std::string> CSortedDirectory::Next() {
   return last_;
 }
 
+void CSortedDirectory::TryAgain() {
+  complete_ = false;
+  outcome_ = {};
+  first_left_out_.clear();
+}
+
 void CSortedDirectory::ReadBatch() {
   complete_ = true;  // until a name has to be left for the next batch
   const auto keep = [this](const char* name) {

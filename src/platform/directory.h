@@ -76,6 +76,8 @@ class CSortedDirectory {
   // The next name; empty at the end and after a failure. Outcome tells which.
   std::optional<std::string> Next();
   const DirectoryResult& Outcome() const { return outcome_; }
+  // After a failure at kOpen: the next call of Next opens the directory again.
+  void TryAgain();
 
  private:
   friend class CNameMemory;

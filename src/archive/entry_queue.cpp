@@ -1,0 +1,161 @@
+#include "archive/entry_queue.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "archive/workers.h"
+#include "base/path_rules.h"
+#include "platform/file_services.h"
+#include "platform/interrupt.h"
+#include "report/deferred_failure.h"
+#include "report/exit_status.h"
+#include "report/hints.h"
+#include "report/system_error.h"
+
+namespace moldex {
+namespace {
+
+// Files that may be open ahead of their turn. Most systems allow a process more.
+constexpr std::size_t kMostOpenFiles = 256;
+
+// A batch of small files is handed to a worker when they have this many bytes. The time that it
+// takes to hand it over is nothing against the time to compress it.
+constexpr std::uint64_t kBatchBytes = 256 * 1024;
+
+// Data that wait for their turn, for each worker: enough for workers to go on with small files
+// while one compresses a large file before them.
+constexpr std::size_t kWaitingBytes = 2 * 1024 * 1024;
+
+std::size_t JobsFor(unsigned workers) { return std::max<std::size_t>(8, 2 * workers + 2); }
+
+std::size_t BatchEntriesFor(unsigned workers) {
+  return workers > 1 ? kMostOpenFiles / JobsFor(workers) : 1;
+}
+
+}  // namespace
+
+CEntryQueue::CEntryQueue(CRunContext& context, CArchiveWriter& archive, StrategyMaker maker,
+                         unsigned workers)
+    : context_(context),
+      archive_(archive),
+      maker_(std::move(maker)),
+      batch_entries_(BatchEntriesFor(workers)),
+      work_(workers, {JobsFor(workers), workers * kWaitingBytes}) {}
+
+void CEntryQueue::Add(PreparedEntry entry) {
+  if (IsEmpty()) status_ = ExitStatus();
+  if (entry.entry->HasDataToStore()) {
+    batch_bytes_ += entry.entry->header().size_bytes();
+  } else {
+    (void)entry.entry->file().Close();
+  }
+  batch_.push_back(std::move(entry));
+  if (batch_.size() < batch_entries_ && batch_bytes_ < kBatchBytes) return;
+  SubmitBatch();
+  while (!work_.HasSpace() || (!work_.IsEmpty() && work_.IsReady()))
+    TakePiece();
+}
+
+void CEntryQueue::SubmitBatch() {
+  std::vector<CDirEntry*> entries;
+  entries.reserve(batch_.size());
+  for (PreparedEntry& entry : batch_) {
+    entries.push_back(entry.entry.get());
+    entries_.push_back(std::move(entry));
+  }
+  batch_.clear();
+  batch_bytes_ = 0;
+  work_.Submit(std::make_unique<CCompressJob>(std::move(entries), pool_, maker_));
+}
+
+void CEntryQueue::Finish() {
+  if (!batch_.empty()) SubmitBatch();
+  while (!work_.IsEmpty())
+    TakePiece();
+}
+
+void CEntryQueue::CatchUp() {
+  if (is_broken_ || IsEmpty()) return;
+  const CSystemErrorGuard guard;
+  const int status = ExitStatus();
+  SetExitStatus(status_);
+  Finish();
+  SetExitStatus(status);
+}
+
+bool CEntryQueue::FreeResources() {
+  const int why = LastSystemError().errno_value;
+  const bool is_shortage = why == EMFILE || why == ENFILE || why == ENOMEM;
+  if (!is_shortage || IsEmpty()) return false;
+  batch_entries_ = std::max<std::size_t>(batch_entries_ / 2, 1);
+  Finish();
+  return true;
+}
+
+// The first part of the next entry may be long in coming, so the entry is announced before.
+void CEntryQueue::TakePiece() {
+  is_broken_ = true;  // unless all of this succeeds
+  Announce();
+  CDataPiece* piece = nullptr;
+  if (Next(piece) == Work::State::kPiece) {
+    WriteParts(*piece);
+  } else {
+    work_.Drop();
+  }
+  is_broken_ = false;
+}
+
+// A failure while the run is to end is most likely a consequence of that.
+CEntryQueue::Work::State CEntryQueue::Next(CDataPiece*& piece) {
+  try {
+    const auto state = work_.Next(piece);
+    ThrowIfInterrupted();
+    return state;
+  } catch (const CDeferredFailure& failure) {
+    ThrowIfInterrupted();
+    failure.Raise();
+    throw;
+  }
+}
+
+// Tells the user about the next entry, once.
+void CEntryQueue::Announce() {
+  if (entries_.empty() || std::exchange(is_announced_, true)) return;
+  const PreparedEntry& next = entries_.front();
+  if (HasParentComponent(SystemPathRules(), next.name)) {
+    KeepHint("names with \"..\" in them were stored; extraction refuses them unless -P is given");
+  }
+  context_.progress().SetCurrentName(next.entry->GetName());
+  if (context_.options().verbose) context_.log().PrintMessage("a " + next.name);
+}
+
+void CEntryQueue::WriteParts(const CDataPiece& piece) {
+  std::size_t begin = 0;
+  for (const CDataPiece::Part& part : piece.parts()) {
+    if (!has_header_) WriteHeader();
+    context_.progress().Advance(part.read_bytes);
+    archive_.Write(piece.Bytes(begin, part.end));
+    if (part.size_bytes)
+      archive_.PatchEntrySize(header_position_, static_cast<std::uint32_t>(*part.size_bytes));
+    if (part.ends_entry) EndEntry();
+    begin = part.end;
+  }
+}
+
+void CEntryQueue::WriteHeader() {
+  Announce();
+  const PreparedEntry& next = entries_.front();
+  header_position_ = archive_.Position();
+  archive_.WriteEntry(next.entry->header(), next.utf8_name, next.entry->user_data());
+  has_header_ = true;
+}
+
+void CEntryQueue::EndEntry() {
+  archive_.EndEntry();
+  if (context_.options().statistics) context_.statistics().CountFile();
+  entries_.pop_front();
+  is_announced_ = has_header_ = false;
+}
+
+}  // namespace moldex
