@@ -45,7 +45,7 @@ Bytes InPieces(const Bytes& content, int level, std::uint32_t piece_bytes) {
                       content.begin() + std::min(begin + piece_bytes, stream.length));
     const Bytes history(content.begin() + begin - (begin > 0 ? kLzhHistoryBytes : 0),
                         content.begin() + begin);
-    const LzhPieceInput input{stream, begin, history, bytes};
+    const LzhPieceInput input{stream, begin, history, bytes, joiner->TokenBegin()};
     matcher->Match(input, piece);
     joiner->Join(input, *matcher, piece);
     CodePiece(piece, coded);

@@ -53,7 +53,7 @@ class LzhPieces : public ::testing::Test {
       const Bytes copy(bytes.begin(), bytes.end());
       const std::uint32_t history = begin > 0 ? kLzhHistoryBytes : 0;
       const Bytes before(data.data() + begin - history, data.data() + begin);
-      AddPiece({stream, begin, before, copy}, made);
+      AddPiece({stream, begin, before, copy, knows_tokens_ ? joiner_->TokenBegin() : 0}, made);
       begin += length;
     } while (begin < stream.length);
     return made;
@@ -62,12 +62,14 @@ class LzhPieces : public ::testing::Test {
   void Check(const Bytes& data, int level) {
     const Delivered whole = AsAWhole(data, level);
     for (const std::uint32_t steps : {1U, 3U}) {
+      knows_tokens_ = steps == 1;
       ASSERT_TRUE(InPieces(data, level, steps * kLzhStepBytes) == whole)
           << "level " << level << ", size " << data.size() << ", steps " << steps;
     }
   }
 
   std::function<void(LzhPiece&)> damage_;
+  bool knows_tokens_ = false;
   std::uint32_t pieces_ = 0;
   std::uint32_t corrected_ = 0;
   std::uint32_t agreed_later_ = 0;
@@ -159,22 +161,40 @@ TEST_F(LzhPieces, EndBlocksWhereOneEncoderDoes) {
         Check(data, level);
     }
   }
+  for (std::size_t zeros = 16180; zeros < 16195; ++zeros)
+    Check(Joined(Joined(Bytes(zeros), NoMatches(16384)), Noise(1000)), 2);
 }
 
-// Makes the tokens of the first steps wrong, and their places in one field.
+TEST_F(LzhPieces, AgreeWithinRepeatsWhenATokenIsKnown) {
+  knows_tokens_ = true;
+  for (const std::size_t period : {1U, 2U, 300U, 9000U}) {
+    Bytes data = Noise(period);
+    while (data.size() < 200'000)
+      data.push_back(data.end()[-static_cast<std::ptrdiff_t>(period)]);
+    for (const int level : {2, 9})
+      EXPECT_TRUE(InPieces(data, level, kLzhStepBytes) == AsAWhole(data, level));
+  }
+  EXPECT_EQ(corrected_, 0U);
+}
+
+// Takes the tokens of the first steps away, and makes the places there wrong in one field.
 TEST_F(LzhPieces, TakeNoTokensFromAMatcherAtAnotherPlace) {
-  const Bytes data = Text(180'000);
+  const Bytes data = Joined(Noise(100'000, 100), Text(80'000));
   const Delivered whole = AsAWhole(data, 2);
   for (const auto field :
        {&LzhPlace::position, &LzhPlace::pending_length, &LzhPlace::pending_distance}) {
-    for (std::uint32_t steps = 1; steps <= 4; ++steps) {
+    for (std::uint32_t wrong = 1; wrong <= 4; ++wrong) {
       damage_ = [=](LzhPiece& piece) {
-        for (std::uint32_t i = 0; i < steps; ++i)
-          piece.steps.at(i).place.*field ^= 1;
-        for (std::uint32_t i = 0; i < piece.steps.at(steps).token_count; ++i)
-          piece.room[LzhPiece::kMostCarried + i] = LiteralToken('?');
+        const std::uint32_t count = piece.steps.at(wrong).token_count;
+        const auto tokens = piece.room.subspan(LzhPiece::kMostCarried, piece.size);
+        std::ranges::copy(tokens.subspan(count), tokens.begin());
+        piece.size -= count;
+        for (std::uint32_t i = 0; i <= piece.step_count; ++i) {
+          piece.steps.at(i).token_count -= std::min(count, piece.steps.at(i).token_count);
+          if (i < wrong) piece.steps.at(i).place.*field ^= 1;
+        }
       };
-      EXPECT_TRUE(InPieces(data, 2, 5 * kLzhStepBytes) == whole) << steps;
+      EXPECT_TRUE(InPieces(data, 2, 5 * kLzhStepBytes) == whole) << wrong;
     }
   }
 }

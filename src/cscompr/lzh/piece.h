@@ -45,6 +45,11 @@ struct LzhPieceInput {
   std::span<const std::uint8_t> history;  // the kLzhHistoryBytes before it, or none
   std::span<const std::uint8_t> bytes;    // of the piece; the last piece may be of any length
 
+  // Where a token is known to begin: what LzhPieceJoiner::TokenBegin returned last. In a long run
+  // of zeros, or of any repeated string, matchers agree only if it is given. Any other value
+  // changes nothing but the time.
+  std::uint32_t token_begin = 0;
+
   [[nodiscard]] bool IsLast() const { return begin + bytes.size() == stream.length; }
 };
 

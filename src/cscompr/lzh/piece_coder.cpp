@@ -1,7 +1,5 @@
 #include "cscompr/lzh/piece_coder.h"
 
-#include <cstring>
-
 #include "cscompr/bit_writer.h"
 #include "cscompr/lzh/block_writer.h"
 
@@ -33,8 +31,7 @@ void CodePiece(const LzhPiece& piece, LzhCodedPiece& coded) {
     bits = static_cast<std::uint32_t>(output.Next() - begin) * 8 + output.HeldBits();
   }
   end_steps(static_cast<std::size_t>(-1));
-  output.StoreAll();
-  std::memset(output.Next(), 0, BitWriter::kSlackBytes);
+  output.StoreAll();  // the byte after the last one is 0 then, so that Append may shift
   coded.step_count = piece.step_count;
   coded.is_last = piece.is_last;
 }

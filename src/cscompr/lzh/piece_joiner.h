@@ -34,6 +34,11 @@ class LzhPieceJoiner {
   // which takes up to the time of matching. Returns the number of bytes that were matched again.
   std::uint32_t Join(const LzhPieceInput& input, LzhPieceMatcher& matcher, LzhPiece& piece);
 
+  // Where the first token begins that does not belong to the pieces joined so far.
+  [[nodiscard]] std::uint32_t TokenBegin() const {
+    return place_.position - (place_.pending_length > 0 ? 1 : 0);
+  }
+
   // Joins the next coded piece to those before it, and returns its part of the stream: the stream's
   // header if it is the first, then its bits but for the last few, which wait for the next piece,
   // unless it is the last. The bytes stand in the memory of `coded`. Makes

@@ -14,6 +14,13 @@ constexpr std::uint32_t kWarmUpBytes = 1024;
 // The matcher leaves this many bytes undecided at the end of what it knows, or fewer.
 constexpr std::uint32_t kUndecided = LzhMatcher::kMinLookahead - 1;
 
+// Where repeats are long, all tokens are matches of the greatest length. A matcher of the whole
+// stream begins one at this place if that is so from here to `token_begin`, or from there to here.
+std::uint32_t WarmUpBegin(const LzhPieceInput& input) {
+  const std::uint32_t latest = input.begin - kUndecided - kWarmUpBytes;
+  return latest - (latest % kMaxMatch + kMaxMatch - input.token_begin % kMaxMatch) % kMaxMatch;
+}
+
 std::span<const std::uint8_t> TakeStep(std::span<const std::uint8_t>& bytes) {
   const auto step = bytes.first(std::min<std::size_t>(bytes.size(), kLzhStepBytes));
   bytes = bytes.subspan(step.size());
@@ -24,8 +31,7 @@ std::span<const std::uint8_t> TakeStep(std::span<const std::uint8_t>& bytes) {
 
 void LzhPieceMatcher::Match(const LzhPieceInput& input, LzhPiece& piece) {
   const auto history = static_cast<std::uint32_t>(input.history.size());
-  const std::uint32_t first = input.begin - std::min(history, kUndecided + kWarmUpBytes);
-  Start(input, {first, 0, 0});
+  Start(input, {history > 0 ? WarmUpBegin(input) : 0, 0, 0});
   if (history > 0) Decide([](std::span<const LzhToken>) {});
 
   LzhToken* const begin = piece.room.data() + LzhPiece::kMostCarried;
@@ -48,7 +54,6 @@ std::uint32_t LzhPieceMatcher::Correct(const LzhPieceInput& input, const LzhPlac
   std::memmove(room_end - piece.size, begin, piece.size * sizeof *begin);
 
   Start(input, place);
-  piece.steps[0].place = place;
   LzhToken* end = begin;
   std::uint32_t right = 0;
   std::uint32_t step = 0;
