@@ -128,7 +128,7 @@ void ExpectShown(const TerminalRun& run, std::string_view part) {
 }
 
 // The screen without the figures of the work, which must be there and begin like this.
-Lines BeforeFigures(const TerminalRun& run, std::string figures, std::size_t columns = 80) {
+Lines BeforeFigures(const TerminalRun& run, const std::string& figures, std::size_t columns = 80) {
   Lines screen = ScreenOf(run.bytes, columns);
   for (Lines::iterator line = screen.begin(); line != screen.end(); ++line) {
     if (!line->starts_with(figures.substr(0, columns - 1))) continue;
