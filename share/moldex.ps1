@@ -192,7 +192,7 @@ Register-ArgumentCompleter -Native -CommandName 'moldex', 'moldex.exe' -ScriptBl
             $count += 1
         }
         # Nothing more fits: the group is complete.
-        if ($count -eq 0 -and $given -cnotcontains $word) {
+        if ($count -eq 0 -and $group.Count -gt 0 -and $given -cnotcontains $word) {
             New-Result $word 'ParameterName' $group[-1].Text
         }
     } elseif ($wanted -ceq '' -and 'tdx'.Contains($command) -and $command -cne '') {
