@@ -3,6 +3,8 @@
 #include <system_error>
 #include <utility>
 
+#include "parallel/signals.h"
+
 namespace moldex {
 
 CWorkerThreads::CWorkerThreads(unsigned most_threads, std::function<bool(Lock&)> run_one)
@@ -31,7 +33,7 @@ void CWorkerThreads::Employ(Lock& lock) {
   if (threads_.size() == most_threads_) return;
   lock.unlock();
   try {
-    threads_.emplace_back([this] { Loop(); });
+    internal::MakeWithoutSignals([this] { threads_.emplace_back([this] { Loop(); }); });
   } catch (const std::system_error&) {  // the system has no more to give
     most_threads_ = threads_.size();
   }

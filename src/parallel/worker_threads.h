@@ -1,5 +1,5 @@
-// Threads that do what a source of work gives them, until they are told to end. COrderedWork is
-// the only such source.
+// Threads that do what a source of work gives them, until they are told to end. They take no
+// signals. COrderedWork is the only such source.
 #ifndef MOLDEX_PARALLEL_WORKER_THREADS_H_
 #define MOLDEX_PARALLEL_WORKER_THREADS_H_
 

@@ -17,13 +17,13 @@ bool AwaitReady(int descriptor, short events) {
   sigset_t all;
   sigset_t former;
   sigfillset(&all);
-  if (sigprocmask(SIG_BLOCK, &all, &former) != 0) return true;
+  if (pthread_sigmask(SIG_BLOCK, &all, &former) != 0) return true;
   int ready = 0;
   while (interrupt::status == 0 && ready == 0) {
     ready = ppoll(&wait, 1, nullptr, &former);
     if (ready < 0 && errno == EINTR) ready = 0;
   }
-  sigprocmask(SIG_SETMASK, &former, nullptr);
+  pthread_sigmask(SIG_SETMASK, &former, nullptr);
   return ready != 0;
 }
 
