@@ -44,6 +44,12 @@ class ICompressStrategy {
 // The buffers outlive the strategy.
 using StrategyMaker = std::function<std::unique_ptr<ICompressStrategy>(CompressionBuffers&)>;
 
+// How a run makes the data of its entries.
+struct CompressionMethod {
+  StrategyMaker maker;
+  bool stores_bytes;  // the data of a large file are its bytes, not a backup stream
+};
+
 }  // namespace moldex
 
 #endif  // MOLDEX_ARCHIVE_COMPRESS_STRATEGY_H_

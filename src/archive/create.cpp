@@ -56,7 +56,7 @@ void CCreate::WriteArchive() {
 }
 
 void CCreate::AddEntries() {
-  CEntryQueue queue(context_, archive_->writer(), Strategy(), WorkersFor(options_));
+  CEntryQueue queue(context_, archive_->writer(), Method(), WorkersFor(options_));
   CEntryAdder adder(context_, archive_->identity(), queue);
   try {
     CTreeWalk(adder, options_).WalkNames();
@@ -94,14 +94,14 @@ void CCreate::OpenArchive() {
 }
 
 // Backup streams need the header positions and 64-bit times of long-name mode.
-StrategyMaker CCreate::Strategy() const {
+CompressionMethod CCreate::Method() const {
   const bool long_names = context_.long_names();
-  if (options_.backup && long_names) {
-    return [](CompressionBuffers& buffers) { return std::make_unique<CBackupCompress>(buffers); };
-  }
-  return [=](CompressionBuffers& buffers) {
+  const bool backup = options_.backup && long_names;
+  const auto maker = [=](CompressionBuffers& buffers) -> std::unique_ptr<ICompressStrategy> {
+    if (backup) return std::make_unique<CBackupCompress>(buffers);
     return std::make_unique<CNormalCompress>(buffers, long_names);
   };
+  return {maker, !backup};
 }
 
 // When objects had to be left out and -i does not allow that, a new archive is deleted, and one

@@ -27,7 +27,7 @@ class CCreate : public CCommand {
   void OpenArchive();
   void WriteArchive();
   void AddEntries();
-  StrategyMaker Strategy() const;
+  CompressionMethod Method() const;
   void CountTotal();
   void FinishArchive();
   std::vector<std::string> CleanUp();

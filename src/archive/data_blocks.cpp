@@ -2,8 +2,6 @@
 
 #include <new>
 
-#include "base/bytes.h"
-
 namespace moldex {
 
 std::optional<std::size_t> CStreamWriter::Compress(std::span<const std::uint8_t> input,
@@ -28,12 +26,7 @@ bool CStreamWriter::Complete() const { return code_ == kCsEndOfStream; }
 
 bool CStreamWriter::WriteBlock(bool last_stream, CDataPiece& to) {
   if (produced_bytes_ == 0) return !Complete();
-  const bool last = Complete() && last_stream;
-  const auto block = to.Space();
-  block[0] = last ? 'E' : 'D';
-  block[1] = last ? 'D' : 'A';
-  PutU32(&block[kTypeBytes], static_cast<std::uint32_t>(produced_bytes_));
-  to.Commit(kBlockHeaderBytes + produced_bytes_);
+  to.AddBlock(produced_bytes_, Complete() && last_stream);
   return true;
 }
 

@@ -22,12 +22,22 @@ void CDataPiece::Clear() {
   parts_.clear();
 }
 
-bool CDataPiece::IsFull() const {
-  return kCapacity - used_ < BlockSpace::extent + kChecksumBytes || read_bytes_ >= kMostReadBytes;
+bool CDataPiece::HasSpace() const {
+  return kCapacity - used_ >= BlockSpace::extent + kChecksumBytes;
 }
+
+bool CDataPiece::IsFull() const { return !HasSpace() || read_bytes_ >= kMostReadBytes; }
 
 std::size_t CDataPiece::size_bytes() const {
   return bytes_ == nullptr ? 0 : kCapacity + parts_.capacity() * sizeof(Part);
+}
+
+void CDataPiece::AddBlock(std::size_t payload_bytes, bool is_last) {
+  const auto block = Space();
+  block[0] = is_last ? 'E' : 'D';
+  block[1] = is_last ? 'D' : 'A';
+  PutU32(&block[kTypeBytes], static_cast<std::uint32_t>(payload_bytes));
+  Commit(kBlockHeaderBytes + payload_bytes);
 }
 
 void CDataPiece::AddChecksum(std::uint32_t checksum) {

@@ -29,6 +29,8 @@ class CDataPiece {
 
   // Empties the piece and keeps its memory.
   void Clear();
+  // Whether another block, and a checksum, still fit.
+  bool HasSpace() const;
   // Whether to begin another piece: it has no space for another block, or making it took a while.
   bool IsFull() const;
   // The memory that it holds.
@@ -37,11 +39,12 @@ class CDataPiece {
   // The next part begins, perhaps with the middle of an entry.
   void BeginPart() { parts_.push_back({used_, 0, false, std::nullopt}); }
 
-  // Space for the header and the largest payload of a block. Only for a piece that is not full.
+  // Space for the header and the largest payload of a block. Only for a piece that has it.
   using BlockSpace = std::span<std::uint8_t, kBlockHeaderBytes + kLargestPayload>;
   BlockSpace Space() { return BlockSpace(bytes_.get() + used_, BlockSpace::extent); }
-  // The first bytes of Space belong to the last part.
-  void Commit(std::size_t count) { parts_.back().end = used_ += count; }
+  // Makes a block of the payload that was written into Space after the header, and adds it to the
+  // last part. `is_last` ends the data of its entry.
+  void AddBlock(std::size_t payload_bytes, bool is_last);
   // The checksum that ends an entry's data. Always fits.
   void AddChecksum(std::uint32_t checksum);
   // So many bytes of the last part's file were read.
@@ -56,6 +59,8 @@ class CDataPiece {
   }
 
  private:
+  void Commit(std::size_t count) { parts_.back().end = used_ += count; }
+
   std::unique_ptr<std::uint8_t[]> bytes_;
   std::size_t used_ = 0;
   std::size_t read_bytes_ = 0;

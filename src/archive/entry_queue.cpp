@@ -27,6 +27,9 @@ constexpr std::uint64_t kBatchBytes = 256 * 1024;
 // while one compresses a large file before them.
 constexpr std::size_t kWaitingBytes = 2 * 1024 * 1024;
 
+// From this size on several workers compress a file. Below it, enough other files are under way.
+constexpr std::uint64_t kLargeFileBytes = 1024 * 1024;
+
 std::size_t JobsFor(unsigned workers) { return std::max<std::size_t>(8, 2 * workers + 2); }
 
 std::size_t BatchEntriesFor(unsigned workers) {
@@ -35,16 +38,22 @@ std::size_t BatchEntriesFor(unsigned workers) {
 
 }  // namespace
 
-CEntryQueue::CEntryQueue(CRunContext& context, CArchiveWriter& archive, StrategyMaker maker,
+CEntryQueue::CEntryQueue(CRunContext& context, CArchiveWriter& archive, CompressionMethod method,
                          unsigned workers)
     : context_(context),
       archive_(archive),
-      maker_(std::move(maker)),
+      method_(std::move(method)),
+      in_pieces_(workers > 1 && method_.stores_bytes),
+      pieces_(workers + 1),
       batch_entries_(BatchEntriesFor(workers)),
       work_(workers, {JobsFor(workers), workers * kWaitingBytes}) {}
 
 void CEntryQueue::Add(PreparedEntry entry) {
   if (IsEmpty()) status_ = ExitStatus();
+  if (IsForPieces(*entry.entry)) {
+    AddInPieces(std::move(entry));
+    return;
+  }
   if (entry.entry->HasDataToStore()) {
     batch_bytes_ += entry.entry->header().size_bytes();
   } else {
@@ -53,6 +62,26 @@ void CEntryQueue::Add(PreparedEntry entry) {
   batch_.push_back(std::move(entry));
   if (batch_.size() < batch_entries_ && batch_bytes_ < kBatchBytes) return;
   SubmitBatch();
+  MakeSpace();
+}
+
+bool CEntryQueue::IsForPieces(const CDirEntry& entry) const {
+  return in_pieces_ && entry.HasDataToStore() && entry.header().size_bytes() >= kLargeFileBytes;
+}
+
+// While results are taken, the file is cut further, however large it is.
+void CEntryQueue::AddInPieces(PreparedEntry entry) {
+  if (!batch_.empty()) SubmitBatch();
+  CPieceCutter cutter(pieces_, *entry.entry);
+  entries_.push_back(std::move(entry));
+  while (auto job = cutter.Next()) {
+    MakeSpace();
+    work_.Submit(std::move(job));
+  }
+  MakeSpace();
+}
+
+void CEntryQueue::MakeSpace() {
   while (!work_.HasSpace() || (!work_.IsEmpty() && work_.IsReady()))
     TakePiece();
 }
@@ -66,7 +95,7 @@ void CEntryQueue::SubmitBatch() {
   }
   batch_.clear();
   batch_bytes_ = 0;
-  work_.Submit(std::make_unique<CCompressJob>(std::move(entries), pool_, maker_));
+  work_.Submit(std::make_unique<CCompressJob>(std::move(entries), pool_, method_.maker));
 }
 
 void CEntryQueue::Finish() {

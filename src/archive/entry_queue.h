@@ -18,6 +18,7 @@
 #include "archive/compress_job.h"
 #include "archive/compress_strategy.h"
 #include "archive/dir_entry.h"
+#include "archive/piece_job.h"
 #include "parallel/ordered_work.h"
 #include "run/run_context.h"
 
@@ -32,8 +33,9 @@ struct PreparedEntry {
 
 class CEntryQueue {
  public:
-  // `context` and `archive` outlive the queue. `maker` is called on workers.
-  CEntryQueue(CRunContext& context, CArchiveWriter& archive, StrategyMaker maker, unsigned workers);
+  // `context` and `archive` outlive the queue.
+  CEntryQueue(CRunContext& context, CArchiveWriter& archive, CompressionMethod method,
+              unsigned workers);
   // Drops what is on its way.
   ~CEntryQueue() = default;
   CEntryQueue(const CEntryQueue&) = delete;
@@ -63,6 +65,9 @@ class CEntryQueue {
   using Work = COrderedWork<CDataPiece>;
 
   bool IsEmpty() const { return entries_.empty() && batch_.empty(); }
+  bool IsForPieces(const CDirEntry& entry) const;
+  void AddInPieces(PreparedEntry entry);
+  void MakeSpace();
   void SubmitBatch();
   void TakePiece();
   Work::State Next(CDataPiece*& piece);
@@ -73,8 +78,10 @@ class CEntryQueue {
 
   CRunContext& context_;
   CArchiveWriter& archive_;
-  StrategyMaker maker_;
+  const CompressionMethod method_;
   CompressionPool pool_;
+  const bool in_pieces_;  // large files are compressed so
+  CPieceLine pieces_;
   std::size_t batch_entries_;          // that a batch may have
   std::vector<PreparedEntry> batch_;   // gathers small entries
   std::uint64_t batch_bytes_ = 0;      // of the files in it

@@ -10,16 +10,9 @@
 #include "report/except.h"
 
 namespace moldex {
-namespace {
-
-// Length of one compressed stream.
-constexpr std::uint64_t kChunkBytes = 0x40000000;
-
-}  // namespace
-
 void CNormalCompress::SetEntry(CDirEntry* entry) {
   entry_ = entry;
-  longest_stream_ = kChunkBytes;
+  longest_stream_ = kLongestStream;
   left_ = entry->header().size_bytes();
   stream_.reset();
   ready_ = {};

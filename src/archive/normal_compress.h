@@ -16,6 +16,9 @@
 
 namespace moldex {
 
+// The length of a compressed stream, unless it is the entry's last.
+inline constexpr std::uint64_t kLongestStream = 0x40000000;
+
 class CNormalCompress : public ICompressStrategy {
  public:
   // `long_names` is the mode of the archive.

@@ -32,8 +32,12 @@ class IJob {
   // it comes out where the piece would have.
   virtual bool MakePiece(Piece& piece) = 0;
 
-  // For a job whose input comes later: whether there is enough for the next piece. Both are called
-  // with the lock held, TakeInput directly before MakePiece.
+  // Whether the last call of MakePiece made a piece. Where it has not, it has prepared one, and is
+  // called again.
+  virtual bool MadePiece() const { return true; }
+
+  // For a job whose input comes later, or that waits for other jobs: whether there is enough for
+  // the next piece. Both are called with the lock held, TakeInput directly before MakePiece.
   virtual bool HasInput() const { return true; }
   virtual void TakeInput() {}
 };
@@ -214,15 +218,17 @@ void COrderedWork<Piece>::Run(Slot& slot, Lock& lock) {
     failure = std::current_exception();
   }
   lock.lock();
-  if (failure) {
-    slot.failure = failure;
+  slot.failure = failure;
+  if (failure || !slot.job->MadePiece()) {
     free_.splice(free_.begin(), made);
+    threads_.WakeOne();  // another job may have waited for this one
   } else {
     bytes_ += made.front().size_bytes();
     slot.pieces.splice(slot.pieces.end(), made);
   }
   slot.is_running = false;
   slot.is_done = slot.is_done || !more;
+  if (&slot == &slots_.front() && slot.HasResult()) threads_.ReportProgress();
 }
 
 }  // namespace moldex

@@ -49,10 +49,7 @@ void CWorkerThreads::WaitForProgress(Lock& lock) {
 void CWorkerThreads::Loop() {
   Lock lock = Acquire();
   while (!stopping_) {
-    if (run_one_(lock)) {
-      if (waiting_) progress_.notify_one();
-      continue;
-    }
+    if (run_one_(lock)) continue;
     ++idle_;
     work_.wait(lock);
     --idle_;

@@ -36,8 +36,11 @@ class CWorkerThreads {
   void WakeOne() { work_.notify_one(); }
   void WakeAll() { work_.notify_all(); }
 
-  // Waits until a worker has done something.
+  // Waits until a worker calls ReportProgress, on the first thread.
   void WaitForProgress(Lock& lock);
+  void ReportProgress() {
+    if (waiting_) progress_.notify_one();
+  }
 
   // Ends and joins all threads. Call it before what they work on is gone. Does nothing the second
   // time.

@@ -67,6 +67,26 @@ class CEchoJob : public IJob<Piece> {
   std::string line_;
 };
 
+// A job of one piece, which it prepares in two steps, the second when all jobs before it have.
+class CTurnJob : public IJob<Piece> {
+ public:
+  CTurnJob(int number, std::atomic<int>& turn) : number_(number), turn_(turn) {}
+
+  bool HasInput() const override { return step_ != 1 || turn_ == number_; }
+  bool MadePiece() const override { return step_ == 3; }
+  bool MakePiece(Piece& piece) override {
+    std::this_thread::sleep_for(std::chrono::microseconds(number_ % 3 * 40));
+    if (step_ == 1) EXPECT_EQ(turn_++, number_);
+    if (step_ == 2) piece.text = std::to_string(number_);
+    return ++step_ < 3;
+  }
+
+ private:
+  const int number_;
+  std::atomic<int>& turn_;
+  int step_ = 0;
+};
+
 // The pieces of the front job, and the text of its failure.
 std::string Take(Work& work) {
   std::string texts;
@@ -157,6 +177,20 @@ TEST_P(OrderedWork, AsksForInputAndGoesOnWithIt) {
   work.Feed([&] { job.input.emplace_back("end"); });
   EXPECT_EQ(Take(work), "end ");
   EXPECT_EQ(Take(work), "7.0 7.1 ");
+}
+
+TEST_P(OrderedWork, LetsJobsPrepareAPieceInTurn) {
+  std::atomic<int> turn = 0;
+  Work work(GetParam(), {9, 60});
+  int taken = 0;
+  for (int i = 0; i < 300; ++i) {
+    while (!work.HasSpace())
+      EXPECT_EQ(Take(work), std::to_string(taken++) + " ");
+    work.Submit(std::make_unique<CTurnJob>(i, turn));
+  }
+  for (; !work.IsEmpty(); ++taken)
+    EXPECT_EQ(Take(work), std::to_string(taken) + " ");
+  EXPECT_EQ(taken, 300);
 }
 
 INSTANTIATE_TEST_SUITE_P(Workers, OrderedWork, ::testing::Values(0U, 1U, 2U, 4U, 16U),
