@@ -29,16 +29,17 @@ cp build/src/*.deb install/debs
 install_in_chroot install file shared-mime-info libglib2.0-bin
 in_chroot install sh -ec 'cd /root
   apt-get install -y -qq /debs/moldex_*.deb /debs/libcscompr-dev_*.deb
-  moldex -cf a.qel /usr/share/doc && moldex -xf a.qel -R out && diff -r /usr/share/doc out/usr/share/doc
-  gio info -a standard::content-type a.qel | grep -q application/x-moldex
+  moldex -cf archive.qel /usr/share/doc && moldex -xf archive.qel -R out && diff -r /usr/share/doc out/usr/share/doc
+  gio info -a standard::content-type archive.qel | grep -q application/x-moldex
+  ! file archive.qel | grep -q MOLDEX
   sed -n "s/^ *for .*:  \(.*\)/\1/p" /usr/share/doc/moldex/README.Debian >ways
   while read -r way; do
     eval "$way" >said
-    file a.qel | cat - said | grep -q "MOLDEX archive, version 2.00"
+    file archive.qel | cat - said | grep -q "MOLDEX archive, version 2.00"
     rm -f ~/.magic && : >/etc/magic
   done <ways
   test "$(wc -l <ways)" -eq 3
-  apt-get purge -y -qq moldex libcscompr-dev && rm -r a.qel out
+  apt-get purge -y -qq moldex libcscompr-dev && rm -r archive.qel out
   test -z "$(find / -xdev \( -name "*moldex*" -o -name "*cscompr*" \) -not -path "/debs/*")"' >log 2>&1 ||
   { tail -n 40 log; exit 1; }
 echo "installed, used and removed in a bare Debian"

@@ -27,7 +27,7 @@ need_packages() {
   local apt=("${as_root[@]}" flock "${TMPDIR:-/tmp}/moldex-packages.lock" apt-get
     -o DPkg::Lock::Timeout=600)
   "${apt[@]}" update -qq >&2 &&
-    "${apt[@]}" install -y -qq --no-install-recommends "${missing[@]}" >&2 || {
+    "${apt[@]}" install -y -qq --no-remove --no-install-recommends "${missing[@]}" >&2 || {
       lacking "${missing[*]}" "apt-get could not install them. The names are those of Debian 12."
       return 1
     }
