@@ -58,7 +58,7 @@ END
     ;;
 esac
 [ -z "${start:-}" ] || {
-  until [ -e "$READY" ]; do sleep 0.02; done
+  for _ in {1..1500}; do [ -e "$READY" ] || sleep 0.02; done
   while IFS= read -r line; do printf 'moldex %s\t\a' "$line"; done <"$work/lines"
   printf 'exit\r'
 } | ZDOTDIR=$work script -qec "$start" /dev/null >"$work/screen" || true
