@@ -6,6 +6,8 @@
 
 #include "archive/entry_name.h"
 #include "base/bytes.h"
+#include "report/deferred_failure.h"
+#include "report/exit_status.h"
 #include "report/progress.h"
 
 namespace moldex {
@@ -14,23 +16,32 @@ namespace {
 // Steps over a block are signed 32-bit distances.
 constexpr std::uint64_t kLongestStep = 0x7FFFFFFF;
 
+std::string LocalName(std::span<const std::uint8_t> stored) {
+  try {
+    const CExitStatusGuard guard;
+    return NameFromUtf8(stored);
+  } catch (const CConversionExcept&) {
+    FailLater<CConversionExcept>("");
+  }
+}
+
 }  // namespace
 
 CArchiveReader::CArchiveReader(CRunContext& context, CFileHandle& file, std::string archive_name,
                                const FileIdentity& identity)
-    : context_(context),
-      file_(file),
-      archive_name_(std::move(archive_name)),
-      identity_(identity),
-      data_(*this, context.progress()) {
+    : context_(context), file_(file), archive_name_(std::move(archive_name)), identity_(identity) {
   reader_.emplace(file_, &context_.progress());
 }
 
 bool CArchiveReader::CheckHeader() {
+  return RaisingAtOnce([this] { return ReadHeader(); });
+}
+
+bool CArchiveReader::ReadHeader() {
   if (is_version2_) return *is_version2_;
   is_version2_ = false;
   const bool is_short = reader_->Peek(kArchiveHeaderBytes).size() < kArchiveHeaderBytes;
-  if (is_short && !reader_->Failed()) throw CShortArchiveExcept(archive_name_);
+  if (is_short && !reader_->Failed()) FailLater<CShortArchiveExcept>(archive_name_);
   const ArchiveFormat format = FormatOf(reader_->Peek(kArchiveStartBytes));
   ReadExactly(kArchiveHeaderBytes);
   if (format == ArchiveFormat::kOther) return false;
@@ -42,13 +53,35 @@ bool CArchiveReader::CheckHeader() {
 }
 
 CDirEntry* CArchiveReader::NextEntry() {
+  CDirEntry* entry = RaisingAtOnce([this] { return ReadEntry(); });
+  if (entry != nullptr) context_.progress().SetCurrentName(entry->GetName());
+  return entry;
+}
+
+CDirEntry* CArchiveReader::ReadEntry() {
   if (entry_ != nullptr) {
     LeaveEntry();
-  } else if (!CheckHeader()) {
+  } else if (!ReadHeader()) {
     return nullptr;
   }
+  entry_start_ = reader_->Position();
   const auto type = ReadType();
-  return type ? ReadEntry(*type) : nullptr;
+  return type ? ReadEntryOf(*type) : nullptr;
+}
+
+DataPiece CArchiveReader::NextPiece() {
+  context_.progress().Update();
+  return RaisingAtOnce([this]() -> DataPiece {
+    while (!data_.IsAtEnd()) {
+      if (data_.WantsBlock()) {
+        data_.AddBlock(GetEntryData());
+      } else if (const DataPiece piece = data_.NextPiece(); !piece.bytes.empty()) {
+        return piece;
+      }
+    }
+    data_.CheckLength();
+    return {};
+  });
 }
 
 // Passes over the rest of the entry's data.
@@ -63,11 +96,9 @@ void CArchiveReader::LeaveEntry() {
 }
 
 void CArchiveReader::CheckEnd() {
-  data_.CheckChecksum();
-  if (!DataFollows()) return;
-  throw CExcept("MOLDEX: error decompressing " + entry_->GetName() +
-                    "; it has data that its size in the archive does not announce",
-                kErrorBadLength, false);
+  RaisingAtOnce([this] { data_.CheckChecksum(); });
+  context_.progress().CountUnpacked(data_.Unpacked());
+  if (DataFollows()) throw CSurplusDataExcept(entry_->GetName());
 }
 
 void CArchiveReader::Rewind() {
@@ -77,9 +108,16 @@ void CArchiveReader::Rewind() {
   entry_ = nullptr;
 }
 
+void CArchiveReader::ReturnToEntry() {
+  file_.SetPosition(0);
+  reader_.emplace(file_, &context_.progress());
+  Skip(entry_start_);
+  ReadEntryOf(TypeAt(ReadExactly(kTypeBytes)));
+}
+
 std::span<const std::uint8_t> CArchiveReader::ReadExactly(std::size_t count) {
   const auto bytes = reader_->Take(count);
-  if (bytes.size() < count) throw CReadExcept(archive_name_);
+  if (bytes.size() < count) FailLater<CReadExcept>(archive_name_);
   return bytes;
 }
 
@@ -92,14 +130,18 @@ std::optional<EntryType> CArchiveReader::ReadType() {
 void CArchiveReader::SkipBlock(bool last) {
   const std::uint64_t payload = GetU32(ReadExactly(kBlockHeaderBytes - kTypeBytes).data());
   const std::uint64_t distance = payload + (last ? kChecksumBytes : 0);
-  if (distance > kLongestStep) throw CExcept("MOLDEX: error in second MoveFlPtr()");
-  const auto skipped = reader_->Skip(distance);
-  if (!skipped) throw CExcept("MOLDEX: error in second MoveFlPtr()");
-  if (*skipped == SkipResult::kBeyondEnd) throw CReadExcept(archive_name_);
+  if (distance > kLongestStep) FailLater<CExcept>("MOLDEX: error in second MoveFlPtr()");
+  Skip(distance);
   data_wait_ = !last;
 }
 
-CDirEntry* CArchiveReader::ReadEntry(const EntryType& type) {
+void CArchiveReader::Skip(std::uint64_t distance) {
+  const auto skipped = reader_->Skip(distance);
+  if (!skipped) FailLater<CExcept>("MOLDEX: error in second MoveFlPtr()");
+  if (*skipped == SkipResult::kBeyondEnd) FailLater<CReadExcept>(archive_name_);
+}
+
+CDirEntry* CArchiveReader::ReadEntryOf(const EntryType& type) {
   std::array<std::uint8_t, kEntryHeaderBytes> bytes{};
   std::copy(type.begin(), type.end(), bytes.begin());
   const auto rest = ReadExactly(kEntryHeaderBytes - kTypeBytes);
@@ -116,25 +158,21 @@ std::string CArchiveReader::ReadName(std::size_t length) {
   const auto stored = fits ? ReadExactly(length) : std::span<const std::uint8_t>();
   if (!fits || (length == kLongestName + 1 && stored.back() != 0)) {
     const std::string where = whole_name_.empty() ? "" : ", behind " + whole_name_;
-    throw CExcept("MOLDEX: name too long in archive " + archive_name_ + where, kErrorNameTooLong,
-                  false);
+    FailLater<CExcept>("MOLDEX: name too long in archive " + archive_name_ + where,
+                       kErrorNameTooLong, false);
   }
   const CCmdLineOptions& options = context_.options();
-  return DeliveredName(NameFromUtf8(stored), options.lower_case, options.flat);
+  return DeliveredName(LocalName(stored), options.lower_case, options.flat);
 }
 
 CDirEntry* CArchiveReader::BuildEntry(const EntryHeader& header, std::string name) {
-  CDirEntry* entry = nullptr;
-  if (header.type == kTypeFile) entry = &file_entry_;
-  if (header.type == kTypeDirectory) entry = &directory_entry_;
-  if (header.type == kTypeShortcut || header.type == kTypeLink) entry = &link_entry_;
-  if (entry == nullptr) throw CExcept("MOLDEX: unknown entry type encountered");
-  context_.progress().SetCurrentName(name);
-  entry->Fill(header, std::move(name), user_data_);
+  const bool is_link = header.type == kTypeShortcut || header.type == kTypeLink;
+  CDirEntry* entry =
+      source_entry_.Fill(header, std::move(name), user_data_, is_link && DataFollows());
+  if (entry == nullptr) FailLater<CExcept>("MOLDEX: unknown entry type encountered");
   entry_ = entry;
-  if (entry == &link_entry_) link_entry_.SetHasData(DataFollows());
   data_wait_ = entry->NeedsData();
-  data_.Begin(*entry, data_wait_);
+  data_.Begin(AnnouncedBy(*entry));
   return entry;
 }
 
@@ -148,12 +186,12 @@ DataBlock CArchiveReader::GetEntryData() {
   const EntryType type = TypeAt(block_header);
   const std::size_t payload_length = GetU32(&block_header[kTypeBytes]);
   if (!IsBlockType(type)) {
-    throw CExcept("MOLDEX: error in GetEntryData(); unknown block type");
+    FailLater<CExcept>("MOLDEX: error in GetEntryData(); unknown block type");
   }
   if (payload_length == 0 || payload_length > kLargestPayload) {
     const std::string where = entry_ != nullptr ? " of " + entry_->GetName() : std::string();
-    throw CBlockLengthExcept("MOLDEX: invalid length of a block" + where + " in archive " +
-                             archive_name_);
+    FailLater<CBlockLengthExcept>("MOLDEX: invalid length of a block" + where + " in archive " +
+                                  archive_name_);
   }
   const bool is_last = IsLastBlock(type);
   const std::size_t trailer = is_last ? kChecksumBytes : 0;

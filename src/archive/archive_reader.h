@@ -1,7 +1,10 @@
 // Reads an archive of the format of this program front to back: header, entries, data blocks.
 //
-// Every operation throws CReadExcept, with the archive's name, when the archive ends or fails too
-// early. Memory stays the same however long the archive is.
+// Every operation fails with CReadExcept, with the archive's name, when the archive ends or fails
+// too early. Memory stays the same however long the archive is.
+//
+// CParallelSource uses it to read ahead, and the functions for that defer their failures
+// (deferred_failure.h). Those that IEntrySource asks for throw them at once.
 #ifndef MOLDEX_ARCHIVE_ARCHIVE_READER_H_
 #define MOLDEX_ARCHIVE_ARCHIVE_READER_H_
 
@@ -44,17 +47,27 @@ class CArchiveReader : public IEntrySource {
 
   // Null also for an archive that is no version-2 archive.
   CDirEntry* NextEntry() override;
-  DataPiece NextPiece() override { return data_.NextPiece(); }
-  // Throws CExcept for a wrong checksum, and for data that the entry's size does not announce.
+  DataPiece NextPiece() override;
+  // Throws CChecksumExcept and CSurplusDataExcept.
   void CheckEnd() override;
   void Rewind() override;
   const FileIdentity& identity() const override { return identity_; }
 
   const std::string& name() const { return archive_name_; }
 
-  // The next block of the current entry. Throws CExcept for bytes that are no block, and for a
-  // block that is empty or too long, before its payload is read.
+  // The same as NextEntry, but defers its failures and shows no progress by name.
+  CDirEntry* ReadEntry();
+  // The entry that was read last.
+  const std::string& EntryName() const { return entry_->GetName(); }
+  // The next block of the current entry. Defers a CExcept for bytes that are no block, and
+  // CBlockLengthExcept for a block that is empty or too long, before its payload is read. Throws
+  // CInterruptExcept at once.
   DataBlock GetEntryData();
+  // Whether a block comes next.
+  bool DataFollows();
+  // Goes back to the current entry, as if it had just been read. The archive has to be a regular
+  // file.
+  void ReturnToEntry();
 
   // The end of the last entry that the caller went on from, and the name of that entry: nothing was
   // found wrong up to there. Before the first entry, the end of the archive's header and no name.
@@ -62,12 +75,13 @@ class CArchiveReader : public IEntrySource {
   const std::string& whole_name() const { return whole_name_; }
 
  private:
-  bool DataFollows();
+  bool ReadHeader();
   std::span<const std::uint8_t> ReadExactly(std::size_t count);
   std::optional<EntryType> ReadType();
   void LeaveEntry();
   void SkipBlock(bool last);
-  CDirEntry* ReadEntry(const EntryType& type);
+  void Skip(std::uint64_t distance);
+  CDirEntry* ReadEntryOf(const EntryType& type);
   std::string ReadName(std::size_t length);
   CDirEntry* BuildEntry(const EntryHeader& header, std::string name);
 
@@ -81,10 +95,9 @@ class CArchiveReader : public IEntrySource {
   std::uint64_t whole_bytes_ = 0;
   std::string whole_name_;
   std::vector<std::uint8_t> user_data_;
-  CFile file_entry_;
-  CDirectory directory_entry_;
-  CLink link_entry_;
+  CSourceEntry source_entry_;
   CEntryData data_;
+  std::uint64_t entry_start_ = 0;
   const CDirEntry* entry_ = nullptr;  // the one that was read last; null before the first
   bool data_wait_ = false;            // its last block was neither read nor passed over
 };

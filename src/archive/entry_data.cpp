@@ -2,13 +2,13 @@
 
 #include <new>
 
-#include "archive/archive_reader.h"
 #include "archive/checksum.h"
 #include "archive/dir_entry.h"
 #include "base/bytes.h"
 #include "cscompr/cscompr.h"
 #include "platform/backup_stream.h"
-#include "report/except.h"
+#include "report/deferred_failure.h"
+#include "report/error_codes.h"
 
 namespace moldex {
 namespace {
@@ -17,54 +17,62 @@ namespace {
 // file is one stream, or one for each gigabyte.
 constexpr std::uint64_t kLongestBackupPiece = 65536;
 
-}  // namespace
-
-void FailDataLength(const std::string& entry_name) {
-  throw CExcept(
-      "MOLDEX: error decompressing " + entry_name + "; its length is not the one in the archive",
-      kErrorBadLength, false);
+std::int32_t Length(std::span<const std::uint8_t> bytes) {
+  return static_cast<std::int32_t>(bytes.size());
 }
 
-void CEntryData::Begin(const CDirEntry& entry, bool has_data) {
-  entry_ = &entry;
-  size_bytes_ = has_data ? entry.header().size_bytes() : 0;
-  kind_ = entry.header().has_file_time ? Kind::kUndecided : Kind::kFile;
+}  // namespace
+
+CDataLengthExcept::CDataLengthExcept(const std::string& entry_name)
+    : CExcept("MOLDEX: error decompressing " + entry_name +
+                  "; its length is not the one in the archive",
+              kErrorBadLength, false) {}
+
+CChecksumExcept::CChecksumExcept(const std::string& entry_name)
+    : CExcept("MOLDEX: checksum error in " + entry_name, kErrorChecksum, false) {}
+
+CSurplusDataExcept::CSurplusDataExcept(const std::string& entry_name)
+    : CExcept("MOLDEX: error decompressing " + entry_name +
+                  "; it has data that its size in the archive does not announce",
+              kErrorBadLength, false) {}
+
+DataAnnounced AnnouncedBy(const CDirEntry& entry) {
+  const EntryHeader& header = entry.header();
+  return {entry.GetName(), entry.NeedsData() ? header.size_bytes() : 0, header.has_file_time};
+}
+
+void CEntryData::Begin(const DataAnnounced& announced) {
+  name_ = announced.name;
+  size_bytes_ = announced.size_bytes;
+  kind_ = announced.may_be_backup ? Kind::kUndecided : Kind::kFile;
   payload_ = {};
   in_block_ = false;
-  more_blocks_ = has_data;
+  more_blocks_ = size_bytes_ != 0;
   last_code_ = kCsEndOfStream;  // so that the first block begins a stream
   in_data_ = false;
   held_bytes_ = 0;
+  packed_bytes_ = 0;
   done_bytes_ = 0;
   checksum_ = 0;
   stored_checksum_ = 0;
 }
 
-DataPiece CEntryData::NextPiece() {
-  for (;;) {
-    if (!in_block_ && !ReadBlock()) return {};
-    auto bytes = Decompress();
-    in_block_ = last_code_ == kCsOutputFull;
-    if (kind_ == Kind::kUndecided) bytes = HoldBack(bytes);
-    if (!bytes.empty()) return {bytes, kind_ == Kind::kBackupStream};
-  }
+void CEntryData::AddBlock(const DataBlock& block) {
+  if (!buffer_) buffer_ = std::make_unique<OutputBuffer>();
+  more_blocks_ = block.more_follow;
+  stored_checksum_ = block.checksum;
+  if (IsCutOffEndMark(block.payload)) return;
+  payload_ = block.payload;
+  in_block_ = true;
+  in_data_ = true;
+  if (kind_ == Kind::kUndecided && size_bytes_ > kLongestBackupPiece) DecideByStream(payload_);
 }
 
-// The next block that has anything to decompress; false after the last.
-bool CEntryData::ReadBlock() {
-  while (more_blocks_) {
-    if (!buffer_) buffer_ = std::make_unique<OutputBuffer>();
-    const DataBlock block = archive_.GetEntryData();
-    more_blocks_ = block.more_follow;
-    stored_checksum_ = block.checksum;
-    if (IsCutOffEndMark(block.payload)) continue;
-    payload_ = block.payload;
-    in_data_ = true;
-    if (kind_ == Kind::kUndecided && size_bytes_ > kLongestBackupPiece) DecideByStream(payload_);
-    return true;
-  }
-  CheckLength();
-  return false;
+DataPiece CEntryData::NextPiece() {
+  auto bytes = Decompress();
+  in_block_ = last_code_ == kCsOutputFull;
+  if (kind_ == Kind::kUndecided) bytes = HoldBack(bytes);
+  return {bytes, kind_ == Kind::kBackupStream};
 }
 
 // A stream ends with a zero byte that carries no data. If the blocks are cut right before that
@@ -81,22 +89,22 @@ void CEntryData::DecideByStream(std::span<const std::uint8_t> payload) {
   kind_ = short_stream ? Kind::kBackupStream : Kind::kFile;
 }
 
-// One call of the library, from the current block into the buffer. An entry's data are one stream
+// One call of the decoder, from the current block into the buffer. An entry's data are one stream
 // or several; a stream ends where a block ends.
 std::span<const std::uint8_t> CEntryData::Decompress() {
-  const std::int32_t option = last_code_ == kCsEndOfStream ? kCsFirstCall : 0;
+  const bool first = last_code_ == kCsEndOfStream;
   const auto space = std::span(*buffer_).subspan(held_bytes_);
-  std::int32_t taken = 0;
-  std::int32_t given = 0;
-  last_code_ = CsDecompr(payload_.data(), static_cast<std::int32_t>(payload_.size()), space.data(),
-                         static_cast<std::int32_t>(space.size()), option, &taken, &given);
+  const auto outcome =
+      decoder_.Decompress({payload_.data(), Length(payload_), space.data(), Length(space)}, first);
+  last_code_ = outcome.code;
   if (last_code_ == kCsNoMemory) throw std::bad_alloc();
-  const bool stuck = last_code_ == kCsOutputFull && taken == 0 && given == 0;
-  if (last_code_ <= 0 || stuck) throw CDecompExcept(entry_->GetName(), last_code_);
-  payload_ = payload_.subspan(static_cast<std::size_t>(taken));
-  const auto bytes = space.first(static_cast<std::size_t>(given));
-  progress_.CountUnpacked(static_cast<std::uint64_t>(taken), bytes.size());
-  if (bytes.size() > size_bytes_ - done_bytes_) FailDataLength(entry_->GetName());
+  const bool stuck =
+      last_code_ == kCsOutputFull && outcome.bytes_read == 0 && outcome.bytes_written == 0;
+  if (last_code_ <= 0 || stuck) FailLater<CDecompExcept>(name_, last_code_);
+  payload_ = payload_.subspan(static_cast<std::size_t>(outcome.bytes_read));
+  const auto bytes = space.first(static_cast<std::size_t>(outcome.bytes_written));
+  if (bytes.size() > size_bytes_ - done_bytes_) FailLater<CDataLengthExcept>(name_);
+  packed_bytes_ += static_cast<std::uint64_t>(outcome.bytes_read);
   done_bytes_ += bytes.size();
   checksum_ = UpdateChecksum(checksum_, bytes);
   return bytes;
@@ -114,13 +122,12 @@ std::span<const std::uint8_t> CEntryData::HoldBack(std::span<const std::uint8_t>
 }
 
 void CEntryData::CheckLength() const {
-  if (last_code_ != kCsEndOfStream) throw CDecompExcept(entry_->GetName(), last_code_);
-  if (done_bytes_ != size_bytes_) FailDataLength(entry_->GetName());
+  if (last_code_ != kCsEndOfStream) FailLater<CDecompExcept>(name_, last_code_);
+  if (done_bytes_ != size_bytes_) FailLater<CDataLengthExcept>(name_);
 }
 
 void CEntryData::CheckChecksum() const {
-  if (checksum_ == stored_checksum_) return;
-  throw CExcept("MOLDEX: checksum error in " + entry_->GetName(), kErrorChecksum, false);
+  if (checksum_ != stored_checksum_) FailLater<CChecksumExcept>(name_);
 }
 
 }  // namespace moldex

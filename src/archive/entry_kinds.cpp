@@ -1,6 +1,7 @@
 #include "archive/entry_kinds.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "archive/entry_name.h"
 #include "archive/entry_sink.h"
@@ -65,6 +66,22 @@ std::string CLink::Target() const {
   const auto text = user_data();
   const bool cut_off = std::find(text.begin(), text.end(), std::uint8_t{0}) != text.end();
   return cut_off ? std::string() : TextFromUtf8(text);
+}
+
+CDirEntry* CSourceEntry::ObjectFor(const EntryType& type) {
+  if (type == kTypeFile) return &file_;
+  if (type == kTypeDirectory) return &directory_;
+  if (type == kTypeShortcut || type == kTypeLink) return &link_;
+  return nullptr;
+}
+
+CDirEntry* CSourceEntry::Fill(const EntryHeader& header, std::string name,
+                              std::span<const std::uint8_t> user_data, bool has_data) {
+  CDirEntry* entry = ObjectFor(header.type);
+  if (entry == nullptr) return nullptr;
+  entry->Fill(header, std::move(name), user_data);
+  if (entry == &link_) link_.SetHasData(has_data);
+  return entry;
 }
 
 std::unique_ptr<CDirEntry> MakeEntry(const std::string& disk_name, const FileStatus& status,

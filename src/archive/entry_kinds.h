@@ -54,6 +54,22 @@ class CLink : public CDirEntry {
   bool has_data_ = false;
 };
 
+// The entry that a source gives out: an object of each kind, one of which is in use.
+class CSourceEntry {
+ public:
+  // Fills the object that the header's type asks for; null for an unknown type. `has_data` counts
+  // only for a link.
+  CDirEntry* Fill(const EntryHeader& header, std::string name,
+                  std::span<const std::uint8_t> user_data, bool has_data);
+
+ private:
+  CDirEntry* ObjectFor(const EntryType& type);
+
+  CFile file_;
+  CDirectory directory_;
+  CLink link_;
+};
+
 // The entry for an object that a walk found; a shortcut file is a link when links are stored as
 // themselves. Throws CExcept for an object that no entry can hold.
 std::unique_ptr<CDirEntry> MakeEntry(const std::string& disk_name, const FileStatus& status,

@@ -1,8 +1,9 @@
 #include "commands/extract.h"
 
 #include <cerrno>
+#include <utility>
 
-#include "archive/container.h"
+#include "archive/workers.h"
 #include "extraction/archive_extraction.h"
 #include "oldformat/extract_old.h"
 #include "platform/security.h"
@@ -70,6 +71,18 @@ void CExtract::Execute() {
   }
 }
 
+// Null when one thread does all work.
+std::unique_ptr<CParallelSource> CExtract::ReadAhead(CContainer& container) {
+  const unsigned workers = WorkersFor(context_.options());
+  if (workers < 2) return nullptr;
+  auto wants = [selection = selection_.Forecast()](const CDirEntry& entry) mutable {
+    return selection.Selects(entry.GetName(), entry.IsDirectory());
+  };
+  return std::make_unique<CParallelSource>(
+      container.reader(), context_.progress(),
+      CParallelSource::Plan{workers, extracting_, container.IsRegularFile(), std::move(wants)});
+}
+
 void CExtract::ProcessArchive(const std::string& name) {
   CContainer container(context_, name, CContainer::kRead);
   // Extraction may have to go over an archive more than once.
@@ -84,7 +97,9 @@ void CExtract::ProcessArchive(const std::string& name) {
     if (!acquired) throw CAddPrivilegeExcept(acquired.error().what);
   }
   context_.log().PrintMessage("MOLDEX: processing archive " + name + "...");
-  CArchiveExtraction extraction(context_, archive, place_, context_.options().absolute_paths,
+  const auto ahead = ReadAhead(container);
+  IEntrySource& source = ahead ? static_cast<IEntrySource&>(*ahead) : archive;
+  CArchiveExtraction extraction(context_, source, place_, context_.options().absolute_paths,
                                 total_count_);
   try {
     extraction.ProcessEntries(selection_);

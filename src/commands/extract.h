@@ -3,8 +3,11 @@
 #define MOLDEX_COMMANDS_EXTRACT_H_
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
+#include "archive/container.h"
+#include "archive/parallel_source.h"
 #include "extraction/entry_selection.h"
 #include "extraction/output_place.h"
 #include "run/command.h"
@@ -25,6 +28,7 @@ class CExtract : public CCommand {
   void Execute() override;
 
  private:
+  std::unique_ptr<CParallelSource> ReadAhead(CContainer& container);
   void ProcessArchive(const std::string& name);
 
   CRunContext& context_;

@@ -19,11 +19,17 @@ CEntrySelection::CEntrySelection(std::vector<std::string> names, CSoughtNames& s
   std::sort(names_.begin(), names_.end());
 }
 
+CEntrySelection CEntrySelection::Forecast() const {
+  CEntrySelection copy = *this;
+  copy.sought_ = nullptr;
+  return copy;
+}
+
 bool CEntrySelection::Selects(const std::string& name, bool is_directory) {
   if (names_.empty()) return true;
-  if (!std::exchange(looked_for_, true)) sought_->LookFor(names_);
+  if (sought_ != nullptr && !std::exchange(looked_for_, true)) sought_->LookFor(names_);
   if (std::binary_search(names_.begin(), names_.end(), name)) {
-    sought_->Found(name);
+    if (sought_ != nullptr) sought_->Found(name);
     if (is_directory) selected_directory_ = name;
     return true;
   }

@@ -18,14 +18,17 @@ class CEntrySelection {
   // `sought`, which outlives the selection, is told which names were found.
   CEntrySelection(std::vector<std::string> names, CSoughtNames& sought);
 
+  // A copy that selects the same, but tells nobody which names were found.
+  CEntrySelection Forecast() const;
+
   bool Selects(const std::string& name, bool is_directory);
 
   std::size_t name_count() const { return names_.size(); }
 
  private:
   std::vector<std::string> names_;  // sorted
-  CSoughtNames* sought_;
-  bool looked_for_ = false;  // told the run what is sought
+  CSoughtNames* sought_;            // null for a forecast
+  bool looked_for_ = false;         // told the run what is sought
   std::string selected_directory_;
 };
 

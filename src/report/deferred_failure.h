@@ -6,6 +6,7 @@
 #ifndef MOLDEX_REPORT_DEFERRED_FAILURE_H_
 #define MOLDEX_REPORT_DEFERRED_FAILURE_H_
 
+#include <cstdlib>
 #include <functional>
 #include <utility>
 
@@ -15,14 +16,16 @@ namespace moldex {
 
 class CDeferredFailure {
  public:
-  // `raise` throws the failure itself. Keeps the error that this thread remembers.
+  // `raise` throws the failure itself. Keeps the error that this thread remembers, if any.
   explicit CDeferredFailure(std::function<void()> raise)
       : error_(LastSystemError()), raise_(std::move(raise)) {}
 
-  // Throws the failure, with the error that belongs to it. For the first thread.
-  void Raise() const {
-    RestoreSystemError(error_);
+  // Throws the failure, with the error that belongs to it; without one, with the error that the
+  // first thread remembers. For the first thread.
+  [[noreturn]] void Raise() const {
+    if (error_.code != 0 || error_.errno_value != 0) RestoreSystemError(error_);
     raise_();
+    std::abort();  // `raise` has to throw
   }
 
  private:
@@ -35,6 +38,16 @@ class CDeferredFailure {
 template <typename Failure, typename... Arguments>
 [[noreturn]] void FailLater(Arguments... arguments) {
   throw CDeferredFailure([arguments...] { throw Failure(arguments...); });
+}
+
+// Does work whose failures may be deferred, and throws them at once. For the first thread.
+template <typename Work>
+auto RaisingAtOnce(Work work) {
+  try {
+    return work();
+  } catch (const CDeferredFailure& failure) {
+    failure.Raise();
+  }
 }
 
 }  // namespace moldex

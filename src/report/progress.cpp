@@ -127,8 +127,9 @@ std::string CProgress::Summary(Clock::time_point now, std::uint64_t written) con
   if (unit_ == Unit::kNames) return text + Amount(done_) + " names, " + Duration(seconds);
   if (written > 0) {
     text += Amount(done_) + " packed into " + Amount(written) + Ratio(written, done_);
-  } else if (unpacked_ > 0) {
-    text += Amount(packed_) + " unpacked to " + Amount(unpacked_) + Ratio(packed_, unpacked_);
+  } else if (unpacked_.to > 0) {
+    text += Amount(unpacked_.from) + " unpacked to " + Amount(unpacked_.to) +
+            Ratio(unpacked_.from, unpacked_.to);
   } else {
     text += Amount(done_);
   }

@@ -22,6 +22,12 @@
 
 namespace moldex {
 
+// Bytes of compressed data, and the bytes of files that they gave.
+struct UnpackedBytes {
+  std::uint64_t from = 0;
+  std::uint64_t to = 0;
+};
+
 class CProgress {
  public:
   enum class Unit { kBytes, kNames };
@@ -62,13 +68,16 @@ class CProgress {
     if (IsShown()) MoveTo(position);
   }
 
-  // So many bytes of compressed data were turned into so many bytes of files. This is no advance:
-  // a small archive may hold many bytes.
-  void CountUnpacked(std::uint64_t packed, std::uint64_t unpacked) {
+  // The work goes on without an advance: a small archive may hold many bytes.
+  void Update() {
+    if (IsShown()) DrawIfDue();
+  }
+
+  // So many bytes of compressed data were turned into so many bytes of files. This is no advance.
+  void CountUnpacked(const UnpackedBytes& bytes) {
     if (!IsShown()) return;
-    packed_ += packed;
-    unpacked_ += unpacked;
-    DrawIfDue();
+    unpacked_.from += bytes.from;
+    unpacked_.to += bytes.to;
   }
 
  private:
@@ -96,8 +105,7 @@ class CProgress {
   std::uint64_t done_ = 0;
   std::uint64_t part_start_ = 0;  // of the part that is being worked on
   std::uint64_t part_size_ = 0;
-  std::uint64_t packed_ = 0;
-  std::uint64_t unpacked_ = 0;
+  UnpackedBytes unpacked_;
   std::string name_;
 };
 
