@@ -31,7 +31,7 @@ in_chroot install sh -ec 'cd /root
   apt-get install -y -qq /debs/moldex_*.deb /debs/libcscompr-dev_*.deb
   moldex -cf archive.qel /usr/share/doc && moldex -xf archive.qel -R out && diff -r /usr/share/doc out/usr/share/doc
   gio info -a standard::content-type archive.qel | grep -q application/x-moldex
-  ! file archive.qel | grep -q MOLDEX
+  test -z "$(file archive.qel | grep MOLDEX)"
   sed -n "s/^ *for .*:  \(.*\)/\1/p" /usr/share/doc/moldex/README.Debian >ways
   while read -r way; do
     eval "$way" >said
