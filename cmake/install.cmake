@@ -66,6 +66,9 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/cscompr-config-version.cmak
 
 set(library_doc share/doc/libcscompr-dev)
 install(TARGETS cscompr ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library)
+if(NOT WIN32)
+  install(TARGETS cscompr_shared LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library)
+endif()
 install(FILES ${PROJECT_SOURCE_DIR}/src/cscompr/cscompr.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/cscompr COMPONENT library)
 install(FILES ${CMAKE_BINARY_DIR}/cscompr.pc

@@ -28,7 +28,7 @@ echo "built in a bare Debian; its tests:" && grep 'PASSED' log
 cp build/src/*.deb install/debs
 install_in_chroot install file shared-mime-info libglib2.0-bin
 in_chroot install sh -ec 'cd /root
-  apt-get install -y -qq /debs/moldex_*.deb /debs/libcscompr-dev_*.deb
+  apt-get install -y -qq /debs/moldex_*.deb /debs/libcscompr1_*.deb /debs/libcscompr-dev_*.deb
   moldex -cf archive.qel /usr/share/doc && moldex -xf archive.qel -R out && diff -r /usr/share/doc out/usr/share/doc
   gio info -a standard::content-type archive.qel | grep -q application/x-moldex
   test -z "$(file archive.qel | grep MOLDEX)"
@@ -39,7 +39,7 @@ in_chroot install sh -ec 'cd /root
     rm -f ~/.magic && : >/etc/magic
   done <ways
   test "$(wc -l <ways)" -eq 3
-  apt-get purge -y -qq moldex libcscompr-dev && rm -r archive.qel out
+  apt-get purge -y -qq moldex libcscompr-dev libcscompr1 && rm -r archive.qel out
   test -z "$(find / -xdev \( -name "*moldex*" -o -name "*cscompr*" \) -not -path "/debs/*")"' >log 2>&1 ||
   { tail -n 40 log; exit 1; }
 echo "installed, used and removed in a bare Debian"

@@ -1,5 +1,9 @@
-// The library-wide interface: one encoder and one decoder for the whole process.
+// The C interface: one encoder and one decoder for the whole process, and those that callers
+// create.
 #include "cscompr/cscompr.h"
+
+#include <cstdlib>
+#include <new>
 
 #include "cscompr/buffers.h"
 #include "cscompr/stream_decoder.h"
@@ -17,23 +21,51 @@ std::int32_t Report(const Outcome& outcome, std::int32_t* bytes_read, std::int32
   return outcome.code;
 }
 
+std::int32_t Compress(StreamEncoderState& encoder, std::int32_t original_length,
+                      const Buffers& buffers, std::int32_t option, std::int32_t* bytes_read,
+                      std::int32_t* bytes_written) {
+  return Report(encoder.Compress(original_length, buffers, option), bytes_read, bytes_written);
+}
+
+std::int32_t Decompress(StreamDecoderState& decoder, const Buffers& buffers, std::int32_t option,
+                        std::int32_t* bytes_read, std::int32_t* bytes_written) {
+  return Report(decoder.Decompress(buffers, (option & kCsFirstCall) != 0), bytes_read,
+                bytes_written);
+}
+
+// Programs in C link this library without the C++ library, so there is no operator new.
+template <typename Object>
+Object* Create() {
+  void* const memory = std::malloc(sizeof(Object));
+  return memory != nullptr ? new (memory) Object : nullptr;
+}
+
+template <typename Object>
+void Destroy(Object* object) {
+  if (object == nullptr) return;
+  object->~Object();
+  std::free(object);
+}
+
 }  // namespace
 }  // namespace cscompr
+
+struct CsEncoder : cscompr::StreamEncoder {};
+struct CsDecoder : cscompr::StreamDecoder {};
 
 int32_t CsCompr(int32_t original_length, const uint8_t* input, int32_t input_length,
                 uint8_t* output, int32_t output_length, int32_t option, int32_t* bytes_read,
                 int32_t* bytes_written) {
-  const cscompr::Buffers buffers{input, input_length, output, output_length};
-  return cscompr::Report(cscompr::library_encoder.Compress(original_length, buffers, option),
-                         bytes_read, bytes_written);
+  return cscompr::Compress(cscompr::library_encoder, original_length,
+                           {input, input_length, output, output_length}, option, bytes_read,
+                           bytes_written);
 }
 
 int32_t CsDecompr(const uint8_t* input, int32_t input_length, uint8_t* output,
                   int32_t output_length, int32_t option, int32_t* bytes_read,
                   int32_t* bytes_written) {
-  const cscompr::Buffers buffers{input, input_length, output, output_length};
-  return cscompr::Report(cscompr::library_decoder.Decompress(buffers, (option & kCsFirstCall) != 0),
-                         bytes_read, bytes_written);
+  return cscompr::Decompress(cscompr::library_decoder, {input, input_length, output, output_length},
+                             option, bytes_read, bytes_written);
 }
 
 int32_t CsCheckHeader(const uint8_t* header) {
@@ -44,3 +76,25 @@ int32_t CsCheckHeader(const uint8_t* header) {
       CsDecompr(header, kCsHeaderBytes, &unused, 0, kCsFirstCall, &bytes_read, &bytes_written);
   return code < 0 ? code : 0;
 }
+
+CsEncoder* CsCreateEncoder() { return cscompr::Create<CsEncoder>(); }
+
+int32_t CsEncode(CsEncoder* encoder, int32_t original_length, const uint8_t* input,
+                 int32_t input_length, uint8_t* output, int32_t output_length, int32_t option,
+                 int32_t* bytes_read, int32_t* bytes_written) {
+  return cscompr::Compress(*encoder, original_length, {input, input_length, output, output_length},
+                           option, bytes_read, bytes_written);
+}
+
+void CsDestroyEncoder(CsEncoder* encoder) { cscompr::Destroy(encoder); }
+
+CsDecoder* CsCreateDecoder() { return cscompr::Create<CsDecoder>(); }
+
+int32_t CsDecode(CsDecoder* decoder, const uint8_t* input, int32_t input_length, uint8_t* output,
+                 int32_t output_length, int32_t option, int32_t* bytes_read,
+                 int32_t* bytes_written) {
+  return cscompr::Decompress(*decoder, {input, input_length, output, output_length}, option,
+                             bytes_read, bytes_written);
+}
+
+void CsDestroyDecoder(CsDecoder* decoder) { cscompr::Destroy(decoder); }

@@ -8,11 +8,16 @@
 // In either direction a stream takes one first call (kCsFirstCall), then further calls until the
 // result is kCsEndOfStream or negative. Nothing is opened or closed: a stream may be abandoned at
 // any time, and the next first call starts a new one. If that call is refused, no stream is in
-// progress, and later calls fail. One compression and one decompression may be in progress at a
-// time, interleaved as the caller likes. The state of both is library-wide, so no two calls may run
-// at the same time. The first stream of each algorithm and direction allocates its encoder or
-// decoder, at most half a megabyte, which is kept until the process ends. Nothing else is
-// allocated; nothing is thrown or printed.
+// progress, and later calls fail.
+//
+// CsCompr and CsDecompr have one compression and one decompression in progress at a time for the
+// whole process, interleaved as the caller likes. No two calls of them may run at the same time.
+// CsEncode and CsDecode do the same with objects of the caller, one stream in each: different
+// threads may use different objects at the same time.
+//
+// The first stream of each algorithm and direction allocates its encoder or decoder, at most half a
+// megabyte. It is kept for later streams until the object is destroyed, or the process ends.
+// Nothing else is allocated; nothing is thrown or printed.
 //
 // All lengths are in bytes. Input and output belong to the caller, do not overlap, and are not used
 // after a call returns. The two counters are never null. The loops below are from a program in
@@ -130,6 +135,34 @@ int32_t CsDecompr(const uint8_t* input, int32_t input_length, uint8_t* output,
 // negative code. It also starts the decompression of that stream: continue with CsDecompr, without
 // kCsFirstCall, from the byte after the header.
 int32_t CsCheckHeader(const uint8_t* header);
+
+// An encoder for one stream at a time.
+typedef struct CsEncoder CsEncoder;  // NOLINT(modernize-use-using): for C
+
+// Returns null when there is no memory.
+CsEncoder* CsCreateEncoder(void);
+
+// Does what CsCompr does, with the stream of `encoder`.
+int32_t CsEncode(CsEncoder* encoder, int32_t original_length, const uint8_t* input,
+                 int32_t input_length, uint8_t* output, int32_t output_length, int32_t option,
+                 int32_t* bytes_read, int32_t* bytes_written);
+
+// Frees the encoder, whether its stream is complete or not. It may be null.
+void CsDestroyEncoder(CsEncoder* encoder);
+
+// A decoder for one stream at a time.
+typedef struct CsDecoder CsDecoder;  // NOLINT(modernize-use-using): for C
+
+// Returns null when there is no memory.
+CsDecoder* CsCreateDecoder(void);
+
+// Does what CsDecompr does, with the stream of `decoder`.
+int32_t CsDecode(CsDecoder* decoder, const uint8_t* input, int32_t input_length, uint8_t* output,
+                 int32_t output_length, int32_t option, int32_t* bytes_read,
+                 int32_t* bytes_written);
+
+// Frees the decoder, whether its stream is complete or not. It may be null.
+void CsDestroyDecoder(CsDecoder* decoder);
 
 #ifdef __cplusplus
 }

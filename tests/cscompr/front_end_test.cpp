@@ -2,10 +2,9 @@
 // every codec, however the calls are cut.
 #include <array>
 #include <cstdint>
+#include <thread>
 
 #include "cscompr/cscompr.h"
-#include "cscompr/stream_decoder.h"
-#include "cscompr/stream_encoder.h"
 #include "cscompr/stream_steps.h"
 
 namespace cscompr::test {
@@ -187,29 +186,45 @@ TEST_P(CodecSweep, CompressionEndsOnce) {
             (Answer{IsLzh() ? kCsEndOfStream : kCsBadState, 0, 0}));
 }
 
-// The streams of the whole library, and those of objects.
+// Those of the whole library, and those of objects in two more threads.
 TEST_P(CodecSweep, KeepsStreamsApart) {
   const Bytes data = Text(30000);
   const Bytes alone = Packed(data);
-  StreamEncoder encoder;
-  StreamDecoder decoder;
-  const auto compress = [&](const Buffers& b, bool first) {
-    return encoder.Compress(30000, b, first ? GetParam() : 0);
+  const auto run = [&](std::array<Stream, 2> streams) {
+    for (bool more = true; more;) {
+      more = false;
+      for (Stream& stream : streams)
+        more = (stream.result().code != kCsEndOfStream && stream.Step()) || more;
+    }
+    EXPECT_EQ(streams[0].result().bytes, alone);
+    EXPECT_EQ(streams[1].result().bytes, data);
   };
-  const auto restore = [&](const Buffers& b, bool first) { return decoder.Decompress(b, first); };
-  Stream streams[] = {Compression(data, GetParam(), UpTo(500, 1), UpTo(500, 2, 1)),
-                      Restoration(alone, UpTo(300, 3), UpTo(300, 4, 1)),
-                      {Way::kCompress, data, compress, UpTo(500, 5), UpTo(500, 6, 1)},
-                      {Way::kRestore, alone, restore, UpTo(300, 7), UpTo(300, 8, 1)}};
-  for (bool more = true; more;) {
-    more = false;
-    for (Stream& stream : streams)
-      more = (stream.result().code != kCsEndOfStream && stream.Step()) || more;
-  }
-  for (const std::size_t i : {0U, 2U}) {
-    EXPECT_EQ(streams[i].result().bytes, alone);
-    EXPECT_EQ(streams[i + 1].result().bytes, data);
-  }
+  const auto run_objects = [&](unsigned seed) {
+    CsEncoder* const encoder = CsCreateEncoder();
+    CsDecoder* const decoder = CsCreateDecoder();
+    const auto compress = [&](const Buffers& b, bool first) {
+      Outcome o;
+      o.code = CsEncode(encoder, 30000, b.input, b.input_length, b.output, b.output_length,
+                        first ? GetParam() : 0, &o.bytes_read, &o.bytes_written);
+      return o;
+    };
+    const auto restore = [&](const Buffers& b, bool first) {
+      Outcome o;
+      o.code = CsDecode(decoder, b.input, b.input_length, b.output, b.output_length,
+                        first ? kCsFirstCall : 0, &o.bytes_read, &o.bytes_written);
+      return o;
+    };
+    run({Stream(Way::kCompress, data, compress, UpTo(500, seed), UpTo(500, seed + 1, 1)),
+         Stream(Way::kRestore, alone, restore, UpTo(300, seed + 2), UpTo(300, seed + 3, 1))});
+    CsDestroyEncoder(encoder);
+    CsDestroyDecoder(decoder);
+  };
+  std::thread one(run_objects, 1);
+  std::thread other(run_objects, 5);
+  run({Compression(data, GetParam(), UpTo(500, 9), UpTo(500, 10, 1)),
+       Restoration(alone, UpTo(300, 11), UpTo(300, 12, 1))});
+  one.join();
+  other.join();
 }
 
 INSTANTIATE_TEST_SUITE_P(Codecs, CodecSweep,

@@ -29,25 +29,36 @@ else
 fi
 same "what is installed" "include/cscompr/cscompr.h \
 $libdir/cmake/cscompr/cscompr-config-version.cmake $libdir/cmake/cscompr/cscompr-config.cmake \
-$libdir/libcscompr.a $libdir/pkgconfig/cscompr.pc \
+$libdir/libcscompr.a $libdir/libcscompr.so $libdir/libcscompr.so.1 $libdir/libcscompr.so.1.0.0 \
+$libdir/pkgconfig/cscompr.pc \
 share/doc/libcscompr-dev/copyright share/doc/libcscompr-dev/examples/CMakeLists.txt \
 share/doc/libcscompr-dev/examples/roundtrip.c " \
-  "$(cd moved && find . -type f ! -name changelog.gz | sed 's|^\./||' | LC_ALL=C sort | tr '\n' ' ')"
+  "$(cd moved && find . ! -type d ! -name changelog.gz ! -path '*/libcscompr1/*' | sed 's|^\./||' |
+    LC_ALL=C sort | tr '\n' ' ')"
 header=moved/include/cscompr/cscompr.h
 examples=moved/share/doc/libcscompr-dev/examples
 
-# In a shared library it needs nothing of the C++ library and exports only its interface.
+# The shared library needs nothing of the C++ library and exports only its interface; the version of the
+# interface changes with it. A library that links the static one exports the same.
 # shellcheck disable=SC2086
 cc $flags -shared -Wl,-z,defs -Wl,--whole-archive moved/$libdir/libcscompr.a \
   -Wl,--no-whole-archive -o shared.so
-same "functions exported" "CsCheckHeader CsCompr CsDecompr " \
-  "$(nm -D --defined-only shared.so | awk '$2 == "T" { print $3 }' | LC_ALL=C sort | tr '\n' ' ')"
+for shared in shared.so moved/$libdir/libcscompr.so; do
+  same "functions exported" "CsCheckHeader CsCompr CsCreateDecoder CsCreateEncoder CsDecode CsDecompr \
+CsDestroyDecoder CsDestroyEncoder CsEncode " \
+    "$(nm -D --defined-only "$shared" | awk '{ print $3 }' | LC_ALL=C sort | tr '\n' ' ')"
+done
+same "name and needs" "libc.so.6 libcscompr.so.1 " "$(readelf -d "moved/$libdir/libcscompr.so" |
+  sed -nE '/libc\.so|libcscompr|libstdc/s/.*\[(.*)\]/\1/p' | LC_ALL=C sort | tr '\n' ' ')"
 
 # The example, built in every way.
 strict="-pedantic -Wall -Wextra -Wconversion -Werror $flags"
 export PKG_CONFIG_LIBDIR=$work/moved/$libdir/pkgconfig
 # shellcheck disable=SC2046,SC2086
 cc -std=c99 $strict $examples/roundtrip.c $(pkg-config --cflags --libs cscompr) -o in_c
+# shellcheck disable=SC2046,SC2086
+cc -std=c99 $strict $examples/roundtrip.c $(pkg-config --cflags cscompr) moved/$libdir/libcscompr.a \
+  -o with_archive
 # shellcheck disable=SC2046,SC2086
 c++ -std=c++20 $strict -x c++ $examples/roundtrip.c -x none \
   $(pkg-config --cflags --libs cscompr) -o in_cpp
@@ -63,7 +74,8 @@ half a stream: the input ends early (-1)
 a damaged stream: the stream is damaged (-22)
 no stream: not a stream that this library reads (-50)
 END
-for program in ./in_c ./in_cpp by_cmake/roundtrip; do
+export LD_LIBRARY_PATH=$work/moved/$libdir
+for program in ./in_c ./with_archive ./in_cpp by_cmake/roundtrip; do
   "$program" >printed || fail "$program ends with $?"
   sed -E 's/packed to [0-9]{4} /packed to N /' printed | diff expected - || fail "$program"
 done
@@ -71,7 +83,7 @@ done
 # A first call that gets no memory says so; sanitizers need more themselves.
 if [ -z "$flags" ]; then
   same "a first call without memory" "LZC: no memory (-12)" \
-    "$( (ulimit -d 600; ./in_c || true) | head -n 1)"
+    "$( (ulimit -d 600; ./with_archive || true) | head -n 1)"
 fi
 
 # The loops in the header are those of the example, except for layout.
