@@ -25,7 +25,7 @@ constexpr std::uint64_t kBatchBytes = 256 * 1024;
 
 // Data that wait for their turn, for each worker: enough for workers to go on with small files
 // while one compresses a large file before them.
-constexpr std::size_t kWaitingBytes = 2 * 1024 * 1024;
+constexpr std::size_t kWaitingBytes = 1024 * 1024;
 
 // From this size on several workers compress a file. Below it, enough other files are under way.
 constexpr std::uint64_t kLargeFileBytes = 1024 * 1024;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <span>
 #include <utility>
 
@@ -16,7 +17,7 @@
 namespace moldex {
 namespace {
 
-constexpr std::uint32_t kPieceBytes = 256 * 1024;
+constexpr std::uint32_t kPieceBytes = 192 * 1024;
 static_assert(kPieceBytes % cscompr::kLzhStepBytes == 0);
 static_assert(kPieceBytes <= cscompr::kMostLzhPieceBytes);
 // The encoder gets its input in pieces of this size, and its output ends a block after each.
@@ -202,7 +203,7 @@ void CPieceJob::GiveBlock(CDataPiece& piece) {
   if (given_bytes_ == end) step_ = last_step + 1;
   if (payload.empty()) return;
   const bool is_last = EndsEntry() && step_ == coded.step_count;
-  std::ranges::copy(payload, piece.Space().begin() + kBlockHeaderBytes);
+  std::memcpy(piece.Space().data() + kBlockHeaderBytes, payload.data(), payload.size());
   piece.AddBlock(payload.size(), is_last);
 }
 

@@ -25,7 +25,7 @@ namespace moldex {
 class CDirEntry;
 struct PieceStream;
 
-// The bytes, tokens and bits of one piece: about 1.8 MB, little of it in use when the bytes repeat.
+// The bytes, tokens and bits of one piece: about 1.4 MB, little of it in use when the bytes repeat.
 struct PieceMemory {
   PieceMemory();
 
