@@ -161,15 +161,6 @@ void MeasureDepths(const Tree& tree, int max_bits, std::span<std::uint8_t> lengt
   Reassign(tree, counts, max_bits, lengths);
 }
 
-// The lowest `bits` bits of `code`, at most 16, in reverse order.
-constexpr std::uint32_t Reversed(std::uint32_t code, int bits) {
-  code = ((code & 0x5555) << 1) | ((code >> 1) & 0x5555);
-  code = ((code & 0x3333) << 2) | ((code >> 2) & 0x3333);
-  code = ((code & 0x0F0F) << 4) | ((code >> 4) & 0x0F0F);
-  code = ((code & 0x00FF) << 8) | (code >> 8);
-  return code >> (16 - bits);
-}
-
 }  // namespace
 
 void BuildCodeLengths(std::span<const std::uint32_t> frequencies, int max_bits,
@@ -191,20 +182,6 @@ void BuildCodeLengths(std::span<const std::uint32_t> frequencies, int max_bits,
   }
   const Tree tree = GrowTree(heap, frequencies.size());
   MeasureDepths(tree, max_bits, lengths);
-}
-
-void BuildCodes(std::span<const std::uint8_t> lengths, std::span<std::uint16_t> codes) {
-  std::array<std::uint32_t, kMaxCodeBits + 2> next{};
-  for (const std::uint8_t bits : lengths)
-    ++next[bits + std::size_t{1}];
-  next[1] = 0;  // symbols without a code take none of the space
-  for (std::size_t bits = 1; bits < next.size(); ++bits)
-    next[bits] = (next[bits - 1] << 1) + next[bits] * 2;
-  for (std::size_t symbol = 0; symbol < lengths.size(); ++symbol) {
-    const int bits = lengths[symbol];
-    codes[symbol] = static_cast<std::uint16_t>(
-        bits == 0 ? 0 : Reversed(next[static_cast<std::size_t>(bits)]++, bits));
-  }
 }
 
 }  // namespace cscompr

@@ -34,22 +34,23 @@ std::size_t UsedCount(std::span<const std::uint8_t> lengths, std::size_t least) 
   return count;
 }
 
+constexpr BlockCodeLengths MakeFixedLengths() {
+  BlockCodeLengths lengths;
+  lengths.literal_lengths = kFixedLiteralLengths;
+  lengths.distances.fill(kFixedDistanceBits);
+  return lengths;
+}
+
 }  // namespace
 
 constexpr std::array<std::uint8_t, kMaxMatch - kMinMatch + 1> kLengthSymbols = MakeLengthSymbols();
+constexpr BlockCodeLengths kFixedLengths = MakeFixedLengths();
 
 BlockCodeLengths DynamicLengths(const BlockFrequencies& frequencies) {
   BlockCodeLengths lengths;
   BuildCodeLengths(frequencies.literal_lengths, kMaxCodeBits,
                    std::span(lengths.literal_lengths).first(kLiteralLengthCodes));
   BuildCodeLengths(frequencies.distances, kMaxCodeBits, lengths.distances);
-  return lengths;
-}
-
-BlockCodeLengths FixedLengths() {
-  BlockCodeLengths lengths;
-  lengths.literal_lengths = kFixedLiteralLengths;
-  lengths.distances.fill(kFixedDistanceBits);
   return lengths;
 }
 
@@ -139,45 +140,55 @@ void CodeDescription::Write(BitWriter& output) const {
   }
 }
 
-TokenCodes::TokenCodes(const BlockCodeLengths& lengths) {
+namespace {
+
+constexpr TokenCodes MakeTokenCodes(const BlockCodeLengths& lengths) {
+  TokenCodes made;
   std::array<std::uint16_t, kFixedLiteralLengthCodes> codes{};
   BuildCodes(lengths.literal_lengths, codes);
   for (std::size_t i = 0; i < kLiteralCount; ++i) {
-    rows_[i] = (std::uint32_t{codes[i]} << 8) | lengths.literal_lengths[i];
+    made.rows[i] = (std::uint32_t{codes[i]} << 8) | lengths.literal_lengths[i];
   }
   for (std::size_t i = 0; i < kLengthSymbols.size(); ++i) {
     const std::size_t range = kLengthSymbols[i];
     const std::size_t symbol = kFirstLengthSymbol + range;
     const std::uint32_t code_bits = lengths.literal_lengths[symbol];
     const auto extra = static_cast<std::uint32_t>(i + kMinMatch - kLengthRanges[range].base);
-    rows_[kFirstLengthRow + i] = ((codes[symbol] | (extra << code_bits)) << 8) |
-                                 (code_bits + kLengthRanges[range].extra_bits);
+    made.rows[kFirstLengthRow + i] = ((codes[symbol] | (extra << code_bits)) << 8) |
+                                     (code_bits + kLengthRanges[range].extra_bits);
   }
-  end_code_ = codes[kEndOfBlock];
-  end_bits_ = lengths.literal_lengths[kEndOfBlock];
+  made.end_code = codes[kEndOfBlock];
+  made.end_bits = lengths.literal_lengths[kEndOfBlock];
 
   std::array<std::uint16_t, kDistanceCodes> distance_codes{};
   BuildCodes(lengths.distances, distance_codes);
   for (std::size_t i = 0; i < distance_codes.size(); ++i) {
     const std::uint32_t code_bits = lengths.distances[i];
-    distances_[i] = (std::uint32_t{distance_codes[i]} << 16) | (code_bits << 8) |
-                    (code_bits + kDistanceRanges[i].extra_bits);
+    made.distances[i] = (std::uint32_t{distance_codes[i]} << 16) | (code_bits << 8) |
+                        (code_bits + kDistanceRanges[i].extra_bits);
   }
+  return made;
 }
+
+}  // namespace
+
+constexpr TokenCodes kFixedTokenCodes = MakeTokenCodes(kFixedLengths);
+
+TokenCodes TokenCodesOf(const BlockCodeLengths& lengths) { return MakeTokenCodes(lengths); }
 
 // A token takes at most 15 + 5 + 15 + 13 bits, so one store per token is enough.
 void TokenCodes::Write(std::span<const LzhToken> tokens, BitWriter& output) const {
   static_assert(2 * kMaxCodeBits + 5 + 13 <= BitWriter::kBitsBetweenStores);
   BitWriter out = output;
   for (const LzhToken token : tokens) {
-    const std::uint32_t row = rows_[TokenRow(token)];
+    const std::uint32_t row = rows[TokenRow(token)];
     out.Add(row >> 8, row & 0xFF);
-    const std::uint32_t distance = distances_[TokenDistanceSymbol(token)];
+    const std::uint32_t distance = distances[TokenDistanceSymbol(token)];
     const std::uint64_t extra = TokenDistanceExtra(token);
     out.Add((distance >> 16) | (extra << ((distance >> 8) & 0xFF)), distance & 0xFF);
     out.Store();
   }
-  out.Add(end_code_, end_bits_);
+  out.Add(end_code, end_bits);
   out.Store();
   output = out;
 }

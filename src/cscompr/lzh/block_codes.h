@@ -31,7 +31,7 @@ struct BlockCodeLengths {
 extern const std::array<std::uint8_t, kMaxMatch - kMinMatch + 1> kLengthSymbols;
 
 BlockCodeLengths DynamicLengths(const BlockFrequencies& frequencies);
-BlockCodeLengths FixedLengths();
+extern const BlockCodeLengths kFixedLengths;
 
 // The bits of all symbols of a block with their extra bits, without the block header.
 std::size_t CostInBits(const BlockFrequencies& frequencies, const BlockCodeLengths& lengths);
@@ -65,18 +65,18 @@ class CodeDescription {
 
 // A block's codes, laid out for sending tokens: a row holds the code and, for lengths, the extra
 // bits above it.
-class TokenCodes {
- public:
-  explicit TokenCodes(const BlockCodeLengths& lengths);
-
+struct TokenCodes {
   void Write(std::span<const LzhToken> tokens, BitWriter& output) const;
 
- private:
-  std::array<std::uint32_t, kTokenRows> rows_{};          // bits << 8 | their count
-  std::array<std::uint32_t, kDistanceRows> distances_{};  // code << 16 | code bits << 8 | all bits
-  std::uint32_t end_code_ = 0;
-  std::uint32_t end_bits_ = 0;
+  std::array<std::uint32_t, kTokenRows> rows{};          // bits << 8 | their count
+  std::array<std::uint32_t, kDistanceRows> distances{};  // code << 16 | code bits << 8 | all bits
+  std::uint32_t end_code = 0;
+  std::uint32_t end_bits = 0;
 };
+
+TokenCodes TokenCodesOf(const BlockCodeLengths& lengths);
+// Those of kFixedLengths, which most short blocks are sent with.
+extern const TokenCodes kFixedTokenCodes;
 
 }  // namespace cscompr
 

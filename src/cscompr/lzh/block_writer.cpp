@@ -26,13 +26,8 @@ BlockFrequencies FrequenciesOf(const TokenCounts& counts) {
   return frequencies;
 }
 
-// `description` is that of `lengths`, or null when these are the fixed ones.
-void Send(bool is_final, const BlockCodeLengths& lengths, const CodeDescription* description,
-          std::span<const LzhToken> tokens, BitWriter& output) {
-  const unsigned type = description != nullptr ? kDynamicBlock : kFixedBlock;
+void AddHeader(bool is_final, unsigned type, BitWriter& output) {
   output.Add((type << 1) | (is_final ? 1U : 0U), kBlockHeaderBits);
-  if (description != nullptr) description->Write(output);
-  TokenCodes(lengths).Write(tokens, output);
 }
 
 }  // namespace
@@ -41,13 +36,15 @@ void WriteBlock(bool is_final, std::span<const LzhToken> tokens, const TokenCoun
                 BitWriter& output) {
   const BlockFrequencies frequencies = FrequenciesOf(counts);
   const BlockCodeLengths dynamic = DynamicLengths(frequencies);
-  const BlockCodeLengths fixed = FixedLengths();
   const CodeDescription description(dynamic);
   const std::size_t dynamic_bits = description.CostInBits() + CostInBits(frequencies, dynamic);
-  if (WholeBytes(dynamic_bits) < WholeBytes(CostInBits(frequencies, fixed))) {
-    Send(is_final, dynamic, &description, tokens, output);
+  if (WholeBytes(dynamic_bits) < WholeBytes(CostInBits(frequencies, kFixedLengths))) {
+    AddHeader(is_final, kDynamicBlock, output);
+    description.Write(output);
+    TokenCodesOf(dynamic).Write(tokens, output);
   } else {
-    Send(is_final, fixed, nullptr, tokens, output);
+    AddHeader(is_final, kFixedBlock, output);
+    kFixedTokenCodes.Write(tokens, output);
   }
 }
 
