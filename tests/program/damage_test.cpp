@@ -105,5 +105,35 @@ TEST_F(Damaged, ArchivesAreReportedAlikeByEveryCommand) {
   ExpectRun("-df a.qel", Processing("a.qel") + Tested(2), 0);
 }
 
+// A later fault may be noticed sooner, while the data of an entry before it are decompressed.
+TEST_F(Damaged, EntriesFailInTheirOrder) {
+  const std::size_t end = BuildArchive({FileEntry("w", "first")}).size();
+  std::string bytes = BuildArchive({FileEntry("w", "first"), FileEntry("x", "second")});
+  bytes.replace(end, 2, "XX");
+  Write("a.qel", bytes);
+  const std::string text = Processing("a.qel") + "d w\n";
+  ExpectRun("-dvf a.qel",
+            text + Failure("unknown entry type encountered", 100) +
+                "MOLDEX: the good part of a.qel ends at byte " + std::to_string(end) +
+                ", behind w\n",
+            100);
+  FlipByte(bytes, end - 1, 1);
+  Write("a.qel", bytes);
+  ExpectRun("-dvf a.qel", text + Failure("checksum error in w", 12), 12);
+}
+
+// They are passed over, so it does not matter that one of them is too long to be read.
+TEST_F(Damaged, BlocksOfARefusedEntryEndNothing) {
+  std::string bytes = BuildArchive({FileEntry("../w", "first"), FileEntry("x", "second")});
+  constexpr std::size_t kBlockOfRefusedAt =
+      kArchiveHeader.size() + kEntryHeaderBytes + sizeof("../w");
+  const std::uint32_t length = U32At(bytes, kBlockOfRefusedAt + kPayloadLengthAt);
+  SetU32(bytes, kBlockOfRefusedAt + kPayloadLengthAt, length + 70000);
+  bytes.insert(kBlockOfRefusedAt + kBlockHeaderBytes, 70000, '\0');
+  Write("a.qel", bytes);
+  ExpectRun("-xvf a.qel", Processing("a.qel") + Leaves("../w") + "x x\n" + Extracted(1), 55);
+  EXPECT_EQ(Bytes("x"), "second");
+}
+
 }  // namespace
 }  // namespace moldex::test
