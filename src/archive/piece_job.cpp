@@ -42,6 +42,7 @@ struct PieceStream {
   const bool ends_entry;
   const std::shared_ptr<std::uint32_t> checksum;  // of the entry, so far
   cscompr::LzhPieceJoiner joiner;
+  std::atomic<std::uint32_t> token_begin = 0;  // where the piece joined last ends its tokens
   std::array<std::uint8_t, cscompr::kLzhHistoryBytes> history{};
 };
 
@@ -140,7 +141,11 @@ cscompr::LzhPieceInput CPieceJob::Input() const {
   constexpr std::size_t kHistory = cscompr::kLzhHistoryBytes;
   const std::size_t history = begin_ > 0 ? kHistory : 0;
   const std::uint8_t* const bytes = memory_->bytes.get() + kHistory;
-  return {stream_->stream, begin_, {bytes - history, history}, {bytes, length_}};
+  return {stream_->stream,
+          begin_,
+          {bytes - history, history},
+          {bytes, length_},
+          stream_->token_begin.load(std::memory_order_relaxed)};
 }
 
 // The history is what the piece before has read. The file may have changed since then.
@@ -167,6 +172,7 @@ void CPieceJob::Match() {
 void CPieceJob::Join() {
   auto matcher = line_.matchers_.Borrow();
   stream_->joiner.Join(Input(), *matcher, memory_->piece);
+  stream_->token_begin.store(stream_->joiner.TokenBegin(), std::memory_order_relaxed);
   line_.matchers_.Return(std::move(matcher));
   line_.to_join_ = index_ + 1;
 }
