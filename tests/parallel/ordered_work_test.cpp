@@ -76,7 +76,9 @@ class CTurnJob : public IJob<Piece> {
   bool MadePiece() const override { return step_ == 3; }
   bool MakePiece(Piece& piece) override {
     std::this_thread::sleep_for(std::chrono::microseconds(number_ % 3 * 40));
-    if (step_ == 1) EXPECT_EQ(turn_++, number_);
+    if (step_ == 1) {
+      EXPECT_EQ(turn_++, number_);
+    }
     if (step_ == 2) piece.text = std::to_string(number_);
     return ++step_ < 3;
   }
