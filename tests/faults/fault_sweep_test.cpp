@@ -1,9 +1,11 @@
 // Every call of the system that a command makes fails once, one after the other: the run says so
 // with the right message and status, calls nothing done that is not, spoils nothing that was there
-// before, and survives what a program has to survive.
+// before, and survives what a program has to survive. So it is however many threads work.
 #include <algorithm>
 #include <cstdlib>
+#include <initializer_list>
 #include <ostream>
+#include <set>
 
 #include "faults/system_faults.h"
 #include "run/run_context.h"
@@ -22,6 +24,8 @@ struct Scenario {
   Leaves leaves = Leaves::kFormerArchive;
   bool long_names = false;
   bool ends_with_40 = false;  // an old archive, or names of which one may be missing
+  bool has_workers = false;   // several threads may work
+  unsigned workers = 1;
 };
 
 void PrintTo(const Scenario& scenario, std::ostream* out) { *out << scenario.name; }
@@ -67,19 +71,21 @@ const struct {
                  {Call::kChmod, 48, "setting file attributes failed forout/d/"},
                  {Call::kUtime, 14, "can not change date for out/d/"},
                  {Call::kLink, 28, "could not open for writing out/d/sub/link (error 28). "}};
+constexpr int kEndedBySignal = 143;
 
 const Scenario kScenarios[] = {
-    {"Create", {"-crvf", "a.qel", "d"}, Leaves::kNewArchive},
-    {"CreateBackupStreams", {"-crf", "a.qel", "d"}, Leaves::kNewArchive, true},
-    {"Append", {"-arf", "former.qel", "d"}, Leaves::kLongerArchive},
-    {"Extract", {"-xf", "full.qel", "-R", "out"}, Leaves::kFiles},
+    {"Create", {"-crvf", "a.qel", "d"}, Leaves::kNewArchive, false, false, true},
+    {"CreateBackupStreams", {"-crf", "a.qel", "d"}, Leaves::kNewArchive, true, false, true},
+    {"Append", {"-arf", "former.qel", "d"}, Leaves::kLongerArchive, false, false, true},
+    {"Extract", {"-xvf", "full.qel", "-R", "out"}, Leaves::kFiles, false, false, true},
     {"ExtractSome",
      {"-xf", "full.qel", "-R", "out", "d/z", "d/e", "d/sub/link"},
      Leaves::kFiles,
      false,
+     true,
      true},
     {"ExtractLongNames", {"-xf", "long.qel", "-R", "out"}, Leaves::kFiles},
-    {"Verify", {"-df", "full.qel"}},
+    {"Verify", {"-dvf", "full.qel"}, Leaves::kFormerArchive, false, false, true},
     {"List", {"-tf", "full.qel"}},
     {"ExtractOld", {"-xf", "old.tar", "-R", "out"}, Leaves::kFiles, false, true},
     {"VerifyOld", {"-df", "old.tar"}, Leaves::kFormerArchive, false, true},
@@ -87,6 +93,23 @@ const Scenario kScenarios[] = {
     {"SpaceReport", {"-tsf", "full.qel"}},
     {"Merge", {"-mf", "full.qel,former.qel"}},
     {"Scan", {"-l", "-A", "names"}}};
+
+// Those that use workers, with each of these numbers of them.
+std::vector<Scenario> WithWorkers(std::initializer_list<unsigned> counts) {
+  std::vector<Scenario> scenarios;
+  for (const unsigned workers : counts) {
+    for (Scenario scenario : kScenarios) {
+      scenario.workers = workers;
+      if (scenario.has_workers) scenarios.push_back(scenario);
+    }
+  }
+  return scenarios;
+}
+
+std::string NameOfCase(const ::testing::TestParamInfo<Scenario>& scenario) {
+  const unsigned workers = scenario.param.workers;
+  return scenario.param.name + (workers == 1 ? "" : std::to_string(workers));
+}
 
 bool CanHappen(Call call, Fault fault) {
   const bool makes = call == Call::kOpen || call == Call::kMkdir || call == Call::kLink;
@@ -101,6 +124,11 @@ bool CanHappen(Call call, Fault fault) {
       return call == Call::kRead || call == Call::kWrite;
     case Fault::kStaysFull:
       return call == Call::kWrite;
+    case Fault::kSignal:
+      return call == Call::kRead || call == Call::kWrite;
+    case Fault::kEndsThere:
+    case Fault::kFewHandles:
+      break;
   }
   return false;
 }
@@ -124,24 +152,32 @@ class FaultSweep : public FolderTest, public ::testing::WithParamInterface<Scena
     options.acl = options.long_names = options.backup = true;
   }
 
-  FaultyRun Run(const std::vector<FaultPlan>& plans) const {
+  FaultyRun Run(const std::vector<FaultPlan>& plans, unsigned workers = GetParam().workers) const {
     for (const char* name : {"out", "a.qel", "files.log"})
       Remove(name);
     Write("former.qel", before_.at("former.qel").content);
-    return RunWithFaults(folder_.Path(), GetParam().words, plans,
-                         GetParam().long_names ? LongNames : std::function<void()>());
+    return RunWithFaults(folder_.Path(), GetParam().words, plans, [workers] {
+      CRunContext::GetInstance().options().workers = workers;
+      if (GetParam().long_names) LongNames();
+    });
   }
 
-  // The tree afterwards without the times that the clock gives.
+  // The tree afterwards without the times that the clock gives, to incomplete files too.
   Tree After() const {
     Tree tree = Below("");
-    for (const char* name : {"former.qel", "a.qel", "files.log"}) {
-      if (tree.count(name) != 0) tree[name].mtime = 0;
+    for (auto& [name, node] : tree) {
+      const bool is_new = name == "former.qel" || name == "a.qel" || name == "files.log";
+      if (is_new || node.mode == 0600) node.mtime = 0;
     }
     return tree;
   }
 
   static void ExpectFailure(const FaultPlan& plan, const FaultyRun& run) {
+    if (plan.fault == Fault::kSignal) {
+      EXPECT_EQ(run.status, kEndedBySignal);
+      EXPECT_TRUE(run.out.ends_with("MOLDEX: interrupted (error 143). \n")) << run.out;
+      return;
+    }
     EXPECT_TRUE(std::ranges::any_of(
         kOutcomes,
         [&](const auto& outcome) {
@@ -225,7 +261,7 @@ TEST_P(FaultSweep, EveryFailingCallIsReportedOrSurvived) {
   int runs = 0;
   for (const Call call : kAllCalls) {
     for (const Fault fault : {Fault::kNoSpace, Fault::kIoError, Fault::kInterrupted,
-                              Fault::kOneByteShort, Fault::kStaysFull}) {
+                              Fault::kOneByteShort, Fault::kStaysFull, Fault::kSignal}) {
       if (!CanHappen(call, fault)) continue;
       for (int nth = 1; nth <= CountOf(clean.calls, call) && !HasFailure(); ++nth, ++runs) {
         SCOPED_TRACE(std::string(NameOf(call)) + " number " + std::to_string(nth) + ", fault " +
@@ -248,8 +284,59 @@ TEST_P(FaultSweep, EveryFailingCallIsReportedOrSurvived) {
   RecordProperty("runs", runs);
 }
 
-INSTANTIATE_TEST_SUITE_P(Commands, FaultSweep, ::testing::ValuesIn(kScenarios),
-                         [](const auto& scenario) { return scenario.param.name; });
+INSTANTIATE_TEST_SUITE_P(Commands, FaultSweep, ::testing::ValuesIn(kScenarios), NameOfCase);
+INSTANTIATE_TEST_SUITE_P(Workers, FaultSweep, ::testing::ValuesIn(WithWorkers({2, 4})), NameOfCase);
+
+// Faults that follow the place in a file, or its descriptor, instead of the order of calls.
+class FaultAtAPlace : public FaultSweep {
+ protected:
+  static std::set<int> PlacesIn(const std::string& content) {
+    const auto size = static_cast<int>(content.size());
+    std::set<int> places = {0, 1, 65535, 65536, size - 1};
+    for (int place = 20'000; place < size; place += 50'000)
+      places.insert(place);
+    std::erase_if(places, [=](int place) { return place < 0 || place >= size; });
+    return places;
+  }
+
+  // How many runs show whether it makes a difference.
+  int Compare(const FaultPlan& plan) const {
+    SCOPED_TRACE(NameOf(plan.call) + (" at " + std::to_string(plan.nth) + " " + plan.file));
+    const FaultyRun alone = Run({plan}, 1);
+    if (alone.status == 0 && plan.fault != Fault::kFewHandles) return 1;
+    const Tree after = After();
+    for (const unsigned workers : {2U, 4U}) {
+      const FaultyRun run = Run({plan}, workers);
+      EXPECT_EQ(run.out, alone.out);
+      EXPECT_EQ(run.status, alone.status);
+      EXPECT_TRUE(After() == after);
+    }
+    return 3;
+  }
+};
+
+TEST_P(FaultAtAPlace, EndsTheRunAsOnOneProcessor) {
+  EXPECT_EQ(Run({}).status, 0);
+  int runs = 1;
+  for (const auto& [file, node] : After()) {
+    const bool is_source = file.starts_with("d/");
+    const bool is_target = file.starts_with("out/");
+    if (!is_source && !is_target && file != GetParam().words[1]) continue;
+    for (const int place : PlacesIn(node.content)) {
+      if (!is_source) runs += Compare({Call::kWrite, Fault::kNoSpace, place, file});
+      if (is_target) continue;
+      runs += Compare({Call::kRead, Fault::kIoError, place, file});
+      runs += Compare({Call::kRead, Fault::kEndsThere, place, file});
+    }
+  }
+  for (const int handles : {5, 6, 7, 8, 9, 11})
+    runs += Compare({Call::kOpen, Fault::kFewHandles, handles});
+  EXPECT_GT(runs, 50);
+  RecordProperty("runs", runs);
+}
+
+INSTANTIATE_TEST_SUITE_P(Commands, FaultAtAPlace, ::testing::ValuesIn(WithWorkers({1})),
+                         NameOfCase);
 
 }  // namespace
 }  // namespace moldex::test

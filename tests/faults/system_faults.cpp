@@ -6,11 +6,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <climits>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 
 #include "driver/program.h"
@@ -19,20 +24,56 @@
 namespace moldex::test {
 namespace {
 
+// How many calls of each kind were made, by any thread.
+using SharedCounts = std::array<std::atomic<int>, std::size(kAllCalls)>;
+
 std::vector<FaultPlan> armed;
-CallCounts* calls_made = nullptr;  // in memory that parent and child share
+SharedCounts* calls_made = nullptr;  // in memory that parent and child share
 bool running = false;
 
-// The fault that this call has to make, or null.
-const FaultPlan* Due(Call call) {
-  if (!running) return nullptr;
+struct DueFault {
+  Fault fault;
+  bool is_first;
+};
+
+// The fault that this call has to make, if any.
+std::optional<DueFault> Due(Call call) {
+  if (!running) return {};
   const int number = ++(*calls_made)[static_cast<std::size_t>(call)];
   for (const FaultPlan& plan : armed) {
-    if (plan.call != call) continue;
+    if (plan.call != call || !plan.file.empty() || plan.fault == Fault::kFewHandles) continue;
     const bool again = plan.fault == Fault::kStaysFull && number > plan.nth;
-    if (number == plan.nth || again) return &plan;
+    if (number != plan.nth && !again) continue;
+    if (plan.fault != Fault::kSignal) return DueFault{plan.fault, !again};
+    (void)kill(getpid(), SIGTERM);
   }
-  return nullptr;
+  return {};
+}
+
+// The same for bytes from a position of a file on. Takes away from their count those that fail,
+// while others come before them.
+std::optional<DueFault> DueAt(Call call, int descriptor, off64_t position, std::size_t& count) {
+  for (const FaultPlan& plan : armed) {
+    if (!running || plan.call != call || plan.file.empty()) continue;
+    const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+    char path[PATH_MAX] = {};
+    if (readlink(link.c_str(), path, sizeof path - 1) < 0 || path != plan.file) continue;
+    const off64_t before = plan.nth - position;
+    if (before <= 0) return DueFault{plan.fault, true};
+    count = std::min(count, static_cast<std::size_t>(before));
+  }
+  return {};
+}
+
+// The descriptor, unless it is one too many.
+int Limited(int descriptor) {
+  for (const FaultPlan& plan : armed) {
+    if (!running || plan.fault != Fault::kFewHandles || descriptor < plan.nth) continue;
+    (void)close(descriptor);
+    errno = EMFILE;
+    return -1;
+  }
+  return descriptor;
 }
 
 int ErrnoOf(Fault fault) {
@@ -43,27 +84,30 @@ int ErrnoOf(Fault fault) {
 // A call that succeeds or fails and moves nothing.
 template <typename Real, typename... Arguments>
 auto Attempt(Call call, Real real, Arguments... arguments) -> decltype(real(arguments...)) {
-  const FaultPlan* plan = Due(call);
-  if (plan == nullptr) return real(arguments...);
+  const auto due = Due(call);
+  if (!due) return real(arguments...);
   if (call == Call::kClose) (void)real(arguments...);  // the descriptor is gone either way
-  errno = ErrnoOf(plan->fault);
+  errno = ErrnoOf(due->fault);
   return -1;
 }
 
-std::size_t ShortenedBy(const FaultPlan& plan, std::size_t count) {
-  if (plan.fault == Fault::kStaysFull) return count / 2;
+std::size_t ShortenedBy(Fault fault, std::size_t count) {
+  if (fault == Fault::kStaysFull) return count / 2;
   return count > 1 ? count - 1 : count;
 }
 
-// A call that moves bytes, with the arguments that follow their count.
+// A call that moves bytes at a position, with the arguments that follow their count.
 template <typename Real, typename Bytes, typename... More>
-ssize_t Move(Call call, Real real, int descriptor, Bytes* bytes, std::size_t count, More... more) {
-  const FaultPlan* plan = Due(call);
-  if (plan == nullptr) return real(descriptor, bytes, count, more...);
-  const bool first = CountOf(*calls_made, call) == plan->nth;
-  const bool moves = plan->fault == Fault::kOneByteShort || plan->fault == Fault::kStaysFull;
-  if (moves && first) return real(descriptor, bytes, ShortenedBy(*plan, count), more...);
-  errno = ErrnoOf(plan->fault);
+ssize_t Move(Call call, off64_t position, Real real, int descriptor, Bytes* bytes,
+             std::size_t count, More... more) {
+  auto due = Due(call);
+  if (!due) due = DueAt(call, descriptor, position, count);
+  if (!due) return real(descriptor, bytes, count, more...);
+  if (due->fault == Fault::kEndsThere) return 0;
+  const bool moves = due->fault == Fault::kOneByteShort || due->fault == Fault::kStaysFull;
+  if (moves && due->is_first)
+    return real(descriptor, bytes, ShortenedBy(due->fault, count), more...);
+  errno = ErrnoOf(due->fault);
   return -1;
 }
 
@@ -72,6 +116,7 @@ ssize_t Move(Call call, Real real, int descriptor, Bytes* bytes, std::size_t cou
 
 using moldex::test::Attempt;
 using moldex::test::Call;
+using moldex::test::Limited;
 using moldex::test::Move;
 
 // NOLINTBEGIN: the linker prescribes these names
@@ -83,28 +128,30 @@ int __wrap_open64(const char* path, int flags, ...) {
   va_start(list, flags);
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(list, mode_t) : 0;
   va_end(list);
-  return Attempt(Call::kOpen, __real_open64, path, flags, mode);
-}
-
-ssize_t __real_read(int descriptor, void* bytes, size_t count);
-ssize_t __wrap_read(int descriptor, void* bytes, size_t count) {
-  return Move(Call::kRead, __real_read, descriptor, bytes, count);
-}
-
-ssize_t __real_pread64(int descriptor, void* bytes, size_t count, off64_t position);
-ssize_t __wrap_pread64(int descriptor, void* bytes, size_t count, off64_t position) {
-  return Move(Call::kRead, __real_pread64, descriptor, bytes, count, position);
-}
-
-ssize_t __real_write(int descriptor, const void* bytes, size_t count);
-ssize_t __wrap_write(int descriptor, const void* bytes, size_t count) {
-  if (descriptor == STDOUT_FILENO) return __real_write(descriptor, bytes, count);
-  return Move(Call::kWrite, __real_write, descriptor, bytes, count);
+  return Limited(Attempt(Call::kOpen, __real_open64, path, flags, mode));
 }
 
 off64_t __real_lseek64(int descriptor, off64_t offset, int from);
 off64_t __wrap_lseek64(int descriptor, off64_t offset, int from) {
   return Attempt(Call::kSeek, __real_lseek64, descriptor, offset, from);
+}
+
+static off64_t PositionOf(int descriptor) { return __real_lseek64(descriptor, 0, SEEK_CUR); }
+
+ssize_t __real_read(int descriptor, void* bytes, size_t count);
+ssize_t __wrap_read(int descriptor, void* bytes, size_t count) {
+  return Move(Call::kRead, PositionOf(descriptor), __real_read, descriptor, bytes, count);
+}
+
+ssize_t __real_pread64(int descriptor, void* bytes, size_t count, off64_t position);
+ssize_t __wrap_pread64(int descriptor, void* bytes, size_t count, off64_t position) {
+  return Move(Call::kRead, position, __real_pread64, descriptor, bytes, count, position);
+}
+
+ssize_t __real_write(int descriptor, const void* bytes, size_t count);
+ssize_t __wrap_write(int descriptor, const void* bytes, size_t count) {
+  if (descriptor == STDOUT_FILENO) return __real_write(descriptor, bytes, count);
+  return Move(Call::kWrite, PositionOf(descriptor), __real_write, descriptor, bytes, count);
 }
 
 int __real_close(int descriptor);
@@ -160,6 +207,8 @@ namespace {
   (void)alarm(60);
   if (prepare) prepare();
   armed = plans;
+  for (FaultPlan& plan : armed)
+    if (!plan.file.empty()) plan.file = std::filesystem::current_path() / plan.file;
   running = true;
   const int status = Main(static_cast<int>(words.size()), argv.data());
   running = false;
@@ -179,12 +228,13 @@ FaultyRun RunWithFaults(const std::filesystem::path& folder, const Words& argume
                         const std::vector<FaultPlan>& plans, const std::function<void()>& prepare) {
   static const std::string output_name = "/tmp/moldex-faults-" + std::to_string(getpid());
   if (calls_made == nullptr) {
-    void* shared = mmap(nullptr, sizeof(CallCounts), PROT_READ | PROT_WRITE,
+    void* shared = mmap(nullptr, sizeof(SharedCounts), PROT_READ | PROT_WRITE,
                         MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (shared == MAP_FAILED) throw std::runtime_error("mmap");
-    calls_made = static_cast<CallCounts*>(shared);
+    calls_made = static_cast<SharedCounts*>(shared);
   }
-  calls_made->fill(0);
+  for (auto& count : *calls_made)
+    count = 0;
   const int output = open(output_name.c_str(), O_RDWR | O_CREAT | O_TRUNC, 0600);
   if (output < 0) throw std::runtime_error("open");
   const pid_t child = fork();
@@ -195,7 +245,7 @@ FaultyRun RunWithFaults(const std::filesystem::path& folder, const Words& argume
   FaultyRun run;
   if (WIFEXITED(state)) run.status = WEXITSTATUS(state);
   run.out = ReadFile(output_name);
-  run.calls = *calls_made;
+  std::ranges::copy(*calls_made, run.calls.begin());
   (void)close(output);
   (void)unlink(output_name.c_str());
   return run;

@@ -3,6 +3,7 @@
 // The program's own code, its seam included, is linked as it is, but its calls of the C library go
 // through here (the linker's --wrap): the n-th open, read, write and so on of a run can be made to
 // fail as it fails on a full disk, a broken one, or under a signal.
+// Faults that belong to a place in a file come whichever thread gets there.
 #ifndef MOLDEX_TESTS_FAULTS_SYSTEM_FAULTS_H_
 #define MOLDEX_TESTS_FAULTS_SYSTEM_FAULTS_H_
 
@@ -33,13 +34,18 @@ enum class Fault {
   kIoError,
   kInterrupted,   // the call fails once with EINTR, as a signal makes it
   kOneByteShort,  // read and write move a byte less than asked
-  kStaysFull      // half of this write fits, and nothing more
+  kStaysFull,     // half of this write fits, and nothing more
+  kEndsThere,     // the file does; only with FaultPlan::file
+  kFewHandles,    // no open gives a descriptor from number `nth` on
+  kSignal         // SIGTERM comes during the call, which succeeds
 };
 
 struct FaultPlan {
   Call call;
   Fault fault;
   int nth;  // from 1
+  // With a file, the bytes of it from number `nth` on, counted from 0, are those that fail.
+  std::string file = {};
 };
 
 struct FaultyRun {
