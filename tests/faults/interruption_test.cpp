@@ -1,8 +1,10 @@
-// Runs that are interrupted, by Ctrl-C and by requests to end: they leave an archive whole.
+// Runs that are interrupted, by Ctrl-C and by requests to end: they leave an archive whole, however
+// many threads work.
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <fstream>
@@ -11,6 +13,7 @@
 
 #include "program/program_test.h"
 #include "support/noise.h"
+#include "threads/use_workers.h"
 
 namespace moldex::test {
 namespace {
@@ -34,8 +37,10 @@ bool Catches(pid_t child, int signal) {
   return !line.empty() && (std::stoull(line.substr(7), nullptr, 16) >> (signal - 1) & 1) != 0;
 }
 
-class Interruption : public ProgramTest {
+class Interruption : public ProgramTest, public ::testing::WithParamInterface<unsigned> {
  protected:
+  Interruption() { UseWorkers(GetParam()); }
+
   // Sends the signal once the program has named an entry; all output goes to "moldex_output".
   RunResult RunAndSignal(const std::string& line, const std::string& entry, int signal) const {
     std::filesystem::remove(Path("moldex_output"));
@@ -49,10 +54,23 @@ class Interruption : public ProgramTest {
     });
   }
 
+  // Sends one of the signals some time after the program began to catch them; returns the signal.
+  int RunAndSignalSometime(const std::string& line, microseconds latest, RunResult& result) {
+    const int signal = std::array{SIGINT, SIGTERM, SIGHUP}[random_() % 3];
+    const microseconds time(random_() % static_cast<unsigned>(latest.count() + 1));
+    result = RunProgram(folder_.Path(), SplitAtBlanks(line), User::kSame, 60, [&](pid_t child) {
+      while (!HasEnded(child) && !Catches(child, SIGPIPE))
+        std::this_thread::sleep_for(microseconds(200));
+      std::this_thread::sleep_for(time);
+      (void)kill(child, signal);
+    });
+    return signal;
+  }
+
   std::mt19937 random_{std::random_device()()};
 };
 
-TEST_F(Interruption, EndsEveryCommandWithAMessageAndLeavesTheArchiveWhole) {
+TEST_P(Interruption, EndsEveryCommandWithAMessageAndLeavesTheArchiveWhole) {
   std::vector<QelEntry> many(12, FileEntry("big", std::string(kZeros, '\0')));
   many.insert(many.begin(), FileEntry("first", "1"));
   Write("many.qel", BuildArchive(many));
@@ -80,7 +98,7 @@ TEST_F(Interruption, EndsEveryCommandWithAMessageAndLeavesTheArchiveWhole) {
   }
 }
 
-TEST_F(Interruption, EndsAMergeAndLeavesTheTargetAsItWas) {
+TEST_P(Interruption, EndsAMergeAndLeavesTheTargetAsItWas) {
   const std::string former = BuildArchive({FileEntry("old", "was there before")});
   Write("s.qel", std::string(kArchiveHeader));
   std::filesystem::resize_file(Path("s.qel"), std::uintmax_t{1} << 30);
@@ -96,8 +114,43 @@ TEST_F(Interruption, EndsAMergeAndLeavesTheTargetAsItWas) {
   EXPECT_EQ(Bytes("former.qel"), former);
 }
 
+TEST_P(Interruption, AtAnyMomentLeavesWholeEntriesAndFiles) {
+  Tree tree;
+  for (unsigned i = 0; i < 60; ++i)
+    tree["d/" + std::to_string(i)] = FileNode(Noise(i % 10 == 0 ? 300'000 : i * 100, i));
+  Make(tree);
+  const auto begin = std::chrono::steady_clock::now();
+  ASSERT_EQ(Run("-cf s.qel d").status, 0);
+  const auto taken = std::chrono::steady_clock::now() - begin;
+  const std::string whole = Bytes("s.qel");
+  int interrupted = 0;
+  for (unsigned i = 0; i < 24; ++i) {
+    Write("former.qel", std::string(kArchiveHeader));
+    for (const char* name : {"a.qel", "out"})
+      Remove(name);
+    const std::string line =
+        std::array{"-cf a.qel d", "-af former.qel d", "-df s.qel", "-xf s.qel -R out"}[i % 4];
+    RunResult result;
+    const int signal =
+        RunAndSignalSometime(line, std::chrono::duration_cast<microseconds>(taken), result);
+    interrupted += result.status != 0;
+    if (result.status != 0) {
+      EXPECT_EQ(result.status, 128 + signal) << line << " signal " << result.signal;
+      EXPECT_TRUE(result.out.ends_with(Failure("interrupted", result.status))) << result.out;
+    }
+    for (const char* archive : {"a.qel", "former.qel"}) {
+      if (!Exists(archive)) continue;
+      EXPECT_TRUE(whole.starts_with(Bytes(archive))) << line;
+      EXPECT_NO_THROW(Entries(archive));
+    }
+    for (const auto& [name, node] : Below("out"))
+      EXPECT_TRUE(node.mode != 0644 || node == tree.at(name)) << name;
+  }
+  EXPECT_GT(interrupted, 0);
+}
+
 // Nobody writes into the pipe, or reads from it: one signal is enough, whenever it comes.
-TEST_F(Interruption, EndsARunThatWaitsForSomebodyElse) {
+TEST_P(Interruption, EndsARunThatWaitsForSomebodyElse) {
   Make({{"pipe", FifoNode()}, {"moldex_output", FifoNode()}, {"big", FileNode(Noise(400'000, 1))}});
   Write("many.qel",
         BuildArchive(std::vector<QelEntry>(3000, DirectoryEntry(std::string(200, 'd')))));
@@ -126,6 +179,9 @@ TEST_F(Interruption, EndsARunThatWaitsForSomebodyElse) {
   (void)close(pipe);
   (void)close(output);
 }
+
+INSTANTIATE_TEST_SUITE_P(Workers, Interruption, ::testing::Values(1U, 2U, 4U),
+                         ::testing::PrintToStringParamName());
 
 }  // namespace
 }  // namespace moldex::test
