@@ -14,11 +14,11 @@ cp former.qel before.qel
 # killed ARGS...: runs the program, and kills it within 0.3 seconds.
 kills=0
 killed() {
-  { timeout -s KILL "0.$(printf %02d $((RANDOM % 30)))1" "$program" "$@" >log || kills=$((kills + 1)); } 2>/dev/null
+  { timeout -s KILL "0.$(printf %02d $((RANDOM % 30)))1" "${launch[@]}" "$@" >log || kills=$((kills + 1)); } 2>/dev/null
 }
 # good ARCHIVE: every entry before the end of the good part, as -d reports it, is whole.
 good() {
-  if ! "$program" -df "$1" >log; then
+  if ! "${launch[@]}" -df "$1" >log; then
     end=$(sed -n 's/.*ends at byte \([0-9]*\),.*/\1/p' log)
     head -c "${end:-8}" "$1" >good.qel
     run -df good.qel
