@@ -38,7 +38,12 @@ window of 32 KB and a matcher of its own.
 {scaling}
 
 {limit} The large file has {large_mb:.0f} MB; there are {small} small files of 100 bytes.
-[architecture.md](architecture.md) shows what runs on which thread.
+
+![What runs on which thread](threads.svg)
+
+Create cuts large files into pieces, so that it needs no second file to be busy on. A stream can be
+decompressed from its begin alone; with one large entry only reading the archive, and writing the file,
+run beside it.
 
 ## Codecs by file
 
