@@ -23,18 +23,21 @@ std::int32_t Length(std::span<const std::uint8_t> bytes) {
 
 }  // namespace
 
-CDataLengthExcept::CDataLengthExcept(const std::string& entry_name)
-    : CExcept("MOLDEX: error decompressing " + entry_name +
-                  "; its length is not the one in the archive",
-              kErrorBadLength, false) {}
+FailureText CDataLengthExcept::Text(const std::string& entry_name) {
+  return CExcept::Text(
+      "MOLDEX: error decompressing " + entry_name + "; its length is not the one in the archive",
+      kErrorBadLength, false);
+}
 
-CChecksumExcept::CChecksumExcept(const std::string& entry_name)
-    : CExcept("MOLDEX: checksum error in " + entry_name, kErrorChecksum, false) {}
+FailureText CChecksumExcept::Text(const std::string& entry_name) {
+  return CExcept::Text("MOLDEX: checksum error in " + entry_name, kErrorChecksum, false);
+}
 
-CSurplusDataExcept::CSurplusDataExcept(const std::string& entry_name)
-    : CExcept("MOLDEX: error decompressing " + entry_name +
-                  "; it has data that its size in the archive does not announce",
-              kErrorBadLength, false) {}
+FailureText CSurplusDataExcept::Text(const std::string& entry_name) {
+  return CExcept::Text("MOLDEX: error decompressing " + entry_name +
+                           "; it has data that its size in the archive does not announce",
+                       kErrorBadLength, false);
+}
 
 DataAnnounced AnnouncedBy(const CDirEntry& entry) {
   const EntryHeader& header = entry.header();

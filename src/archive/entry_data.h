@@ -25,19 +25,22 @@ namespace moldex {
 // Data that do not have the length that their entry announces.
 class CDataLengthExcept : public CExcept {
  public:
-  explicit CDataLengthExcept(const std::string& entry_name);
+  explicit CDataLengthExcept(const std::string& entry_name) : CExcept(Text(entry_name)) {}
+  static FailureText Text(const std::string& entry_name);
 };
 
 // Data that do not have the checksum of their entry.
 class CChecksumExcept : public CExcept {
  public:
-  explicit CChecksumExcept(const std::string& entry_name);
+  explicit CChecksumExcept(const std::string& entry_name) : CExcept(Text(entry_name)) {}
+  static FailureText Text(const std::string& entry_name);
 };
 
 // Data that go on after the end that their entry announces.
 class CSurplusDataExcept : public CExcept {
  public:
-  explicit CSurplusDataExcept(const std::string& entry_name);
+  explicit CSurplusDataExcept(const std::string& entry_name) : CExcept(Text(entry_name)) {}
+  static FailureText Text(const std::string& entry_name);
 };
 
 // The header's part of what an entry's data have to be.

@@ -49,6 +49,19 @@ EntryHeader DecodeEntryHeader(std::span<const std::uint8_t, kEntryHeaderBytes> f
   return header;
 }
 
+std::optional<EntryKind> KindOf(const EntryType& type) {
+  if (type == kTypeFile) return EntryKind::kFile;
+  if (type == kTypeDirectory) return EntryKind::kDirectory;
+  if (type == kTypeShortcut || type == kTypeLink) return EntryKind::kLink;
+  return std::nullopt;
+}
+
+bool AnnouncesData(const EntryHeader& header, bool link_has_data) {
+  const auto kind = KindOf(header.type);
+  if (kind == EntryKind::kDirectory) return false;
+  return header.size_bytes() != 0 && (kind != EntryKind::kLink || link_has_data);
+}
+
 bool IsEntryType(const std::uint8_t* bytes) {
   // "SV" begins an entry that this version recognises but cannot build.
   constexpr EntryType kTypes[] = {kTypeFile, kTypeDirectory, kTypeShortcut, kTypeLink, {'S', 'V'}};

@@ -76,6 +76,15 @@ void EncodeEntryHeader(const EntryHeader& header, std::span<std::uint8_t, kEntry
 EntryHeader DecodeEntryHeader(std::span<const std::uint8_t, kEntryHeaderBytes> from,
                               bool long_names);
 
+enum class EntryKind { kFile, kDirectory, kLink };
+
+// Empty for a type that this version cannot build.
+std::optional<EntryKind> KindOf(const EntryType& type);
+
+// Whether blocks have to follow an entry. A link may be stored without data whatever its size says:
+// only the archive tells.
+bool AnnouncesData(const EntryHeader& header, bool link_has_data);
+
 // Whether two bytes are a type that may begin an entry.
 bool IsEntryType(const std::uint8_t* bytes);
 

@@ -69,10 +69,15 @@ std::string CLink::Target() const {
 }
 
 CDirEntry* CSourceEntry::ObjectFor(const EntryType& type) {
-  if (type == kTypeFile) return &file_;
-  if (type == kTypeDirectory) return &directory_;
-  if (type == kTypeShortcut || type == kTypeLink) return &link_;
-  return nullptr;
+  switch (*KindOf(type)) {
+    case EntryKind::kDirectory:
+      return &directory_;
+    case EntryKind::kLink:
+      return &link_;
+    case EntryKind::kFile:
+      break;
+  }
+  return &file_;
 }
 
 CDirEntry* CSourceEntry::Fill(const EntryHeader& header, std::string name,

@@ -1,7 +1,5 @@
 #include "archive/entry_name.h"
 
-#include <algorithm>
-
 #include "base/path_rules.h"
 #include "codepage/name_conversion.h"
 #include "platform/file_services.h"
@@ -25,13 +23,6 @@ std::string NameToUtf8(const std::string& name) {
   back.resize(static_cast<std::size_t>(written));
   if (failed != 0 || back != name) throw CConversionExcept(name);
   return utf8;
-}
-
-std::string NameFromUtf8(std::span<const std::uint8_t> stored) {
-  const auto end = std::find(stored.begin(), stored.end(), std::uint8_t{0});
-  const auto length =
-      std::min<std::size_t>(static_cast<std::size_t>(end - stored.begin()), kLongestName);
-  return TextFromUtf8(stored.first(length));
 }
 
 std::string TextFromUtf8(std::span<const std::uint8_t> utf8) {

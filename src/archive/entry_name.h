@@ -14,10 +14,6 @@ inline constexpr std::size_t kLongestName = 260;
 // Throws CConversionExcept when the name does not come back from UTF-8 as it went in.
 std::string NameToUtf8(const std::string& name);
 
-// Reads a stored name. `stored` ends with its terminating zero; bytes after an earlier zero are
-// ignored. Throws CConversionExcept.
-std::string NameFromUtf8(std::span<const std::uint8_t> stored);
-
 // The local form of UTF-8 of any length, without terminating zero. Throws CConversionExcept.
 std::string TextFromUtf8(std::span<const std::uint8_t> utf8);
 

@@ -207,7 +207,6 @@ const CDecodedPiece::Part& CParallelSource::NextPart() {
     ReadAhead();
     const State state = work_.Next(piece_);
     ThrowIfInterrupted();
-    progress_.Update();
     if (state == State::kEnd) work_.Drop();
     if (state == State::kNeedsInput) ReadChunk();
   }

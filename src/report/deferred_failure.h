@@ -10,15 +10,21 @@
 #include <functional>
 #include <utility>
 
+#include "report/except.h"
 #include "report/system_error.h"
 
 namespace moldex {
 
 class CDeferredFailure {
  public:
-  // `raise` throws the failure itself. Keeps the error that this thread remembers, if any.
-  explicit CDeferredFailure(std::function<void()> raise)
-      : error_(LastSystemError()), raise_(std::move(raise)) {}
+  // `raise` throws the failure itself, which says `text`. Keeps the error that this thread
+  // remembers, if any.
+  CDeferredFailure(FailureText text, std::function<void()> raise)
+      : text_(std::move(text)), error_(LastSystemError()), raise_(std::move(raise)) {}
+
+  const FailureText& text() const { return text_; }
+  // The system's error that belongs to it.
+  const SystemError& error() const { return error_; }
 
   // Throws the failure, with the error that belongs to it; without one, with the error that the
   // first thread remembers. For the first thread.
@@ -29,6 +35,7 @@ class CDeferredFailure {
   }
 
  private:
+  FailureText text_;
   SystemError error_;
   std::function<void()> raise_;
 };
@@ -37,7 +44,8 @@ class CDeferredFailure {
 // copies.
 template <typename Failure, typename... Arguments>
 [[noreturn]] void FailLater(Arguments... arguments) {
-  throw CDeferredFailure([arguments...] { throw Failure(arguments...); });
+  throw CDeferredFailure(Failure::Text(arguments...),
+                         [arguments...] { throw Failure(arguments...); });
 }
 
 // Does work whose failures may be deferred, and throws them at once. For the first thread.

@@ -5,31 +5,30 @@
 #include "report/system_error.h"
 
 namespace moldex {
+
+using Ending = FailureText::Ending;
+
 namespace {
 
 int ErrnoCode() { return kErrorErrnoBase + LastSystemError().errno_value; }
 
 }  // namespace
 
-CExcept::CExcept(const std::string& message)
-    : CExcept(message, kErrorGeneric, Ending::kCodeAndSystemText) {}
+FailureText CExcept::Text(const std::string& message, int code, bool with_system_text) {
+  return {message, code, with_system_text ? Ending::kCodeAndSystemText : Ending::kCode,
+          kFailureNone};
+}
 
-CExcept::CExcept(const std::string& message, int code, bool with_system_text)
-    : CExcept(message, code, with_system_text ? Ending::kCodeAndSystemText : Ending::kCode) {}
-
-CExcept::CExcept(const std::string& message, int code, Ending ending)
-    : message_(EscapedForTerminal(message)), code_(code) {
-  if (ending != Ending::kNothing) message_ += " (error " + std::to_string(code) + "). ";
-  note_.what = code;
-  if (ending == Ending::kCodeAndSystemText) {
+CExcept::CExcept(const FailureText& text)
+    : message_(EscapedForTerminal(text.message)), code_(text.code) {
+  if (text.ending != Ending::kNothing) message_ += " (error " + std::to_string(code_) + "). ";
+  note_.what = text.kind != kFailureNone ? text.kind : code_;
+  if (text.ending == Ending::kCodeAndSystemText) {
     message_ += LastSystemErrorText();
     note_.errno_value = LastSystemError().errno_value;
   }
-  SetExitStatus(code);
+  if (code_ != 0) SetExitStatus(code_);
 }
-
-CExcept::CExcept(const std::string& message, Unnumbered unnumbered)
-    : message_(EscapedForTerminal(message)), note_{unnumbered.kind, 0} {}
 
 void CExcept::AddLine(const std::string& line) {
   if (!message_.ends_with('\n')) message_ += '\n';
@@ -52,11 +51,14 @@ COpenForWritingExcept::COpenForWritingExcept(const std::string& name)
 CWriteExcept::CWriteExcept(const std::string& name)
     : CExcept("MOLDEX: error writing to " + name, kErrorWrite, true) {}
 
-CReadExcept::CReadExcept(const std::string& name)
-    : CExcept("MOLDEX: error reading from " + name, kErrorRead, false) {}
+FailureText CReadExcept::Text(const std::string& name) {
+  return CExcept::Text("MOLDEX: error reading from " + name, kErrorRead, false);
+}
 
-CShortArchiveExcept::CShortArchiveExcept(const std::string& name) : CReadExcept(name) {
-  SetKind(kFailureShortArchive);
+FailureText CShortArchiveExcept::Text(const std::string& name) {
+  FailureText text = CReadExcept::Text(name);
+  text.kind = kFailureShortArchive;
+  return text;
 }
 
 CCreateDirExcept::CCreateDirExcept(const std::string& name)
@@ -81,23 +83,25 @@ CAccessExcept::CAccessExcept(const std::string& name)
     : CExcept("MOLDEX: access() failed for " + name, ErrnoCode(), true) {}
 
 CDiskSpaceExcept::CDiskSpaceExcept(const std::string& path)
-    : CExcept("MOLDEX: error determining disk space for " + path, kErrorNoSpace, Ending::kNothing) {
-}
+    : CExcept(FailureText{"MOLDEX: error determining disk space for " + path, kErrorNoSpace,
+                          Ending::kNothing}) {}
 
-CConversionExcept::CConversionExcept(const std::string& text)
-    : CExcept(text.empty() ? "MOLDEX: could not convert from UTF8 string"
-                           : "MOLDEX: could not convert " + text + " to UTF8.",
-              kErrorConversion, Ending::kNothing) {}
+FailureText CConversionExcept::Text(const std::string& text) {
+  return {text.empty() ? "MOLDEX: could not convert from UTF8 string"
+                       : "MOLDEX: could not convert " + text + " to UTF8.",
+          kErrorConversion, Ending::kNothing};
+}
 
 CSetFileAttrExcept::CSetFileAttrExcept(const std::string& name)
     : CExcept("MOLDEX: setting file attributes failed for" + name, kErrorSetAttributes, true) {}
 
 CAddPrivilegeExcept::CAddPrivilegeExcept(const std::string& privilege)
-    : CExcept("MOLDEX: adding privileges failed." + privilege, kErrorPrivileges, Ending::kNothing) {
-}
+    : CExcept(FailureText{"MOLDEX: adding privileges failed." + privilege, kErrorPrivileges,
+                          Ending::kNothing}) {}
 
 CInvalidHandle::CInvalidHandle()
-    : CExcept("MOLDEX: invalid file handle specified", kErrorInvalidHandle, Ending::kNothing) {}
+    : CExcept(FailureText{"MOLDEX: invalid file handle specified", kErrorInvalidHandle,
+                          Ending::kNothing}) {}
 
 CGetFilePosExcept::CGetFilePosExcept()
     : CExcept("MOLDEX: could not get position of file pointer.", kErrorGetPosition, true) {}
@@ -106,17 +110,18 @@ CSetFilePointerExcept::CSetFilePointerExcept()
     : CExcept("MOLDEX: could not set position of file pointer.", kErrorSetPosition, true) {}
 
 CInvalExcept::CInvalExcept(const std::string& name)
-    : CExcept("MOLDEX: invalid archive " + name, Unnumbered{kFailureInvalidArchive}) {}
+    : CExcept(FailureText{"MOLDEX: invalid archive " + name, 0, Ending::kNothing,
+                          kFailureInvalidArchive}) {}
 
-CDecompExcept::CDecompExcept(const std::string& name, int library_code)
-    : CExcept(
-          "MOLDEX: error decompressing " + name + "; error code is " + std::to_string(library_code),
-          Unnumbered{kFailureDamagedData}) {}
+FailureText CDecompExcept::Text(const std::string& name, int library_code) {
+  return {"MOLDEX: error decompressing " + name + "; error code is " + std::to_string(library_code),
+          0, Ending::kNothing, kFailureDamagedData};
+}
 
-CInterruptExcept::CInterruptExcept(int status)
-    : CExcept("MOLDEX: interrupted", status, Ending::kCode) {}
+CInterruptExcept::CInterruptExcept(int status) : CExcept("MOLDEX: interrupted", status, false) {}
 
-CCompExcept::CCompExcept(const std::string& name)
-    : CExcept("MOLDEX: error compressing " + name, Unnumbered{}) {}
+FailureText CCompExcept::Text(const std::string& name) {
+  return {"MOLDEX: error compressing " + name, 0, Ending::kNothing};
+}
 
 }  // namespace moldex

@@ -16,11 +16,27 @@
 
 namespace moldex {
 
+// The words and the number of a failure. Making them touches nothing: they are for failures that
+// are made later (deferred_failure.h), and for programs that have no exit status of ours.
+struct FailureText {
+  // The end of the message.
+  enum class Ending { kNothing, kCode, kCodeAndSystemText };
+
+  std::string message;  // without its end
+  int code = 0;         // 0 for the failures that have no number
+  Ending ending = Ending::kCode;
+  FailureKind kind = kFailureNone;  // noted instead of the number
+};
+
 class CExcept : public CUserInfo {
  public:
+  explicit CExcept(const FailureText& text);
   // The generic failure: number 100, system text appended.
-  explicit CExcept(const std::string& message);
-  CExcept(const std::string& message, int code, bool with_system_text);
+  explicit CExcept(const std::string& message) : CExcept(Text(message)) {}
+  CExcept(const std::string& message, int code, bool with_system_text)
+      : CExcept(Text(message, code, with_system_text)) {}
+  static FailureText Text(const std::string& message, int code = kErrorGeneric,
+                          bool with_system_text = true);
 
   void SetText(const std::string& text) override { message_ = text; }
   // Adds another line to the message.
@@ -31,20 +47,6 @@ class CExcept : public CUserInfo {
   const std::string& message() const { return message_; }
   // 0 for the failures that have no number.
   int code() const { return code_; }
-
- protected:
-  // The end of a failure's message.
-  enum class Ending { kNothing, kCode, kCodeAndSystemText };
-
-  CExcept(const std::string& message, int code, Ending ending);
-  // A failure without a number: the message shows none, and the exit status stays as it is.
-  struct Unnumbered {
-    FailureKind kind = kFailureNone;
-  };
-  CExcept(const std::string& message, Unnumbered unnumbered);
-
-  // Sets the kind that is noted instead of the number.
-  void SetKind(FailureKind kind) { note_.what = kind; }
 
  private:
   std::string message_;
@@ -71,13 +73,18 @@ class CWriteExcept : public CExcept {
 
 class CReadExcept : public CExcept {
  public:
-  explicit CReadExcept(const std::string& name);
+  explicit CReadExcept(const std::string& name) : CReadExcept(Text(name)) {}
+  static FailureText Text(const std::string& name);
+
+ protected:
+  explicit CReadExcept(const FailureText& text) : CExcept(text) {}
 };
 
 // The same for an archive that ends within its header.
 class CShortArchiveExcept : public CReadExcept {
  public:
-  explicit CShortArchiveExcept(const std::string& name);
+  explicit CShortArchiveExcept(const std::string& name) : CReadExcept(Text(name)) {}
+  static FailureText Text(const std::string& name);
 };
 
 class CCreateDirExcept : public CExcept {
@@ -127,7 +134,8 @@ class CDiskSpaceExcept : public CExcept {
 class CConversionExcept : public CExcept {
  public:
   // The text that has no form in UTF-8; empty for UTF-8 that has none in the local code page.
-  explicit CConversionExcept(const std::string& text);
+  explicit CConversionExcept(const std::string& text) : CExcept(Text(text)) {}
+  static FailureText Text(const std::string& text);
 };
 
 class CSetFileAttrExcept : public CExcept {
@@ -174,12 +182,14 @@ class CInvalExcept : public CExcept {
 // that.
 class CDecompExcept : public CExcept {
  public:
-  CDecompExcept(const std::string& name, int library_code);
+  CDecompExcept(const std::string& name, int library_code) : CExcept(Text(name, library_code)) {}
+  static FailureText Text(const std::string& name, int library_code);
 };
 
 class CCompExcept : public CExcept {
  public:
-  explicit CCompExcept(const std::string& name);
+  explicit CCompExcept(const std::string& name) : CExcept(Text(name)) {}
+  static FailureText Text(const std::string& name);
 };
 
 }  // namespace moldex
