@@ -1,4 +1,5 @@
-# Everything that `cmake --install` copies, in two components: "program" (the default) and "library".
+# Everything that `cmake --install` copies, in components: "program" (the default), "library" (libcscompr),
+# and "reader", "reader-dev" and "reader-python" (libmoldexread).
 
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME program)
 include(GNUInstallDirs)
@@ -44,39 +45,59 @@ install(FILES ${docs} DESTINATION ${pages}/docs)
 install(PROGRAMS ${PROJECT_SOURCE_DIR}/docs/examples/pack_in_parts.sh
   DESTINATION ${pages}/docs/examples)
 
-# The library for other programs: archive, header, cscompr.pc for pkg-config, find_package(cscompr) for
-# CMake, an example. The installed folder may be moved, unless CMAKE_INSTALL_LIBDIR or
-# CMAKE_INSTALL_INCLUDEDIR is an absolute path.
-set(cscompr_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/cscompr)
+# The libraries for other programs: archive, header, NAME.pc for pkg-config, find_package(NAME) for CMake,
+# an example. The installed folder may be moved, unless CMAKE_INSTALL_LIBDIR or CMAKE_INSTALL_INCLUDEDIR is
+# an absolute path.
 if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
-  set(cscompr_pc_prefix ${CMAKE_INSTALL_PREFIX})
+  set(pc_prefix ${CMAKE_INSTALL_PREFIX})
 else()
-  string(REGEX REPLACE "[^/]+" ".." cscompr_pc_prefix ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-  string(PREPEND cscompr_pc_prefix "\${pcfiledir}/")
+  string(REGEX REPLACE "[^/]+" ".." pc_prefix ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+  string(PREPEND pc_prefix "\${pcfiledir}/")
 endif()
 # APPEND of an absolute path replaces the path before it.
-cmake_path(APPEND cscompr_pc_libdir "\${prefix}" ${CMAKE_INSTALL_LIBDIR})
-cmake_path(APPEND cscompr_pc_includedir "\${prefix}" ${CMAKE_INSTALL_INCLUDEDIR})
-configure_file(${CMAKE_CURRENT_LIST_DIR}/cscompr.pc.in ${CMAKE_BINARY_DIR}/cscompr.pc @ONLY)
-configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/cscompr-config.cmake.in
-  ${CMAKE_BINARY_DIR}/cscompr-config.cmake INSTALL_DESTINATION ${cscompr_package_dir}
-  PATH_VARS CMAKE_INSTALL_LIBDIR CMAKE_INSTALL_INCLUDEDIR)
-write_basic_package_version_file(${CMAKE_BINARY_DIR}/cscompr-config-version.cmake
-  COMPATIBILITY SameMajorVersion)
+cmake_path(APPEND pc_libdir "\${prefix}" ${CMAKE_INSTALL_LIBDIR})
+cmake_path(APPEND pc_includedir "\${prefix}" ${CMAKE_INSTALL_INCLUDEDIR})
 
-set(library_doc share/doc/libcscompr-dev)
+# install_library_files(NAME COMPONENT): all but the library itself and its example.
+function(install_library_files name component)
+  set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/${name})
+  set(config ${CMAKE_BINARY_DIR}/${name}-config)
+  set(from ${PROJECT_SOURCE_DIR}/cmake)
+  configure_file(${from}/${name}.pc.in ${CMAKE_BINARY_DIR}/${name}.pc @ONLY)
+  configure_package_config_file(${from}/${name}-config.cmake.in ${config}.cmake
+    INSTALL_DESTINATION ${package_dir} PATH_VARS CMAKE_INSTALL_LIBDIR CMAKE_INSTALL_INCLUDEDIR)
+  write_basic_package_version_file(${config}-version.cmake COMPATIBILITY SameMajorVersion)
+  install(FILES ${PROJECT_SOURCE_DIR}/src/${name}/${name}.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${name} COMPONENT ${component})
+  install(FILES ${CMAKE_BINARY_DIR}/${name}.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT ${component})
+  install(FILES ${config}.cmake ${config}-version.cmake DESTINATION ${package_dir}
+    COMPONENT ${component})
+  install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION share/doc/lib${name}-dev RENAME copyright
+    COMPONENT ${component})
+endfunction()
+
+set(examples ${PROJECT_SOURCE_DIR}/docs/examples)
 install(TARGETS cscompr ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library)
 if(NOT WIN32)
   install(TARGETS cscompr_shared LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library)
 endif()
-install(FILES ${PROJECT_SOURCE_DIR}/src/cscompr/cscompr.h
-  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/cscompr COMPONENT library)
-install(FILES ${CMAKE_BINARY_DIR}/cscompr.pc
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT library)
-install(FILES ${CMAKE_BINARY_DIR}/cscompr-config.cmake
-  ${CMAKE_BINARY_DIR}/cscompr-config-version.cmake
-  DESTINATION ${cscompr_package_dir} COMPONENT library)
-install(FILES ${PROJECT_SOURCE_DIR}/LICENSE
-  DESTINATION ${library_doc} RENAME copyright COMPONENT library)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/examples DESTINATION ${library_doc} COMPONENT library
-  PATTERN *.sh EXCLUDE)
+install_library_files(cscompr library)
+install(FILES ${examples}/CMakeLists.txt ${examples}/roundtrip.c
+  DESTINATION share/doc/libcscompr-dev/examples COMPONENT library)
+
+# The reader: what programs need, what their makers need, and what is written in Python.
+if(TARGET moldexread)
+  set(MOLDEX_PYTHON_FOLDER lib/python3/dist-packages CACHE STRING "Where Python looks for modules")
+  install(TARGETS moldexread LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT reader
+    NAMELINK_COMPONENT reader-dev)
+  install(FILES ${CMAKE_BINARY_DIR}/libmoldexread.a DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    COMPONENT reader-dev)
+  install_library_files(moldexread reader-dev)
+  install(FILES ${examples}/moldexread/CMakeLists.txt ${examples}/moldexread/list_entries.c
+    DESTINATION share/doc/libmoldexread-dev/examples COMPONENT reader-dev)
+  install(FILES ${PROJECT_SOURCE_DIR}/python/moldex_archive.py
+    DESTINATION ${MOLDEX_PYTHON_FOLDER} COMPONENT reader-python)
+  install(PROGRAMS ${share}/moldex.extfs DESTINATION lib/mc/extfs.d RENAME uqel
+    COMPONENT reader-python)
+endif()

@@ -1,9 +1,11 @@
-// Any bytes as an archive: every entry is listed, verified and restored into a temporary file. A
-// wrong checksum is ignored, so that damage reaches the entries after it.
+// Any bytes as an archive: every entry is listed, verified and restored into a temporary file, and
+// then read through the library for other programs. A wrong checksum is ignored, so that damage
+// reaches the entries after it.
 #include "archive/container.h"
 #include "archive/entry_sink.h"
 #include "fuzz/memory_file_posix.h"
 #include "fuzz/target.h"
+#include "moldexread/open_archive.h"
 #include "report/except.h"
 #include "run/run_context.h"
 
@@ -58,11 +60,30 @@ void ReadThrough(CRunContext& context, const std::string& path, bool to_disk) {
   }
 }
 
+void ReadByLibrary(const std::string& path, bool stored) {
+  moldex::COpenArchive archive(path);
+  const MxrEntry* entry = nullptr;
+  MxrPiece piece{};
+  std::int32_t status = archive.Open();
+  const auto next =
+      stored ? &moldex::COpenArchive::NextStoredPiece : &moldex::COpenArchive::NextPiece;
+  while (status == kMxrOk && (status = archive.NextEntry(&entry)) == kMxrOk) {
+    std::uint64_t bytes = 0;
+    std::int32_t data = kMxrOk;
+    while ((data = (archive.*next)(&piece)) == kMxrOk)
+      bytes += piece.length;
+    moldex::fuzz::Require(bytes <= entry->size &&
+                          (data == kMxrEnd || !archive.error_text().empty()));
+  }
+  moldex::fuzz::Require(archive.NextEntry(&entry) == status);
+}
+
 }  // namespace
 
 void moldex::fuzz::TryInput(ByteSpan input) {
   const moldex::fuzz::MemoryFile file(input);
   for (const bool to_disk : {false, true}) {
+    ReadByLibrary(file.Path(), to_disk);
     CRunContext::GetInstance().SetLongNames(false);
     try {
       ReadThrough(CRunContext::GetInstance(), file.Path(), to_disk);

@@ -7,10 +7,11 @@ import re
 import sys
 
 ORDER = ["base", "parallel", "cscompr", "codepage", "report", "platform", "run", "archive",
-         "extraction", "oldformat", "commands", "driver"]
+         "extraction", "oldformat", "commands", "driver", "moldexread"]
 MAY_INCLUDE = {module: set(ORDER[:i]) for i, module in enumerate(ORDER)}
 MAY_INCLUDE.update(parallel={"base"}, cscompr=set(), codepage={"base"}, report={"base"},
-                   platform={"base", "report"}, run={"base", "report", "platform"})
+                   platform={"base", "report"}, run={"base", "report", "platform"},
+                   moldexread={"base", "report", "platform", "archive"})
 
 SYSTEM_FILE = re.compile(r"_(posix|win32)\.(cpp|h)$")
 SYSTEM_HEADER = re.compile(

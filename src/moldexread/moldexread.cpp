@@ -1,0 +1,43 @@
+// The C interface over COpenArchive. This file alone is visible outside a shared library.
+#include "moldexread/moldexread.h"
+
+#include <new>
+
+#include "moldexread/open_archive.h"
+
+struct MxrArchive {
+  moldex::COpenArchive archive;
+};
+
+int32_t MxrOpen(const char* path, MxrArchive** archive) {
+  if (archive != nullptr) *archive = nullptr;
+  if (path == nullptr || archive == nullptr) return kMxrBadCall;
+  try {
+    *archive = new MxrArchive{moldex::COpenArchive(path)};
+  } catch (const std::bad_alloc&) {
+    return kMxrNoMemory;
+  }
+  return (*archive)->archive.Open();
+}
+
+void MxrClose(MxrArchive* archive) { delete archive; }
+
+int32_t MxrNextEntry(MxrArchive* archive, const MxrEntry** entry) {
+  if (entry != nullptr) *entry = nullptr;
+  if (archive == nullptr || entry == nullptr) return kMxrBadCall;
+  return archive->archive.NextEntry(entry);
+}
+
+int32_t MxrNextPiece(MxrArchive* archive, MxrPiece* piece) {
+  if (archive == nullptr || piece == nullptr) return kMxrBadCall;
+  return archive->archive.NextPiece(piece);
+}
+
+int32_t MxrNextStoredPiece(MxrArchive* archive, MxrPiece* piece) {
+  if (archive == nullptr || piece == nullptr) return kMxrBadCall;
+  return archive->archive.NextStoredPiece(piece);
+}
+
+const char* MxrErrorText(const MxrArchive* archive) {
+  return archive != nullptr ? archive->archive.error_text().c_str() : "out of memory";
+}
