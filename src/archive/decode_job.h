@@ -22,7 +22,8 @@ namespace moldex {
 // Copies of blocks of one entry after another, as they come out of an archive.
 class CBlockChunk {
  public:
-  // A chunk takes no more blocks once it holds so much, or so many entries.
+  // A chunk takes no more blocks once it holds so much, or so many entries. Blocks count with what
+  // is noted of each, because an archive may consist of tiny ones.
   static constexpr std::size_t kFullBytes = 128 * 1024;
   static constexpr std::size_t kFullEntries = 256;
 
@@ -45,7 +46,9 @@ class CBlockChunk {
   void AddFailure(std::exception_ptr failure);
 
   bool IsEmpty() const { return items_.empty(); }
-  bool IsFull() const { return bytes_.size() >= kFullBytes || entries_ >= kFullEntries; }
+  bool IsFull() const {
+    return bytes_.size() + items_.size() * sizeof(Item) >= kFullBytes || entries_ >= kFullEntries;
+  }
 
   const std::vector<Item>& items() const { return items_; }
   DataAnnounced EntryOf(const Item& item) const;
