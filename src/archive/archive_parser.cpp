@@ -112,9 +112,12 @@ void CArchiveParser::Restart() {
 
 std::span<const std::uint8_t> CArchiveParser::ReadExactly(std::size_t count) {
   const auto bytes = reader_->Take(count);
-  if (bytes.size() < count) Lose<CReadExcept>(archive_name_);
+  if (bytes.size() < count) LoseAtEnd();
   return bytes;
 }
+
+// Apart, so that ReadExactly stays short enough to be part of its callers.
+void CArchiveParser::LoseAtEnd() { Lose<CReadExcept>(archive_name_); }
 
 // Empty at the end of the archive.
 std::optional<EntryType> CArchiveParser::ReadType() {

@@ -103,6 +103,7 @@ class CArchiveParser {
  private:
   template <typename Failure, typename... Arguments>
   [[noreturn]] void Lose(Arguments... arguments);
+  [[noreturn]] void LoseAtEnd();
   void Restart();
   std::span<const std::uint8_t> ReadExactly(std::size_t count);
   std::optional<EntryType> ReadType();
