@@ -135,8 +135,9 @@ bool CanHappen(Call call, Fault fault) {
 
 class FaultSweep : public FolderTest, public ::testing::WithParamInterface<Scenario> {
  protected:
-  FaultSweep() {
+  explicit FaultSweep(const Tree& more = {}) {
     before_ = PackedTree();
+    before_.insert(more.begin(), more.end());
     before_["names"] = FileNode("d/a\nmissing\n");
     before_["former.qel"] = FileNode(FormerArchive());
     Make(before_);
@@ -290,10 +291,13 @@ INSTANTIATE_TEST_SUITE_P(Workers, FaultSweep, ::testing::ValuesIn(WithWorkers({2
 // Faults that follow the place in a file, or its descriptor, instead of the order of calls.
 class FaultAtAPlace : public FaultSweep {
  protected:
+  // With a file so large that several threads work on it.
+  FaultAtAPlace() : FaultSweep({{"d/f", FileNode(std::string(1'200'000, 'f'))}}) {}
+
   static std::set<int> PlacesIn(const std::string& content) {
     const auto size = static_cast<int>(content.size());
     std::set<int> places = {0, 1, 65535, 65536, size - 1};
-    for (int place = 20'000; place < size; place += 50'000)
+    for (int place = 20'000; place < size; place += std::max(60'000, size / 6))
       places.insert(place);
     std::erase_if(places, [=](int place) { return place < 0 || place >= size; });
     return places;

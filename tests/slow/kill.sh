@@ -5,7 +5,7 @@ set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 
 mkdir d
-for name in a b c; do head -c 3000000 /dev/urandom >"d/$name"; done
+for name in a b c; do head -c 6000000 /dev/urandom >"d/$name"; done
 run -cf whole.qel d
 head -c 8 whole.qel >former.qel
 run -af former.qel d/a
