@@ -70,6 +70,8 @@ class CArchiveParser {
   // The next block of the current entry. Defers a CExcept for bytes that are no block, and
   // CBlockLengthExcept for a block that is empty or too long, before its payload is read.
   DataBlock NextBlock();
+  // The place in the archive of what is read next.
+  std::uint64_t Position() const { return reader_->Position(); }
   // Whether a block comes next.
   bool BlockFollows();
 

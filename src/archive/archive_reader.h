@@ -46,6 +46,7 @@ class CArchiveReader : public IEntrySource {
   // The entry that was read last.
   const std::string& EntryName() const { return parser_.entry().name; }
   // See CArchiveParser.
+  std::uint64_t Position() const { return parser_.Position(); }
   DataBlock GetEntryData() { return parser_.NextBlock(); }
   bool DataFollows() { return parser_.BlockFollows(); }
   // Goes back to the current entry, as if it had just been read. The archive has to be a regular

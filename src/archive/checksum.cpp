@@ -43,6 +43,16 @@ std::uint32_t Contribution(std::uint32_t word) {
          kTables[kFollowing + 1][(word >> 16) & 0xFF] ^ kTables[kFollowing][word >> 24];
 }
 
+// The product of two polynomials modulo the checksum's. The highest bit is that of x^0.
+constexpr std::uint32_t Multiply(std::uint32_t left, std::uint32_t right) {
+  std::uint32_t product = 0;
+  for (; left != 0; left <<= 1) {
+    if ((left & 0x80000000) != 0) product ^= right;
+    right = (right >> 1) ^ ((right & 1) != 0 ? kChecksumPolynomial : 0);
+  }
+  return product;
+}
+
 auto FastestHere() {
   for (const ChecksumVariant& variant : ChecksumVariantsOfCpu()) {
     if (variant.runs_here()) return variant.update;
@@ -55,6 +65,19 @@ auto FastestHere() {
 std::uint32_t UpdateChecksum(std::uint32_t checksum, std::span<const std::uint8_t> bytes) {
   static const auto update = FastestHere();
   return update(checksum, bytes);
+}
+
+// Without inversions the checksum is linear: data that follow multiply it by x^8 for each of their
+// bytes, and add their own checksum. The power is computed by repeated squaring (Knuth, "The Art of
+// Computer Programming", volume 2, section 4.6.3).
+std::uint32_t CombineChecksums(std::uint32_t first, std::uint32_t second,
+                               std::uint64_t second_length) {
+  std::uint32_t power = 0x00800000;  // x^8
+  for (; second_length != 0; second_length >>= 1) {
+    if ((second_length & 1) != 0) first = Multiply(first, power);
+    power = Multiply(power, power);
+  }
+  return first ^ second;
 }
 
 std::uint32_t UpdateChecksumPortably(std::uint32_t checksum, std::span<const std::uint8_t> bytes) {

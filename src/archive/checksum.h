@@ -12,6 +12,10 @@ namespace moldex {
 // The checksum after `bytes`, given the one before them; 0 at the start of an entry.
 std::uint32_t UpdateChecksum(std::uint32_t checksum, std::span<const std::uint8_t> bytes);
 
+// The checksum of two pieces of data one after the other, given that of each started at 0.
+std::uint32_t CombineChecksums(std::uint32_t first, std::uint32_t second,
+                               std::uint64_t second_length);
+
 }  // namespace moldex
 
 #endif  // MOLDEX_ARCHIVE_CHECKSUM_H_

@@ -75,6 +75,9 @@ class CEntryData {
   // The bytes that the blocks of the entry have given so far, and their own.
   UnpackedBytes Unpacked() const { return {packed_bytes_, done_bytes_}; }
 
+  // Of the bytes so far.
+  std::uint32_t checksum() const { return checksum_; }
+
   // At the end: checks that the data are complete. Defers what NextPiece defers.
   void CheckLength() const;
   // After CheckLength: compares the checksum. Defers CChecksumExcept.

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "archive/long_entry_proof.h"
 #include "platform/interrupt.h"
 #include "report/deferred_failure.h"
 #include "report/system_error.h"
@@ -78,7 +79,8 @@ void CParallelSource::ReadEntry() {
     return;
   }
   const bool is_wanted = plan_.wants(*entry);
-  in_entry_ = is_wanted && entry->NeedsData();
+  const bool is_long = is_wanted && IsLong(*entry);
+  in_entry_ = is_wanted && entry->NeedsData() && !is_long;
   const auto user_data = entry->user_data();
   waiting_.push_back({entry->header(),
                       entry->GetName(),
@@ -88,9 +90,18 @@ void CParallelSource::ReadEntry() {
   waiting_bytes_ += waiting_.back().size_bytes();
   if (in_entry_) {
     chunk_->AddEntry(AnnouncedBy(*entry));
+  } else if (is_long) {
+    long_entry_ = entry;
+    stop_ = Stop::kLong;
   } else if (is_wanted) {
     EndEntry();
   }
+}
+
+// The workers of the proof open the archive by its name, so it has to be a regular file.
+bool CParallelSource::IsLong(const CDirEntry& entry) const {
+  return !plan_.wants_bytes && plan_.is_regular && entry.NeedsData() &&
+         entry.header().size_bytes() > plan_.stream_bytes;
 }
 
 void CParallelSource::ReadBlock() {
@@ -144,7 +155,7 @@ void CParallelSource::LeaveEntry() {
   if (!waiting_.empty()) return;
   // It is the last one that was read. The reader passes over the rest of its blocks.
   DropJobs();
-  if (stop_ == Stop::kSurplus) stop_ = Stop::kNone;
+  if (stop_ == Stop::kSurplus || stop_ == Stop::kLong) stop_ = Stop::kNone;
   // Blocks that cannot be read are no reason to fail when nobody wants them.
   if (stop_ == Stop::kData) {
     reads_alone_ = true;
@@ -173,6 +184,7 @@ CDirEntry* CParallelSource::TakeEntry() {
 
 DataPiece CParallelSource::NextPiece() {
   if (reads_alone_) return reader_.NextPiece();
+  if (waiting_.empty() && stop_ == Stop::kLong) ProveLong();
   while (has_results_) {
     const CDecodedPiece::Part& part = NextPart();
     if (part.kind == CDecodedPiece::Part::kData) return part.data;
@@ -182,6 +194,28 @@ DataPiece CParallelSource::NextPiece() {
     progress_.CountUnpacked(part.unpacked);
   }
   return {};
+}
+
+// Afterwards nothing of the entry is left to take, and the reader passes over its blocks. If it is
+// not proved, its data are read in their order, which finds the failure that comes first.
+void CParallelSource::ProveLong() {
+  stop_ = Stop::kNone;
+  const LongEntry entry = {reader_.name(), reader_.identity(), reader_.Position(),
+                           long_entry_->header().size_bytes(), plan_.stream_bytes};
+  if (const auto unpacked = ProveLongEntry(entry, plan_.workers, progress_)) {
+    progress_.CountUnpacked(*unpacked);
+  } else {
+    BeginLong();
+  }
+}
+
+void CParallelSource::BeginLong() {
+  in_entry_ = true;
+  has_results_ = true;
+  chunk_ = pools_.chunks.Borrow();
+  chunk_->Clear();
+  chunk_->AddEntry(AnnouncedBy(*long_entry_));
+  SubmitChunk();
 }
 
 void CParallelSource::CheckEnd() {

@@ -21,6 +21,7 @@
 #include "archive/decode_job.h"
 #include "archive/entry_kinds.h"
 #include "archive/entry_source.h"
+#include "archive/normal_compress.h"
 #include "parallel/ordered_work.h"
 #include "report/progress.h"
 
@@ -35,6 +36,9 @@ class CParallelSource : public IEntrySource {
     // Whether the archive is a regular file. Only then may the caller pass over an entry that is
     // wanted, and go back to the start.
     bool is_regular;
+    // An entry that is longer than a stream is proved stream by stream (long_entry_proof.h), unless
+    // its bytes are wanted.
+    std::uint64_t stream_bytes = kLongestStream;
     // Called for each entry in turn, ahead of the caller: whether its data may be asked for.
     std::function<bool(const CDirEntry&)> wants;
   };
@@ -64,6 +68,7 @@ class CParallelSource : public IEntrySource {
     kNone,
     kEnd,      // of the archive
     kSurplus,  // the last entry has surplus data. The caller passes over it, or ends
+    kLong,     // the last entry is proved when the caller asks for its data
     kEntry,    // failure_ comes in place of the next entry
     kData      // the data of the last entry cannot be read. The caller passes over it, or ends
   };
@@ -76,12 +81,15 @@ class CParallelSource : public IEntrySource {
   void ReadBlock();
   void EndEntry();
   void SubmitChunk();
+  bool IsLong(const CDirEntry& entry) const;
 
   // Taking.
   const CDecodedPiece::Part& NextPart();
   void LeaveEntry();
   void DropJobs();
   CDirEntry* TakeEntry();
+  void ProveLong();
+  void BeginLong();
 
   CArchiveReader& reader_;
   CProgress& progress_;
@@ -93,9 +101,10 @@ class CParallelSource : public IEntrySource {
   std::size_t waiting_bytes_ = 0;
   Stop stop_ = Stop::kNone;
   std::exception_ptr failure_;
-  bool in_entry_ = false;               // the last entry has more blocks to read
-  std::unique_ptr<CBlockChunk> chunk_;  // being filled
-  CDecodeJob* open_job_ = nullptr;      // it gets the next chunk, too
+  const CDirEntry* long_entry_ = nullptr;  // the reader's, with Stop::kLong
+  bool in_entry_ = false;                  // the last entry has more blocks to read
+  std::unique_ptr<CBlockChunk> chunk_;     // being filled
+  CDecodeJob* open_job_ = nullptr;         // it gets the next chunk, too
 
   CSourceEntry entry_;
   bool has_results_ = false;  // the entry that the caller has; its end was not taken

@@ -80,7 +80,8 @@ std::unique_ptr<CParallelSource> CExtract::ReadAhead(CContainer& container) {
   };
   return std::make_unique<CParallelSource>(
       container.reader(), context_.progress(),
-      CParallelSource::Plan{workers, extracting_, container.IsRegularFile(), std::move(wants)});
+      CParallelSource::Plan{workers, extracting_, container.IsRegularFile(), kLongestStream,
+                            std::move(wants)});
 }
 
 void CExtract::ProcessArchive(const std::string& name) {

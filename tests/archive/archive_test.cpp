@@ -1,5 +1,6 @@
 // The checksum, in every way that this machine can compute it, against zlib's, which starts and
-// ends inverted; and the fixed bytes in front of an entry, against a layout written by hand.
+// ends inverted; the fixed bytes in front of an entry, against a layout written by hand; and the
+// proof of an entry of several streams, against reading it in order.
 #include "archive/checksum.h"
 
 #include <gtest/gtest.h>
@@ -7,13 +8,19 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <random>
 #include <span>
 #include <vector>
 
 #include "archive/checksum_variants.h"
+#include "archive/container.h"
 #include "archive/entry_header.h"
+#include "archive/long_entry_proof.h"
+#include "archive/parallel_source.h"
 #include "support/noise.h"
+#include "support/qel_bytes.h"
+#include "support/temp_dir.h"
 
 namespace moldex::test {
 namespace {
@@ -57,12 +64,15 @@ TEST(Checksum, IsTheSameHoweverTheBytesAreSplit) {
   for (const ChecksumVariant& variant : VariantsHere()) {
     for (const unsigned longest : {100U, 700U, 5000U, 300'000U}) {
       std::uint32_t checksum = 0;
+      std::uint32_t combined = 0;
       for (auto left = std::span<const std::uint8_t>(bytes); !left.empty();) {
         const std::size_t piece = std::min<std::size_t>(left.size(), random() % longest);
         checksum = variant.update(checksum, left.first(piece));
+        combined = CombineChecksums(combined, variant.update(0, left.first(piece)), piece);
         left = left.subspan(piece);
       }
       EXPECT_EQ(checksum, ByZlib(0, bytes)) << variant.name << ' ' << longest;
+      EXPECT_EQ(combined, checksum) << variant.name << ' ' << longest;
     }
   }
 }
@@ -98,6 +108,99 @@ TEST(EntryHeaderBytes, StandInTheirPlacesAndTheZeroWordIsNotRead) {
       EXPECT_EQ(encoded, kBytes);
     }
   }
+}
+
+constexpr std::uint64_t kStreamBytes = 200'000;
+
+// An entry of four streams, the last one shorter, between two others.
+std::vector<QelEntry> EntriesWithLongOne(std::size_t piece) {
+  std::string content = Noise(3 * kStreamBytes + 777, 3);
+  for (char& byte : content)
+    byte = static_cast<char>('a' + (byte & 3));
+  QelEntry entry = FileEntry("long", "a");
+  entry.size_low = static_cast<std::uint32_t>(content.size());
+  entry.checksum = Checksum(content);
+  entry.blocks.clear();
+  for (std::size_t at = 0; at < content.size(); at += kStreamBytes) {
+    for (QelBlock& block : FileEntry("", content.substr(at, kStreamBytes), 0, piece).blocks)
+      entry.blocks.push_back({"DA", block.payload});
+  }
+  entry.blocks.back().type = "ED";
+  return {FileEntry("before", "some text"), entry, FileEntry("after", "more text")};
+}
+
+// The names of the entries, and how verification ends. With `takes_data` false it asks for none.
+std::string Verified(const std::string& archive, bool in_order, bool takes_data) {
+  CRunContext& context = CRunContext::GetInstance();
+  CContainer container(context, archive, CContainer::kRead);
+  CParallelSource ahead(container.reader(), context.progress(),
+                        {3, false, true, kStreamBytes, [](const CDirEntry&) { return true; }});
+  IEntrySource& source = in_order ? static_cast<IEntrySource&>(container.reader()) : ahead;
+  std::string seen;
+  try {
+    while (const CDirEntry* entry = source.NextEntry()) {
+      seen += entry->GetName() + ' ';
+      if (!takes_data) continue;
+      while (!source.NextPiece().bytes.empty()) {
+      }
+      source.CheckEnd();
+    }
+  } catch (const CExcept& failure) {
+    seen += failure.message();
+  }
+  return seen;
+}
+
+TEST(LongEntry, IsProvedOnlyIfItIsWholeAndFailsAsInOrder) {
+  const TempDir folder;
+  const std::string path = (folder.Path() / "a.qel").string();
+  const auto check = [&](const std::string& what, const std::string& bytes, LongEntry entry,
+                         bool is_right) {
+    WriteFile(path, bytes);
+    CFileHandle file;
+    ASSERT_TRUE(file.Open(path, kOpenExisting));
+    entry.archive_name = path;
+    entry.identity = file.Status()->identity;
+    EXPECT_EQ(ProveLongEntry(entry, 3, CRunContext::GetInstance().progress()).has_value(), is_right)
+        << what;
+    for (const bool takes_data : {false, true})
+      EXPECT_EQ(Verified(path, false, takes_data), Verified(path, true, takes_data)) << what;
+  };
+  const auto whole_entry = [](const QelEntry& entry) {
+    return LongEntry{"", {}, entry.blocks[0].offset, entry.size_low, kStreamBytes};
+  };
+  for (const std::size_t piece : {8, 9, 10, 11, 13, 17, 1000, 65536}) {
+    const std::string bytes = BuildArchive(EntriesWithLongOne(piece));
+    check(std::to_string(piece), bytes, whole_entry(ParseArchive(bytes)[1]), true);
+  }
+
+  const std::string whole = BuildArchive(EntriesWithLongOne(kMaxPayload / 4));
+  const QelEntry entry = ParseArchive(whole)[1];
+  const std::size_t second = entry.blocks[entry.blocks.size() / 4 + 1].offset;
+  const std::size_t end = entry.checksum_offset;
+  const std::pair<const char*, std::function<void(std::string&)>> damages[] = {
+      {"a byte", [&](auto& bytes) { FlipByte(bytes, second + 5000, 0x10); }},
+      {"the checksum", [&](auto& bytes) { FlipByte(bytes, end, 1); }},
+      {"a block's type", [&](auto& bytes) { SetByte(bytes, second, 'X'); }},
+      {"a block's length", [&](auto& bytes) { SetU32(bytes, second + 2, 0); }},
+      {"an early end", [&](auto& bytes) { bytes.replace(second, 2, "ED"); }},
+      {"a missing end", [&](auto& bytes) { bytes.replace(entry.blocks.back().offset, 2, "DA"); }},
+      {"a surplus block",
+       [&](auto& bytes) {
+         bytes.insert(end + 4, {"ED\1\0\0\0a1234", 11});
+       }},
+      {"cut in a stream", [&](auto& bytes) { bytes.resize(second + 3000); }},
+      {"cut in the checksum", [&](auto& bytes) { bytes.resize(end + 3); }},
+      {"the size", [&](auto& bytes) { FlipByte(bytes, entry.offset + kSizeLowAt, 1); }},
+  };
+  for (const auto& [what, damage] : damages) {
+    std::string bytes = whole;
+    damage(bytes);
+    LongEntry announced = whole_entry(entry);
+    announced.size_bytes = U32At(bytes, entry.offset + kSizeLowAt);
+    check(what, bytes, announced, false);
+  }
+  CRunContext::Destroy();
 }
 
 }  // namespace
