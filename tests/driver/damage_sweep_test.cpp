@@ -181,7 +181,8 @@ void (*const kEntryFaults[])(QelEntry&) = {
     [](QelEntry& e) { e.blocks.back().type = "XX"; },
     [](QelEntry& e) { e.blocks.back().payload.resize(70'000); },
     [](QelEntry& e) { e.blocks.back().payload.clear(); },
-    [](QelEntry& e) { e.blocks[e.blocks.size() / 2].payload[1] ^= 0x10; }};
+    [](QelEntry& e) { e.blocks[e.blocks.size() / 2].payload.insert(0, "x"); }};
+constexpr std::size_t kRefused = 1;
 
 std::vector<QelEntry> SmallAndLongEntries() {
   std::string text = Noise(500'000, 1);
@@ -208,12 +209,15 @@ TEST_F(DamageTest, TwoFaultsComeInTheirOrderWhoeverFindsThem) {
   const std::vector<QelEntry> good = SmallAndLongEntries();
   EXPECT_EQ(TryAll(BuildArchive(good)), 0);
   std::mt19937 random(std::random_device{}());
-  for (int i = 0; i < 60; ++i) {
+  for (std::size_t i = 0; i < 60; ++i) {
+    // First, each of the faults in an entry that is refused.
+    const bool is_refused = i < std::size(kEntryFaults);
     std::vector<QelEntry> entries = good;
     std::string what;
-    std::size_t at = random() % 10;
-    for (int fault = 0; fault < 2; ++fault, at = (at + 1 + random() % 8) % 10) {
-      const std::size_t number = random() % std::size(kEntryFaults);
+    std::size_t at = is_refused ? 2 + i % 3 : random() % 10;
+    for (int fault = 0; fault < 2; ++fault, at = is_refused ? at : random() % 10) {
+      const std::size_t drawn = random() % std::size(kEntryFaults);
+      const std::size_t number = !is_refused ? drawn : fault == 0 ? i : kRefused;
       what += "fault " + std::to_string(number) + " of entry " + std::to_string(at) + "; ";
       if (!entries[at].blocks.empty()) kEntryFaults[number](entries[at]);
     }
