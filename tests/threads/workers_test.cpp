@@ -14,7 +14,7 @@ class Workers : public ProgramTest {
  protected:
   std::string Content() {
     const std::size_t small = random_() % 400;
-    const std::size_t size = random_() % 12 == 0 ? kSizes[random_() % std::size(kSizes)] : small;
+    const std::size_t size = random_() % 16 == 0 ? kSizes[random_() % std::size(kSizes)] : small;
     switch (random_() % 3) {
       case 0:
         return Noise(size, static_cast<unsigned>(random_()));
@@ -30,7 +30,7 @@ class Workers : public ProgramTest {
   Tree RandomTree() {
     Tree tree;
     std::string folder = "d";
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 250; ++i) {
       if (random_() % 20 == 0) folder = "d/in" + std::to_string(random_() % 20);
       const std::string name = folder + "/" + std::to_string(i);
       const auto kind = random_() % 40;
