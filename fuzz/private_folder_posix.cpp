@@ -12,6 +12,7 @@
 #include "driver/program.h"
 #include "fuzz/target.h"
 #include "report/exit_status.h"
+#include "run/run_context.h"
 
 namespace moldex::fuzz {
 namespace {
@@ -62,6 +63,7 @@ int PrivateFolder::Run(std::vector<std::string> words) const {
     arguments.push_back(word.data());
   arguments.push_back(nullptr);
   SetExitStatus(0);
+  CRunContext::GetInstance().options().workers = 1;  // so that a run can be repeated exactly
   return Main(static_cast<int>(words.size()), arguments.data());
 }
 
