@@ -99,8 +99,9 @@ void CExtract::ProcessArchive(const std::string& name) {
   }
   context_.log().PrintMessage("MOLDEX: processing archive " + name + "...");
   const auto ahead = ReadAhead(container);
-  IEntrySource& source = ahead ? static_cast<IEntrySource&>(*ahead) : archive;
-  CArchiveExtraction extraction(context_, source, place_, context_.options().absolute_paths,
+  IEntrySource* source = ahead.get();
+  if (source == nullptr) source = &archive;
+  CArchiveExtraction extraction(context_, *source, place_, context_.options().absolute_paths,
                                 total_count_);
   try {
     extraction.ProcessEntries(selection_);
