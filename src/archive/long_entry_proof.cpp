@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "archive/archive_format.h"
@@ -136,7 +137,7 @@ class CStreamProof : public IJob<ProofPiece> {
   bool MakePiece(ProofPiece& piece) override;
 
  private:
-  // What it takes while the job runs.
+  // Large, so it exists only while the job runs.
   struct Work {
     CFileHandle file;
     CEntryData data;

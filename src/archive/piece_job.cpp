@@ -20,7 +20,8 @@ namespace {
 constexpr std::uint32_t kPieceBytes = 192 * 1024;
 static_assert(kPieceBytes % cscompr::kLzhStepBytes == 0);
 static_assert(kPieceBytes <= cscompr::kMostLzhPieceBytes);
-// The encoder gets its input in pieces of this size, and its output ends a block after each.
+// A single encoder gets input of kLargestPayload bytes at a time, and a block ends where its output
+// for that ends. This is that input in steps.
 constexpr std::uint32_t kStepsOfInput = kLargestPayload / cscompr::kLzhStepBytes;
 static_assert(kLargestPayload % cscompr::kLzhStepBytes == 0);
 

@@ -2,10 +2,10 @@
 // would make (normal_compress.h), byte for byte.
 //
 // A stream is cut into pieces, and each is a job (parallel/ordered_work.h). A job goes through five
-// stages: it reads its bytes, makes tokens of them, joins these to the tokens before, codes them,
-// and puts the bits after those before (cscompr/lzh/piece.h). Tokens are made and coded
-// by as many workers as there are. The other stages take little time and have to be done in the
-// order of the pieces, so that each waits until it is the piece's turn.
+// stages: it reads its bytes, makes tokens of them, joins these to the tokens of the piece before,
+// codes them, and appends the bits to those of the piece before (cscompr/lzh/piece.h). All workers
+// make and code tokens at the same time. The other stages take little time and go in the order of
+// the pieces: each waits for its turn.
 #ifndef MOLDEX_ARCHIVE_PIECE_JOB_H_
 #define MOLDEX_ARCHIVE_PIECE_JOB_H_
 
