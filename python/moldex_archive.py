@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 """Reads .QEL archives through libmoldexread.
 
     with moldex_archive.Archive("a.qel") as archive:

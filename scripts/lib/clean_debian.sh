@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Tries the packages of a folder in bare Debians: clean_debian.sh FOLDER
 # In one it builds and tests the source package, and lintian finds nothing. In the other apt installs the
-# .debs; the program works, desktops know its archives, and file does as README.Debian says. Nothing
-# stays after the removal.
+# .debs. The program and the Python module work, Midnight Commander copies a file out of an archive,
+# desktops know archives, and file does as README.Debian says. Nothing stays after the removal.
 set -euo pipefail
 . "$(dirname "$0")/packages.sh"
 . "$(dirname "$0")/chroot.sh"
@@ -23,13 +23,25 @@ in_chroot build sh -ec 'cd /src
   { tail -n 40 log build/var/log/install; exit 1; }
 install_in_chroot build lintian
 in_chroot build sh -c 'lintian --fail-on error,warning --allow-root /src/*.changes'
-echo "built in a bare Debian; its tests:" && grep 'PASSED' log
+echo "built in a bare Debian; its tests:" && grep -E 'PASSED|^Ran ' log
 
-cp build/src/*.deb install/debs
-install_in_chroot install file shared-mime-info libglib2.0-bin
+find build/src -maxdepth 1 -name '*.deb' ! -name '*dbgsym*' -exec cp -t install/debs {} +
+install_in_chroot install file shared-mime-info libglib2.0-bin mc tmux
 in_chroot install sh -ec 'cd /root
-  apt-get install -y -qq /debs/moldex_*.deb /debs/libcscompr1_*.deb /debs/libcscompr-dev_*.deb
+  apt-get install -y -qq /debs/*.deb
   moldex -cf archive.qel /usr/share/doc && moldex -xf archive.qel -R out && diff -r /usr/share/doc out/usr/share/doc
+
+  python3 -m moldex_archive -t archive.qel | grep ", 0 damaged"
+  # Ctrl-S finds a name as it is typed, F5 copies into the other panel.
+  mkdir panel
+  tmux new-session -d -x 120 -y 40 "mc -u archive.qel/uqel://usr/share/doc/moldex panel 2>/root/mc_errors"
+  sleep 3
+  for keys in C-s README.md Enter F5 Enter; do tmux send-keys "$keys" && sleep 1; done
+  tmux capture-pane -p
+  cat mc_errors
+  cmp panel/README.md /usr/share/doc/moldex/README.md
+  tmux kill-server
+
   gio info -a standard::content-type archive.qel | grep -q application/x-moldex
   test -z "$(file archive.qel | grep MOLDEX)"
   sed -n "s/^ *for .*:  \(.*\)/\1/p" /usr/share/doc/moldex/README.Debian >ways
@@ -39,7 +51,7 @@ in_chroot install sh -ec 'cd /root
     rm -f ~/.magic && : >/etc/magic
   done <ways
   test "$(wc -l <ways)" -eq 3
-  apt-get purge -y -qq moldex libcscompr-dev libcscompr1 && rm -r archive.qel out
-  test -z "$(find / -xdev \( -name "*moldex*" -o -name "*cscompr*" \) -not -path "/debs/*")"' >log 2>&1 ||
+  apt-get purge -y -qq moldex libcscompr1 libmoldexread1 && rm -r archive.qel out
+  test -z "$(find / -xdev \( -name "*moldex*" -o -name "*cscompr*" -o -name uqel \) -not -path "/debs/*")"' >log 2>&1 ||
   { tail -n 40 log; exit 1; }
 echo "installed, used and removed in a bare Debian"

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Installs libmoldexread, moves it elsewhere, builds its example against it in every way, and reads
-# archives with it: reader.sh PROGRAM BUILD [FLAGS]
-# FLAGS are the compiler's flags that the library needs of a program.
+# archives with it: reader.sh PROGRAM FOLDER [FLAGS]
+# FOLDER is a build, or the folder where the packages of both libraries are installed. FLAGS are the
+# compiler's flags that the library needs of a program.
 set -euo pipefail
-program=$(realpath "$1") build=$(realpath "$2") flags=${3:-}
+program=$(realpath "$1") folder=$(realpath "$2") flags=${3:-}
 tests=$(realpath "$(dirname "$0")")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -13,11 +14,17 @@ fail() { echo "FAILED: $*"; exit 1; }
 # same SUBJECT EXPECTED ACTUAL: fails unless the two are equal.
 same() { [ "$2" = "$3" ] || fail "$1: expected '$2', not '$3'"; }
 
-for component in reader reader-dev; do
-  cmake --install "$build" --component $component --prefix "$work/installed" >log
-done
-mv installed moved
-lib=moved/lib examples=moved/share/doc/libmoldexread-dev/examples
+if [ -f "$folder/CMakeCache.txt" ]; then
+  for component in library reader reader-dev; do
+    cmake --install "$folder" --component $component --prefix "$work/installed" >log
+  done
+  mv installed moved
+  lib=moved/lib
+else
+  cp -R "$folder" moved
+  lib=moved/lib/$(cc -print-multiarch)
+fi
+examples=moved/share/doc/libmoldexread-dev/examples
 functions="MxrClose MxrErrorText MxrNextEntry MxrNextPiece MxrNextStoredPiece MxrOpen "
 functions_in() { nm "$@" --defined-only | awk '$2 == "T" { sub("@.*", "", $3); print $3 }' | LC_ALL=C sort | tr '\n' ' '; }
 same "functions of the shared library" "$functions" "$(functions_in -D $lib/libmoldexread.so)"
@@ -26,7 +33,7 @@ same "name of the shared library" libmoldexread.so.1 \
   "$(objdump -p $lib/libmoldexread.so | awk '$1 == "SONAME" { print $2 }')"
 # The static one goes together with the compression library, whose code it holds, too.
 # shellcheck disable=SC2086
-c++ $flags -shared -Wl,--whole-archive $lib/libmoldexread.a "$build/libcscompr.a" \
+c++ $flags -shared -Wl,--whole-archive $lib/libmoldexread.a $lib/libcscompr.a \
   -Wl,--no-whole-archive -o both.so
 
 strict="-pedantic -Wall -Wextra -Wconversion -Werror $flags"
