@@ -236,9 +236,9 @@ TEST(Help, ShellsCompleteWhatFits) {
   }
 }
 
-// There is no PowerShell in Debian: the script is not run here. powershell.sh parses it. Here its text
-// shows that nothing compares without case by mistake ("-eq" takes -a for -A), and that it needs no
-// encoding.
+// There is no PowerShell in Debian: the script is not run here, and powershell.sh parses it. This
+// test looks for comparisons without case by mistake ("-eq" takes -a for -A), and for characters
+// that need an encoding.
 TEST(Help, PowerShellScriptNeedsNoEncodingAndKeepsCase) {
   const std::string script = Source("share/moldex.ps1");
   EXPECT_TRUE(std::regex_match(script, std::regex("[ -~\n]*")));
