@@ -86,8 +86,14 @@ install_library_files(cscompr library)
 install(FILES ${examples}/CMakeLists.txt ${examples}/roundtrip.c
   DESTINATION share/doc/libcscompr-dev/examples COMPONENT library)
 
-# The reader: what programs need, what their makers need, and what is written in Python.
-if(TARGET moldexread)
+# The reader: what programs need, what their makers need, and what is written in Python. On Windows all of
+# it lies in a folder beside the program.
+if(WIN32)
+  install(TARGETS moldexread RUNTIME DESTINATION moldexread)
+  install(FILES ${PROJECT_SOURCE_DIR}/src/moldexread/moldexread.h
+    ${PROJECT_SOURCE_DIR}/src/moldexread/moldexread.def ${examples}/moldexread/list_entries.c
+    DESTINATION moldexread)
+elseif(TARGET moldexread)
   set(MOLDEX_PYTHON_FOLDER lib/python3/dist-packages CACHE STRING "Where Python looks for modules")
   install(TARGETS moldexread LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT reader
     NAMELINK_COMPONENT reader-dev)

@@ -89,9 +89,10 @@ typedef struct MxrPiece {
 } MxrPiece;
 // NOLINTEND(modernize-use-using)
 
-// Opens an archive. The path is in the form that fopen takes, and may be that of a pipe. Sets
-// `*archive` also on failure, so that MxrErrorText can tell more, to an archive that has to be
-// closed. It is null for kMxrNoMemory and kMxrBadCall.
+// Opens an archive. The path is in the form that fopen takes, which on Windows is text in the ANSI
+// code page of the program, and may be that of a pipe. Sets `*archive` also on failure, so that
+// MxrErrorText can tell more, to an archive that has to be closed. It is null for kMxrNoMemory and
+// kMxrBadCall.
 int32_t MxrOpen(const char* path, MxrArchive** archive);
 
 // Closes an archive and frees its memory. Null does nothing.
@@ -113,7 +114,8 @@ int32_t MxrNextPiece(MxrArchive* archive, MxrPiece* piece);
 int32_t MxrNextStoredPiece(MxrArchive* archive, MxrPiece* piece);
 
 // The last failure on an archive in words, in English and UTF-8, without a line's end; empty when
-// there was none. Valid until the next call on the archive. For null the text about kMxrNoMemory.
+// there was none. The path in it is as MxrOpen got it, and the system's reason as the system has
+// it. Valid until the next call on the archive. For null the text about kMxrNoMemory.
 const char* MxrErrorText(const MxrArchive* archive);
 
 #ifdef __cplusplus

@@ -19,4 +19,14 @@ target_link_libraries(run_in PRIVATE moldex_compile_options ole32 uuid)
 add_executable(moldex_ansi EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/src/driver/main.cpp)
 target_link_libraries(moldex_ansi PRIVATE moldex_compile_options driver)
 
-add_custom_target(windows_tests DEPENDS windows_contract run_in moldex_ansi)
+# Programs in C that load moldexread.dll; installed/reader.sh runs them.
+enable_language(C)
+foreach(program docs/examples/moldexread/list_entries tests/installed/reader_test)
+  cmake_path(GET program FILENAME name)
+  add_executable(${name} EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/${program}.c)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src)
+  target_link_libraries(${name} PRIVATE moldexread -static pthread)
+  list(APPEND readers ${name})
+endforeach()
+
+add_custom_target(windows_tests DEPENDS windows_contract run_in moldex_ansi ${readers})
