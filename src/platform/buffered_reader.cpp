@@ -11,7 +11,7 @@ namespace {
 
 // After a skip only a little is read, because another header and another skip are likely to follow.
 // Every read without a skip before it doubles the amount.
-constexpr std::size_t kSmallRead = 512;
+constexpr std::size_t kSmallRead = 4096;
 constexpr std::size_t kLargeRead = CBufferedReader::kCapacity;
 
 constexpr std::uint64_t kLargestStep = 0x7FFFFFFF;  // what one half of a skip can hold
