@@ -80,7 +80,10 @@ bool IsSeparator(const PathRules& rules, char c) {
 
 std::size_t FirstOf(const PathRules& rules, std::string_view text, std::string_view wanted,
                     std::size_t from) {
-  if (rules.begins_double_byte == nullptr) return text.find_first_of(wanted, from);
+  if (rules.begins_double_byte == nullptr) {
+    // Looking for one character is much faster.
+    return wanted.size() == 1 ? text.find(wanted[0], from) : text.find_first_of(wanted, from);
+  }
   for (std::size_t at = from; at < text.size(); at += rules.begins_double_byte(text[at]) ? 2 : 1) {
     if (wanted.find(text[at]) != std::string_view::npos) return at;
   }
@@ -92,7 +95,10 @@ std::size_t FirstSeparator(const PathRules& rules, std::string_view path, std::s
 }
 
 std::size_t LastSeparator(const PathRules& rules, std::string_view path) {
-  if (rules.begins_double_byte == nullptr) return path.find_last_of(Separators(rules));
+  const std::string_view separators = Separators(rules);
+  if (rules.begins_double_byte == nullptr) {
+    return separators.size() == 1 ? path.rfind(separators[0]) : path.find_last_of(separators);
+  }
   std::size_t last = std::string_view::npos;
   for (std::size_t at = FirstSeparator(rules, path); at != std::string_view::npos;
        at = FirstSeparator(rules, path, at + 1)) {
