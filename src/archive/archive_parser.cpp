@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <string_view>
 #include <utility>
 
 #include "archive/entry_name.h"
@@ -165,8 +166,8 @@ void CArchiveParser::ReadName(std::size_t length) {
                   false);
   }
   // Bytes after an earlier zero than the one at the end are ignored.
-  const auto end = std::find(stored.begin(), stored.end(), std::uint8_t{0});
-  const auto name_bytes = static_cast<std::size_t>(end - stored.begin());
+  const std::string_view text(reinterpret_cast<const char*>(stored.data()), stored.size());
+  const std::size_t name_bytes = std::min(text.find('\0'), text.size());
   entry_.name = name_form_(stored.first(std::min(name_bytes, kLongestName)));
 }
 

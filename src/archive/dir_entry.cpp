@@ -16,10 +16,10 @@ namespace moldex {
 CDirEntry::CDirEntry(std::string disk_name, const FileStatus& status)
     : disk_name_(std::move(disk_name)), status_(status) {}
 
-void CDirEntry::Fill(const EntryHeader& header, std::string name,
+void CDirEntry::Fill(const EntryHeader& header, std::string_view name,
                      std::span<const std::uint8_t> user_data) {
   header_ = header;
-  disk_name_ = std::move(name);
+  disk_name_ = name;
   user_data_.assign(user_data.begin(), user_data.end());
 }
 

@@ -9,6 +9,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "archive/entry_header.h"
@@ -41,7 +42,8 @@ class CDirEntry {
 
   // --- Out of an archive.
 
-  void Fill(const EntryHeader& header, std::string name, std::span<const std::uint8_t> user_data);
+  void Fill(const EntryHeader& header, std::string_view name,
+            std::span<const std::uint8_t> user_data);
 
   // Hands this entry, which `source` has just given out, to a sink: first the object to make, then
   // its data. Proves that the data are whole and match their checksum. Throws what the source and

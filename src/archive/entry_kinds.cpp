@@ -80,11 +80,11 @@ CDirEntry* CSourceEntry::ObjectFor(const EntryType& type) {
   return &file_;
 }
 
-CDirEntry* CSourceEntry::Fill(const EntryHeader& header, std::string name,
+CDirEntry* CSourceEntry::Fill(const EntryHeader& header, std::string_view name,
                               std::span<const std::uint8_t> user_data, bool has_data) {
   CDirEntry* entry = ObjectFor(header.type);
   if (entry == nullptr) return nullptr;
-  entry->Fill(header, std::move(name), user_data);
+  entry->Fill(header, name, user_data);
   if (entry == &link_) link_.SetHasData(has_data);
   return entry;
 }

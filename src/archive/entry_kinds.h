@@ -59,7 +59,7 @@ class CSourceEntry {
  public:
   // Fills the object that the header's type asks for; null for an unknown type. `has_data` counts
   // only for a link.
-  CDirEntry* Fill(const EntryHeader& header, std::string name,
+  CDirEntry* Fill(const EntryHeader& header, std::string_view name,
                   std::span<const std::uint8_t> user_data, bool has_data);
 
  private:

@@ -26,7 +26,7 @@ std::string NameToUtf8(const std::string& name) {
 }
 
 std::string TextFromUtf8(std::span<const std::uint8_t> utf8) {
-  const std::string text(utf8.begin(), utf8.end());
+  const std::string text(reinterpret_cast<const char*>(utf8.data()), utf8.size());
   // No code page needs more bytes for a character than UTF-8 and its longest sequences do.
   std::string local(2 * text.size() + 1, '\0');
   std::int32_t written = 0;

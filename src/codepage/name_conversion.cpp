@@ -9,8 +9,9 @@
 namespace moldex {
 namespace {
 
+// Input and output may overlap. The system's converters do not allow that.
 Converted Convert(Direction direction, std::string_view input, std::span<char> output) {
-  if (!LocalIsUtf8()) return ConvertThroughSystem(direction, input, output);
+  if (!LocalIsUtf8()) return ConvertThroughSystem(direction, std::string(input), output);
   std::size_t bytes = ValidUtf8Prefix(input);
   if (bytes > output.size()) bytes = ValidUtf8Prefix(input.substr(0, output.size()));
   std::memmove(output.data(), input.data(), bytes);
@@ -32,13 +33,11 @@ void ConvertLocalToUtf8(char* output, std::int32_t output_size, std::int32_t* wr
 
 int ConvertUtf8ToLocal(char* output, std::int32_t output_size, std::int32_t* written,
                        const char* input) {
-  std::string scratch(static_cast<std::size_t>(output_size) - 1, '\0');
+  const std::span<char> space(output, static_cast<std::size_t>(output_size) - 1);
   const std::string_view text(input);
   Converted converted{false, 0};
-  if (ValidUtf8Prefix(text) == text.size()) converted = Convert(Direction::kToLocal, text, scratch);
-  const std::size_t bytes = converted.complete ? converted.bytes : 0;
-  std::memcpy(output, scratch.data(), bytes);
-  Terminate(output, bytes, written);
+  if (ValidUtf8Prefix(text) == text.size()) converted = Convert(Direction::kToLocal, text, space);
+  Terminate(output, converted.complete ? converted.bytes : 0, written);
   return converted.complete ? 0 : 1;
 }
 

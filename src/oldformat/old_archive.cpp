@@ -114,7 +114,7 @@ CDirEntry& COldArchive::Fill(std::string name) {
   StoreTime({header_.modified_seconds, 0}, false, &header);
   entry_ = &file_entry_;
   if (is_directory) entry_ = &directory_entry_;
-  entry_->Fill(header, std::move(name), {});
+  entry_->Fill(header, name, {});
   return *entry_;
 }
 
