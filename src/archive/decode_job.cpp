@@ -65,8 +65,12 @@ void CDecodedPiece::AddData(const DataPiece& data, bool is_wanted) {
   if (!is_wanted || data.bytes.empty()) return;
   if (!bytes_) bytes_ = std::make_unique_for_overwrite<std::uint8_t[]>(kMostBytes);
   std::copy(data.bytes.begin(), data.bytes.end(), bytes_.get() + begin);
-  Part& part = parts_.emplace_back();
-  part.data = {{bytes_.get() + begin, data.bytes.size()}, data.is_backup_stream};
+  // What goes on where the part before it ends belongs to the same entry, and becomes one with it.
+  const bool goes_on = !parts_.empty() && parts_.back().kind == Part::kData;
+  DataPiece& part = goes_on ? parts_.back().data : parts_.emplace_back().data;
+  part = {
+      {goes_on ? part.bytes.data() : bytes_.get() + begin, part.bytes.size() + data.bytes.size()},
+      data.is_backup_stream};
 }
 
 void CDecodedPiece::AddEnd(const UnpackedBytes& unpacked, std::exception_ptr failure) {

@@ -114,8 +114,9 @@ class CDecodeJob : public IJob<CDecodedPiece> {
   // For the first thread: before the job is submitted, and later from COrderedWork::Feed. None
   // follows a chunk that `is_last`.
   void AddChunk(std::unique_ptr<CBlockChunk> chunk, bool is_last);
-  // Whether the worker will soon need another chunk.
-  bool IsHungry() const { return waiting_chunks_.load(std::memory_order_relaxed) < 2; }
+  // Whether few chunks wait. They are more than the worker needs soon, so that the first thread
+  // gets to the entries after a long one.
+  bool IsHungry() const { return waiting_chunks_.load(std::memory_order_relaxed) < 4; }
 
   bool HasInput() const override { return chunk_ || !chunks_.empty(); }
   void TakeInput() override;

@@ -11,9 +11,10 @@
 namespace moldex {
 namespace {
 
-// For each worker: chunks that wait, so that it never does, and the bytes of entries that wait.
+// For each worker: chunks that wait, so that it never does; decoded bytes, so many that the others
+// have something to do while one decodes a long entry; and the bytes of entries that wait.
 constexpr std::size_t kJobsPerWorker = 2;
-constexpr std::size_t kPieceBytesPerWorker = std::size_t{512} * 1024;
+constexpr std::size_t kPieceBytesPerWorker = std::size_t{1536} * 1024;
 constexpr std::size_t kWaitingBytesPerWorker = std::size_t{256} * 1024;
 
 // Throws the failure of a worker, or one that was met ahead, now that its turn has come.
@@ -179,7 +180,7 @@ CDirEntry* CParallelSource::TakeEntry() {
   has_results_ = next.has_results;
   checksum_failure_ = nullptr;
   progress_.SetCurrentName(next.name);
-  return entry_.Fill(next.header, std::move(next.name), next.user_data, next.needs_data);
+  return entry_.Fill(next.header, next.name, next.user_data, next.needs_data);
 }
 
 DataPiece CParallelSource::NextPiece() {
