@@ -65,7 +65,7 @@ constexpr RefusalText kTexts[] = {
 
 }  // namespace
 
-Refusal RefusalOf(const CDirEntry& entry, const AdmissionRules& rules) {
+Refusal RefusalByName(const CDirEntry& entry, const AdmissionRules& rules) {
   const CLink* link = entry.AsSymbolicLink();
   const auto target = link != nullptr ? TargetOf(*link) : std::string();
   if (!target) return Refusal::kBadTarget;
@@ -77,8 +77,13 @@ Refusal RefusalOf(const CDirEntry& entry, const AdmissionRules& rules) {
   if (!entry.IsDirectory() && NamesADirectory(SystemPathRules(), written_name)) {
     return Refusal::kNotAllowed;
   }
-  if (IsInUse(entry.GetName(), rules)) return Refusal::kIsInUse;
   return Refusal::kNone;
+}
+
+Refusal RefusalOf(const CDirEntry& entry, const AdmissionRules& rules) {
+  const Refusal refusal = RefusalByName(entry, rules);
+  const bool is_in_use = refusal == Refusal::kNone && IsInUse(entry.GetName(), rules);
+  return is_in_use ? Refusal::kIsInUse : refusal;
 }
 
 void PrintRefusal(Refusal refusal, const CDirEntry& entry, CLogMan& log) {

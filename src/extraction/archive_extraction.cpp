@@ -67,7 +67,7 @@ bool CArchiveExtraction::ProcessEntry(const CDirEntry& entry) {
     context_.log().PrintInfo(failure);
     return false;
   }
-  const Refusal refusal = RefusalOf(entry, rules_);
+  const Refusal refusal = MakeOrRefuse(entry);
   if (refusal == Refusal::kIsInUse && entry.AsSymbolicLink() != nullptr) {
     ++links_wait_;  // refused when links are made: then their names may lead elsewhere
     return true;
@@ -80,9 +80,16 @@ bool CArchiveExtraction::ProcessEntry(const CDirEntry& entry) {
   return true;
 }
 
+// Most entries are new. Making one tells that no file in use has its name.
+Refusal CArchiveExtraction::MakeOrRefuse(const CDirEntry& entry) {
+  const Refusal refusal = RefusalByName(entry, rules_);
+  if (refusal != Refusal::kNone || writer_.MakeNew(entry)) return refusal;
+  return RefusalOf(entry, rules_);
+}
+
 void CArchiveExtraction::WriteEntry(const CDirEntry& entry) {
-  CountEntry("x ", entry);
   try {
+    CountEntry("x ", entry);
     entry.Extract(source_, writer_);
   } catch (const CInterruptExcept&) {
     writer_.HintAtPart(entry);

@@ -33,6 +33,7 @@ class CArchiveExtraction {
 
  private:
   bool ProcessEntry(const CDirEntry& entry);
+  Refusal MakeOrRefuse(const CDirEntry& entry);
   void WriteEntry(const CDirEntry& entry);
   void CountEntry(const char* mark, const CDirEntry& entry);
   void MakeDeferred(const CEntrySelection& selection);

@@ -1,5 +1,7 @@
 #include "extraction/entry_writer.h"
 
+#include <utility>
+
 #include "archive/entry_data.h"
 #include "platform/attributes.h"
 #include "platform/security.h"
@@ -10,15 +12,33 @@
 
 namespace moldex {
 
+bool CEntryWriter::MakeNew(const CDirEntry& entry) {
+  if (entry.IsDirectory()) {
+    is_made_ = place_.MakeNewDirectory(entry.GetName());
+  } else if (entry.AsSymbolicLink() == nullptr) {
+    file_ = place_.MakeNewFile(entry.GetName());
+    is_made_ = file_.IsValid();
+    if (is_made_) Begin(entry);
+  }
+  return is_made_;
+}
+
 void CEntryWriter::MakeFile(const CDirEntry& entry) {
+  if (std::exchange(is_made_, false)) return;
   file_ = place_.MakeFile(entry.GetName());
+  Begin(entry);
+}
+
+void CEntryWriter::Begin(const CDirEntry& entry) {
   bytes_.Begin();
   entry_ = &entry;
   is_backup_stream_ = false;
   is_complete_ = false;
 }
 
-void CEntryWriter::MakeDirectory(const CDirEntry& entry) { place_.MakeDirectory(entry.GetName()); }
+void CEntryWriter::MakeDirectory(const CDirEntry& entry) {
+  if (!std::exchange(is_made_, false)) place_.MakeDirectory(entry.GetName());
+}
 
 void CEntryWriter::Write(const DataPiece& piece) {
   if (!file_.IsValid()) return;

@@ -20,6 +20,11 @@ class CEntryWriter : public IEntrySink {
   // `place` outlives the writer.
   explicit CEntryWriter(COutputPlace& place) : place_(place), bytes_(file_) {}
 
+  // Makes the file or the directory of an entry, if its name is free and the directory for it is
+  // there. False otherwise: nothing has changed. After true, MakeFile and MakeDirectory do nothing
+  // for this entry. Makes nothing for a symbolic link.
+  bool MakeNew(const CDirEntry& entry);
+
   // Throw what COutputPlace throws.
   void MakeFile(const CDirEntry& entry) override;
   void MakeDirectory(const CDirEntry& entry) override;
@@ -42,6 +47,7 @@ class CEntryWriter : public IEntrySink {
   void HintAtPart(const CDirEntry& entry) const;
 
  private:
+  void Begin(const CDirEntry& entry);
   bool RestoreBackup(std::span<const std::uint8_t> bytes);
   void ApplyTimeAndPermissions(const CDirEntry& entry);
   void ApplyTimeAndAttributes(const CDirEntry& entry);
@@ -51,6 +57,7 @@ class CEntryWriter : public IEntrySink {
 
   COutputPlace& place_;
   const CDirEntry* entry_ = nullptr;  // the file that is being written
+  bool is_made_ = false;              // MakeNew has made what the next call is to make
   CFileHandle file_;
   CSparseWriter bytes_;  // into file_
   bool is_backup_stream_ = false;

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 
-#include "platform/file_services.h"
 #include "report/except.h"
 #include "report/system_error.h"
 
@@ -88,6 +87,14 @@ CFileHandle COutputPlace::MakeFile(const std::string& entry_name) {
   throw COpenForWritingExcept(path);
 }
 
+CFileHandle COutputPlace::MakeNewFile(const std::string& entry_name) const {
+  const CSystemErrorGuard guard;
+  const std::string path = names_.OutputPath(entry_name);
+  CFileHandle file;
+  if (!path.empty()) (void)file.Open(path, kOpenCreate | kOpenExtracted | kOpenNew);
+  return file;
+}
+
 void COutputPlace::MakeLink(const std::string& entry_name, const std::string& target,
                             const std::optional<TimePoint>& time) {
   const std::string path = names_.OutputPath(entry_name);
@@ -106,17 +113,14 @@ bool COutputPlace::HasLinkAbove(const std::string& entry_name) const {
   return false;
 }
 
-// Whether a link leads to the directory `path`, so that a change would reach another directory.
-// Directories above it that were checked before are not looked up again: no entry turns one into a
-// link.
-bool COutputPlace::IsReachedThroughLink(const std::string& entry_name, const std::string& path) {
+// Whether a link leads to the directory that the entry's directory is in. Directories that were
+// checked before are not looked up again: no entry turns one into a link.
+bool COutputPlace::IsBelowLink(const std::string& entry_name) {
   const std::string name = Spelling(entry_name);
   const std::size_t separator = LastSeparator(SystemPathRules(), name);
   const bool is_known =
       separator != std::string::npos && directories_.IsWithoutLinks(name.substr(0, separator + 1));
-  if ((!is_known && HasLinkAbove(entry_name)) || IsLink(path)) return true;
-  directories_.NoteWithoutLinks(name);
-  return false;
+  return !is_known && HasLinkAbove(entry_name);
 }
 
 // Lets the owner write into an existing directory. Others keep their rights, unless this run has
@@ -131,24 +135,46 @@ void COutputPlace::OpenUp(const std::string& path) {
   if (wanted != former && !SetPermissionsAt(path, wanted)) throw CChgModExcept(path);
 }
 
+std::string COutputPlace::DirectoryPath(const std::string& entry_name) const {
+  return WithoutDirectoryEnd(SystemPathRules(), names_.OutputPath(entry_name));
+}
+
+Result<Existence> COutputPlace::Make(const std::string& path) const {
+  return options_.set_directory_permissions ? CreatePrivateDirectoryAt(path)
+                                            : CreateDirectoryAt(path);
+}
+
+bool COutputPlace::MakeNewDirectory(const std::string& entry_name) {
+  const CSystemErrorGuard guard;
+  if (names_.IsTargetDirectory(entry_name)) return false;
+  const bool checks_links = options_.set_directory_permissions;
+  if (checks_links && IsBelowLink(entry_name)) return false;
+  const auto former = Make(DirectoryPath(entry_name));
+  if (!former || *former == Existence::kExists) return false;
+  if (checks_links) directories_.NoteWithoutLinks(Spelling(entry_name));
+  return true;
+}
+
 void COutputPlace::MakeDirectory(const std::string& entry_name) {
   const std::string target = names_.TargetDirectory();
   if (names_.IsTargetDirectory(entry_name)) {
     if (!target.empty() && !CreateParents(JoinPath(target, "."))) throw CCreateDirExcept(target);
     return;
   }
-  const std::string path = WithoutDirectoryEnd(SystemPathRules(), names_.OutputPath(entry_name));
-  const bool sets_permissions = options_.set_directory_permissions;
-  if (sets_permissions && IsReachedThroughLink(entry_name, path)) {
-    RememberErrno(ENOTDIR);
-    throw CCreateDirExcept(path);
+  const std::string path = DirectoryPath(entry_name);
+  if (options_.set_directory_permissions) {
+    // A change would reach another directory.
+    if (IsBelowLink(entry_name) || IsLink(path)) {
+      RememberErrno(ENOTDIR);
+      throw CCreateDirExcept(path);
+    }
+    directories_.NoteWithoutLinks(Spelling(entry_name));
   }
-  const auto make = sets_permissions ? CreatePrivateDirectoryAt : CreateDirectoryAt;
   const auto existence = TestExistence(path);
   if (!existence) throw CAccessExcept(path);
   if (*existence == Existence::kExists) {
     OpenUp(path);
-  } else if (!CreateParents(path) || !make(path)) {
+  } else if (!CreateParents(path) || !Make(path)) {
     throw CCreateDirExcept(path);
   }
 }

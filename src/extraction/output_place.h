@@ -10,6 +10,7 @@
 #include "extraction/extracted_directories.h"
 #include "extraction/output_names.h"
 #include "platform/file_handle.h"
+#include "platform/file_services.h"
 #include "run/options.h"
 
 namespace moldex {
@@ -27,12 +28,20 @@ class COutputPlace {
   // CCreateDirExcept and COpenForWritingExcept with the output path.
   CFileHandle MakeFile(const std::string& entry_name);
 
+  // The same for a file in an existing directory whose name nothing has. Otherwise the file is not
+  // open, and nothing has changed; no reason is remembered.
+  CFileHandle MakeNewFile(const std::string& entry_name) const;
+
   // The directory for the entry; the target directory itself is made if it is missing, and
   // otherwise left alone. Unless -h was given, a new directory is its owner's alone until it gets
   // its permissions, one that exists gets the owner's rights added, and neither may be reached
   // through a symbolic link. Throws CCreateDirExcept, CChgModExcept and CAccessExcept with the
   // output path.
   void MakeDirectory(const std::string& entry_name);
+
+  // The same for a directory in an existing one whose name nothing has. False for any other, and
+  // nothing has changed; no reason is remembered.
+  bool MakeNewDirectory(const std::string& entry_name);
 
   // The symbolic link for the entry, dated where a time is given. A file or link of
   // that name is replaced, a directory is not. Throws as MakeFile does.
@@ -44,7 +53,9 @@ class COutputPlace {
 
  private:
   bool CreateParents(const std::string& path);
-  bool IsReachedThroughLink(const std::string& entry_name, const std::string& path);
+  bool IsBelowLink(const std::string& entry_name);
+  std::string DirectoryPath(const std::string& entry_name) const;
+  Result<Existence> Make(const std::string& path) const;
   void OpenUp(const std::string& path);
 
   const CCmdLineOptions& options_;

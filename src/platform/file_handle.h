@@ -26,7 +26,8 @@ enum OpenFlags : unsigned {
   kOpenAtEnd = 0x10,      // move to the end after opening
   kOpenCreate = 0x20,     // create or empty the file; read and write
   kOpenReadWrite = 0x40,  // an existing file, for reading and writing, locked; see Open
-  kOpenExtracted = 0x80   // with kOpenCreate: a file that comes out of an archive; see Open
+  kOpenExtracted = 0x80,  // with kOpenCreate: a file that comes out of an archive; see Open
+  kOpenNew = 0x100        // with kOpenExtracted: fails if anything has the name, links included
 };
 
 // The outcome of writing a piece of a backup stream.

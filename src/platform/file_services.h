@@ -42,11 +42,12 @@ enum class Existence { kExists, kMissing };
 Result<Existence> TestExistence(const std::string& path);
 
 // Creates one directory. Succeeds also when a directory of that name, or a link to one, exists.
-Result<void> CreateDirectoryAt(const std::string& path);
+// Tells whether one did.
+Result<Existence> CreateDirectoryAt(const std::string& path);
 
 // The same for a directory that only its owner may enter, where the system's permissions can say
 // so. A directory that exists stays as it is.
-Result<void> CreatePrivateDirectoryAt(const std::string& path);
+Result<Existence> CreatePrivateDirectoryAt(const std::string& path);
 
 // The target of a symbolic link, as it stands in the link. Fails for anything else.
 Result<std::string> ReadSymbolicLink(const std::string& path);

@@ -31,11 +31,11 @@ std::uint32_t AttributesOf(mode_t mode) {
   return read_only != 0 ? read_only : kAttributeNormal;
 }
 
-Result<void> MakeDirectory(const std::string& path, mode_t mode) {
-  if (Retrying([&] { return mkdir(path.c_str(), mode); }) == 0) return {};
+Result<Existence> MakeDirectory(const std::string& path, mode_t mode) {
+  if (Retrying([&] { return mkdir(path.c_str(), mode); }) == 0) return Existence::kMissing;
   if (errno != EEXIST) return RememberSystemError();
   struct stat record {};
-  if (stat(path.c_str(), &record) == 0 && S_ISDIR(record.st_mode)) return {};
+  if (stat(path.c_str(), &record) == 0 && S_ISDIR(record.st_mode)) return Existence::kExists;
   return RememberErrno(ENOTDIR);
 }
 
@@ -120,9 +120,11 @@ Result<Existence> TestExistence(const std::string& path) {
   return RememberSystemError();
 }
 
-Result<void> CreateDirectoryAt(const std::string& path) { return MakeDirectory(path, 0777); }
+Result<Existence> CreateDirectoryAt(const std::string& path) { return MakeDirectory(path, 0777); }
 
-Result<void> CreatePrivateDirectoryAt(const std::string& path) { return MakeDirectory(path, 0700); }
+Result<Existence> CreatePrivateDirectoryAt(const std::string& path) {
+  return MakeDirectory(path, 0700);
+}
 
 Result<std::string> ReadSymbolicLink(const std::string& path) {
   std::string target(256, '\0');

@@ -182,17 +182,20 @@ Result<Existence> TestExistence(const std::string& path) {
   return RememberErrno(errno);
 }
 
-Result<void> CreateDirectoryAt(const std::string& path) {
-  if (CallCreateDirectory(path)) return {};
+Result<Existence> CreateDirectoryAt(const std::string& path) {
+  if (CallCreateDirectory(path)) return Existence::kMissing;
   if (GetLastError() != ERROR_ALREADY_EXISTS) return RememberSystemError();
   // Opening it follows links. A link's own attributes only tell what it was made for.
   const auto record = InformationOf(OpenObject(path, 0, 0).get());
-  if (record && (record->dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return {};
-  return RememberErrno(ENOTDIR);
+  const bool is_directory = record && (record->dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+  if (!is_directory) return RememberErrno(ENOTDIR);
+  return Existence::kExists;
 }
 
 // A directory takes its rights from the one that it is in.
-Result<void> CreatePrivateDirectoryAt(const std::string& path) { return CreateDirectoryAt(path); }
+Result<Existence> CreatePrivateDirectoryAt(const std::string& path) {
+  return CreateDirectoryAt(path);
+}
 
 Result<std::string> ReadSymbolicLink(const std::string& path) {
   std::array<std::uint8_t, MAXIMUM_REPARSE_DATA_BUFFER_SIZE> buffer{};

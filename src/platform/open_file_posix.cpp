@@ -84,24 +84,22 @@ int OpenFormerFile(const char* path, bool* replace) {
   return -1;
 }
 
+// It is empty, and only its owner can reach it.
+int OpenNewFile(const char* path) {
+  return OpenRetrying(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerOnly);
+}
+
 // See kOpenExtracted.
-int OpenExtractedFile(const char* path) {
-  constexpr int kNewFile = O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC;
+int OpenExtractedFile(const char* path, bool must_be_new) {
   const SystemError before = LastSystemError();
-  int descriptor = OpenRetrying(path, kNewFile, kOwnerOnly);
-  if (descriptor < 0 && errno == EEXIST) {
-    RestoreSystemError(before);
-    bool replace = false;
-    descriptor = OpenFormerFile(path, &replace);
-    if (!replace) return descriptor;
-    if (unlink(path) != 0) {
-      RememberSystemError();
-      return -1;
-    }
-    descriptor = OpenRetrying(path, kNewFile, kOwnerOnly);
-  }
-  if (descriptor < 0 || MakePrivate(descriptor)) return descriptor;
-  close(descriptor);
+  const int descriptor = OpenNewFile(path);
+  if (descriptor >= 0 || errno != EEXIST || must_be_new) return descriptor;
+  RestoreSystemError(before);
+  bool replace = false;
+  const int former = OpenFormerFile(path, &replace);
+  if (!replace) return former;
+  if (unlink(path) == 0) return OpenNewFile(path);
+  RememberSystemError();
   return -1;
 }
 
@@ -109,7 +107,7 @@ int OpenExtractedFile(const char* path) {
 
 Result<OpenedFile> OpenFile(const char* path, unsigned flags) {
   if ((flags & kOpenExtracted) != 0) {
-    const int descriptor = OpenExtractedFile(path);
+    const int descriptor = OpenExtractedFile(path, (flags & kOpenNew) != 0);
     if (descriptor < 0) return LastSystemError();
     return OpenedFile{descriptor, false};
   }

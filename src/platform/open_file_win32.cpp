@@ -26,6 +26,7 @@ DWORD AccessOf(unsigned flags) {
 // A file that is to be locked is emptied only after that.
 DWORD DispositionOf(unsigned flags) {
   if ((flags & kOpenCreate) == 0) return OPEN_EXISTING;
+  if ((flags & kOpenNew) != 0) return CREATE_NEW;
   return (flags & kOpenReadWrite) != 0 ? OPEN_ALWAYS : CREATE_ALWAYS;
 }
 
@@ -102,7 +103,7 @@ Result<void> MakeWay(const std::string& path) {
 }  // namespace
 
 Result<OwnedHandle> OpenFileHandle(const std::string& path, unsigned flags) {
-  if ((flags & kOpenExtracted) != 0) {
+  if ((flags & kOpenExtracted) != 0 && (flags & kOpenNew) == 0) {
     const auto way = MakeWay(path);
     if (!way) return way.error();
   }

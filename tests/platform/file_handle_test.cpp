@@ -243,8 +243,11 @@ TEST_F(ExtractedFile, IsItsOwnersAloneAndFollowsNoSymbolicLink) {
         {"4", SymlinkNode("4")},
         {"5", SymlinkNode("1")},
         {"6", SymlinkNode("/dev/null")}});
-  for (const char* name : {"fresh", "open", "special", "5", "1", "2", "3", "4", "6"})
+  for (const char* name : {"fresh", "open", "special", "5", "1", "2", "3", "4", "6"}) {
+    const bool is_free = name == std::string_view("fresh");
+    EXPECT_EQ(file_.Open(Name(name), kExtracted | kOpenNew).ok(), is_free) << name;
     ExpectContentArrivesIn(name);
+  }
   const Tree after = Below("");
   EXPECT_EQ(after.at("victim"), targets.at("victim"));
   EXPECT_EQ(after.at("folder"), targets.at("folder"));

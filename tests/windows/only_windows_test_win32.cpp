@@ -95,6 +95,7 @@ TEST_F(OnlyWindows, AttributesAreSetOnFilesAndAddedToDirectories) {
   EXPECT_TRUE(file.SetAttributes(kAttributeHidden | kAttributeSystem, false));
   EXPECT_TRUE(file.Close());
   EXPECT_EQ(Attributes("file"), 6u);
+  EXPECT_FALSE(file.Open(path, kOpenCreate | kOpenExtracted | kOpenNew));
   EXPECT_TRUE(file.Open(path, kOpenCreate | kOpenExtracted)) << "a hidden file is replaced";
   EXPECT_EQ(file.Status()->size_bytes, 0u);
   EXPECT_TRUE(file.Close());
