@@ -50,6 +50,8 @@ SCALED = [
     ("create from one large file", "{moldex} -cf l.qel large", ["l.qel"]),
     ("verify", "{moldex} -df a.qel", []),
     ("extract", "{moldex} -xf a.qel -R out", ["out"]),
+    ("verify one large file", "{moldex} -df l.qel", []),
+    ("extract one large file", "{moldex} -xf l.qel -R out", ["out"]),
 ]
 
 # The commands whose peak memory is measured, in this order: on the tree and, where that makes sense, on

@@ -41,9 +41,9 @@ window of 32 KB and a matcher of its own.
 
 ![What runs on which thread](threads.svg)
 
-Create cuts large files into pieces, so that it needs no second file to be busy on. A stream can be
-decompressed from its begin alone; with one large entry only reading the archive, and writing the file,
-run beside it.
+Create cuts large files into pieces, so that one file is enough for all cores. A stream can only be
+decompressed from its start, so one large entry takes one core: reading the archive and writing the
+file run beside that, and the last two rows show what it gives.
 
 ## Codecs by file
 
