@@ -34,6 +34,8 @@ def arguments():
     parser.add_argument("--figures", default=None, help="where to keep the figures, as JSON")
     parser.add_argument("--from", dest="source", metavar="FIGURES",
                         help="measure nothing: judge and report these figures")
+    parser.add_argument("--pieces", action="store_true",
+                        help="measure nothing else than how pieces of streams of these files agree")
     parser.add_argument("--docs", default=os.path.join(ROOT, "docs"), help=argparse.SUPPRESS)
     options = parser.parse_args()
     if not options.quick and options.rounds < LEAST_ROUNDS:
@@ -107,6 +109,9 @@ def busy_share(figures):
 
 def main():
     options = arguments()
+    if options.pieces:
+        return subprocess.run([os.path.join(complete_build(options), "piece_agreement"), *options.paths],
+                              check=False).returncode
     if options.source:
         with open(options.source, encoding="utf-8") as file:
             figures = json.load(file)

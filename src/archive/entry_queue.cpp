@@ -20,15 +20,18 @@ namespace {
 constexpr std::size_t kMostOpenFiles = 256;
 
 // A batch of small files is handed to a worker when they have this many bytes. The time that it
-// takes to hand it over is nothing against the time to compress it.
+// takes to hand it over is nothing against the time to compress it. The user data of entries count
+// as well, because they stay in memory.
 constexpr std::uint64_t kBatchBytes = 256 * 1024;
-
-// Data that wait for their turn, for each worker: enough for workers to go on with small files
-// while one compresses a large file before them.
-constexpr std::size_t kWaitingBytes = 1024 * 1024;
 
 // From this size on several workers compress a file. Below it, enough other files are under way.
 constexpr std::uint64_t kLargeFileBytes = 1024 * 1024;
+
+// Data that wait for their turn: as much as the other workers make of small files while one
+// compresses the largest file that is not for all of them.
+constexpr std::size_t WaitingBytesFor(unsigned workers) {
+  return std::max(workers - 1, 1U) * kLargeFileBytes;
+}
 
 std::size_t JobsFor(unsigned workers) { return std::max<std::size_t>(8, 2 * workers + 2); }
 
@@ -46,7 +49,7 @@ CEntryQueue::CEntryQueue(CRunContext& context, CArchiveWriter& archive, Compress
       in_pieces_(workers > 1 && method_.stores_bytes),
       pieces_(workers + 1),
       batch_entries_(BatchEntriesFor(workers)),
-      work_(workers, {JobsFor(workers), workers * kWaitingBytes}) {}
+      work_(workers, {JobsFor(workers), WaitingBytesFor(workers)}) {}
 
 void CEntryQueue::Add(PreparedEntry entry) {
   if (IsEmpty()) status_ = ExitStatus();
@@ -54,6 +57,7 @@ void CEntryQueue::Add(PreparedEntry entry) {
     AddInPieces(std::move(entry));
     return;
   }
+  batch_bytes_ += entry.entry->user_data().size();
   if (entry.entry->HasDataToStore()) {
     batch_bytes_ += entry.entry->header().size_bytes();
   } else {

@@ -84,7 +84,7 @@ class CEntryQueue {
   CPieceLine pieces_;
   std::size_t batch_entries_;          // that a batch may have
   std::vector<PreparedEntry> batch_;   // gathers small entries
-  std::uint64_t batch_bytes_ = 0;      // of the files in it
+  std::uint64_t batch_bytes_ = 0;      // of the files and the user data in it
   std::deque<PreparedEntry> entries_;  // that were submitted, the next one first
   bool is_announced_ = false;          // the next one was
   bool has_header_ = false;            // its header is written

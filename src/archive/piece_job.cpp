@@ -17,7 +17,7 @@
 namespace moldex {
 namespace {
 
-constexpr std::uint32_t kPieceBytes = 192 * 1024;
+constexpr std::uint32_t kPieceBytes = 128 * 1024;
 static_assert(kPieceBytes % cscompr::kLzhStepBytes == 0);
 static_assert(kPieceBytes <= cscompr::kMostLzhPieceBytes);
 // A single encoder gets input of kLargestPayload bytes at a time, and a block ends where its output
@@ -48,13 +48,12 @@ struct PieceStream {
 };
 
 PieceMemory::PieceMemory()
-    : bytes(
-          std::make_unique_for_overwrite<std::uint8_t[]>(cscompr::kLzhHistoryBytes + kPieceBytes)),
+    : bytes(std::make_unique_for_overwrite<std::uint8_t[]>(cscompr::LzhCodedRoom(kPieceBytes))),
       tokens(
-          std::make_unique_for_overwrite<cscompr::LzhToken[]>(cscompr::LzhTokenRoom(kPieceBytes))),
-      bits(std::make_unique_for_overwrite<std::uint8_t[]>(cscompr::LzhCodedRoom(kPieceBytes))) {
+          std::make_unique_for_overwrite<cscompr::LzhToken[]>(cscompr::LzhTokenRoom(kPieceBytes))) {
+  static_assert(cscompr::kLzhHistoryBytes + kPieceBytes <= cscompr::LzhCodedRoom(kPieceBytes));
   piece.room = {tokens.get(), cscompr::LzhTokenRoom(kPieceBytes)};
-  coded.room = {bits.get(), cscompr::LzhCodedRoom(kPieceBytes)};
+  coded.room = {bytes.get(), cscompr::LzhCodedRoom(kPieceBytes)};
 }
 
 class CPieceJob : public IJob<CDataPiece> {

@@ -21,11 +21,15 @@ for outer in range(1000):
     for inner in range(950):
         with open(f"{place}/{outer}/{inner}", "w") as file:
             file.write(f"{outer} {inner}\n")
+# Among them some that take the most memory to compress.
+for noise in range(100):
+    with open(f"{place}/noise{noise}", "wb") as file:
+        file.write(os.urandom(4_000_000 if noise % 10 == 0 else 400_000))
 PYTHON
 run -cf many.qel many
 run -df many.qel
 run -tf many.qel
-[ "$(grep -c many/ log)" -eq 1001010 ]
+[ "$(grep -c many/ log)" -eq 1001110 ]
 run -xf many.qel -R out
 diff -r many out/many
 echo "1,000,000 files came back"
