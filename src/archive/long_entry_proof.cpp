@@ -27,6 +27,9 @@ constexpr std::uint64_t kPieceBytes = std::uint64_t{2} * 1024 * 1024;
 constexpr std::size_t kJobsPerWorker = 2;
 constexpr std::size_t kWaitingBytes = std::size_t{1024} * 1024;
 
+// Memory does not grow with the archive. An entry of more streams is read in order.
+constexpr std::size_t kMostStreams = 16384;
+
 // The place of a compressed stream in the archive.
 struct Stream {
   std::uint64_t begin = 0;
@@ -99,6 +102,7 @@ bool CStreamFinder::ReadBlock() {
       start.size() == cscompr::kStreamHeaderBytes) {
     const auto stream = cscompr::ReadStreamHeader(start.data());
     if (stream && stream->original_length == expected) {
+      if (streams_.size() == kMostStreams) return false;
       streams_.push_back({position, 0, expected});
       left_ -= expected;
     }

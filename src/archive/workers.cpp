@@ -19,6 +19,7 @@ unsigned WorkersFor(const CCmdLineOptions& options) {
   unsigned workers = options.workers != 0 ? options.workers : WorkerCount();
   while (workers > 1 && !MemorySuffices(kRunBytes + workers * kWorkerBytes))
     --workers;
+  if (workers > 1) ShareMemoryAmongThreads();
   return workers;
 }
 

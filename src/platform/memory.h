@@ -21,6 +21,10 @@ bool MemorySuffices(std::size_t bytes);
 // a message. Always true where the system gives every process the stack that it asks for.
 bool StackSuffices();
 
+// To be called before the first thread is made. The C library may otherwise give each thread
+// address space of its own, tens of megabytes, which counts where the user has limited it.
+void ShareMemoryAmongThreads();
+
 }  // namespace moldex
 
 #endif  // MOLDEX_PLATFORM_MEMORY_H_

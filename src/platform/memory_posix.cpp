@@ -1,5 +1,6 @@
 #include "platform/memory.h"
 
+#include <malloc.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -41,6 +42,12 @@ bool StackSuffices() {
   if (getrlimit(RLIMIT_STACK, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) return true;
   const rlim_t used = UsedStackBytes();
   return limit.rlim_cur > used && limit.rlim_cur - used >= kNeededStackBytes;
+}
+
+void ShareMemoryAmongThreads() {
+#ifdef M_ARENA_MAX
+  (void)mallopt(M_ARENA_MAX, 1);
+#endif
 }
 
 }  // namespace moldex

@@ -11,6 +11,8 @@ bool MemorySuffices(std::size_t bytes) {
   return true;
 }
 
+void ShareMemoryAmongThreads() {}
+
 bool StackSuffices() { return true; }
 
 }  // namespace moldex

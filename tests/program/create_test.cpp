@@ -1,9 +1,5 @@
 // Creating archives, appending to them and merging them: what is stored, byte by byte, what is left
 // out, and what stays as it was.
-
-#include <algorithm>
-#include <thread>
-
 #include "program/program_test.h"
 #include "support/noise.h"
 
@@ -151,23 +147,6 @@ TEST_F(Create, ReportsAnArchiveItCannotOpen) {
   Make({{"x", FileNode("1")}});
   ExpectRun("-cf no/a.qel x", OpenError("no/a.qel", Complaint::kNoPath), 6);
   ExpectRun("-cf . x", OpenError(".", Complaint::kIsDirectory), 6);
-}
-
-TEST_F(Create, RunsInConstantMemory) {
-#if defined(__SANITIZE_ADDRESS__)
-  GTEST_SKIP() << "a sanitizer takes memory of its own";
-#endif
-  {
-    std::string big = Noise(2'000'000, 1);
-    for (int doubling = 0; doubling < 4; ++doubling)
-      big += big;
-    Make({{"d/big", FileNode(big)}});
-  }  // what the tests hold would count as the program's
-  const long processors =
-      std::clamp(static_cast<long>(std::thread::hardware_concurrency()), 1L, 16L);
-  for (const char* line : {"-cf a.qel d", "-df a.qel", "-xf a.qel -R out"})
-    EXPECT_LT(Run(line).peak_rss_kib, 8192 + 4096 * (processors - 1)) << line;
-  EXPECT_TRUE(Bytes("out/d/big") == Bytes("d/big"));
 }
 
 TEST_F(Create, DeletesNothingButTheArchiveThatItWrote) {

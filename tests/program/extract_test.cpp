@@ -33,7 +33,7 @@ TEST_F(Extract, LeavesHolesWhereAFileHoldsZeros) {
   constexpr std::size_t kZeros = 3'000'000;
   Archive({FileEntry("hole", std::string(kZeros, '\0')),
            FileEntry("data", std::string(kZeros, '\0') + "x" + std::string(kZeros, '\0'))});
-  for (const std::size_t left : {0, 1}) {  // into new files, and over those that hold data
+  for (const std::size_t left : {0U, 1U}) {  // into new files, and over those that hold data
     if (left != 0) Make({{"out/hole", FileNode(Numbers(100'000))}});
     ExpectExtraction(Extracted(2));
     EXPECT_TRUE(Bytes("out/hole") == std::string(kZeros, '\0'));

@@ -1,4 +1,6 @@
 // However many threads work, a run makes the same archive, files and text.
+#include <malloc.h>
+
 #include <random>
 
 #include "program/program_test.h"
@@ -74,6 +76,61 @@ TEST_F(Workers, MakeNoDifferenceButInTime) {
     EXPECT_TRUE(Outcome() == alone);
     EXPECT_TRUE(Below("out") == out);
   }
+}
+
+// The stream's header in one block, and a block for every byte after it.
+QelEntry TinyBlocks(const std::string& content) {
+  QelEntry entry = FileEntry("f", content, 0100644, 1);
+  const auto second = entry.blocks.begin() + 1;
+  for (auto block = second; block != second + 7; ++block)
+    entry.blocks[0].payload += block->payload;
+  entry.blocks.erase(second, second + 7);
+  return entry;
+}
+
+TEST_F(Workers, TakeBoundedMemoryWhateverAnArchiveConsistsOf) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "a sanitizer takes memory of its own";
+#endif
+  {
+    std::string big = Noise(2'000'000, 1);
+    for (int doubling = 0; doubling < 4; ++doubling)
+      big += big;
+    Tree tree = {{"d/big", FileNode(big)}};
+    for (int i = 0; i < 300; ++i)
+      tree["d/" + std::to_string(i)] = FileNode(Numbers(20 * i));
+    Make(tree);
+    Write("blocks.qel", BuildArchive({TinyBlocks(Numbers(200'000))}));
+    std::vector<QelEntry> entries(5000, TinyBlocks("ab"));
+    for (QelEntry& entry : entries)
+      entry.name = std::to_string(&entry - entries.data());
+    Write("entries.qel", BuildArchive(entries));
+    QelEntry described = FileEntry("f", "");
+    described.user_data.assign(65535, 'u');
+    Write("texts.qel", BuildArchive(std::vector(600, described)));
+    QelEntry claims = FileEntry("f", "");
+    claims.size_high = 1'000'000;
+    const std::string gigabyte("\0\0\0\x40\x12\x1F\x9D\x06", 8);
+    claims.blocks.resize(1'000'000, {"DA", gigabyte});
+    claims.blocks.back().type = "ED";
+    Write("claims.qel", BuildArchive({claims}));
+  }
+  (void)malloc_trim(0);  // what the tests hold would count as the program's
+  for (const unsigned workers : {1U, 2U, 16U}) {
+    UseWorkers(workers, "prlimit --as=300000000 ");
+    const auto check = [&](const std::string& line, bool fails) {
+      const RunResult result = Run(line);
+      EXPECT_EQ(result.status != 0, fails) << line << result.out;
+      EXPECT_LT(result.peak_rss_kib, 8192 + 4096 * (workers - 1)) << line << ' ' << workers;
+    };
+    check("-cf big.qel d", false);
+    for (const std::string archive : {"big", "blocks", "entries", "texts", "claims"}) {
+      check("-tf " + archive + ".qel", false);
+      for (const std::string command : {"-df ", "-R out -xf "})
+        check(command + archive + ".qel", archive == "claims");
+    }
+  }
+  EXPECT_TRUE(Bytes("out/d/big") == Bytes("d/big"));
 }
 
 }  // namespace
