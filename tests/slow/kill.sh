@@ -6,15 +6,19 @@ set -euo pipefail
 
 mkdir d
 for name in a b c; do head -c 6000000 /dev/urandom >"d/$name"; done
+begin=$(date +%s%N)
 run -cf whole.qel d
+taken=$(($(date +%s%N) - begin))
 head -c 8 whole.qel >former.qel
 run -af former.qel d/a
 cp former.qel before.qel
 
-# killed ARGS...: runs the program, and kills it within 0.3 seconds.
+# killed ARGS...: runs the program, and kills it within the time that it has taken.
 kills=0
 killed() {
-  { timeout -s KILL "0.$(printf %02d $((RANDOM % 30)))1" "${launch[@]}" "$@" >log || kills=$((kills + 1)); } 2>/dev/null
+  local time=$((1 + taken / 32768 * RANDOM))
+  { timeout -s KILL "$((time / 1000000000)).$(printf %09d $((time % 1000000000)))" "${launch[@]}" "$@" >log ||
+    kills=$((kills + 1)); } 2>/dev/null
 }
 # good ARCHIVE: every entry before the end of the good part, as -d reports it, is whole.
 good() {
