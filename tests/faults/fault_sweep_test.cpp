@@ -1,6 +1,8 @@
 // Every call of the system that a command makes fails once, one after the other: the run says so
 // with the right message and status, calls nothing done that is not, spoils nothing that was there
 // before, and survives what a program has to survive. So it is however many threads work.
+#include <sched.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <initializer_list>
@@ -25,7 +27,7 @@ struct Scenario {
   bool long_names = false;
   bool ends_with_40 = false;  // an old archive, or names of which one may be missing
   bool has_workers = false;   // several threads may work
-  unsigned workers = 1;
+  unsigned workers = 1;       // 1: the process may use one processor
 };
 
 void PrintTo(const Scenario& scenario, std::ostream* out) { *out << scenario.name; }
@@ -112,14 +114,15 @@ std::string NameOfCase(const ::testing::TestParamInfo<Scenario>& scenario) {
 }
 
 bool CanHappen(Call call, Fault fault) {
-  const bool makes = call == Call::kOpen || call == Call::kMkdir || call == Call::kLink;
+  const bool makes =
+      call == Call::kOpen || call == Call::kMkdir || call == Call::kLink || call == Call::kThread;
   switch (fault) {
     case Fault::kNoSpace:
       return makes || call == Call::kWrite || call == Call::kClose;
     case Fault::kIoError:
       return !makes;
     case Fault::kInterrupted:
-      return call != Call::kSeek;  // which never waits
+      return call != Call::kSeek && call != Call::kThread;  // which never wait
     case Fault::kOneByteShort:
       return call == Call::kRead || call == Call::kWrite;
     case Fault::kStaysFull:
@@ -153,12 +156,20 @@ class FaultSweep : public FolderTest, public ::testing::WithParamInterface<Scena
     options.acl = options.long_names = options.backup = true;
   }
 
+  static void UseOneProcessor() {
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    CPU_SET(static_cast<unsigned>(sched_getcpu()), &set);
+    ASSERT_EQ(sched_setaffinity(0, sizeof set, &set), 0);
+  }
+
   FaultyRun Run(const std::vector<FaultPlan>& plans, unsigned workers = GetParam().workers) const {
     for (const char* name : {"out", "a.qel", "files.log"})
       Remove(name);
     Write("former.qel", before_.at("former.qel").content);
     return RunWithFaults(folder_.Path(), GetParam().words, plans, [workers] {
-      CRunContext::GetInstance().options().workers = workers;
+      if (workers == 1) UseOneProcessor();
+      if (workers > 1) CRunContext::GetInstance().options().workers = workers;
       if (GetParam().long_names) LongNames();
     });
   }
@@ -257,6 +268,7 @@ class FaultSweep : public FolderTest, public ::testing::WithParamInterface<Scena
 TEST_P(FaultSweep, EveryFailingCallIsReportedOrSurvived) {
   const FaultyRun clean = Run({});
   ASSERT_EQ(clean.status, 0) << clean.out;
+  EXPECT_EQ(CountOf(clean.calls, Call::kThread) > 0, GetParam().workers > 1);
   clean_ = After();
   clean_count_ = ExtractedCount(clean);
   int runs = 0;
@@ -270,7 +282,8 @@ TEST_P(FaultSweep, EveryFailingCallIsReportedOrSurvived) {
         const FaultPlan plan = {call, fault, nth};
         const FaultyRun run = Run({plan});
         const Tree after = After();
-        const bool harmless = fault == Fault::kInterrupted || fault == Fault::kOneByteShort;
+        const bool harmless =
+            fault == Fault::kInterrupted || fault == Fault::kOneByteShort || call == Call::kThread;
         if (run.status == 0) {
           EXPECT_EQ(run.out, clean.out);
           EXPECT_TRUE(after == clean_);

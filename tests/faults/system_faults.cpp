@@ -17,6 +17,7 @@
 #include <memory>
 #include <optional>
 #include <stdexcept>
+#include <system_error>
 
 #include "driver/program.h"
 #include "support/tree.h"
@@ -192,6 +193,17 @@ int __wrap_symlink(const char* target, const char* path) {
   return Attempt(Call::kLink, __real_symlink, target, path);
 }
 
+// std::thread::_M_start_thread: the object, a reference to its unique_ptr, and a function.
+void __real__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(
+    void* thread, void* state, void (*depend)());
+void __wrap__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(
+    void* thread, void* state, void (*depend)()) {
+  if (Attempt(Call::kThread, [] { return 0; }) != 0)
+    throw std::system_error(EAGAIN, std::generic_category());
+  __real__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(
+      thread, state, depend);
+}
+
 }  // extern "C"
 // NOLINTEND
 
@@ -219,8 +231,8 @@ namespace {
 }  // namespace
 
 const char* NameOf(Call call) {
-  constexpr const char* kNames[] = {"open",  "read",  "write", "seek",     "close",
-                                    "mkdir", "chmod", "utime", "truncate", "link"};
+  constexpr const char* kNames[] = {"open",  "read",  "write",    "seek", "close", "mkdir",
+                                    "chmod", "utime", "truncate", "link", "thread"};
   return kNames[static_cast<std::size_t>(call)];
 }
 

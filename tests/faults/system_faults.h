@@ -17,10 +17,22 @@
 
 namespace moldex::test {
 
-enum class Call { kOpen, kRead, kWrite, kSeek, kClose, kMkdir, kChmod, kUtime, kTruncate, kLink };
-inline constexpr Call kAllCalls[] = {Call::kOpen,  Call::kRead,    Call::kWrite, Call::kSeek,
-                                     Call::kClose, Call::kMkdir,   Call::kChmod, Call::kUtime,
-                                     Call::kLink,  Call::kTruncate};
+enum class Call {
+  kOpen,
+  kRead,
+  kWrite,
+  kSeek,
+  kClose,
+  kMkdir,
+  kChmod,
+  kUtime,
+  kTruncate,
+  kLink,
+  kThread  // is made
+};
+inline constexpr Call kAllCalls[] = {Call::kOpen,  Call::kRead,   Call::kWrite,   Call::kSeek,
+                                     Call::kClose, Call::kMkdir,  Call::kChmod,   Call::kUtime,
+                                     Call::kLink,  Call::kThread, Call::kTruncate};
 const char* NameOf(Call call);
 
 // How many calls of each kind a run made.
