@@ -1,6 +1,7 @@
 // Shows how often pieces of a stream agree with a single encoder, and what joining them costs:
 //   piece_agreement FILE...
 // Compares the streams, too. The times are those of a processor.
+#include <algorithm>
 #include <array>
 #include <ctime>
 #include <fstream>
@@ -38,7 +39,7 @@ struct Figures {
 template <typename Work>
 auto Timed(std::clock_t& sum, Work work) {
   const std::clock_t begin = std::clock();
-  const auto result = work();
+  auto result = work();
   sum += std::clock() - begin;
   return result;
 }
@@ -70,7 +71,7 @@ class Pieces {
                                 bytes.subspan(begin, std::min(piece_length, stream.length - begin)),
                                 std::exchange(token_begin, joiner_->TokenBegin())};
       const Bytes made = Compress(input, figures);
-      if (!std::equal(made.begin(), made.end(), expected.begin(), expected.begin() + made.size()))
+      if (!std::ranges::equal(made, expected.first(std::min(made.size(), expected.size()))))
         throw std::runtime_error("pieces make another stream");
       expected = expected.subspan(made.size());
     }
