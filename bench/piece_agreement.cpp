@@ -103,13 +103,14 @@ void Print(int level, std::uint32_t piece_length, std::uint64_t bytes, const Fig
             << " KiB: " << figures.again[0] << " of " << figures.pieces << " agree at once";
   for (std::size_t steps = 1; steps < figures.again.size(); ++steps) {
     if (figures.again.at(steps) > 0)
-      std::cout << ", " << figures.again.at(steps) << " after " << steps * kLzhStepBytes / 1024;
+      std::cout << ", " << figures.again.at(steps) << " after " << steps * kLzhStepBytes / 1024
+                << " KiB";
   }
   const std::clock_t all = figures.match + figures.join + figures.code + figures.append;
   const auto rate = [&](std::clock_t time) {
     return static_cast<double>(bytes) / 1e9 * CLOCKS_PER_SEC / static_cast<double>(time);
   };
-  std::cout << " KiB; " << static_cast<double>(figures.again_bytes) / 1e6
+  std::cout << "; " << static_cast<double>(figures.again_bytes) / 1e6
             << " MB matched again. GB/s: joining " << rate(figures.join) << ", appending "
             << rate(figures.append) << ", all " << rate(all) << ", a single encoder "
             << rate(figures.encoder) << '\n';
