@@ -10,8 +10,10 @@ namespace moldex {
 namespace {
 
 // After a skip only a little is read, because another header and another skip are likely to follow.
-// Every read without a skip before it doubles the amount.
-constexpr std::size_t kSmallRead = 4096;
+// Every read without a skip before it doubles the amount. A short skip changes nothing: headers
+// that lie close together are read together.
+constexpr std::size_t kSmallRead = 512;
+constexpr std::uint64_t kShortSkip = 4096;
 constexpr std::size_t kLargeRead = CBufferedReader::kCapacity;
 
 constexpr std::uint64_t kLargestStep = 0x7FFFFFFF;  // what one half of a skip can hold
@@ -83,7 +85,7 @@ Result<SkipResult> CBufferedReader::Skip(std::uint64_t distance) {
   position_ += rest;
   if (progress_ != nullptr) progress_->AdvanceTo(position_);
   begin_ = end_ = 0;
-  read_ahead_ = kSmallRead;
+  if (rest > kShortSkip) read_ahead_ = kSmallRead;
   return SkipResult::kMoved;
 }
 
