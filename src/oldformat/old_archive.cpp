@@ -61,7 +61,7 @@ COldArchive::COldArchive(CRunContext& context, const std::string& name)
 CDirEntry* COldArchive::NextEntry() {
   while (auto header = reader_.Next()) {
     header_ = std::move(*header);
-    if (auto name = ReadName()) return &Fill(std::move(*name));
+    if (auto name = ReadName()) return &Fill(*name);
   }
   return nullptr;
 }
@@ -104,7 +104,7 @@ std::optional<std::string> COldArchive::ReadName() {
   return DeliveredName(std::move(name), options.lower_case, options.flat);
 }
 
-CDirEntry& COldArchive::Fill(std::string name) {
+CDirEntry& COldArchive::Fill(const std::string& name) {
   context_.progress().SetCurrentName(name);
   const bool is_directory = header_.kind == TarKind::kDirectory;
   EntryHeader header;

@@ -33,7 +33,7 @@ class COldArchive : public IEntrySource {
 
  private:
   std::optional<std::string> ReadName();
-  CDirEntry& Fill(std::string name);
+  CDirEntry& Fill(const std::string& name);
 
   CRunContext& context_;
   CTarReader reader_;
