@@ -9,9 +9,9 @@
 namespace moldex {
 namespace {
 
-// After a skip only a little is read, because another header and another skip are likely to follow.
-// Every read without a skip before it doubles the amount. A short skip changes nothing: headers
-// that lie close together are read together.
+// After a long skip only a little is read, because another header and another skip are likely to
+// follow. Every read without one before it doubles the amount, so headers that lie close together
+// are read together.
 constexpr std::size_t kSmallRead = 512;
 constexpr std::uint64_t kShortSkip = 4096;
 constexpr std::size_t kLargeRead = CBufferedReader::kCapacity;
@@ -64,6 +64,7 @@ void CBufferedReader::ReadInto(std::span<std::uint8_t> space) {
 }
 
 Result<SkipResult> CBufferedReader::Skip(std::uint64_t distance) {
+  if (distance > kShortSkip) read_ahead_ = kSmallRead;
   if (distance <= Held()) {
     begin_ += static_cast<std::size_t>(distance);
     return SkipResult::kMoved;
@@ -85,7 +86,6 @@ Result<SkipResult> CBufferedReader::Skip(std::uint64_t distance) {
   position_ += rest;
   if (progress_ != nullptr) progress_->AdvanceTo(position_);
   begin_ = end_ = 0;
-  if (rest > kShortSkip) read_ahead_ = kSmallRead;
   return SkipResult::kMoved;
 }
 

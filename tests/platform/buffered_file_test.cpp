@@ -96,6 +96,25 @@ TEST_F(BufferedFile, OneSkipPassesMoreThanFourGibibytes) {
   EXPECT_EQ(reader.Skip(UINT64_MAX), SkipResult::kBeyondEnd);
 }
 
+// Wherever the blocks begin in the buffer, of which two nearly fill one.
+TEST_F(BufferedFile, LongSkipsReadNextToNothing) {
+  CFileHandle writer = Open(kOpenCreate);
+  ASSERT_TRUE(writer.Truncate(5'000'000));
+  for (std::uint32_t small_entries = 900; small_entries < 2000; small_entries += 11) {
+    CFileHandle file = Open(kOpenExisting);
+    CBufferedReader reader(file);
+    for (std::uint32_t i = 0; i < small_entries; ++i)
+      EXPECT_TRUE(reader.Take(34).size() == 34 && reader.Skip(100));
+    for (std::uint32_t block = 0; block < 40; ++block) {
+      const std::uint32_t at = small_entries * 134 + block * 65'542;
+      EXPECT_EQ(reader.Take(6).size(), 6u);
+      const std::uint32_t read = file.GetPosition() - at;
+      ASSERT_TRUE(block < 3 || read <= 2048) << read << " after " << small_entries;
+      EXPECT_EQ(reader.Skip(65'536), SkipResult::kMoved);
+    }
+  }
+}
+
 TEST_F(BufferedFile, AFailedReadIsNoEndOfFile) {
   CFileHandle file = Open(Noise(10'000, 1));
   CBufferedReader reader(file);
