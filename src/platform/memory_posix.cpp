@@ -1,6 +1,5 @@
 #include "platform/memory.h"
 
-#include <malloc.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -9,6 +8,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 namespace moldex {
 namespace {

@@ -84,9 +84,21 @@ int OpenFormerFile(const char* path, bool* replace) {
   return -1;
 }
 
-// It is empty, and only its owner can reach it.
+// Whether the owner of a new file has the rights to it. Looked up once.
+bool UmaskLeavesOwnerRights() {
+  static const bool leaves = [] {
+    const mode_t mask = umask(0777);
+    umask(mask);
+    return (mask & kOwnerOnly) == 0;
+  }();
+  return leaves;
+}
+
+// Makes an empty file that only its owner can reach. Fails if anything has the name.
 int OpenNewFile(const char* path) {
-  return OpenRetrying(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerOnly);
+  const int descriptor = OpenRetrying(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerOnly);
+  if (descriptor >= 0 && !UmaskLeavesOwnerRights()) (void)fchmod(descriptor, kOwnerOnly);
+  return descriptor;
 }
 
 // See kOpenExtracted.

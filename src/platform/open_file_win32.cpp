@@ -33,9 +33,11 @@ DWORD DispositionOf(unsigned flags) {
 OwnedHandle OpenSystemFile(const std::string& path, unsigned flags, DWORD access,
                            DWORD attributes) {
   const DWORD backup = LongNameMode() ? FILE_FLAG_BACKUP_SEMANTICS : 0;
+  // Without this a symbolic link to nowhere would get a file made where it leads.
+  const DWORD no_link = (flags & kOpenNew) != 0 ? FILE_FLAG_OPEN_REPARSE_POINT : 0;
   return OwnedHandle(CallCreateFile(path, access, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                     DispositionOf(flags),
-                                    attributes | FILE_FLAG_SEQUENTIAL_SCAN | backup));
+                                    attributes | FILE_FLAG_SEQUENTIAL_SCAN | backup | no_link));
 }
 
 // Locks one byte beyond all that a file can have, because nobody else can read locked bytes here. A
