@@ -1,6 +1,6 @@
 // Shows how often pieces of a stream agree with a single encoder, and what joining them costs:
 //   piece_agreement FILE...
-// Compares the streams, too. The times are those of a processor.
+// Compares the streams, too. The times are processor time.
 #include <algorithm>
 #include <array>
 #include <ctime>
@@ -26,7 +26,7 @@ constexpr std::array kLevels = {1, 2, 6};
 constexpr std::array<std::uint32_t, 2> kPieceLengths = {64 * 1024, 128 * 1024};
 
 struct Figures {
-  std::uint64_t pieces = 0;                              // but for the first ones of files
+  std::uint64_t pieces = 0;                              // without the first of each file
   std::array<std::uint64_t, kMostLzhSteps + 1> again{};  // pieces, by the steps matched again
   std::uint64_t again_bytes = 0;
   std::clock_t encoder = 0;
@@ -149,6 +149,10 @@ std::vector<std::uint8_t> ReadFile(const std::string& path) {
 }  // namespace moldex::bench
 
 int main(int argc, char** argv) {
+  if (argc < 2) {
+    std::cerr << "piece_agreement: name the files to measure\n";
+    return 2;
+  }
   try {
     std::vector<std::vector<std::uint8_t>> files;
     for (int i = 1; i < argc; ++i)

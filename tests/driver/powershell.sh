@@ -10,7 +10,8 @@ if ! cmp -s package-lock.json fetched; then
   command -v npm >/dev/null || { echo "left out: there is no npm"; exit 77; }
   npm ci --ignore-scripts --fetch-retries=1 --fetch-timeout=30000 >log 2>&1 || {
     cat log
-    grep -qE 'code (ENOTFOUND|EAI_AGAIN|ECONN|ENETUNREACH|EHOSTUNREACH|ETIMEDOUT|ERR_SOCKET_TIMEOUT|E403|E5..|.*CERT)' log || exit 1
+    unreachable='ENOTFOUND|EAI_AGAIN|ECONN|ENETUNREACH|EHOSTUNREACH|ETIMEDOUT|ERR_SOCKET_TIMEOUT|E403|E5..|.*CERT'
+    grep -qE "code ($unreachable)" log || exit 1
     echo "left out: npm does not reach its registry"
     exit 77
   }

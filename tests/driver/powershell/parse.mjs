@@ -1,6 +1,6 @@
-// A parser of PowerShell's language finds no fault in a script, and finds that each of its brackets has to
-// stand where it stands: node --liftoff-only parse.mjs SCRIPT
-// Without that option node compiles the parser for seconds, to make it faster than a second needs.
+// A parser of PowerShell's language finds no fault in a script, and finds one when any of its brackets is
+// removed: node --liftoff-only parse.mjs SCRIPT
+// Without that option node optimises the parser for several seconds, although parsing takes less than one.
 import { readFileSync } from "node:fs";
 import { Language, Parser } from "web-tree-sitter";
 
@@ -10,7 +10,7 @@ parser.setLanguage(await Language.load("node_modules/tree-sitter-powershell/tree
 const script = readFileSync(process.argv[2], "utf8");
 const failures = [];
 
-// Every node of the tree; a node that stands for a fault has no counterpart in the language.
+// Every node of the tree. Error nodes mark faults.
 function* nodes(node) {
   yield node;
   for (const child of node.children) yield* nodes(child);
@@ -19,7 +19,8 @@ function* nodes(node) {
 const brackets = [];
 for (const node of nodes(parser.parse(script).rootNode)) {
   const place = `line ${node.startPosition.row + 1}`;
-  if (node.isError || node.isMissing) failures.push(`${place}: ${node.isError ? "no PowerShell" : "missing"}: ${node.text || node.type}`);
+  const fault = node.isError ? "no PowerShell" : "missing";
+  if (node.isError || node.isMissing) failures.push(`${place}: ${fault}: ${node.text || node.type}`);
   if (/^[(){}]$/.test(node.type)) brackets.push([node.startIndex, place]);
 }
 for (const [index, place] of brackets) {
