@@ -42,8 +42,8 @@ window of 32 KB and a matcher of its own.
 ![What runs on which thread](threads.svg)
 
 Create cuts large files into pieces, so that one file is enough for all cores. A stream can only be
-decompressed from its start, so one large entry takes one core: reading the archive and writing the
-file run beside that, and the last two rows show what it gives.
+decompressed from its start, so an entry of up to 1 GiB takes one core: reading the archive and writing
+the file run beside that, and the last two rows show what it gives.
 
 ## Codecs by file
 

@@ -65,7 +65,7 @@ void CDecodedPiece::AddData(const DataPiece& data, bool is_wanted) {
   if (!is_wanted || data.bytes.empty()) return;
   if (!bytes_) bytes_ = std::make_unique_for_overwrite<std::uint8_t[]>(kMostBytes);
   std::copy(data.bytes.begin(), data.bytes.end(), bytes_.get() + begin);
-  // What goes on where the part before it ends belongs to the same entry, and becomes one with it.
+  // Data that follow data belong to the same entry. They are added to that part.
   const bool goes_on = !parts_.empty() && parts_.back().kind == Part::kData;
   DataPiece& part = goes_on ? parts_.back().data : parts_.emplace_back().data;
   part = {

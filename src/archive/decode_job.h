@@ -114,8 +114,8 @@ class CDecodeJob : public IJob<CDecodedPiece> {
   // For the first thread: before the job is submitted, and later from COrderedWork::Feed. None
   // follows a chunk that `is_last`.
   void AddChunk(std::unique_ptr<CBlockChunk> chunk, bool is_last);
-  // Whether few chunks wait. They are more than the worker needs soon, so that the first thread
-  // gets to the entries after a long one.
+  // Whether fewer than four chunks wait. Two would keep the worker busy. With four the first thread
+  // gets past the end of a long entry, and other workers have the entries after it to do.
   bool IsHungry() const { return waiting_chunks_.load(std::memory_order_relaxed) < 4; }
 
   bool HasInput() const override { return chunk_ || !chunks_.empty(); }
@@ -131,7 +131,6 @@ class CDecodeJob : public IJob<CDecodedPiece> {
   bool Process(const CBlockChunk::Item& item, CDecodedPiece& piece);
   bool DecodeBlock(const CBlockChunk::Item& item, CDecodedPiece& piece);
   void EndEntry(CDecodedPiece& piece);
-  void FailEntry(std::exception_ptr failure, CDecodedPiece& piece);
   void ReturnChunk();
 
   DecodePools& pools_;

@@ -27,8 +27,8 @@ constexpr std::uint64_t kBatchBytes = 256 * 1024;
 // From this size on several workers compress a file. Below it, enough other files are under way.
 constexpr std::uint64_t kLargeFileBytes = 1024 * 1024;
 
-// Data that wait for their turn: as much as the other workers make of small files while one
-// compresses the largest file that is not for all of them.
+// Results that wait for their turn. While one worker compresses a file of just under
+// kLargeFileBytes, each of the others may finish as many bytes of small files.
 constexpr std::size_t WaitingBytesFor(unsigned workers) {
   return std::max(workers - 1, 1U) * kLargeFileBytes;
 }

@@ -11,8 +11,8 @@
 namespace moldex {
 namespace {
 
-// For each worker: chunks that wait, so that it never does; decoded bytes, so many that the others
-// have something to do while one decodes a long entry; and the bytes of entries that wait.
+// For each worker: enough jobs in reserve that it never waits; decoded bytes, so many that the
+// others have something to do while one decodes a long entry; and the bytes of entries that wait.
 constexpr std::size_t kJobsPerWorker = 2;
 constexpr std::size_t kPieceBytesPerWorker = std::size_t{1536} * 1024;
 constexpr std::size_t kWaitingBytesPerWorker = std::size_t{256} * 1024;

@@ -32,8 +32,8 @@ struct AdmissionRules {
 // The reason to leave an entry out; kNone if it may be written. Reports nothing.
 Refusal RefusalOf(const CDirEntry& entry, const AdmissionRules& rules);
 
-// The part of RefusalOf that needs no look at the disk: any reason but kIsInUse. Nothing else can
-// speak against an entry whose name is free.
+// The part of RefusalOf that needs no look at the disk: any reason but kIsInUse. That one is
+// impossible while nothing has the entry's name.
 Refusal RefusalByName(const CDirEntry& entry, const AdmissionRules& rules);
 
 // Reports the refusal, which sets the exit status. `refusal` is not kNone.

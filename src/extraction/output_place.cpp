@@ -163,7 +163,7 @@ void COutputPlace::MakeDirectory(const std::string& entry_name) {
   }
   const std::string path = DirectoryPath(entry_name);
   if (options_.set_directory_permissions) {
-    // A change would reach another directory.
+    // Through a link, changed permissions would reach another directory.
     if (IsBelowLink(entry_name) || IsLink(path)) {
       RememberErrno(ENOTDIR);
       throw CCreateDirExcept(path);

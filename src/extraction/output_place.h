@@ -28,8 +28,8 @@ class COutputPlace {
   // CCreateDirExcept and COpenForWritingExcept with the output path.
   CFileHandle MakeFile(const std::string& entry_name);
 
-  // The same for a file in an existing directory whose name nothing has. Otherwise the file is not
-  // open, and nothing has changed; no reason is remembered.
+  // Like MakeFile, but only if the directory is there and nothing has the entry's name. Otherwise
+  // the file is not open, and nothing has changed; no reason is remembered.
   CFileHandle MakeNewFile(const std::string& entry_name) const;
 
   // The directory for the entry; the target directory itself is made if it is missing, and
@@ -39,8 +39,8 @@ class COutputPlace {
   // output path.
   void MakeDirectory(const std::string& entry_name);
 
-  // The same for a directory in an existing one whose name nothing has. False for any other, and
-  // nothing has changed; no reason is remembered.
+  // Like MakeDirectory, but only if the directory above it is there and nothing has the entry's
+  // name. Otherwise false, and nothing has changed; no reason is remembered.
   bool MakeNewDirectory(const std::string& entry_name);
 
   // The symbolic link for the entry, dated where a time is given. A file or link of

@@ -113,9 +113,10 @@ int32_t MxrNextPiece(MxrArchive* archive, MxrPiece* piece);
 // Data of one entry are read by one of the two functions alone.
 int32_t MxrNextStoredPiece(MxrArchive* archive, MxrPiece* piece);
 
-// The last failure on an archive in words, in English and UTF-8, without a line's end; empty when
-// there was none. The path in it is as MxrOpen got it, and the system's reason as the system has
-// it. Valid until the next call on the archive. For null the text about kMxrNoMemory.
+// The last failure on an archive in words, without a line's end; empty when there was none. The
+// words are English in UTF-8; the path is as MxrOpen got it, and the system's reason is in the
+// system's language and encoding. Valid until the next call on the archive. For null the text about
+// kMxrNoMemory.
 const char* MxrErrorText(const MxrArchive* archive);
 
 #ifdef __cplusplus
