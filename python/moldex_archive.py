@@ -6,6 +6,7 @@
 
 As a program: python3 -m moldex_archive (-l | -t | -x NAME) ARCHIVE"""
 import argparse
+import codecs
 import ctypes
 import datetime
 import itertools
@@ -14,7 +15,7 @@ import re
 import stat
 import sys
 
-END, BAD_DATA, NO_ENTRY = 1, -1, -100
+END, BAD_DATA, BAD_CALL, NO_ENTRY = 1, -1, -2, -100
 FILE, DIRECTORY, SYMBOLIC_LINK, SHORTCUT = 1, 2, 3, 4
 
 
@@ -92,9 +93,14 @@ class Archive:
 
     def __init__(self, path):
         self._handle = ctypes.c_void_p()
-        self._check(_library.MxrOpen(os.fsencode(path), ctypes.byref(self._handle)))
+        path = os.fsencode(path)
+        if b"\0" in path:
+            raise ValueError("a zero byte in the path")
+        self._check(_library.MxrOpen(path, ctypes.byref(self._handle)))
 
     def _check(self, status):
+        if status == BAD_CALL:
+            raise Error(status, "no entry to read" if self._handle else "the archive is closed")
         if status < 0:
             raise Error(status, _text(_library.MxrErrorText(self._handle)))
         return status != END
@@ -163,6 +169,14 @@ def _shown(text, stream):
         f"\\{byte:03o}" for byte in found.group().encode()), text)
 
 
+def _unencodable(failure):
+    # Bytes that are no UTF-8 as they are, other characters as escapes.
+    try:
+        return codecs.lookup_error("surrogateescape")(failure)
+    except UnicodeEncodeError:
+        return codecs.lookup_error("backslashreplace")(failure)
+
+
 def _list(path):
     with Archive(path) as archive:
         for entry in archive:
@@ -206,14 +220,23 @@ def main():
     action.add_argument("-x", metavar="NAME", help="write the bytes of one entry to standard output")
     parser.add_argument("archive")
     arguments = parser.parse_args()
-    sys.stdout.reconfigure(errors="surrogateescape")
-    sys.stderr.reconfigure(errors="surrogateescape")
+    codecs.register_error("moldex_archive", _unencodable)
+    sys.stdout.reconfigure(errors="moldex_archive")
+    sys.stderr.reconfigure(errors="moldex_archive")
     try:
         if arguments.work is None:
-            return _extract(arguments.archive, arguments.x)
-        return arguments.work(arguments.archive)
+            status = _extract(arguments.archive, arguments.x)
+        else:
+            status = arguments.work(arguments.archive)
+        sys.stdout.flush()
+        return status
     except Error as failure:
         print(f"moldex_archive: {_shown(str(failure), sys.stderr)}", file=sys.stderr)
+        return 1
+    except OSError as failure:  # of standard output, which must not fail again at the end
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+        if not isinstance(failure, BrokenPipeError):
+            print(f"moldex_archive: standard output: {failure.strerror}", file=sys.stderr)
         return 1
 
 

@@ -24,20 +24,21 @@ void MxrClose(MxrArchive* archive) { delete archive; }
 
 int32_t MxrNextEntry(MxrArchive* archive, const MxrEntry** entry) {
   if (entry != nullptr) *entry = nullptr;
-  if (archive == nullptr || entry == nullptr) return kMxrBadCall;
-  return archive->archive.NextEntry(entry);
+  if (archive == nullptr) return kMxrBadCall;
+  return entry != nullptr ? archive->archive.NextEntry(entry) : archive->archive.RefuseCall();
 }
 
 int32_t MxrNextPiece(MxrArchive* archive, MxrPiece* piece) {
-  if (archive == nullptr || piece == nullptr) return kMxrBadCall;
-  return archive->archive.NextPiece(piece);
+  if (archive == nullptr) return kMxrBadCall;
+  return piece != nullptr ? archive->archive.NextPiece(piece) : archive->archive.RefuseCall();
 }
 
 int32_t MxrNextStoredPiece(MxrArchive* archive, MxrPiece* piece) {
-  if (archive == nullptr || piece == nullptr) return kMxrBadCall;
-  return archive->archive.NextStoredPiece(piece);
+  if (archive == nullptr) return kMxrBadCall;
+  return piece != nullptr ? archive->archive.NextStoredPiece(piece) : archive->archive.RefuseCall();
 }
 
 const char* MxrErrorText(const MxrArchive* archive) {
-  return archive != nullptr ? archive->archive.error_text().c_str() : "out of memory";
+  if (archive == nullptr) return "no archive: out of memory, or a null argument";
+  return archive->archive.error_text().c_str();
 }

@@ -38,7 +38,7 @@ enum MxrStatus {
   kMxrOk = 0,
   kMxrEnd = 1,           // no further entry, or no further data
   kMxrBadData = -1,      // the entry's data are damaged, or not those of its size or its checksum
-  kMxrBadCall = -2,      // a null argument, or data without an entry
+  kMxrBadCall = -2,      // a null argument, or data before the first entry
   kMxrDamaged = -10,     // no entry or no block where one has to be
   kMxrCutOff = -11,      // the archive ends too early
   kMxrNoArchive = -12,   // the file is no .QEL archive of version 2
@@ -115,8 +115,8 @@ int32_t MxrNextStoredPiece(MxrArchive* archive, MxrPiece* piece);
 
 // The last failure on an archive in words, without a line's end; empty when there was none. The
 // words are English in UTF-8; the path is as MxrOpen got it, and the system's reason is in the
-// system's language and encoding. Valid until the next call on the archive. For null the text about
-// kMxrNoMemory.
+// system's language and encoding. Valid until the next call on the archive. For null, a text about
+// the two failures that leave no archive.
 const char* MxrErrorText(const MxrArchive* archive);
 
 #ifdef __cplusplus

@@ -85,9 +85,9 @@ std::int32_t COpenArchive::Begin() {
 }
 
 std::int32_t COpenArchive::NextEntry(const MxrEntry** entry) {
+  if (end_status_ != kMxrOk) return data_status_ = end_status_;
   data_status_ = kMxrBadCall;
-  const std::int32_t status =
-      end_status_ != kMxrOk ? end_status_ : Guarded([this] { return ReadEntry(); });
+  const std::int32_t status = Guarded([this] { return ReadEntry(); });
   if (status == kMxrOk) *entry = &entry_;
   return status;
 }
@@ -124,9 +124,16 @@ void COpenArchive::FillEntry(const StoredEntry& stored) {
   entry_.ticks = time ? static_cast<std::uint32_t>(time->nanoseconds / kNanosecondsPerStep) : 0;
 }
 
-std::int32_t COpenArchive::NextStoredPiece(MxrPiece* piece) {
+// Does work that reads data of the entry, if it may have more.
+template <typename Work>
+std::int32_t COpenArchive::NextData(Work work) {
+  if (data_status_ == kMxrBadCall) return RefuseCall();
   if (data_status_ != kMxrOk) return data_status_;
-  return data_status_ = Guarded([&] { return ReadStored(piece); });
+  return data_status_ = Guarded(work);
+}
+
+std::int32_t COpenArchive::NextStoredPiece(MxrPiece* piece) {
+  return NextData([&] { return ReadStored(piece); });
 }
 
 std::int32_t COpenArchive::ReadStored(MxrPiece* piece) {
@@ -142,8 +149,7 @@ std::int32_t COpenArchive::ReadStored(MxrPiece* piece) {
 }
 
 std::int32_t COpenArchive::NextPiece(MxrPiece* piece) {
-  if (data_status_ != kMxrOk) return data_status_;
-  return data_status_ = Guarded([&] { return ReadFile(piece); });
+  return NextData([&] { return ReadFile(piece); });
 }
 
 std::int32_t COpenArchive::ReadFile(MxrPiece* piece) {
@@ -175,6 +181,14 @@ std::int32_t COpenArchive::TurnIntoStatus(const CDeferredFailure& failure) {
   if (text.kind == kFailureShortArchive) return End(kMxrNoArchive, path_ + " is no .QEL archive");
   if (text.code == kErrorRead) return End(kMxrCutOff, Words(text) + ": it ends too early");
   return End(kMxrDamaged, Words(text));
+}
+
+std::int32_t COpenArchive::RefuseCall() {
+  if (end_status_ < kMxrOk) return end_status_;
+  return Guarded([this] {
+    error_text_ = "wrong call: a null argument, or data before the first entry";
+    return kMxrBadCall;
+  });
 }
 
 // Nothing can be read any more.

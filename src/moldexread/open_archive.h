@@ -42,11 +42,15 @@ class COpenArchive {
   std::int32_t NextEntry(const MxrEntry** entry);
   std::int32_t NextPiece(MxrPiece* piece);
   std::int32_t NextStoredPiece(MxrPiece* piece);
+  // The status of a call that is wrong: with a null argument, or before there is an entry.
+  std::int32_t RefuseCall();
   const std::string& error_text() const { return error_text_; }
 
  private:
   template <typename Work>
   std::int32_t Guarded(Work work);
+  template <typename Work>
+  std::int32_t NextData(Work work);
   std::int32_t Begin();
   std::int32_t ReadEntry();
   std::int32_t ReadStored(MxrPiece* piece);

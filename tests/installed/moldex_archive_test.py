@@ -111,6 +111,22 @@ class ModuleTest(unittest.TestCase):
         self.assertEqual((raised.exception.status, str(raised.exception)), (qel.BAD_DATA, "checksum error in b"))
         self.assertEqual(self.module("-t", "a.qel").stdout, b"2 entries, 1 damaged\n")
 
+    def test_wrong_use_and_bad_output_end_in_a_message(self):
+        self.make_tree()
+        archive = qel.Archive("a.qel")
+        for use, text in (lambda: next(archive.pieces()), "no entry"), (lambda: next(iter(archive)), "closed"):
+            with self.assertRaisesRegex(qel.Error, text):
+                use()
+            archive.close()
+        with self.assertRaises(ValueError):
+            qel.Archive("a.qel\0")
+        command = [sys.executable, "-m", "moldex_archive", "-l", "a.qel"]
+        with open("/dev/full", "wb") as full:
+            failed = subprocess.run(command, stdout=full, stderr=subprocess.PIPE, check=False)
+        self.assertRegex(failed.stderr, rb"^moldex_archive: standard output: .*\n$")
+        listed = subprocess.run(command, capture_output=True, env=os.environ | {"PYTHONIOENCODING": "ascii"}, check=True)
+        self.assertIn(rb"tree/ \xfc -> x", listed.stdout)
+
     def test_archives_in_several_threads(self):
         self.make_tree()
         results = []

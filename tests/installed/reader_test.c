@@ -49,14 +49,19 @@ static void* ReadOften(void* unused) {
 int main(int count, char** arguments) {
   pthread_t threads[4];
   MxrArchive* archive;
+  const MxrEntry* entry;
   MxrPiece piece;
   paths = arguments;
   REQUIRE(count == 3);
   REQUIRE(MxrOpen(NULL, &archive) == kMxrBadCall && archive == NULL);
   REQUIRE(MxrNextPiece(NULL, &piece) == kMxrBadCall && MxrErrorText(NULL)[0] != '\0');
   REQUIRE(MxrOpen(paths[1], &archive) == kMxrOk);
-  REQUIRE(MxrNextPiece(archive, &piece) == kMxrBadCall &&
-          MxrNextEntry(archive, NULL) == kMxrBadCall);
+  REQUIRE(MxrNextPiece(archive, &piece) == kMxrBadCall && MxrErrorText(archive)[0] != '\0');
+  REQUIRE(MxrNextEntry(archive, NULL) == kMxrBadCall);
+  MxrClose(archive);
+  REQUIRE(MxrOpen("no such archive", &archive) == kMxrOpenFailed);
+  REQUIRE(MxrNextEntry(archive, &entry) == kMxrOpenFailed && entry == NULL);
+  REQUIRE(MxrNextPiece(archive, &piece) == kMxrOpenFailed);
   MxrClose(archive);
   MxrClose(NULL);
   for (int i = 0; i < 4; ++i)
