@@ -1,22 +1,28 @@
 #!/usr/bin/env bash
 # Packs a directory with several processes at the same time and joins their archives:
 #   pack_in_parts.sh ARCHIVE DIRECTORY PROCESSES [OPTION...]
-# The archive is byte for byte that of `moldex -cf ARCHIVE OPTION... -C DIRECTORY .`. If a part fails,
-# nothing is joined, and ARCHIVE stays as it was. MOLDEX names another program than the moldex of PATH.
+# The archive is byte for byte that of `moldex -cf ARCHIVE OPTION... -C DIRECTORY .`. If a part fails, or has
+# inaccessible files, even with -i, nothing is joined, and ARCHIVE stays as it was. MOLDEX names another
+# program than the moldex of PATH.
 set -euo pipefail
-if [ $# -lt 3 ] || [ "$3" -lt 1 ]; then
-  sed -n '2,5s/^# //p' "$0" >&2
+if [ $# -lt 3 ] || ! [[ $3 =~ ^[1-9][0-9]{0,3}$ ]]; then
+  sed -n '2,6s/^# //p' "$0" >&2
   exit 2
 fi
-moldex=$(command -v "${MOLDEX:-moldex}")
-moldex=$(realpath "$moldex") archive=$(realpath "$1") directory=$(realpath "$2") processes=$3
+moldex=$(command -v "${MOLDEX:-moldex}") || { echo "$0: there is no program ${MOLDEX:-moldex}" >&2; exit 2; }
+# Each in a line of its own, so that each failure ends the script.
+moldex=$(realpath "$moldex")
+archive=$(realpath "$1")
+directory=$(realpath "$2")
+directory=${directory%/}  # of the root directory nothing is left
+processes=$3
 options=("${@:4}")
 case $archive in
   "$directory"/*) echo "$0: $1 must not be below $2: the parts would be packed, too" >&2; exit 2 ;;
 esac
 
 # The names in the order in which one run would pack them, and their sizes.
-cd "$directory"
+cd "$directory/"
 mapfile -d '' names < <(find . -mindepth 1 -maxdepth 1 -print0 | LC_ALL=C sort -z)
 if [ ${#names[@]} -eq 0 ]; then exec "$moldex" -cf "$archive" "${options[@]}" .; fi
 sizes=() total=0

@@ -42,5 +42,7 @@ status=0
 [ "$status" -eq 45 ] || fail "status $status"
 cmp single.qel before.qel || fail "the archive of a failed run"
 "$script" tree/inside.qel tree 2 2>log && fail "an archive within the tree"
+"$script" rooted.qel / 2 2>log && fail "an archive below the root directory"
+"$script" nowhere/a.qel tree 2 2>log && fail "an archive in no directory"
 [ "$(find . -name '*.parts-*')" = "" ] || fail "parts were left"
 echo "parts make the archive of a single run"
