@@ -41,12 +41,6 @@ std::optional<std::string> TargetOf(const CLink& link) {
   }
 }
 
-bool IsInUse(const std::string& name, const AdmissionRules& admission) {
-  const CSystemErrorGuard guard;  // most entries are not there yet
-  const auto status = QueryLinkStatus(admission.names.OutputPath(name));
-  return status && admission.files_in_use.Holds(status->identity);
-}
-
 struct RefusalText {
   const char* text;
   Refusal refusal;
@@ -80,10 +74,16 @@ Refusal RefusalByName(const CDirEntry& entry, const AdmissionRules& rules) {
   return Refusal::kNone;
 }
 
+Refusal RefusalByPlace(const CDirEntry& entry, const AdmissionRules& rules) {
+  const CSystemErrorGuard guard;  // most entries are not there yet
+  const auto status = QueryLinkStatus(rules.names.OutputPath(entry.GetName()));
+  const bool is_in_use = status && rules.files_in_use.Holds(status->identity);
+  return is_in_use ? Refusal::kIsInUse : Refusal::kNone;
+}
+
 Refusal RefusalOf(const CDirEntry& entry, const AdmissionRules& rules) {
   const Refusal refusal = RefusalByName(entry, rules);
-  const bool is_in_use = refusal == Refusal::kNone && IsInUse(entry.GetName(), rules);
-  return is_in_use ? Refusal::kIsInUse : refusal;
+  return refusal == Refusal::kNone ? RefusalByPlace(entry, rules) : refusal;
 }
 
 void PrintRefusal(Refusal refusal, const CDirEntry& entry, CLogMan& log) {

@@ -32,9 +32,11 @@ struct AdmissionRules {
 // The reason to leave an entry out; kNone if it may be written. Reports nothing.
 Refusal RefusalOf(const CDirEntry& entry, const AdmissionRules& rules);
 
-// The part of RefusalOf that needs no look at the disk: any reason but kIsInUse. That one is
-// impossible while nothing has the entry's name.
+// The two parts of RefusalOf. RefusalByName needs no look at the disk: any reason but kIsInUse.
+// RefusalByPlace is for an entry that its name does not refuse: kIsInUse or kNone. It is kNone
+// while nothing has the entry's name.
 Refusal RefusalByName(const CDirEntry& entry, const AdmissionRules& rules);
+Refusal RefusalByPlace(const CDirEntry& entry, const AdmissionRules& rules);
 
 // Reports the refusal, which sets the exit status. `refusal` is not kNone.
 void PrintRefusal(Refusal refusal, const CDirEntry& entry, CLogMan& log);

@@ -80,11 +80,13 @@ bool CArchiveExtraction::ProcessEntry(const CDirEntry& entry) {
   return true;
 }
 
-// Most entries are new. Making one tells that no file in use has its name.
+// Most entries are new. Making one tells that no file in use has its name. If that fails, whatever
+// the reason, WriteEntry makes it with all that a name that is taken, or a missing directory,
+// needs, and reports why it cannot.
 Refusal CArchiveExtraction::MakeOrRefuse(const CDirEntry& entry) {
   const Refusal refusal = RefusalByName(entry, rules_);
   if (refusal != Refusal::kNone || writer_.MakeNew(entry)) return refusal;
-  return RefusalOf(entry, rules_);
+  return RefusalByPlace(entry, rules_);
 }
 
 void CArchiveExtraction::WriteEntry(const CDirEntry& entry) {
