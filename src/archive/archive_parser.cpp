@@ -90,7 +90,7 @@ DataPiece CArchiveParser::NextPiece() {
 
 void CArchiveParser::CheckEnd() {
   data_.CheckChecksum();
-  if (BlockFollows()) FailLater<CSurplusDataExcept>(entry_.name);
+  if (BlockFollows()) FailLater(SurplusDataFailure(entry_.name));
 }
 
 void CArchiveParser::Rewind() {

@@ -78,7 +78,7 @@ class CArchiveParser {
   // The next piece of the entry's data, decompressed; empty after the last, once the data have
   // proved to be as long as the entry says. Valid until the next call.
   DataPiece NextPiece();
-  // After the last piece. Defers CChecksumExcept and CSurplusDataExcept.
+  // After the last piece. Defers ChecksumFailure and SurplusDataFailure.
   void CheckEnd();
   // Of the current entry, so far.
   UnpackedBytes Unpacked() const { return data_.Unpacked(); }

@@ -66,6 +66,4 @@ void CArchiveReader::Rewind() {
   has_header_ = false;
 }
 
-void CArchiveReader::ReturnToEntry() { parser_.ReturnToEntry(); }
-
 }  // namespace moldex

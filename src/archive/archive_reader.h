@@ -2,8 +2,8 @@
 // local code page, in the form that the options ask for, and with progress. CArchiveParser takes
 // the archive apart, and its failures are those of this class.
 //
-// CParallelSource uses it to read ahead, and the functions for that defer their failures
-// (deferred_failure.h). Those that IEntrySource asks for throw them at once.
+// CParallelSource uses it to read ahead: ReadEntry and the parser defer their failures
+// (deferred_failure.h). The functions that IEntrySource asks for throw them at once.
 #ifndef MOLDEX_ARCHIVE_ARCHIVE_READER_H_
 #define MOLDEX_ARCHIVE_ARCHIVE_READER_H_
 
@@ -34,29 +34,15 @@ class CArchiveReader : public IEntrySource {
   // Null also for an archive that is no version-2 archive.
   CDirEntry* NextEntry() override;
   DataPiece NextPiece() override;
-  // Throws CChecksumExcept and CSurplusDataExcept.
+  // Throws ChecksumFailure and SurplusDataFailure.
   void CheckEnd() override;
   void Rewind() override;
   const FileIdentity& identity() const override { return identity_; }
 
-  const std::string& name() const { return parser_.archive_name(); }
-
   // The same as NextEntry, but defers its failures and shows no progress by name.
   CDirEntry* ReadEntry();
-  // The entry that was read last.
-  const std::string& EntryName() const { return parser_.entry().name; }
-  // See CArchiveParser.
-  std::uint64_t Position() const { return parser_.Position(); }
-  DataBlock GetEntryData() { return parser_.NextBlock(); }
-  bool DataFollows() { return parser_.BlockFollows(); }
-  // Goes back to the current entry, as if it had just been read. The archive has to be a regular
-  // file.
-  void ReturnToEntry();
-
-  // The end of the last entry that the caller went on from, and the name of that entry: nothing was
-  // found wrong up to there. Before the first entry, the end of the archive's header and no name.
-  std::uint64_t whole_bytes() const { return parser_.whole_bytes(); }
-  const std::string& whole_name() const { return parser_.whole_name(); }
+  // For the blocks of the entry that ReadEntry gave, and for the place in the archive.
+  CArchiveParser& parser() { return parser_; }
 
  private:
   bool ReadHeader();

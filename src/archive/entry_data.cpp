@@ -23,17 +23,17 @@ std::int32_t Length(std::span<const std::uint8_t> bytes) {
 
 }  // namespace
 
-FailureText CDataLengthExcept::Text(const std::string& entry_name) {
+FailureText DataLengthFailure(const std::string& entry_name) {
   return CExcept::Text(
       "MOLDEX: error decompressing " + entry_name + "; its length is not the one in the archive",
       kErrorBadLength, false);
 }
 
-FailureText CChecksumExcept::Text(const std::string& entry_name) {
+FailureText ChecksumFailure(const std::string& entry_name) {
   return CExcept::Text("MOLDEX: checksum error in " + entry_name, kErrorChecksum, false);
 }
 
-FailureText CSurplusDataExcept::Text(const std::string& entry_name) {
+FailureText SurplusDataFailure(const std::string& entry_name) {
   return CExcept::Text("MOLDEX: error decompressing " + entry_name +
                            "; it has data that its size in the archive does not announce",
                        kErrorBadLength, false);
@@ -106,7 +106,7 @@ std::span<const std::uint8_t> CEntryData::Decompress() {
   if (last_code_ <= 0 || stuck) FailLater<CDecompExcept>(name_, last_code_);
   payload_ = payload_.subspan(static_cast<std::size_t>(outcome.bytes_read));
   const auto bytes = space.first(static_cast<std::size_t>(outcome.bytes_written));
-  if (bytes.size() > size_bytes_ - done_bytes_) FailLater<CDataLengthExcept>(name_);
+  if (bytes.size() > size_bytes_ - done_bytes_) FailLater(DataLengthFailure(name_));
   packed_bytes_ += static_cast<std::uint64_t>(outcome.bytes_read);
   done_bytes_ += bytes.size();
   checksum_ = UpdateChecksum(checksum_, bytes);
@@ -126,11 +126,11 @@ std::span<const std::uint8_t> CEntryData::HoldBack(std::span<const std::uint8_t>
 
 void CEntryData::CheckLength() const {
   if (last_code_ != kCsEndOfStream) FailLater<CDecompExcept>(name_, last_code_);
-  if (done_bytes_ != size_bytes_) FailLater<CDataLengthExcept>(name_);
+  if (done_bytes_ != size_bytes_) FailLater(DataLengthFailure(name_));
 }
 
 void CEntryData::CheckChecksum() const {
-  if (checksum_ != stored_checksum_) FailLater<CChecksumExcept>(name_);
+  if (checksum_ != stored_checksum_) FailLater(ChecksumFailure(name_));
 }
 
 }  // namespace moldex

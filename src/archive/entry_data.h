@@ -22,26 +22,15 @@
 
 namespace moldex {
 
-// Data that do not have the length that their entry announces.
-class CDataLengthExcept : public CExcept {
- public:
-  explicit CDataLengthExcept(const std::string& entry_name) : CExcept(Text(entry_name)) {}
-  static FailureText Text(const std::string& entry_name);
-};
+// The failures of an entry's data besides CDecompExcept. They need no types of their own: nobody
+// catches one of them alone.
 
-// Data that do not have the checksum of their entry.
-class CChecksumExcept : public CExcept {
- public:
-  explicit CChecksumExcept(const std::string& entry_name) : CExcept(Text(entry_name)) {}
-  static FailureText Text(const std::string& entry_name);
-};
-
-// Data that go on after the end that their entry announces.
-class CSurplusDataExcept : public CExcept {
- public:
-  explicit CSurplusDataExcept(const std::string& entry_name) : CExcept(Text(entry_name)) {}
-  static FailureText Text(const std::string& entry_name);
-};
+// The data do not have the length that their entry announces.
+FailureText DataLengthFailure(const std::string& entry_name);
+// The data do not have the checksum of their entry.
+FailureText ChecksumFailure(const std::string& entry_name);
+// The data go on after the end that their entry announces.
+FailureText SurplusDataFailure(const std::string& entry_name);
 
 // The header's part of what an entry's data have to be.
 struct DataAnnounced {
@@ -69,7 +58,7 @@ class CEntryData {
 
   // When no block is wanted before the end: the next piece, which may be empty. Never reaches
   // beyond the size in the entry's header. Valid until the next call. Defers CDecompExcept and
-  // CDataLengthExcept. Throws std::bad_alloc.
+  // DataLengthFailure. Throws std::bad_alloc.
   DataPiece NextPiece();
 
   // The bytes that the blocks of the entry have given so far, and their own.
@@ -80,7 +69,7 @@ class CEntryData {
 
   // At the end: checks that the data are complete. Defers what NextPiece defers.
   void CheckLength() const;
-  // After CheckLength: compares the checksum. Defers CChecksumExcept.
+  // After CheckLength: compares the checksum. Defers ChecksumFailure.
   void CheckChecksum() const;
 
  private:

@@ -107,7 +107,7 @@ bool CParallelSource::IsLong(const CDirEntry& entry) const {
 
 void CParallelSource::ReadBlock() {
   try {
-    const DataBlock block = reader_.GetEntryData();
+    const DataBlock block = reader_.parser().NextBlock();
     chunk_->AddBlock(block);
     in_entry_ = block.more_follow;
   } catch (const CDeferredFailure&) {
@@ -120,7 +120,7 @@ void CParallelSource::ReadBlock() {
 }
 
 void CParallelSource::EndEntry() {
-  if (reader_.DataFollows()) stop_ = Stop::kSurplus;
+  if (reader_.parser().BlockFollows()) stop_ = Stop::kSurplus;
 }
 
 void CParallelSource::SubmitChunk() {
@@ -160,7 +160,7 @@ void CParallelSource::LeaveEntry() {
   // Blocks that cannot be read are no reason to fail when nobody wants them.
   if (stop_ == Stop::kData) {
     reads_alone_ = true;
-    RaisingAtOnce([this] { reader_.ReturnToEntry(); });
+    RaisingAtOnce([this] { reader_.parser().ReturnToEntry(); });
   }
 }
 
@@ -201,7 +201,8 @@ DataPiece CParallelSource::NextPiece() {
 // not proved, its data are read in their order, which finds the failure that comes first.
 void CParallelSource::ProveLong() {
   stop_ = Stop::kNone;
-  const LongEntry entry = {reader_.name(), reader_.identity(), reader_.Position(),
+  const CArchiveParser& parser = reader_.parser();
+  const LongEntry entry = {parser.archive_name(), reader_.identity(), parser.Position(),
                            long_entry_->header().size_bytes(), plan_.stream_bytes};
   if (const auto unpacked = ProveLongEntry(entry, plan_.workers, progress_)) {
     progress_.CountUnpacked(*unpacked);
@@ -223,7 +224,8 @@ void CParallelSource::CheckEnd() {
   if (reads_alone_) return reader_.CheckEnd();
   if (checksum_failure_) Raise(checksum_failure_);
   const bool is_last_read = waiting_.empty();
-  if (is_last_read && stop_ == Stop::kSurplus) throw CSurplusDataExcept(reader_.EntryName());
+  if (is_last_read && stop_ == Stop::kSurplus)
+    throw CExcept(SurplusDataFailure(reader_.parser().entry().name));
 }
 
 void CParallelSource::Rewind() {

@@ -33,10 +33,10 @@ bool EndsTheArchive(const CExcept& failure) {
 }
 
 // Says how much of a damaged archive is good.
-std::string GoodPartOf(const CArchiveReader& archive) {
+std::string GoodPartOf(const CArchiveParser& archive) {
   const bool none = archive.whole_bytes() <= kArchiveHeaderBytes;
   return EscapedForTerminal(
-      "MOLDEX: the good part of " + archive.name() + " ends at byte " +
+      "MOLDEX: the good part of " + archive.archive_name() + " ends at byte " +
       std::to_string(archive.whole_bytes()) +
       (none ? ", before its first entry" : ", behind " + archive.whole_name()));
 }
@@ -109,7 +109,7 @@ void CExtract::ProcessArchive(const std::string& name) {
     extraction.HintAtRest();
     throw;
   } catch (CExcept& failure) {
-    if (!extracting_ && EndsTheArchive(failure)) failure.AddLine(GoodPartOf(archive));
+    if (!extracting_ && EndsTheArchive(failure)) failure.AddLine(GoodPartOf(archive.parser()));
     throw;
   }
 }

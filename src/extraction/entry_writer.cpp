@@ -59,7 +59,7 @@ bool CEntryWriter::RestoreBackup(std::span<const std::uint8_t> bytes) {
 }
 
 void CEntryWriter::EndData() {
-  if (is_backup_stream_ && !file_.EndBackup()) throw CDataLengthExcept(entry_->GetName());
+  if (is_backup_stream_ && !file_.EndBackup()) throw CExcept(DataLengthFailure(entry_->GetName()));
   is_backup_stream_ = false;
   if (!bytes_.Finish()) throw CWriteExcept(PathOf(*entry_));
   is_complete_ = true;

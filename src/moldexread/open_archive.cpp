@@ -157,14 +157,14 @@ std::int32_t COpenArchive::ReadFile(MxrPiece* piece) {
     MxrPiece stored{};
     const std::int32_t status = ReadStored(&stored);
     if (status == kMxrEnd && !backup_.AtStreamEnd())
-      FailLater<CDataLengthExcept>(parser_->entry().name);
+      FailLater(DataLengthFailure(parser_->entry().name));
     if (status != kMxrOk) return status;
     if (stored.is_backup_stream == 0) {
       *piece = stored;
       return kMxrOk;
     }
     if (!backup_.Feed({stored.bytes, stored.length}, file_pieces_)) {
-      FailLater<CDataLengthExcept>(parser_->entry().name);
+      FailLater(DataLengthFailure(parser_->entry().name));
     }
   }
   return kMxrOk;

@@ -48,6 +48,11 @@ template <typename Failure, typename... Arguments>
                          [arguments...] { throw Failure(arguments...); });
 }
 
+// The same for a failure without a type of its own.
+[[noreturn]] inline void FailLater(const FailureText& text) {
+  throw CDeferredFailure(text, [text] { throw CExcept(text); });
+}
+
 // Does work whose failures may be deferred, and throws them at once. For the first thread.
 template <typename Work>
 auto RaisingAtOnce(Work work) {
