@@ -80,9 +80,9 @@ bool CArchiveExtraction::ProcessEntry(const CDirEntry& entry) {
   return true;
 }
 
-// Most entries are new. Making one tells that no file in use has its name. If that fails, whatever
-// the reason, WriteEntry makes it with all that a name that is taken, or a missing directory,
-// needs, and reports why it cannot.
+// Most entries are new. Making one tells that no file in use has its name. If that fails, most
+// often because the name is taken, WriteEntry tries again, replaces what is there, and reports
+// failures.
 Refusal CArchiveExtraction::MakeOrRefuse(const CDirEntry& entry) {
   const Refusal refusal = RefusalByName(entry, rules_);
   if (refusal != Refusal::kNone || writer_.MakeNew(entry)) return refusal;

@@ -34,6 +34,12 @@ bool CDeferredEntries::MakeLink(const CLink& link) const {
     return false;
   }
   try {
+    place_.MakeParents(link.GetName());
+    // A name with ".." in it may lead to a file through a directory that was missing until now.
+    if (rules_.absolute_paths && RefusalByPlace(link, rules_) != Refusal::kNone) {
+      PrintRefusal(Refusal::kIsInUse, link, log_);
+      return false;
+    }
     place_.MakeLink(link.GetName(), link.Target(), TimeOf(link.header()));
     return true;
   } catch (COpenForWritingExcept& failure) {  // no reason to leave directories as they are

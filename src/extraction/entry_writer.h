@@ -20,9 +20,9 @@ class CEntryWriter : public IEntrySink {
   // `place` outlives the writer.
   explicit CEntryWriter(COutputPlace& place) : place_(place), bytes_(file_) {}
 
-  // Makes the file or the directory of an entry, if its name is free and the directory for it is
-  // there. False otherwise: nothing has changed. After true, MakeFile and MakeDirectory do nothing
-  // for this entry. Makes nothing for a symbolic link.
+  // Makes the file or the directory of an entry, if its name is free. False otherwise: nothing but
+  // missing parent directories of a file was made. After true, MakeFile and MakeDirectory do
+  // nothing for this entry. Makes nothing for a symbolic link.
   bool MakeNew(const CDirEntry& entry);
 
   // Throw what COutputPlace throws.

@@ -87,18 +87,26 @@ CFileHandle COutputPlace::MakeFile(const std::string& entry_name) {
   throw COpenForWritingExcept(path);
 }
 
-CFileHandle COutputPlace::MakeNewFile(const std::string& entry_name) const {
+CFileHandle COutputPlace::MakeNewFile(const std::string& entry_name) {
+  constexpr unsigned kNewFile = kOpenCreate | kOpenExtracted | kOpenNew;
   const CSystemErrorGuard guard;
   const std::string path = names_.OutputPath(entry_name);
   CFileHandle file;
-  if (!path.empty()) (void)file.Open(path, kOpenCreate | kOpenExtracted | kOpenNew);
+  if (path.empty()) return file;
+  const auto opened = file.Open(path, kNewFile);
+  const bool lacks_directory = !opened && opened.error().errno_value == ENOENT;
+  if (lacks_directory && CreateParents(path)) (void)file.Open(path, kNewFile);
   return file;
+}
+
+void COutputPlace::MakeParents(const std::string& entry_name) {
+  const std::string path = names_.OutputPath(entry_name);
+  if (!CreateParents(path)) throw CCreateDirExcept(path);
 }
 
 void COutputPlace::MakeLink(const std::string& entry_name, const std::string& target,
                             const std::optional<TimePoint>& time) {
   const std::string path = names_.OutputPath(entry_name);
-  if (!CreateParents(path)) throw CCreateDirExcept(path);
   if (!CreateSymbolicLink(path, target)) throw COpenForWritingExcept(path);
   if (time) (void)SetLinkDate(path, *time);  // a link's own date is a courtesy
 }

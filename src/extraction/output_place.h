@@ -28,9 +28,9 @@ class COutputPlace {
   // CCreateDirExcept and COpenForWritingExcept with the output path.
   CFileHandle MakeFile(const std::string& entry_name);
 
-  // Like MakeFile, but only if the directory is there and nothing has the entry's name. Otherwise
-  // the file is not open, and nothing has changed; no reason is remembered.
-  CFileHandle MakeNewFile(const std::string& entry_name) const;
+  // Like MakeFile, but only if nothing has the entry's name. Otherwise the file is not open, and
+  // nothing but missing parent directories was made; no reason is remembered.
+  CFileHandle MakeNewFile(const std::string& entry_name);
 
   // The directory for the entry; the target directory itself is made if it is missing, and
   // otherwise left alone. Unless -h was given, a new directory is its owner's alone until it gets
@@ -43,8 +43,12 @@ class COutputPlace {
   // name. Otherwise false, and nothing has changed; no reason is remembered.
   bool MakeNewDirectory(const std::string& entry_name);
 
-  // The symbolic link for the entry, dated where a time is given. A file or link of
-  // that name is replaced, a directory is not. Throws as MakeFile does.
+  // The missing parent directories of the entry. Throws CCreateDirExcept with the output path.
+  void MakeParents(const std::string& entry_name);
+
+  // The symbolic link for the entry, whose parent directories are there, dated where a time is
+  // given. A file or link of that name is replaced, a directory is not. Throws
+  // COpenForWritingExcept with the output path.
   void MakeLink(const std::string& entry_name, const std::string& target,
                 const std::optional<TimePoint>& time);
 
