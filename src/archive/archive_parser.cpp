@@ -161,7 +161,7 @@ void CArchiveParser::ReadName(std::size_t length) {
   const bool fits = length <= kLongestName + 1;
   const auto stored = fits ? ReadExactly(length) : std::span<const std::uint8_t>();
   if (!fits || (length == kLongestName + 1 && stored.back() != 0)) {
-    const std::string where = whole_name_.empty() ? "" : ", behind " + whole_name_;
+    const std::string where = whole_name_.empty() ? "" : ", after " + whole_name_;
     Lose<CExcept>("MOLDEX: name too long in archive " + archive_name_ + where, kErrorNameTooLong,
                   false);
   }

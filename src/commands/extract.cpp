@@ -38,7 +38,7 @@ std::string GoodPartOf(const CArchiveParser& archive) {
   return EscapedForTerminal(
       "MOLDEX: the good part of " + archive.archive_name() + " ends at byte " +
       std::to_string(archive.whole_bytes()) +
-      (none ? ", before its first entry" : ", behind " + archive.whole_name()));
+      (none ? ", before its first entry" : ", after " + archive.whole_name()));
 }
 
 }  // namespace

@@ -44,7 +44,7 @@ TEST_F(CutBack, ThatFailsTooIsSaidInASecondLine) {
     const FaultyRun verify = Run({"-df", archive});
     if (words[0] == "-mf") continue;  // which writes no entry by entry
     const std::string good_part = "MOLDEX: the good part of " + archive + " ends at byte " +
-                                  std::to_string(whole_bytes) + ", behind d\n";
+                                  std::to_string(whole_bytes) + ", after d\n";
     EXPECT_NE(verify.out.find(good_part), std::string::npos) << verify.out;
   }
 }

@@ -37,14 +37,14 @@ const Damage kDamages[] = {
      "57). ",
      57},
     {[](auto& b) { SetU16(b, kEntryAt + kNameLengthAt, 262); },
-     "name too long in archive a.qel, behind d (error 56). ", 56, 56, true},
+     "name too long in archive a.qel, after d (error 56). ", 56, 56, true},
     {[](auto& b) { b[kNameAt] = '\xFF'; }, "could not convert from UTF8 string", 47, 47},
     // Of several faults the first that is checked.
     {[](auto& b) {
        b.replace(kEntryAt, 2, "XX");
        SetU16(b, kEntryAt + kNameLengthAt, 262);
      },
-     "name too long in archive a.qel, behind d (error 56). ", 56, 56, true},
+     "name too long in archive a.qel, after d (error 56). ", 56, 56, true},
     {[](auto& b) {
        b.replace(kEntryAt, 2, "SV");
        b[kNameAt] = '\xFF';
@@ -92,7 +92,7 @@ TEST_F(Damaged, ArchivesAreReportedAlikeByEveryCommand) {
     damage.make(bytes);
     Write("a.qel", bytes);
     const std::string text = Processing("a.qel") + "MOLDEX: " + damage.message + "\n";
-    const std::string end = "MOLDEX: the good part of a.qel ends at byte 44, behind d\n";
+    const std::string end = "MOLDEX: the good part of a.qel ends at byte 44, after d\n";
     ExpectRun("-df a.qel", text + (damage.ends ? end : ""), damage.status);
     Remove("out");
     ExpectRun("-xf a.qel -R out", text, damage.status);
@@ -115,7 +115,7 @@ TEST_F(Damaged, EntriesFailInTheirOrder) {
   ExpectRun("-dvf a.qel",
             text + Failure("unknown entry type encountered", 100) +
                 "MOLDEX: the good part of a.qel ends at byte " + std::to_string(end) +
-                ", behind w\n",
+                ", after w\n",
             100);
   FlipByte(bytes, end - 1, 1);
   Write("a.qel", bytes);
