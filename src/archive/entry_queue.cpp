@@ -91,6 +91,7 @@ void CEntryQueue::MakeSpace() {
 }
 
 void CEntryQueue::SubmitBatch() {
+  is_broken_ = true;  // unless all of this succeeds: memory may run out
   std::vector<CDirEntry*> entries;
   entries.reserve(batch_.size());
   for (PreparedEntry& entry : batch_) {
@@ -100,6 +101,7 @@ void CEntryQueue::SubmitBatch() {
   batch_.clear();
   batch_bytes_ = 0;
   work_.Submit(std::make_unique<CCompressJob>(std::move(entries), pool_, method_.maker));
+  is_broken_ = false;
 }
 
 void CEntryQueue::Finish() {
