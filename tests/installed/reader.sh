@@ -83,8 +83,14 @@ export PKG_CONFIG_LIBDIR=$work/$lib/pkgconfig LD_LIBRARY_PATH=$work/$lib
 shared=$(pkg-config --cflags --libs moldexread)
 # shellcheck disable=SC2086
 cc -std=c99 $strict $examples/list_entries.c $shared -o in_c
+# A program in C++ holds functions of the C++ library and places of exceptions, as the library does.
+cat >own.cpp <<'END'
+#include <stdexcept>
+#include <string>
+std::string Cut(int number) try { return std::to_string(number).substr(9); } catch (const std::exception& e) { return e.what(); }
+END
 # shellcheck disable=SC2086
-c++ -std=c++20 $strict -Imoved/include -x c++ $examples/list_entries.c -x none $lib/libmoldexread.a -o in_cpp
+c++ -std=c++20 $strict -Imoved/include -x c++ own.cpp $examples/list_entries.c -x none $lib/libmoldexread.a -o in_cpp
 cmake -S $examples -B by_cmake -G Ninja -DCMAKE_PREFIX_PATH="$work/moved" -DCMAKE_C_FLAGS="$flags" >log ||
   fail "$(cat log)"
 cmake --build by_cmake >log || fail "$(cat log)"
