@@ -142,7 +142,7 @@ typedef struct CsEncoder CsEncoder;  // NOLINT(modernize-use-using): for C
 // Returns null when there is no memory.
 CsEncoder* CsCreateEncoder(void);
 
-// Does what CsCompr does, with the stream of `encoder`.
+// Does what CsCompr does, with the stream of `encoder`, which is never null.
 int32_t CsEncode(CsEncoder* encoder, int32_t original_length, const uint8_t* input,
                  int32_t input_length, uint8_t* output, int32_t output_length, int32_t option,
                  int32_t* bytes_read, int32_t* bytes_written);
@@ -156,7 +156,7 @@ typedef struct CsDecoder CsDecoder;  // NOLINT(modernize-use-using): for C
 // Returns null when there is no memory.
 CsDecoder* CsCreateDecoder(void);
 
-// Does what CsDecompr does, with the stream of `decoder`.
+// Does what CsDecompr does, with the stream of `decoder`, which is never null.
 int32_t CsDecode(CsDecoder* decoder, const uint8_t* input, int32_t input_length, uint8_t* output,
                  int32_t output_length, int32_t option, int32_t* bytes_read,
                  int32_t* bytes_written);
