@@ -104,8 +104,12 @@ TEST_F(Names, OutsideTheTargetAreThoseThatAreAbsoluteOrAllowed) {
   ExpectExtraction(Extracted(1));
   EXPECT_EQ(Bytes(OnWindows() ? "x/y" : "C:/x/y"), "2");
   EXPECT_FALSE(Exists("out"));
-  Archive({FileEntry("../up", "3"), DirectoryEntry("../d")});
-  ExpectRun("-xf a.qel -R out -P", Processing("a.qel") + Extracted(2), 0);
+  Make({{"d", DirectoryNode(0755)}});
+  Archive({FileEntry("../up", "3"), DirectoryEntry("../d", 040700), DirectoryEntry("in")});
+  EXPECT_EQ(Run("-xf a.qel -R out").status, 55);
+  EXPECT_EQ(Below("").at("d"), DirectoryNode(0755));
+  Remove("d");
+  ExpectRun("-xf a.qel -R out -P", Processing("a.qel") + Extracted(3), 0);
   EXPECT_EQ(Bytes("up"), "3");
   EXPECT_TRUE(std::filesystem::is_directory(Path("d")));
 }
@@ -325,8 +329,11 @@ TEST_F(Links, OnDiskAreNoWayToTheirDirectoriesPermissions) {
     EXPECT_EQ(Run("-h -xf a.qel -R out").status, name == "nowhere" ? 3 : 0) << name;
     EXPECT_EQ(Below("victim"), victim) << name;
   }
-  Archive({FileEntry("nowhere/f", "1")});
-  EXPECT_EQ(Run("-xf a.qel -R out").status, 3);
+  for (const QelEntry& entry : {FileEntry("nowhere/f", "1"), DirectoryEntry("d/new")}) {
+    Archive({entry});
+    EXPECT_EQ(Run("-xf a.qel -R out").status, 3) << entry.name;
+    EXPECT_EQ(Below("victim"), victim) << entry.name;
+  }
 }
 
 TEST_F(Links, OnDiskAreReplacedByFilesAndLinks) {
