@@ -25,30 +25,37 @@ esac
 cd "$directory/"
 mapfile -d '' names < <(find . -mindepth 1 -maxdepth 1 -print0 | LC_ALL=C sort -z)
 if [ ${#names[@]} -eq 0 ]; then exec "$moldex" -cf "$archive" "${options[@]}" .; fi
-sizes=() total=0
-for name in "${names[@]}"; do
-  read -r size _ < <(du -sk -- "$name")
-  sizes+=("$((size + 1))") total=$((total + size + 1))
+mapfile -d '' sizes < <(printf '%s\0' "${names[@]}" | du -skl0 --files0-from=-)
+[ ${#sizes[@]} -eq ${#names[@]} ] || exit 1  # du has said which names it cannot look at
+total=0
+for ((i = 0; i < ${#names[@]}; ++i)); do
+  sizes[i]=$((${sizes[i]%%[[:blank:]]*} + 1)) total=$((total + sizes[i]))
 done
 
 # The parts lie beside the archive, so that the joined one only needs a new name.
 parts=$(mktemp -d "$archive.parts-XXXXXX")
 jobs=()
 trap 'kill "${jobs[@]}" 2>/dev/null || true; wait; rm -rf "$parts"' EXIT
-first=0 reached=0
+count=0 status=0 first=0 reached=0 shares=0 length=0
 for ((i = 0; i < ${#names[@]}; ++i)); do
-  reached=$((reached + sizes[i]))
-  # A part ends where its share of the bytes is reached, and at the last name.
-  if ((reached * processes >= total * (${#jobs[@]} + 1))); then
-    "$moldex" -cf "$parts/${#jobs[@]}.qel" "${options[@]}" "${names[@]:first:i + 1 - first}" &
-    jobs+=($!) first=$((i + 1))
+  reached=$((reached + sizes[i])) length=$((length + ${#names[i]} + 1))
+  # A part ends where its share of the bytes is reached, and at the last name. It ends before that if its names
+  # might not fit on a command line, which takes 2 MiB on most systems.
+  is_share=$((reached * processes >= total * (shares + 1)))
+  if ((is_share || length > 100000)); then
+    if ((count >= processes)); then
+      wait "${jobs[count - processes]}" || status=$?
+      unset "jobs[count - processes]"
+    fi
+    "$moldex" -cf "$parts/$count.qel" "${options[@]}" "${names[@]:first:i + 1 - first}" &
+    jobs[count]=$!
+    count=$((count + 1)) shares=$((shares + is_share)) first=$((i + 1)) length=0
   fi
 done
-status=0
 for job in "${jobs[@]}"; do
   wait "$job" || status=$?
 done
-count=${#jobs[@]} jobs=()
+jobs=()
 [ "$status" -eq 0 ] || exit "$status"
 
 # The archive of the first part grows by the others, in order.

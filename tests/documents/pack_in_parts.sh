@@ -26,6 +26,13 @@ printf 'b\n' >excluded
 "$script" parts-x.qel tree 3 -X "$work/excluded"
 cmp single-x.qel parts-x.qel || fail "an option"
 
+# More names than a command line of this length takes.
+mkdir many
+printf 'many/%0200d\0' {1..1500} | xargs -0 touch
+"$MOLDEX" -cf single-many.qel -C many .
+(ulimit -s 1024 && "$script" parts-many.qel many 1)
+cmp single-many.qel parts-many.qel || fail "many names"
+
 # The commands of the manual, with the tree elsewhere for the second machine.
 cp -a tree elsewhere
 cp single.qel before.qel
