@@ -58,11 +58,12 @@ _moldex() {
   local joined=${cur%"${COMP_WORDS[COMP_CWORD]##[:=]*}"}
 
   # Read the words before the cursor: the command, the options given, each of which counts once, and the
-  # kind of argument that the last word wants.
-  local command='' wanted='' given=' ' archive='' word
+  # kind of argument that the last word wants. Names of files to archive are relative to the directory of -C.
+  local command='' wanted='' given=' ' archive='' base='' word
   for word in "${line[@]:1:${#line[@]}-2}"; do
     if [[ -n $wanted ]]; then
       [[ $wanted == archive ]] && archive=$(_moldex_unquoted "$word")
+      [[ $given == *' -C ' ]] && base=$(_moldex_unquoted "$word")
       wanted=''
     elif [[ $word == -?* ]]; then
       _moldex_take "$word"
@@ -79,6 +80,8 @@ _moldex() {
     _moldex_options
   elif [[ -z $wanted && $command == [tdx] ]]; then
     _moldex_entries
+  elif [[ -z $wanted && -n $base ]]; then
+    _moldex_files_below
   elif [[ $wanted != mode ]]; then
     _moldex_files -f
   fi
@@ -175,9 +178,25 @@ END {
   for (i = 1; i <= total; ++i) print found[i]
 }
 ')
-  # Readline quotes only names of files, and then adds a "/" to directories, which no entry has.
+  _moldex_quote
+}
+
+# Quotes the candidates. Readline quotes only names of files, and then adds a "/" to what is a directory here.
+_moldex_quote() {
   [[ $cur == [\"\']* || ${#candidates[@]} -eq 0 ]] ||
     mapfile -t candidates < <(printf '%q\n' "${candidates[@]}")
+}
+
+# Names of files in the directory of -C, and directories there with a "/".
+_moldex_files_below() {
+  mapfile -t candidates < <(CDPATH='' cd -- "$base" 2>/dev/null || exit
+    compgen -f -- "${cur//[\\\"\']/}" | while IFS= read -r word; do
+      [[ -d ${word/#\~\//$HOME/} ]] && word+=/
+      printf '%s\n' "$word"
+    done)
+  [[ ${#candidates[@]} -eq 1 && ${candidates[0]} == */ ]] && compopt -o nospace 2>/dev/null
+  _moldex_quote
+  candidates=("${candidates[@]/#\\~\//\~/}")
 }
 
 # Names of files, as compgen makes them with these options.

@@ -48,16 +48,18 @@ function __moldex_complete
     end
 
     # Read the words before the cursor: the command, the options given, each of which counts once, and the
-    # kind of argument that the last word wants.
+    # kind of argument that the last word wants. Names of files to archive are relative to the directory of -C.
     set -l line (commandline -opc)
     set -l cur (commandline -ct)
     set -l command ''
     set -l wanted ''
     set -l given
     set -l archive ''
+    set -l base ''
     for word in $line[2..]
         if test -n "$wanted"
             test $wanted = archive; and set archive $word
+            test $given[-1] = -C; and set base (string replace -r '^~/' $HOME/ -- $word)
             set wanted ''
         else if string match -qr -- '^-.' $word
             __moldex_take $word
@@ -77,6 +79,8 @@ function __moldex_complete
                 __moldex_options
             else if string match -qr -- '^[tdx]$' $command
                 __moldex_entries
+            else if test -n "$base"; and not string match -qr -- '^["\']?[/~]' $cur
+                __moldex_files_below
             else
                 __moldex_files $cur
             end
@@ -134,6 +138,15 @@ end
 # Names of files, as fish completes them after a command that it does not know.
 function __moldex_files
     complete -C "'' $argv"
+end
+
+# The same in the directory of -C.
+function __moldex_files_below --no-scope-shadowing
+    test -d $base; or return
+    set -l begin (string replace -r '/*$' / -- $base)
+    set -l start (string unescape -- $cur; or echo $cur)
+    __moldex_files (string escape --no-quoted -- $begin$start) |
+        string replace -rf -- '^'(string escape --style=regex -- $begin) ''
 end
 
 # Names in the archive, as they must be given to select entries: from a directory only its own name, and

@@ -139,16 +139,18 @@ Register-ArgumentCompleter -Native -CommandName 'moldex', 'moldex.exe' -ScriptBl
     }
 
     # Read the words before the cursor: the command, the options given, each of which counts once, and the
-    # kind of argument that the last word wants.
+    # kind of argument that the last word wants. Names of files to archive are relative to the directory of -C.
     $command = ''
     $wanted = ''
     $archive = ''
+    $base = '.'
     $given = @()
     $elements = @($commandAst.CommandElements | Where-Object { $_.Extent.EndOffset -lt $cursorPosition })
     foreach ($element in ($elements | Select-Object -Skip 1)) {
         $word = $element.Extent.Text
         if ($wanted -cne '') {
             if ($wanted -ceq 'archive') { $archive = $word.Trim("'", '"') }
+            if ($given[-1] -ceq '-C') { $base = $word.Trim("'", '"') }
             $wanted = ''
         } elseif ($word.StartsWith('-')) {
             $taken = @(Get-Option $word)
@@ -203,6 +205,13 @@ Register-ArgumentCompleter -Native -CommandName 'moldex', 'moldex.exe' -ScriptBl
         if ($level.Count -eq 1) { $level += @(Select-Level $names ($level[0] + '/')) }
         foreach ($name in $level) { New-Result (Get-Quoted $name) 'ParameterValue' $name }
     } elseif ($wanted -cne 'mode') {
-        Get-File $word $wanted
+        if ($wanted -cne '') { $base = '.' }
+        if (-not (Test-Path -LiteralPath $base -PathType Container)) { return }
+        Push-Location -LiteralPath $base
+        try {
+            Get-File $word $wanted
+        } finally {
+            Pop-Location
+        }
     }
 }

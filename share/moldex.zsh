@@ -47,11 +47,13 @@ _moldex() {
   done
 
   # Read the words before the cursor: the command, the options given, each of which counts once, and the
-  # kind of argument that the last word wants.
+  # kind of argument that the last word wants. Names of files to archive are relative to the directory of -C.
   local command='' wanted='' given=' ' archive='' word
+  local -a base
   for word in "${(@Q)words[2,CURRENT-1]}"; do
     if [[ -n $wanted ]]; then
       [[ $wanted == archive ]] && archive=${word/#\~\//$HOME/}
+      [[ $given == *' -C ' ]] && base=(-W ${${word/#\~\//$HOME/}:a})
       wanted=''
     elif [[ $word == -?* ]]; then
       _moldex_take $word
@@ -69,7 +71,7 @@ _moldex() {
       elif [[ $command == [tdx] ]]; then
         _moldex_entries
       else
-        _files
+        _files $base
       fi
       ;;
   esac

@@ -211,6 +211,10 @@ TEST(Help, ShellsCompleteWhatFits) {
       // Names on the disk, and names in the archive, from which only that of a directory is offered
       // unless there is nothing else.
       {"-cf a.qel n", "n.txt"},
+      {"-c -C my\\ dir -f ", "B.QEL,a.qel,d.qel,my dir,only"},
+      {"-c -C my\\ dir -f a -v ", "it's,sub,x y.qel"},
+      {"-C 'my dir' -X n sub/x", "sub/x:y"},
+      {"-c -C none ", ""},
       {"-xf a.qel ", "my dir,n.txt,only/below"},
       {"-df a.qel -v o", "only/below"},
       {"-t -f a.qel m", "my dir,my dir/it's,my dir/sub,my dir/x y.qel"},
