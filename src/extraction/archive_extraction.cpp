@@ -94,7 +94,11 @@ void CArchiveExtraction::WriteEntry(const CDirEntry& entry) {
     CountEntry("x ", entry);
     entry.Extract(source_, writer_);
   } catch (const CInterruptExcept&) {
+    writer_.KeepPart();
     writer_.HintAtPart(entry);
+    throw;
+  } catch (...) {
+    writer_.KeepPart();
     throw;
   }
   writer_.RestoreSecurity(entry);

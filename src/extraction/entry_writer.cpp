@@ -108,6 +108,11 @@ void CEntryWriter::ApplyTimeAndAttributes(const CDirEntry& entry) {
   }
 }
 
+void CEntryWriter::KeepPart() noexcept {
+  const CSystemErrorGuard guard;
+  (void)bytes_.Finish();
+}
+
 void CEntryWriter::HintAtPart(const CDirEntry& entry) const {
   if (is_complete_ || !file_.IsValid()) return;
   const auto status = file_.Status();

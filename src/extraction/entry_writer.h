@@ -43,7 +43,10 @@ class CEntryWriter : public IEntrySink {
   // CSetFileAttrExcept.
   void ApplyAttributes(const CDirEntry& entry);
 
-  // Hints at how much of the file is there, for a run that ends while data are written.
+  // To be called when writing the data ends with a failure, which stays the one that is reported:
+  // gives an incomplete file the zeros at its end that were to become a hole.
+  void KeepPart() noexcept;
+  // After KeepPart: hints at how much of the file is there, for a run that was interrupted.
   void HintAtPart(const CDirEntry& entry) const;
 
  private:

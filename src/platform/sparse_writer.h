@@ -25,7 +25,8 @@ class CSparseWriter {
   // Writes all bytes. Those of a hole at the end are not part of the file until Finish. Fails as
   // CFileHandle::WriteAll does.
   Result<void> Write(std::span<const std::uint8_t> bytes);
-  // Gives the file its size.
+  // Gives the file the size of all that was written, also after Write has failed. Does nothing the
+  // second time.
   Result<void> Finish();
 
  private:

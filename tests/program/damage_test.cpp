@@ -122,6 +122,15 @@ TEST_F(Damaged, EntriesFailInTheirOrder) {
   ExpectRun("-dvf a.qel", text + Failure("checksum error in w", 12), 12);
 }
 
+TEST_F(Damaged, FilesKeepTheZerosBeforeTheFailure) {
+  const std::string content = "data" + std::string(300'000, '\0');
+  std::string bytes = BuildArchive({FileEntry("x", content)});
+  SetU32(bytes, kArchiveHeader.size() + kSizeLowAt, 300'005);
+  Write("a.qel", bytes);
+  ExpectRun("-xf a.qel", Processing("a.qel") + "MOLDEX: " + kOtherLength + "\n", 57);
+  EXPECT_TRUE(Bytes("x") == content);
+}
+
 // They are passed over, so it does not matter that one of them is too long to be read.
 TEST_F(Damaged, BlocksOfARefusedEntryEndNothing) {
   std::string bytes = BuildArchive({FileEntry("../w", "first"), FileEntry("x", "second")});
