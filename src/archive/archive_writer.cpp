@@ -13,13 +13,12 @@
 
 namespace moldex {
 
-CArchiveWriter::CArchiveWriter(CFileHandle& file, std::string archive_name,
-                               const FileStatus& former)
-    : file_(file),
-      archive_name_(std::move(archive_name)),
-      former_(former),
-      writer_(file),
-      position_(former.size_bytes) {
+CArchiveWriter::CArchiveWriter(CFileHandle& file, std::string archive_name)
+    : file_(file), archive_name_(std::move(archive_name)), writer_(file) {}
+
+void CArchiveWriter::Begin(const FileStatus& former) {
+  former_ = former;
+  position_ = former.size_bytes;
   if (position_ > 0) entry_ends_.push_back(position_);
 }
 

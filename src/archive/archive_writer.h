@@ -19,11 +19,15 @@ namespace moldex {
 
 class CArchiveWriter {
  public:
-  // Writing begins at the end of the file, which is the archive's former size. `file` stays the
-  // caller's and outlives the writer.
-  CArchiveWriter(CFileHandle& file, std::string archive_name, const FileStatus& former);
+  // Takes all memory that Begin needs, so that it can be made before the file is opened and perhaps
+  // emptied. `file` stays the caller's and outlives the writer.
+  CArchiveWriter(CFileHandle& file, std::string archive_name);
   CArchiveWriter(const CArchiveWriter&) = delete;
   CArchiveWriter& operator=(const CArchiveWriter&) = delete;
+
+  // To be called first. Writing begins at the end of the open file, which is the archive's former
+  // size.
+  void Begin(const FileStatus& former);
 
   // The header of a new archive.
   void WriteHeader(bool long_names);
@@ -68,7 +72,7 @@ class CArchiveWriter {
   FileStatus former_;
   CBufferedWriter writer_;
   std::vector<std::uint8_t> entry_buffer_;
-  std::uint64_t position_;  // where the next byte will be written
+  std::uint64_t position_ = 0;  // where the next byte will be written
   // Ends of entries: of the last one that is on disk, and of those after it.
   std::deque<std::uint64_t> entry_ends_;
   std::uint64_t whole_bytes_ = 0;

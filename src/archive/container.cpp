@@ -10,6 +10,7 @@ namespace moldex {
 
 CContainer::CContainer(CRunContext& context, const std::string& archive_name, std::uint32_t mode)
     : name_(archive_name) {
+  if (mode != kRead) writer_.emplace(file_, name_);
   if (!file_.Open(name_, mode >> 24)) throw COpenExcept(name_);
   const auto status = file_.Status();
   if (!status) throw COpenExcept(name_);
@@ -20,7 +21,7 @@ CContainer::CContainer(CRunContext& context, const std::string& archive_name, st
     return;
   }
   if (mode == kAppend) OpenForAppending(context);
-  writer_.emplace(file_, name_, status_);
+  writer_->Begin(status_);
 }
 
 void CContainer::OpenForAppending(CRunContext& context) {

@@ -84,10 +84,11 @@ CFileHandle::~CFileHandle() { (void)Close(); }
 
 Result<void> CFileHandle::Open(const std::string& path, unsigned flags) {
   (void)Close();
+  std::string name = path;  // before a file is made or emptied: memory may run out
   auto opened = OpenFileHandle(path, flags);
   if (!opened) return opened.error();
   handle_ = reinterpret_cast<std::intptr_t>(static_cast<HANDLE>(opened->release()));
-  name_ = path;
+  name_ = std::move(name);
   if ((flags & kOpenAtEnd) == 0) return {};
   const auto at_end = SeekToEnd();
   if (!at_end) {
