@@ -3,6 +3,7 @@
 #ifndef MOLDEX_PARALLEL_OBJECT_POOL_H_
 #define MOLDEX_PARALLEL_OBJECT_POOL_H_
 
+#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -22,11 +23,13 @@ class CObjectPool {
         free_.pop_back();
         return object;
       }
+      free_.reserve(++made_);  // so that each can be returned without memory
     }
     return std::make_unique<Object>();
   }
 
-  void Return(std::unique_ptr<Object> object) {
+  // Takes back an object that was borrowed here.
+  void Return(std::unique_ptr<Object> object) noexcept {
     const std::lock_guard lock(mutex_);
     free_.push_back(std::move(object));
   }
@@ -34,6 +37,7 @@ class CObjectPool {
  private:
   std::mutex mutex_;
   std::vector<std::unique_ptr<Object>> free_;
+  std::size_t made_ = 0;  // at most so many objects are under way
 };
 
 }  // namespace moldex
