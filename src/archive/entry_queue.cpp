@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <stdexcept>
 #include <utility>
 
 #include "archive/workers.h"
@@ -133,10 +134,15 @@ void CEntryQueue::TakePiece() {
   is_broken_ = true;  // unless all of this succeeds
   Announce();
   CDataPiece* piece = nullptr;
-  if (Next(piece) == Work::State::kPiece) {
-    WriteParts(*piece);
-  } else {
-    work_.Drop();
+  switch (Next(piece)) {
+    case Work::State::kPiece:
+      WriteParts(*piece);
+      break;
+    case Work::State::kEnd:
+      work_.Drop();
+      break;
+    case Work::State::kNeedsInput:  // no job here is fed
+      throw std::logic_error("a job waits for nothing");
   }
   is_broken_ = false;
 }

@@ -32,12 +32,14 @@ class IJob {
   // it comes out where the piece would have.
   virtual bool MakePiece(Piece& piece) = 0;
 
-  // Whether the last call of MakePiece made a piece. Where it has not, it has prepared one, and is
-  // called again.
+  // Whether the last call of MakePiece made a piece. Where it has not, it has prepared one, and
+  // must have returned that more follow. It is called again once HasInput allows that.
   virtual bool MadePiece() const { return true; }
 
-  // For a job whose input comes later, or that waits for other jobs: whether there is enough for
-  // the next piece. Both are called with the lock held, TakeInput directly before MakePiece.
+  // For a job whose input comes later, or that waits for jobs before it: whether there is enough
+  // for the next piece. A job never waits for one after it: when those before it are dropped, only
+  // Feed can be missing. It gets input from Feed, or from jobs before it while they make pieces,
+  // and never loses it. Both are called with the lock held, TakeInput directly before MakePiece.
   virtual bool HasInput() const { return true; }
   virtual void TakeInput() {}
 };
@@ -109,6 +111,7 @@ class COrderedWork {
     explicit Slot(std::unique_ptr<IJob<Piece>> its_job) : job(std::move(its_job)) {}
     bool HasResult() const { return !pieces.empty() || is_done; }
     bool CanRun() const { return !is_running && !is_done && job->HasInput(); }
+    bool NeedsInput() const { return !is_running && !HasResult() && !job->HasInput(); }
 
     std::unique_ptr<IJob<Piece>> job;
     std::list<Piece> pieces;
@@ -136,7 +139,7 @@ typename COrderedWork<Piece>::State COrderedWork<Piece>::Next(Piece*& piece) {
   free_.splice(free_.begin(), taken_);
   Slot& slot = slots_.front();
   while (!slot.HasResult()) {
-    if (!slot.is_running && !slot.job->HasInput()) return State::kNeedsInput;
+    if (slot.NeedsInput()) return State::kNeedsInput;
     if (threads_.AnyThreads()) {
       threads_.WaitForProgress(lock);
     } else {
@@ -228,7 +231,8 @@ void COrderedWork<Piece>::Run(Slot& slot, Lock& lock) {
   }
   slot.is_running = false;
   slot.is_done = slot.is_done || !more;
-  if (&slot == &slots_.front() && slot.HasResult()) threads_.ReportProgress();
+  const bool is_awaited = &slot == &slots_.front();
+  if (is_awaited && (slot.HasResult() || slot.NeedsInput())) threads_.ReportProgress();
 }
 
 }  // namespace moldex

@@ -194,6 +194,10 @@ TEST_P(OrderedWork, LetsJobsPrepareAPieceInTurn) {
   for (; !work.IsEmpty(); ++taken)
     EXPECT_EQ(Take(work), std::to_string(taken) + " ");
   EXPECT_EQ(taken, 300);
+  // One whose turn nobody will make it lets nobody wait for ever.
+  work.Submit(std::make_unique<CTurnJob>(301, turn));
+  Piece* piece = nullptr;
+  EXPECT_EQ(work.Next(piece), Work::State::kNeedsInput);
 }
 
 INSTANTIATE_TEST_SUITE_P(Workers, OrderedWork, ::testing::Values(0U, 1U, 2U, 4U, 16U),
