@@ -9,7 +9,9 @@ struct MxrArchive {
   moldex::COpenArchive archive;
 };
 
-int32_t MxrOpen(const char* path, MxrArchive** archive) {
+namespace {
+
+int32_t Open(const char* path, unsigned flags, MxrArchive** archive) {
   if (archive != nullptr) *archive = nullptr;
   if (path == nullptr || archive == nullptr) return kMxrBadCall;
   try {
@@ -17,7 +19,17 @@ int32_t MxrOpen(const char* path, MxrArchive** archive) {
   } catch (const std::bad_alloc&) {
     return kMxrNoMemory;
   }
-  return (*archive)->archive.Open();
+  return (*archive)->archive.Open(flags);
+}
+
+}  // namespace
+
+int32_t MxrOpen(const char* path, MxrArchive** archive) {
+  return Open(path, moldex::kOpenExisting, archive);
+}
+
+int32_t MxrOpenUtf8(const char* path, MxrArchive** archive) {
+  return Open(path, moldex::kOpenUtf8Path, archive);
 }
 
 void MxrClose(MxrArchive* archive) { delete archive; }

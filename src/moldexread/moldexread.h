@@ -95,6 +95,10 @@ typedef struct MxrPiece {
 // kMxrBadCall.
 int32_t MxrOpen(const char* path, MxrArchive** archive);
 
+// The same for a path in UTF-8 on every system, so that on Windows it can name any file. Elsewhere
+// the two functions are equal.
+int32_t MxrOpenUtf8(const char* path, MxrArchive** archive);
+
 // Closes an archive and frees its memory. Null does nothing.
 void MxrClose(MxrArchive* archive);
 

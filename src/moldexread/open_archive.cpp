@@ -69,13 +69,13 @@ std::int32_t COpenArchive::Guarded(Work work) {
   }
 }
 
-std::int32_t COpenArchive::Open() {
-  return Guarded([this] { return Begin(); });
+std::int32_t COpenArchive::Open(unsigned flags) {
+  return Guarded([&] { return Begin(flags); });
 }
 
-std::int32_t COpenArchive::Begin() {
+std::int32_t COpenArchive::Begin(unsigned flags) {
   RestoreSystemError({});
-  const auto opened = file_.Open(path_, kOpenExisting);
+  const auto opened = file_.Open(path_, flags);
   if (!opened) return End(kMxrOpenFailed, WithReason("error opening " + path_, opened.error()));
   parser_.emplace(file_, path_, [](std::span<const std::uint8_t> stored) {
     return std::string(stored.begin(), stored.end());

@@ -38,7 +38,8 @@ class COpenArchive {
  public:
   explicit COpenArchive(std::string path) : path_(std::move(path)) {}
 
-  std::int32_t Open();
+  // `flags` are OpenFlags.
+  std::int32_t Open(unsigned flags);
   std::int32_t NextEntry(const MxrEntry** entry);
   std::int32_t NextPiece(MxrPiece* piece);
   std::int32_t NextStoredPiece(MxrPiece* piece);
@@ -51,7 +52,7 @@ class COpenArchive {
   std::int32_t Guarded(Work work);
   template <typename Work>
   std::int32_t NextData(Work work);
-  std::int32_t Begin();
+  std::int32_t Begin(unsigned flags);
   std::int32_t ReadEntry();
   std::int32_t ReadStored(MxrPiece* piece);
   std::int32_t ReadFile(MxrPiece* piece);

@@ -23,6 +23,7 @@ namespace moldex {
 enum OpenFlags : unsigned {
   kOpenExisting = 0x00,
   kOpenNoLink = 0x01,     // for reading; a symbolic link is refused where the system can do that
+  kOpenUtf8Path = 0x02,   // for reading; on Windows the path is UTF-8, not in the local code page
   kOpenAtEnd = 0x10,      // move to the end after opening
   kOpenCreate = 0x20,     // create or empty the file; read and write
   kOpenReadWrite = 0x40,  // an existing file, for reading and writing, locked; see Open

@@ -47,6 +47,20 @@ std::optional<std::string> Narrowed(UINT code_page, std::wstring_view wide) {
   return std::nullopt;
 }
 
+std::optional<std::wstring> Widened(UINT code_page, std::string_view text) {
+  if (text.empty()) return std::wstring();
+  const int count = static_cast<int>(text.size());
+  const int length =
+      MultiByteToWideChar(code_page, MB_ERR_INVALID_CHARS, text.data(), count, nullptr, 0);
+  if (length <= 0) {
+    SetNoForm();
+    return std::nullopt;
+  }
+  std::wstring wide(static_cast<std::size_t>(length), L'\0');
+  MultiByteToWideChar(code_page, MB_ERR_INVALID_CHARS, text.data(), count, wide.data(), length);
+  return wide;
+}
+
 // Units of the first character: two for a surrogate pair.
 std::size_t UnitsOfFirst(std::wstring_view text) {
   const bool high = text[0] >= kFirstHighSurrogate && text[0] < kFirstLowSurrogate;
@@ -59,19 +73,10 @@ bool BeginsDoubleByte(char byte) { return IsDBCSLeadByte(static_cast<BYTE>(byte)
 }  // namespace
 
 std::optional<std::wstring> ToWide(std::string_view local) {
-  if (local.empty()) return std::wstring();
-  const int count = static_cast<int>(local.size());
-  const UINT code_page = LocalCodePage();
-  const int length =
-      MultiByteToWideChar(code_page, MB_ERR_INVALID_CHARS, local.data(), count, nullptr, 0);
-  if (length <= 0) {
-    SetNoForm();
-    return std::nullopt;
-  }
-  std::wstring wide(static_cast<std::size_t>(length), L'\0');
-  MultiByteToWideChar(code_page, MB_ERR_INVALID_CHARS, local.data(), count, wide.data(), length);
-  return wide;
+  return Widened(LocalCodePage(), local);
 }
+
+std::optional<std::wstring> Utf8ToWide(std::string_view utf8) { return Widened(CP_UTF8, utf8); }
 
 std::optional<std::string> ToLocal(std::wstring_view wide) {
   return Narrowed(LocalCodePage(), wide);

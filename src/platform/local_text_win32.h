@@ -14,6 +14,9 @@ namespace moldex {
 // Empty when the bytes are no text in the local code page; the error is in GetLastError and errno.
 std::optional<std::wstring> ToWide(std::string_view local);
 
+// The same for UTF-8, whatever the local code page is.
+std::optional<std::wstring> Utf8ToWide(std::string_view utf8);
+
 // Empty when a character has no form in the local code page, with the same errors.
 std::optional<std::string> ToLocal(std::wstring_view wide);
 

@@ -35,9 +35,10 @@ OwnedHandle OpenSystemFile(const std::string& path, unsigned flags, DWORD access
   const DWORD backup = LongNameMode() ? FILE_FLAG_BACKUP_SEMANTICS : 0;
   // Without this a symbolic link to nowhere would get a file made where it leads.
   const DWORD no_link = (flags & kOpenNew) != 0 ? FILE_FLAG_OPEN_REPARSE_POINT : 0;
-  return OwnedHandle(CallCreateFile(path, access, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                    DispositionOf(flags),
-                                    attributes | FILE_FLAG_SEQUENTIAL_SCAN | backup | no_link));
+  const PathText text = (flags & kOpenUtf8Path) != 0 ? PathText::kUtf8 : PathText::kLocal;
+  return OwnedHandle(
+      CallCreateFile(path, access, FILE_SHARE_READ | FILE_SHARE_WRITE, DispositionOf(flags),
+                     attributes | FILE_FLAG_SEQUENTIAL_SCAN | backup | no_link, text));
 }
 
 // Locks one byte beyond all that a file can have, because nobody else can read locked bytes here. A

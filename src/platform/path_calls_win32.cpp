@@ -61,8 +61,8 @@ std::optional<WIN32_FIND_DATAW> DataOfRoot(const std::wstring& path) {
 
 }  // namespace
 
-std::optional<std::wstring> SystemPath(const std::string& path) {
-  auto wide = ToWide(path);
+std::optional<std::wstring> SystemPath(const std::string& path, PathText text) {
+  auto wide = text == PathText::kUtf8 ? Utf8ToWide(path) : ToWide(path);
   if (!wide) return wide;
   // The system reads nothing after this prefix, and does not know "/" there.
   if (wide->starts_with(LR"(\\?\)")) std::replace(wide->begin(), wide->end(), L'/', L'\\');
@@ -77,10 +77,10 @@ std::optional<std::wstring> SystemPath(const std::string& path) {
 }
 
 HANDLE CallCreateFile(const std::string& path, DWORD access, DWORD share, DWORD disposition,
-                      DWORD flags) {
-  return WithPath(path, HANDLE{INVALID_HANDLE_VALUE}, [&](const wchar_t* name) {
-    return CreateFileW(name, access, share, nullptr, disposition, flags, nullptr);
-  });
+                      DWORD flags, PathText text) {
+  const auto name = SystemPath(path, text);
+  return name ? CreateFileW(name->c_str(), access, share, nullptr, disposition, flags, nullptr)
+              : INVALID_HANDLE_VALUE;
 }
 
 DWORD CallGetFileAttributes(const std::string& path) {

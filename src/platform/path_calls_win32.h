@@ -1,11 +1,11 @@
 // Shared by the Win32 sources of this module only: the calls of the system and of its runtime
 // library that take a path.
 //
-// Each takes the path as the program has it, in the local code page, and hands it to the system as
-// wide text: as it is, or in long-name mode in its long-name form (long_name.h). A path that is no
-// text in the code page fails. A failed call leaves its error where the system does, in
-// GetLastError or, with the runtime library, in errno; all may throw CGetCwdExcept in long-name
-// mode, when there is no current directory.
+// Each takes the path as the program has it, in the local code page unless told otherwise, and
+// hands it to the system as wide text: as it is, or in long-name mode in its long-name form
+// (long_name.h). A path that is no text in the code page fails. A failed call leaves its error
+// where the system does, in GetLastError or, with the runtime library, in errno; all may throw
+// CGetCwdExcept in long-name mode, when there is no current directory.
 #ifndef MOLDEX_PLATFORM_PATH_CALLS_WIN32_H_
 #define MOLDEX_PLATFORM_PATH_CALLS_WIN32_H_
 
@@ -19,11 +19,13 @@
 
 namespace moldex {
 
+enum class PathText { kLocal, kUtf8 };
+
 // The path as the system gets it.
-std::optional<std::wstring> SystemPath(const std::string& path);
+std::optional<std::wstring> SystemPath(const std::string& path, PathText text = PathText::kLocal);
 
 HANDLE CallCreateFile(const std::string& path, DWORD access, DWORD share, DWORD disposition,
-                      DWORD flags);
+                      DWORD flags, PathText text = PathText::kLocal);
 DWORD CallGetFileAttributes(const std::string& path);
 bool CallSetFileAttributes(const std::string& path, DWORD attributes);
 bool CallCreateDirectory(const std::string& path);

@@ -24,6 +24,7 @@ chmod 755 tree
 head -c 5000 whole.qel >cut.qel
 { head -c 200 whole.qel; printf '\377\377\377\377'; tail -c +205 whole.qel; } >damaged.qel
 echo text >text
+cp whole.qel $'\u0141\u540d.qel'
 cat >expected <<'END'
 d755 tree, 0 bytes
 l777 tree/link -> numbers, 0 bytes
@@ -46,7 +47,7 @@ lists() {
   tr -d '\r' <printed | sed 's/code is -[0-9]*/code is N/; s/\(error opening none: \).*/\1REASON/' |
     diff expected - || fail "$*"
 }
-functions="MxrClose MxrErrorText MxrNextEntry MxrNextPiece MxrNextStoredPiece MxrOpen "
+functions="MxrClose MxrErrorText MxrNextEntry MxrNextPiece MxrNextStoredPiece MxrOpen MxrOpenUtf8 "
 in_order() { LC_ALL=C sort | tr '\n' ' '; }
 
 if [ -f "$folder/moldexread.dll" ]; then

@@ -64,6 +64,11 @@ int main(int count, char** arguments) {
   REQUIRE(MxrNextPiece(archive, &piece) == kMxrOpenFailed);
   MxrClose(archive);
   MxrClose(NULL);
+  REQUIRE(MxrOpenUtf8("\xC5\x81\xE5\x90\x8D.qel", &archive) == kMxrOk);
+  REQUIRE(MxrNextEntry(archive, &entry) == kMxrOk);
+  MxrClose(archive);
+  REQUIRE(MxrOpenUtf8("\xC5", &archive) == kMxrOpenFailed);
+  MxrClose(archive);
   for (int i = 0; i < 4; ++i)
     REQUIRE(pthread_create(&threads[i], NULL, ReadOften, NULL) == 0);
   for (int i = 0; i < 4; ++i)
