@@ -41,10 +41,12 @@ class _Piece(ctypes.Structure):
 
 
 def _load():
-    library = ctypes.CDLL("libmoldexread.so.1")
+    # On Windows the library lies beside this file.
+    on_windows = os.path.join(os.path.dirname(os.path.abspath(__file__)), "moldexread.dll")
+    library = ctypes.CDLL(on_windows if os.name == "nt" else "libmoldexread.so.1")
     pointer = ctypes.POINTER
     for name, arguments in [
-            ("MxrOpen", [ctypes.c_char_p, pointer(ctypes.c_void_p)]),
+            ("MxrOpenUtf8", [ctypes.c_char_p, pointer(ctypes.c_void_p)]),
             ("MxrNextEntry", [ctypes.c_void_p, pointer(pointer(_Entry))]),
             ("MxrNextPiece", [ctypes.c_void_p, pointer(_Piece)]),
             ("MxrNextStoredPiece", [ctypes.c_void_p, pointer(_Piece)]),
@@ -72,6 +74,9 @@ class Entry:
         self.size, self.seconds, self.ticks = fields.size, fields.seconds, fields.ticks
         self.has_time = fields.has_time != 0
 
+    def __repr__(self):
+        return f"<Entry {self.name!r}: {self.permissions()}, {self.size} bytes>"
+
     @property
     def time(self):
         try:
@@ -93,10 +98,10 @@ class Archive:
 
     def __init__(self, path):
         self._handle = ctypes.c_void_p()
-        path = os.fsencode(path)
+        path = os.fsencode(path)  # on Windows in UTF-8
         if b"\0" in path:
             raise ValueError("a zero byte in the path")
-        self._check(_library.MxrOpen(path, ctypes.byref(self._handle)))
+        self._check(_library.MxrOpenUtf8(path, ctypes.byref(self._handle)))
 
     def _check(self, status):
         if status == BAD_CALL:
@@ -146,7 +151,7 @@ class Archive:
 
 def last_entry(path, is_wanted):
     """Opens the archive and goes to the last entry that `is_wanted`, the one that extraction of all leaves.
-    Returns the archive, and the failure that ends it after that entry, or None."""
+    Returns the archive, the entry, and the failure that ends the archive after it, or None."""
     found = damage = None
     with Archive(path) as archive:
         try:
@@ -157,8 +162,7 @@ def last_entry(path, is_wanted):
     if found is None:
         raise damage or Error(NO_ENTRY, f"no such entry in {path}")
     archive = Archive(path)
-    next(itertools.islice(archive, found, None))
-    return archive, damage
+    return archive, next(itertools.islice(archive, found, None)), damage
 
 
 def _shown(text, stream):
@@ -203,8 +207,11 @@ def _test(path):
 
 
 def _extract(path, name):
-    archive, damage = last_entry(path, lambda entry: entry.name == name)
+    archive, entry, damage = last_entry(path, lambda entry: entry.name == name)
     with archive:
+        if entry.type in (DIRECTORY, SYMBOLIC_LINK):
+            kind = "directory" if entry.type == DIRECTORY else "symbolic link"
+            raise Error(NO_ENTRY, f"{name} is a {kind}, not a file")
         for data in archive.pieces():
             sys.stdout.buffer.write(data)
     if damage:

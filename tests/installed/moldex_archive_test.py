@@ -71,6 +71,11 @@ class ModuleTest(unittest.TestCase):
         self.assertEqual([entry.type for entry, _ in entries.values()],
                          [qel.DIRECTORY, qel.FILE, qel.SYMBOLIC_LINK, qel.DIRECTORY, qel.FILE])
         self.assertEqual(self.module("-x", "tree/sub/numbers", "a.qel").stdout, NUMBERS)
+        for name in "tree", "tree/link":
+            refused = self.module("-x", name, "a.qel")
+            self.assertEqual((refused.returncode, refused.stdout), (1, b""))
+            self.assertRegex(refused.stderr.decode(), f"^moldex_archive: {name} is a .*, not a file\n$")
+        self.assertEqual(repr(entry), "<Entry 'tree/sub/numbers': -rw-r-----, 288890 bytes>")
         self.assertEqual(self.module("-t", "a.qel").stdout, b"5 entries, 0 damaged\n")
         self.assertIn(b"-rw-r-----       288890 2020-09-13 12:26:40 tree/sub/numbers\n", self.module("-l", "a.qel").stdout)
 
