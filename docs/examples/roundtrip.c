@@ -90,36 +90,7 @@ static int32_t Restore(struct Bytes* from, struct Bytes* to) {
 static const char* Meaning(int32_t code) {
   if (code == kEndsEarly) return "the input ends early";
   if (code == kNoRoom) return "no room for the output";
-  switch ((enum CsResult)code) {
-    case kCsEndOfStream:
-      return "complete";
-    case kCsOutputFull:
-    case kCsInputExhausted:
-      return "not complete yet";
-    case kCsBadOutput:
-    case kCsBadInput:
-    case kCsBadLength:
-    case kCsSameBuffer:
-    case kCsNullBuffer:
-    case kCsBadState:
-    case kCsNothingToDo:
-      return "the library is not called as it has to be";
-    case kCsNoMemory:
-      return "no memory";
-    case kCsNotAStream:
-    case kCsBadAlgorithm:
-    case kCsBadCodeWidth:
-      return "not a stream that this library reads";
-    case kCsBadBlockType:
-    case kCsOversubscribed:
-    case kCsIncomplete:
-    case kCsBadCode:
-    case kCsBadBlockHeader:
-    case kCsTooLong:
-    case kCsCodeChain:
-      return "the stream is damaged";
-  }
-  return "an unknown code";
+  return CsErrorText(code);
 }
 
 static struct Bytes text, packed, restored;

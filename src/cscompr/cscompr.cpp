@@ -47,6 +47,35 @@ void Destroy(Object* object) {
   std::free(object);
 }
 
+struct ErrorText {
+  std::int32_t code;
+  const char* text;
+};
+
+constexpr ErrorText kErrorTexts[] = {
+    {0, "no failure"},
+    {kCsEndOfStream, "the stream is complete"},
+    {kCsOutputFull, "the output is full"},
+    {kCsInputExhausted, "the stream needs more input"},
+    {kCsBadOutput, "output length negative, or too small for the header"},
+    {kCsBadInput, "input length negative, or too small for the header"},
+    {kCsNoMemory, "no memory"},
+    {kCsBadLength, "original length negative, or 0 for LZC"},
+    {kCsSameBuffer, "input and output are the same buffer"},
+    {kCsNullBuffer, "a buffer is null"},
+    {kCsBadState, "no stream is in progress"},
+    {kCsNothingToDo, "neither input nor space for output"},
+    {kCsBadAlgorithm, "the algorithm is neither LZC nor LZH"},
+    {kCsBadBlockType, "a block of a type that the stream may not have"},
+    {kCsNotAStream, "not a compressed stream"},
+    {kCsBadCodeWidth, "the largest code width is not 9 to 14 bits"},
+    {kCsOversubscribed, "code lengths that claim more codes than there are"},
+    {kCsIncomplete, "code lengths that leave codes unused"},
+    {kCsBadCode, "a code without a meaning, or a distance before the start"},
+    {kCsBadBlockHeader, "a block header with numbers out of range"},
+    {kCsTooLong, "the stream holds more bytes than its header says"},
+    {kCsCodeChain, "a code whose string does not end"}};
+
 }  // namespace
 }  // namespace cscompr
 
@@ -75,6 +104,13 @@ int32_t CsCheckHeader(const uint8_t* header) {
   const int32_t code =
       CsDecompr(header, kCsHeaderBytes, &unused, 0, kCsFirstCall, &bytes_read, &bytes_written);
   return code < 0 ? code : 0;
+}
+
+const char* CsErrorText(int32_t code) {
+  for (const auto& [known, text] : cscompr::kErrorTexts) {
+    if (known == code) return text;
+  }
+  return "no result of this library";
 }
 
 CsEncoder* CsCreateEncoder() { return cscompr::Create<CsEncoder>(); }

@@ -32,6 +32,9 @@
 extern "C" {
 #endif
 
+// The version of this header for #if: 10000 * major + 100 * minor + patch.
+#define CSCOMPR_VERSION 10000
+
 // The results of the calls. Positive: the stream is sound. Negative: it cannot be continued, and
 // only the first call of a new stream is valid. The bytes written up to then are not a whole
 // stream.
@@ -71,6 +74,10 @@ enum CsOption {
 
 enum { kCsHeaderBytes = 8 };
 
+// A result in words, in English; never null, also for a number that is no result. The text is
+// constant.
+const char* CsErrorText(int32_t code);
+
 // Compresses one piece.
 //
 // `original_length` is the length of the whole stream, up to 2^31 - 1, and for LZC at least 1. It
@@ -78,6 +85,13 @@ enum { kCsHeaderBytes = 8 };
 // beyond them is left unread. The bytes produced do not depend on how input and output are cut into
 // calls. A first call needs space for the 8-byte header. Both counters are set on every return,
 // also with a negative code.
+//
+// For n bytes LZH writes at most n + n / 8 + n / 2048 + 16 bytes, and LZC n + n / 2 + n / 8 + 16,
+// header included, divisions rounded down. In LZH a byte takes at most 9 bits, as a literal or in a
+// match, and a block 10 bits more; every block but the last holds 4096 bytes or more. In LZC a code
+// takes at most 13 bits and stands for a byte or more. To clear the table and to fill groups of
+// codes takes less than the narrower codes before them save. For the largest n the bounds are
+// beyond the range of int32_t.
 //
 //     const uint8_t* next = in;
 //     int32_t left = Take(from, in, sizeof in);

@@ -32,6 +32,9 @@
 extern "C" {
 #endif
 
+// The version of this header for #if: 10000 * major + 100 * minor + patch.
+#define MOLDEXREAD_VERSION 10000
+
 // The results of the calls. After the statuses up to kMxrBadCall the archive can be read on. After
 // the others every call on it gives the same status again.
 enum MxrStatus {

@@ -103,6 +103,7 @@ TEST(FrontEnd, JudgesTheArgumentsOfDecompression) {
   EXPECT_EQ(Answered(kCsFirstCall, {same.data(), 8, same.data(), 8})[0], kCsSameBuffer);
   ASSERT_EQ(CsCheckHeader(Header(9, 0x12, 2).data()), 0);
   EXPECT_EQ(Answered(0, {nullptr, 0, &out, 0})[0], kCsNothingToDo);
+  EXPECT_STREQ(CsErrorText(-100), CsErrorText(4));  // no results
 }
 
 // The parameter is the option of the first call.
@@ -135,6 +136,24 @@ TEST_P(CodecSweep, EveryLengthComesBack) {
   for (std::size_t length = IsLzh() ? 0 : 1; length < noise.size();
        length += length < 700 ? 1 : 397)
     ASSERT_EQ(Restore(Packed(Front(noise, length))).bytes, Front(noise, length)) << length;
+}
+
+// No pair of bytes repeats in the first data, so that no LZC code stands for two bytes between two
+// clear codes. The literals of the others are the longest of the fixed codes.
+TEST_P(CodecSweep, TheWorstDataStayWithinTheBounds) {
+  Bytes pairs;
+  for (unsigned first = 0; first < 256; ++first) {
+    pairs.push_back(static_cast<std::uint8_t>(first));
+    for (unsigned second = first + 1; second < 256; ++second)
+      pairs.insert(pairs.end(),
+                   {static_cast<std::uint8_t>(first), static_cast<std::uint8_t>(second)});
+  }
+  (void)Packed(Joined(Joined(pairs, pairs), Joined(pairs, Noise(500000))));
+  Bytes high = Noise(9000);
+  for (std::uint8_t& byte : high)
+    byte |= 0x90;
+  for (std::size_t length = 1; length < high.size(); length += 1 + length / 16)
+    (void)Packed(Front(high, length));
 }
 
 TEST_P(CodecSweep, StopsAndResumesAtEveryByte) {

@@ -148,6 +148,9 @@ inline Bytes Compress(const Bytes& data, std::int32_t option, Cut input_cut = kW
   Stream stream = Compression(data, option, std::move(input_cut), std::move(output_cut));
   EXPECT_EQ(stream.Run().code, kCsEndOfStream);
   EXPECT_EQ(stream.result().read, data.size());
+  const std::size_t n = data.size();  // the bounds of the header
+  const bool is_lzh = (option & kCsAlgorithmMask) == kCsLzh;
+  EXPECT_LE(stream.result().bytes.size(), n + n / 8 + 16 + (is_lzh ? n / 2048 : n / 2));
   return stream.result().bytes;
 }
 

@@ -45,7 +45,7 @@ cc $flags -shared -Wl,-z,defs -Wl,--whole-archive moved/$libdir/libcscompr.a \
   -Wl,--no-whole-archive -o shared.so
 for shared in shared.so moved/$libdir/libcscompr.so; do
   same "functions exported" "CsCheckHeader CsCompr CsCreateDecoder CsCreateEncoder CsDecode CsDecompr \
-CsDestroyDecoder CsDestroyEncoder CsEncode " \
+CsDestroyDecoder CsDestroyEncoder CsEncode CsErrorText " \
     "$(nm -D --defined-only "$shared" | awk '{ print $3 }' | LC_ALL=C sort | tr '\n' ' ')"
 done
 same "name and needs" "libc.so.6 libcscompr.so.1 " "$(readelf -d "moved/$libdir/libcscompr.so" |
@@ -54,6 +54,8 @@ same "name and needs" "libc.so.6 libcscompr.so.1 " "$(readelf -d "moved/$libdir/
 # The example, built in every way.
 strict="-pedantic -Wall -Wextra -Wconversion -Werror $flags"
 export PKG_CONFIG_LIBDIR=$work/moved/$libdir/pkgconfig
+same "version in the header" "$(pkg-config --modversion cscompr | awk -F. '{ print $1 * 10000 + $2 * 100 + $3 }')" \
+  "$(echo CSCOMPR_VERSION | cc -E -P -include $header - | tail -n 1)"
 # shellcheck disable=SC2046,SC2086
 cc -std=c99 $strict $examples/roundtrip.c $(pkg-config --cflags --libs cscompr) -o in_c
 # shellcheck disable=SC2046,SC2086
@@ -71,8 +73,8 @@ LZC: 19975 bytes packed to N and restored
 LZH, level 2: 19975 bytes packed to N and restored
 LZH, level 9: 19975 bytes packed to N and restored
 half a stream: the input ends early (-1)
-a damaged stream: the stream is damaged (-22)
-no stream: not a stream that this library reads (-50)
+a damaged stream: a block of a type that the stream may not have (-22)
+no stream: not a compressed stream (-50)
 END
 export LD_LIBRARY_PATH=$work/moved/$libdir
 for program in ./in_c ./with_archive ./in_cpp by_cmake/roundtrip; do

@@ -82,6 +82,8 @@ c++ $flags -shared -Wl,--whole-archive $lib/libmoldexread.a $lib/libcscompr.a \
 strict="-pedantic -Wall -Wextra -Wconversion -Werror $flags"
 export PKG_CONFIG_LIBDIR=$work/$lib/pkgconfig LD_LIBRARY_PATH=$work/$lib
 shared=$(pkg-config --cflags --libs moldexread)
+same "version in the header" "$(pkg-config --modversion moldexread | awk -F. '{ print $1 * 10000 + $2 * 100 + $3 }')" \
+  "$(echo MOLDEXREAD_VERSION | cc -E -P -include moved/include/moldexread/moldexread.h - | tail -n 1)"
 # shellcheck disable=SC2086
 cc -std=c99 $strict $examples/list_entries.c $shared -o in_c
 # A program in C++ holds functions of the C++ library and places of exceptions, as the library does.
