@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <initializer_list>
 #include <ostream>
+#include <random>
 #include <set>
 
 #include "faults/system_faults.h"
@@ -73,7 +74,8 @@ const struct {
                  {Call::kChmod, 13, "can not set permissions for out/d"},
                  {Call::kChmod, 48, "setting file attributes failed forout/d/"},
                  {Call::kUtime, 14, "can not change date for out/d/"},
-                 {Call::kLink, 28, "could not open for writing out/d/sub/link (error 28). "}};
+                 {Call::kLink, 28, "could not open for writing out/d/sub/link (error 28). "},
+                 {Call::kMemory, 2, "can not allocate new memory"}};
 constexpr int kEndedBySignal = 143;
 
 const Scenario kScenarios[] = {
@@ -87,7 +89,7 @@ const Scenario kScenarios[] = {
      false,
      true,
      true},
-    {"ExtractLongNames", {"-xf", "long.qel", "-R", "out"}, Leaves::kFiles},
+    {"ExtractLongNames", {"-xf", "long.qel", "-R", "out"}, Leaves::kFiles, false, false, true},
     {"Verify", {"-dvf", "full.qel"}, Leaves::kFormerArchive, false, false, true},
     {"List", {"-tf", "full.qel"}},
     {"ExtractOld", {"-xf", "old.tar", "-R", "out"}, Leaves::kFiles, false, true},
@@ -261,39 +263,53 @@ class FaultSweep : public FolderTest, public ::testing::WithParamInterface<Scena
         << run.out;
   }
 
+  // Returns the run without a fault, which the others are compared with.
+  FaultyRun RunClean(unsigned workers) {
+    FaultyRun clean = Run({}, workers);
+    EXPECT_EQ(clean.status, 0) << clean.out;
+    EXPECT_EQ(CountOf(clean.calls, Call::kThread) > 0, workers > 1);
+    clean_ = After();
+    clean_count_ = ExtractedCount(clean);
+    return clean;
+  }
+
+  // Lets calls fail from the plan's on, each in a run of its own, `step` apart. Returns how many.
+  int FailEach(FaultPlan plan, int step, const FaultyRun& clean, unsigned workers) const {
+    const auto [call, fault, first, file] = plan;
+    const bool harmless =
+        fault == Fault::kInterrupted || fault == Fault::kOneByteShort || call == Call::kThread;
+    int runs = 0;
+    for (; plan.nth <= CountOf(clean.calls, call) && !HasFailure(); plan.nth += step, ++runs) {
+      SCOPED_TRACE(std::string(NameOf(call)) + " number " + std::to_string(plan.nth) + ", fault " +
+                   std::to_string(static_cast<int>(fault)));
+      const FaultyRun run = Run({plan}, workers);
+      const Tree after = After();
+      if (run.status == 0) {
+        EXPECT_EQ(run.out, clean.out);
+        EXPECT_TRUE(after == clean_);
+      } else {
+        EXPECT_FALSE(harmless);
+        ExpectFailure(plan, run);
+      }
+      ExpectNothingSpoiled(run, after);
+    }
+    return runs;
+  }
+
   Tree before_;
   Tree clean_;
   int clean_count_ = 0;
 };
 
 TEST_P(FaultSweep, EveryFailingCallIsReportedOrSurvived) {
-  const FaultyRun clean = Run({});
-  ASSERT_EQ(clean.status, 0) << clean.out;
-  EXPECT_EQ(CountOf(clean.calls, Call::kThread) > 0, GetParam().workers > 1);
-  clean_ = After();
-  clean_count_ = ExtractedCount(clean);
+  const unsigned workers = GetParam().workers;
+  const FaultyRun clean = RunClean(workers);
   int runs = 0;
   for (const Call call : kAllCalls) {
     for (const Fault fault : {Fault::kNoSpace, Fault::kIoError, Fault::kInterrupted,
                               Fault::kOneByteShort, Fault::kStaysFull, Fault::kSignal}) {
-      if (!CanHappen(call, fault)) continue;
-      for (int nth = 1; nth <= CountOf(clean.calls, call) && !HasFailure(); ++nth, ++runs) {
-        SCOPED_TRACE(std::string(NameOf(call)) + " number " + std::to_string(nth) + ", fault " +
-                     std::to_string(static_cast<int>(fault)));
-        const FaultPlan plan = {call, fault, nth};
-        const FaultyRun run = Run({plan});
-        const Tree after = After();
-        const bool harmless =
-            fault == Fault::kInterrupted || fault == Fault::kOneByteShort || call == Call::kThread;
-        if (run.status == 0) {
-          EXPECT_EQ(run.out, clean.out);
-          EXPECT_TRUE(after == clean_);
-        } else {
-          EXPECT_FALSE(harmless);
-          ExpectFailure(plan, run);
-        }
-        ExpectNothingSpoiled(run, after);
-      }
+      if (call == Call::kMemory || !CanHappen(call, fault)) continue;
+      runs += FailEach({call, fault, 1}, 1, clean, workers);
     }
   }
   RecordProperty("runs", runs);
@@ -302,12 +318,43 @@ TEST_P(FaultSweep, EveryFailingCallIsReportedOrSurvived) {
 INSTANTIATE_TEST_SUITE_P(Commands, FaultSweep, ::testing::ValuesIn(kScenarios), NameOfCase);
 INSTANTIATE_TEST_SUITE_P(Workers, FaultSweep, ::testing::ValuesIn(WithWorkers({2, 4})), NameOfCase);
 
-// Faults that follow the place in a file, or its descriptor, instead of the order of calls.
-class FaultAtAPlace : public FaultSweep {
+// With a file so large that several threads work on it, and before it more entries than a block of
+// a list may hold.
+class LargeFaultSweep : public FaultSweep {
  protected:
-  // With a file so large that several threads work on it.
-  FaultAtAPlace() : FaultSweep({{"d/f", FileNode(std::string(1'200'000, 'f'))}}) {}
+  LargeFaultSweep() : FaultSweep(More()) {}
 
+  static Tree More() {
+    Tree tree = {{"d/f", FileNode(std::string(1'200'000, 'f'))}};
+    for (const char number : std::string("01234"))
+      tree[std::string("d/e") + number] = FileNode("");
+    return tree;
+  }
+};
+
+// A run asks for memory so often that only some requests fail here, others in each test. With
+// MOLDEX_EVERY_REQUEST in the environment all of them fail, which takes minutes.
+TEST_P(LargeFaultSweep, ALackOfMemoryIsReportedOrSurvived) {
+  std::random_device random;
+  int runs = 0;
+  for (const unsigned workers : {1U, 2U, 4U}) {
+    if (workers > 1 && !GetParam().has_workers) break;
+    const FaultyRun clean = RunClean(workers);
+    constexpr int kRequests = 8;
+    int step = std::max(1, CountOf(clean.calls, Call::kMemory) / kRequests);
+    if (std::getenv("MOLDEX_EVERY_REQUEST") != nullptr) step = 1;
+    std::uniform_int_distribution<int> first(1, step);
+    for (const Fault fault : {Fault::kNoSpace, Fault::kStaysFull})
+      runs += FailEach({Call::kMemory, fault, first(random)}, step, clean, workers);
+  }
+  RecordProperty("runs", runs);
+}
+
+INSTANTIATE_TEST_SUITE_P(Commands, LargeFaultSweep, ::testing::ValuesIn(kScenarios), NameOfCase);
+
+// Faults that follow the place in a file, or its descriptor, instead of the order of calls.
+class FaultAtAPlace : public LargeFaultSweep {
+ protected:
   static std::set<int> PlacesIn(const std::string& content) {
     const auto size = static_cast<int>(content.size());
     std::set<int> places = {0, 1, 65535, 65536, size - 1};

@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <new>
 #include <optional>
 #include <stdexcept>
 #include <system_error>
@@ -112,8 +113,38 @@ ssize_t Move(Call call, off64_t position, Real real, int descriptor, Bytes* byte
   return -1;
 }
 
+void* NewMemory(std::size_t bytes) {
+  void* const memory = Due(Call::kMemory) ? nullptr : std::malloc(std::max<std::size_t>(bytes, 1));
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+
+void* NewMemoryOrNull(std::size_t bytes) noexcept {
+  try {
+    return NewMemory(bytes);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
 }  // namespace
 }  // namespace moldex::test
+
+// All of them, so that none of a sanitizer's is left: it would find that these do not match.
+// NOLINTBEGIN(misc-new-delete-overloads)
+void* operator new(std::size_t bytes) { return moldex::test::NewMemory(bytes); }
+void* operator new[](std::size_t bytes) { return moldex::test::NewMemory(bytes); }
+void* operator new(std::size_t bytes, const std::nothrow_t& /*unused*/) noexcept {
+  return moldex::test::NewMemoryOrNull(bytes);
+}
+void* operator new[](std::size_t bytes, const std::nothrow_t& /*unused*/) noexcept {
+  return moldex::test::NewMemoryOrNull(bytes);
+}
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t /*bytes*/) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t /*bytes*/) noexcept { std::free(memory); }
+// NOLINTEND(misc-new-delete-overloads)
 
 using moldex::test::Attempt;
 using moldex::test::Call;
@@ -210,9 +241,10 @@ void __wrap__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_
 namespace moldex::test {
 namespace {
 
+// Nothing may handle what Main leaves unhandled.
 [[noreturn]] void RunChild(const std::filesystem::path& folder, Words words, int output,
                            const std::vector<FaultPlan>& plans,
-                           const std::function<void()>& prepare) {
+                           const std::function<void()>& prepare) noexcept {
   words.insert(words.begin(), "moldex");
   std::vector<char*> argv = ArgumentsOf(words);
   if (chdir(folder.c_str()) != 0 || dup2(output, STDOUT_FILENO) < 0) _exit(126);
@@ -231,8 +263,8 @@ namespace {
 }  // namespace
 
 const char* NameOf(Call call) {
-  constexpr const char* kNames[] = {"open",  "read",  "write",    "seek", "close", "mkdir",
-                                    "chmod", "utime", "truncate", "link", "thread"};
+  constexpr const char* kNames[] = {"open",  "read",  "write",    "seek", "close",  "mkdir",
+                                    "chmod", "utime", "truncate", "link", "thread", "memory"};
   return kNames[static_cast<std::size_t>(call)];
 }
 

@@ -28,11 +28,12 @@ enum class Call {
   kUtime,
   kTruncate,
   kLink,
-  kThread  // is made
+  kThread,  // is made
+  kMemory   // is asked for, by operator new
 };
-inline constexpr Call kAllCalls[] = {Call::kOpen,  Call::kRead,   Call::kWrite,   Call::kSeek,
-                                     Call::kClose, Call::kMkdir,  Call::kChmod,   Call::kUtime,
-                                     Call::kLink,  Call::kThread, Call::kTruncate};
+inline constexpr Call kAllCalls[] = {Call::kOpen,  Call::kRead,   Call::kWrite,    Call::kSeek,
+                                     Call::kClose, Call::kMkdir,  Call::kChmod,    Call::kUtime,
+                                     Call::kLink,  Call::kThread, Call::kTruncate, Call::kMemory};
 const char* NameOf(Call call);
 
 // How many calls of each kind a run made.
@@ -46,7 +47,7 @@ enum class Fault {
   kIoError,
   kInterrupted,   // the call fails once with EINTR, as a signal makes it
   kOneByteShort,  // read and write move a byte less than asked
-  kStaysFull,     // half of this write fits, and nothing more
+  kStaysFull,     // half of this write fits, and nothing more; no memory is left from then on
   kEndsThere,     // the file does; only with FaultPlan::file
   kFewHandles,    // no open gives a descriptor from number `nth` on
   kSignal         // SIGTERM comes during the call, which succeeds
