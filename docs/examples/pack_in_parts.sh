@@ -14,7 +14,7 @@ moldex=$(command -v "${MOLDEX:-moldex}") || { echo "$0: there is no program ${MO
 moldex=$(realpath "$moldex")
 archive=$(realpath "$1")
 directory=$(realpath "$2")
-directory=${directory%/}  # of the root directory nothing is left
+directory=${directory%/}  # empty for the root directory
 processes=$3
 options=("${@:4}")
 case $archive in
