@@ -28,6 +28,18 @@ Bytes LongMatches(std::size_t size) {
   return bytes;
 }
 
+// Nothing but two bytes that alternate is a match, so one distance, of the second symbol, is used.
+Bytes OneDistance() {
+  Bytes bytes;
+  for (unsigned literal = 3; literal < 256; ++literal) {
+    bytes.push_back(0);
+    bytes.push_back(static_cast<std::uint8_t>(literal));
+  }
+  for (int i = 0; i < 500; ++i)
+    bytes.push_back(i % 2 == 0 ? 1 : 2);
+  return bytes;
+}
+
 struct Corpus {
   const char* name;
   std::function<Bytes(std::size_t)> make;
@@ -91,6 +103,9 @@ TEST_F(LzhEncoder, TakesTheDecisionsOfZlibAtEveryLevel) {
   }
   EXPECT_GT(as_zlib_, 2000);
   EXPECT_EQ(checksum_, 0x1845AB79U);
+  as_zlib_ = 0;
+  Check(OneDistance(), 6);
+  EXPECT_EQ(as_zlib_, 1);
 }
 
 TEST_F(LzhEncoder, MovesTheWindowAndEndsBlocksAsRecorded) {
