@@ -75,13 +75,13 @@ TEST_F(Extract, RestoresTimeAndPermissionsButNoSetuidBits) {
 }
 
 TEST_F(Extract, LeavesDirectoryPermissionsAloneWithH) {
-  Make({{"out/old", DirectoryNode(0751)}});
+  Make({{"out/old", DirectoryNode(02751)}});
   Archive({DirectoryEntry("old", 040700), FileEntry("old/x", "1"), DirectoryEntry("new", 040711)});
   ExpectRun("-xf a.qel -R out -h", Processing("a.qel") + Extracted(3), 0);
-  EXPECT_EQ(Below("out").at("old").mode, 0751U);
+  EXPECT_EQ(Below("out").at("old").mode, 02751U);
   EXPECT_TRUE(std::filesystem::is_directory(Path("out/new")));
   ExpectExtraction(Extracted(3));
-  EXPECT_EQ(Below("out").at("old").mode, OnWindows() ? 0751U : 0700U);  // was writable before
+  EXPECT_EQ(Below("out").at("old").mode, OnWindows() ? 02751U : 02700U);  // was writable before
   EXPECT_EQ(Below("out").at("new").mode, ExtractedMode(Kind::kDirectory, 0711U));
 }
 
