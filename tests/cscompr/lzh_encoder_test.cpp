@@ -146,6 +146,7 @@ TEST_F(LzhEncoder, LosesTheFarthestCandidateWhenTheWindowMovesOverIt) {
     input[second - 1] = 17;
     for (const std::size_t after : {6U, 7U, 100U, 260U, 261U, 262U, 263U, 500U})
       Check(Front(input, second + after), 6);
+    EXPECT_EQ(test::Compress(input, FirstLzh(6), Always(32767)), Compress(input, 6));
   }
   EXPECT_EQ(checksum_, 0xF147927EU);
 }
