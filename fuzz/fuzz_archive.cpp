@@ -6,6 +6,7 @@
 #include "fuzz/memory_file_posix.h"
 #include "fuzz/target.h"
 #include "moldexread/open_archive.h"
+#include "platform/file_handle.h"
 #include "report/except.h"
 #include "run/run_context.h"
 
@@ -64,7 +65,7 @@ void ReadByLibrary(const std::string& path, bool stored) {
   moldex::COpenArchive archive(path);
   const MxrEntry* entry = nullptr;
   MxrPiece piece{};
-  std::int32_t status = archive.Open();
+  std::int32_t status = archive.Open(moldex::kOpenExisting);
   const auto next =
       stored ? &moldex::COpenArchive::NextStoredPiece : &moldex::COpenArchive::NextPiece;
   while (status == kMxrOk && (status = archive.NextEntry(&entry)) == kMxrOk) {
