@@ -38,6 +38,11 @@ const Damage kDamages[] = {
      57},
     {[](auto& b) { SetU16(b, kEntryAt + kNameLengthAt, 262); },
      "name too long in archive a.qel, after d (error 56). ", 56, 56, true},
+    {[](auto& b) {
+       b.insert(kNameAt, 260, 'n');
+       SetU16(b, kEntryAt + kNameLengthAt, 261);
+     },
+     "name too long in archive a.qel, after d (error 56). ", 56, 56, true},
     {[](auto& b) { b[kNameAt] = '\xFF'; }, "could not convert from UTF8 string", 47, 47},
     // Of several faults the first that is checked.
     {[](auto& b) {
@@ -122,13 +127,17 @@ TEST_F(Damaged, EntriesFailInTheirOrder) {
   ExpectRun("-dvf a.qel", text + Failure("checksum error in w", 12), 12);
 }
 
-TEST_F(Damaged, FilesKeepTheZerosBeforeTheFailure) {
+TEST_F(Damaged, FilesKeepTheZerosBeforeTheFailureAndGetNothingBeyondTheirSize) {
   const std::string content = "data" + std::string(300'000, '\0');
   std::string bytes = BuildArchive({FileEntry("x", content)});
   SetU32(bytes, kArchiveHeader.size() + kSizeLowAt, 300'005);
   Write("a.qel", bytes);
   ExpectRun("-xf a.qel", Processing("a.qel") + "MOLDEX: " + kOtherLength + "\n", 57);
   EXPECT_TRUE(Bytes("x") == content);
+  SetU32(bytes, kArchiveHeader.size() + kSizeLowAt, 100'000);
+  Write("a.qel", bytes);
+  ExpectRun("-xf a.qel", Processing("a.qel") + "MOLDEX: " + kOtherLength + "\n", 57);
+  EXPECT_LE(Bytes("x").size(), 100'000U);
 }
 
 // They are passed over, so it does not matter that one of them is too long to be read.
