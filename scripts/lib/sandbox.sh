@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# sandbox.sh FOLDER COMMAND...: runs COMMAND in FOLDER, as root, where it harms nothing else. The other
-# files of the root's file system can only be read; /dev is new, and /tmp is FOLDER/tmp, which is
-# on a disk: tests meet the limits of its file system.
+# sandbox.sh FOLDER COMMAND...: runs COMMAND in FOLDER, as root, where it harms nothing else. All other
+# files of the root's file system are read-only, and /dev is new. /tmp is the new folder sandbox.tmp in FOLDER,
+# not in memory, because tests rely on the largest size of a file on a disk.
 set -euo pipefail
 if [ "${1:-}" != --inside ]; then
   exec unshare --mount --pid --fork --kill-child "${BASH_SOURCE[0]}" --inside "$@"
@@ -26,9 +26,9 @@ ln -s /proc/self/fd /dev/fd
 ln -s fd/0 /dev/stdin
 ln -s fd/1 /dev/stdout
 ln -s fd/2 /dev/stderr
-rm -rf tmp
-mkdir -m 1777 tmp
-mount --bind tmp /tmp
+rm -rf sandbox.tmp
+mkdir -m 1777 sandbox.tmp
+mount --bind sandbox.tmp /tmp
 mkdir -p "$folder"  # it may have been below /tmp
 mount --no-canonicalize --bind /proc/self/cwd "$folder"
 mount -o remount,bind,ro /

@@ -142,7 +142,7 @@ void CEntryQueue::TakePiece() {
       work_.Drop();
       break;
     case Work::State::kNeedsInput:  // no job here is fed
-      throw std::logic_error("a job waits for nothing");
+      throw std::logic_error("a job lacks input");
   }
   is_broken_ = false;
 }

@@ -37,7 +37,7 @@ class CObjectPool {
  private:
   std::mutex mutex_;
   std::vector<std::unique_ptr<Object>> free_;
-  std::size_t made_ = 0;  // at most so many objects are under way
+  std::size_t made_ = 0;  // so many objects can be returned
 };
 
 }  // namespace moldex

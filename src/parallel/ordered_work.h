@@ -36,10 +36,9 @@ class IJob {
   // must have returned that more follow. It is called again once HasInput allows that.
   virtual bool MadePiece() const { return true; }
 
-  // For a job whose input comes later, or that waits for jobs before it: whether there is enough
-  // for the next piece. A job never waits for one after it: when those before it are dropped, only
-  // Feed can be missing. It gets input from Feed, or from jobs before it while they make pieces,
-  // and never loses it. Both are called with the lock held, TakeInput directly before MakePiece.
+  // For a job whose input comes later: whether there is enough for the next piece. Input comes from
+  // Feed, or from jobs before this one while they make pieces, but never from jobs after it. Input
+  // that is there stays. Both are called with the lock held, TakeInput directly before MakePiece.
   virtual bool HasInput() const { return true; }
   virtual void TakeInput() {}
 };

@@ -332,8 +332,8 @@ class LargeFaultSweep : public FaultSweep {
   }
 };
 
-// A run asks for memory so often that only some requests fail here, others in each test. With
-// MOLDEX_EVERY_REQUEST in the environment all of them fail, which takes minutes.
+// A run asks for memory so often that each test lets only a sample of the requests fail, from a
+// random one on. With MOLDEX_EVERY_REQUEST in the environment each request fails, in minutes.
 TEST_P(LargeFaultSweep, ALackOfMemoryIsReportedOrSurvived) {
   std::random_device random;
   int runs = 0;
